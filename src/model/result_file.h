@@ -1,0 +1,44 @@
+#pragma once
+
+// A result file: buffered text, plain or gzip, whose failures are reported when it is opened or closed.
+
+#include <boost/iostreams/filtering_stream.hpp>
+#include <string>
+#include <string_view>
+
+class run_log;
+
+class result_file {
+  public:
+    // Opens the file for writing, truncating it. A failure is named on standard error, the text is lost, and the run will
+    // end with status 1.
+    result_file(run_log& log, std::string name, bool gzipped);
+    result_file(const result_file&) = delete;
+    result_file& operator=(const result_file&) = delete;
+    ~result_file();
+
+    void text(std::string_view text) { buffer_ += text; }
+    void character(char c) { buffer_ += c; }
+    void integer(long value);
+    // Fixed notation.
+    void fixed(double value, int decimals);
+    // The default notation of a stream (6 significant digits).
+    void number(double value);
+    // A probability v: the digit 0 below low, the digit 1 above 1 - low, else fixed notation; low is 10^-decimals.
+    void probability(double value, int decimals, double low);
+    // Ends the line; the buffer goes out when it has grown large.
+    void end_line();
+    // Writes out what is left and closes; failures are reported. Done by the destructor if it was not called.
+    void close();
+
+  private:
+    void write_buffer();
+    void failed(std::string_view what);
+
+    run_log& log_;
+    std::string name_;
+    std::string buffer_;
+    boost::iostreams::filtering_ostream stream_;
+    bool open_ = false;
+    bool failed_ = false;
+};

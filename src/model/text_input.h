@@ -1,0 +1,48 @@
+#pragma once
+
+// Line by line reading of a text file, plain or gzip by its name.
+
+#include <boost/iostreams/filtering_stream.hpp>
+#include <string>
+#include <string_view>
+#include <vector>
+
+class run_log;
+
+class text_input {
+  public:
+    // Opens the file. The two messages are what the caller says when the file does not exist, and when it cannot be
+    // opened (a directory counts as that); both end the run.
+    text_input(run_log& log, std::string name, std::string_view missing_message, std::string_view unopened_message);
+
+    // The next line without its newline, valid until the next call; false at the end. A corrupt or truncated gzip
+    // stream ends the run. A line that ends in a carriage return keeps it; a note says so once a file.
+    bool next_line(std::string_view& line);
+    // As next_line, but lines without any field are passed over.
+    bool next_filled_line(std::string_view& line);
+    // The number of the line that was returned last, from 1.
+    long line_number() const { return line_number_; }
+    const std::string& name() const { return name_; }
+    // Starts again at the first line.
+    void rewind();
+
+    // Ends the run: "ERROR: " what ", in line N of file [name]."
+    [[noreturn]] void fail(std::string_view what) const;
+    // One line on standard error: what, with file and line.
+    void note(std::string_view what) const;
+
+  private:
+    void open();
+    bool refill();
+
+    run_log& log_;
+    std::string name_;
+    std::string unopened_message_;
+    boost::iostreams::filtering_istream stream_;
+    std::vector<char> buffer_;
+    std::size_t begin_ = 0;  // the unread part of the buffer
+    std::size_t end_ = 0;
+    bool at_end_ = false;
+    bool noted_return_ = false;
+    long line_number_ = 0;
+};

@@ -16,6 +16,9 @@ class sum_table {
     bool has(std::size_t site) const { return site < column_.size() && column_[site] >= 0; }
     // 0 at a site without a column.
     double get(std::size_t row, std::size_t site) const { return has(site) ? values_[place(row, site)] : 0.0; }
+    // The values of a row by column, and the column of a site, -1 without one.
+    const double* row(std::size_t r) const { return values_.data() + r * n_columns_; }
+    int column(std::size_t site) const { return site < column_.size() ? column_[site] : -1; }
     // Nothing at a site without a column.
     void add(std::size_t row, std::size_t site, double value) {
         if (has(site)) values_[place(row, site)] += value;

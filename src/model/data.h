@@ -182,6 +182,10 @@ class data {
         return 2 * ind;
     }
 
+    // Whether a haploid model of the study, or of Panel 1, is used.
+    bool haploid_study() const { return params.haploid_g || (chrx_haploid && n_males[1] >= 1); }
+    bool haploid_panel1() const { return chrx_haploid && is_given(params.g_ref_file) && n_males[0] >= 1; }
+
     // --- schedule and flags -----------------------------------------------------------------------------------------
     std::vector<int> stored_iters;     // iterations (from 0) whose results count
     std::vector<int> selfcheck_iters;  // those of them that mask typed genotypes
@@ -230,7 +234,8 @@ class data {
 
     // --- results ----------------------------------------------------------------------------------------------------
     accumulators acc;
-    int dip_stay_count = 0, dip_switch_count = 0, hap_stay_count = 0, hap_switch_count = 0;
+    std::vector<std::vector<double>> pairwise_certainty;  // [site][slot], -1.0 for no phase call
+    long dip_stay_count = 0, dip_switch_count = 0, hap_stay_count = 0, hap_switch_count = 0;
 
     // --- samples and filters ----------------------------------------------------------------------------------------
     std::set<std::string> exclude_samples_g, exclude_samples_g_ref, exclude_samples_h;

@@ -23,12 +23,18 @@ struct diploid_gap {
     double hap_move = 0.0;       // dip_hap_trans[1] = s
     double stay_het = 0.0;       // dip_stay[0]: stay in a pair of two states
     double stay_hom = 0.0;       // dip_stay[1]: stay in a pair of one state
+    // dip_hap_trans as the pair tables below know it: the hole-filling pass renews the terms above, not the tables.
+    double table_stay = 0.0;
+    double table_move = 0.0;
 
     double hap(bool moves) const { return moves ? hap_move : hap_stay; }
     // dip_trans_hom[u][v]: from a pair (k, k) to (a, b); u: a differs from k, v: b differs from k.
-    double hom(bool u, bool v) const { return hap(u) * hap(v); }
+    double hom(bool u, bool v) const { return table(u) * table(v); }
     // dip_trans_het[u][v][w][x]: from (k1, k2) to (a, b); u: a differs from k1, v: b from k2, w: a from k2, x: b from k1.
-    double het(bool u, bool v, bool w, bool x) const { return hap(w) * hap(x) + hap(u) * hap(v); }
+    double het(bool u, bool v, bool w, bool x) const { return table(w) * table(x) + table(u) * table(v); }
+
+  private:
+    double table(bool moves) const { return moves ? table_move : table_stay; }
 };
 
 // One model [mode][panel][cond_panel]. All vectors run over the visited sites in position order; a gap leads into its

@@ -8,7 +8,8 @@ packed_haplotypes::packed_haplotypes(std::size_t n_hap, std::size_t n_sites)
       n_sites_(n_sites),
       row_words_(bits::words_for(n_sites)),
       bits_(n_hap * row_words_, 0),
-      present_(row_words_, 0) {}
+      present_(row_words_, 0),
+      version_(n_hap, 0) {}
 
 void packed_haplotypes::fill(std::size_t first_site, const std::uint64_t* const* rows, std::size_t n_rows) {
     std::array<std::uint64_t, bits::word_bits> block{};

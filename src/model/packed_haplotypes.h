@@ -24,7 +24,10 @@ class packed_haplotypes {
     int allele(std::size_t hap, std::size_t site) const { return bits::get(row(hap), site) ? 1 : 0; }
     void set(std::size_t hap, std::size_t site, int allele) {
         bits::set(bits_.data() + hap * row_words_, site, allele == 1);
+        ++version_[hap];
     }
+    // Grows with every change of a haplotype, so that what was derived from a row can be kept.
+    std::uint32_t version(std::size_t hap) const { return version_[hap]; }
     // Whether the panel holds the site.
     bool holds(std::size_t site) const { return bits::get(present_.data(), site); }
     void set_holds(std::size_t site) { bits::set(present_.data(), site, true); }
@@ -39,6 +42,7 @@ class packed_haplotypes {
     std::size_t row_words_ = 0;
     std::vector<std::uint64_t> bits_;
     std::vector<std::uint64_t> present_;
+    std::vector<std::uint32_t> version_;
 };
 
 // Transposes a 64 x 64 bit block in place: bit j of word i goes to bit i of word j.

@@ -56,6 +56,7 @@ struct parameters {
     std::string hap_samp_in_h = "NULL";  // -hap_samp_in_h
     std::string hap_samp_dir = "NULL";  // -hap_samp_dir
     std::string mem_save_str = "NULL";  // -mem_save_str
+    std::string mem_save_dir = "NULL";  // directory of the temporary files, when the program made it
     std::string merge_ref_panels_output_gen = "NULL";  // -merge_ref_panels_output_gen
     std::string merge_ref_panels_output_ref = "NULL";  // -merge_ref_panels_output_ref
     double theta = -1.0;  // -theta

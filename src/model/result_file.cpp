@@ -16,6 +16,23 @@
 namespace {
 
 constexpr std::size_t flush_size = std::size_t{1} << 20;
+constexpr std::array<double, 9> powers_of_ten{1.0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8};
+
+// Writes a value of at least 0 and below 1 in fixed notation; the end, or null when it is too near to a tie of rounding
+// to be settled by a multiplication.
+char* write_fraction(char* to, double value, int decimals) {
+    const double scaled = value * powers_of_ten[static_cast<std::size_t>(decimals)];
+    auto digits = static_cast<unsigned>(scaled);
+    const double rest = scaled - digits;
+    if (std::abs(rest - 0.5) < 1e-6) return nullptr;
+    if (rest > 0.5) ++digits;
+    char* const end = to + 2 + decimals;
+    for (char* p = end; p != to + 2; digits /= 10) *--p = static_cast<char>('0' + digits % 10);
+    if (digits != 0) return nullptr;  // rounded up to 1
+    to[0] = '0';
+    to[1] = '.';
+    return end;
+}
 
 }  // namespace
 
@@ -48,7 +65,7 @@ void result_file::integer(long value) {
 }
 
 void result_file::fixed(double value, int decimals) {
-    std::array<char, 384> digits{};
+    std::array<char, 384> digits;  // NOLINT: written before it is read
     if (std::isnan(value)) {  // no result file holds a NaN
         buffer_ += "-1";
         return;
@@ -68,6 +85,33 @@ void result_file::probability(double value, int decimals, double low) {
     } else {
         fixed(value, decimals);
     }
+}
+
+void result_file::probabilities(std::span<const double> values, int decimals, double low) {
+    const double high = 1.0 - low;
+    const bool short_values = decimals > 0 && static_cast<std::size_t>(decimals) < powers_of_ten.size();
+    constexpr std::ptrdiff_t longest = 11;  // blank, zero, point and eight decimals
+    std::array<char, 128> text;             // NOLINT: written before it is read
+    char* to = text.data();
+    const auto flush = [&] {
+        buffer_.append(text.data(), static_cast<std::size_t>(to - text.data()));
+        to = text.data();
+    };
+    for (const double value : values) {
+        if (text.data() + text.size() - to < longest) flush();
+        *to++ = ' ';
+        if (value < low) {
+            *to++ = '0';
+        } else if (value > high) {
+            *to++ = '1';
+        } else if (char* const end = short_values && value <= high ? write_fraction(to, value, decimals) : nullptr) {
+            to = end;
+        } else {
+            flush();
+            fixed(value, decimals);
+        }
+    }
+    flush();
 }
 
 void result_file::end_line() {

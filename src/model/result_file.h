@@ -3,6 +3,7 @@
 // A result file: buffered text, plain or gzip, whose failures are reported when it is opened or closed.
 
 #include <boost/iostreams/filtering_stream.hpp>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -26,6 +27,8 @@ class result_file {
     void number(double value);
     // A probability v: the digit 0 below low, the digit 1 above 1 - low, else fixed notation; low is 10^-decimals.
     void probability(double value, int decimals, double low);
+    // Each value as a probability behind a blank.
+    void probabilities(std::span<const double> values, int decimals, double low);
     // Ends the line; the buffer goes out when it has grown large.
     void end_line();
     // Writes out what is left and closes; failures are reported. Done by the destructor if it was not called.

@@ -1,0 +1,81 @@
+#pragma once
+
+// The model of an individual's two haplotypes, seen as a genotype: hidden states are unordered pairs of the K conditioning
+// haplotypes, a triangular table of K(K+1)/2 entries a site (Marchini and Howie 2010). And its ordered variant for an
+// individual of known phase: a full K x K table. Nothing here knows of panels or files.
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "inference/aligned_buffer.h"
+#include "model/hmm_model.h"
+
+using allele_pair_table = std::array<std::array<double, 2>, 2>;  // [allele of the first state][of the second]
+
+struct pair_problem {
+    bool ordered = false;
+    std::size_t n_states = 0;                // K
+    std::size_t n_sites = 0;                 // visited sites in position order
+    const diploid_gap* gap = nullptr;        // [n_sites]: the gap that ends at the site
+    const std::uint64_t* alleles = nullptr;  // [n_sites][words]: bit k is the allele of state k
+    std::size_t words = 0;
+    // [n_sites]: emission by the alleles of the two states, at [x * 2 + y]; unordered pairs have [1] equal to [2].
+    const std::array<double, 4>* emission = nullptr;
+    // Chance of the ordered observed alleles 00, 01, 10 given the copied ones, for the allele draws.
+    allele_pair_table pr_00{}, pr_01{}, pr_10{};
+    // Under memory saving, unordered pairs only: where tables are kept, and the distance of these sites.
+    const std::vector<bool>* checkpoint = nullptr;
+    std::size_t interval = 0;
+
+    const std::uint64_t* bits(std::size_t v) const { return alleles + v * words; }
+    // State -1 (no states at all) stands for allele 0.
+    std::size_t allele(std::size_t v, int k) const {
+        return k < 0 ? 0 : (bits(v)[static_cast<std::size_t>(k) / 64] >> (static_cast<std::size_t>(k) % 64)) & 1U;
+    }
+    double pair_emission(std::size_t v, int a, int b) const { return emission[v][allele(v, a) * 2 + allele(v, b)]; }
+};
+
+struct pair_request {
+    bool draw_alleles = false;
+    bool heterozygous = false;  // draw the order of a known heterozygote, not the genotype
+    bool posterior = false;
+};
+
+struct pair_walk_options {
+    bool sample = false;
+    bool backward = false;
+    bool alleles_after_states = false;  // draw all states of the path first, then the alleles from left to right
+    bool keep_products = false;         // leave forward times backward in the tables
+};
+
+struct pair_results {
+    std::vector<std::array<int, 2>> state;             // sampled_state_a, sampled_state_b; -1 without states
+    std::vector<std::array<std::uint8_t, 2>> alleles;  // drawn alleles of the first and second haplotype
+    // Sums of forward times backward over the pairs by the alleles of their states, at [x * 2 + y], in one arbitrary unit,
+    // with the site's own emission. Unordered pairs have everything heterozygous at [1].
+    std::vector<std::array<double, 4>> weights;
+    int stay_count = 0, switch_count = 0;
+};
+
+struct pair_tables {
+    aligned_buffer tables;              // [kept site][table]
+    aligned_buffer local;               // [site of the block][table]
+    std::vector<std::size_t> kept_row;  // by visited site
+    std::vector<double> scale;          // fwd_scale by visited site
+    aligned_buffer work;                // one table: the running one of a forward sweep that keeps checkpoints only
+    aligned_buffer backward;            // the backward table of the walk (dip_work)
+    aligned_buffer row, row_next, diag, diag_next, shared;  // dip_row, dip_row_next, dip_diag, dip_diag_next; [padded K]
+    std::size_t table_size = 0;
+};
+
+// Fills the tables. Returns the log10 likelihood of the observations.
+double pair_forward(const pair_problem& problem, pair_tables& tables);
+
+// Walks from the last site to the first: at each site the state draws, the allele draw, the backward step, the posterior.
+void pair_walk(const pair_problem& problem, pair_tables& tables, const pair_walk_options& options,
+               const std::vector<pair_request>& requests, pair_results& results);
+
+// Place of the pair (a, b) in a table; b is at most a when unordered.
+std::size_t pair_place(const pair_problem& problem, int a, int b);

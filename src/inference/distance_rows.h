@@ -1,0 +1,34 @@
+#pragma once
+
+// Haplotypes cut down to the sites at which distances are counted.
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+#include "model/packed_haplotypes.h"
+
+class distance_rows {
+  public:
+    // Indices of the counted sites in the store, ascending.
+    void set_sites(std::vector<int> counted);
+    bool ready() const { return ready_; }
+
+    // Numbers of counted sites at which a haplotype differs from each haplotype of a panel. Rows that have changed since
+    // the last call are cut anew.
+    void distances(const std::array<packed_haplotypes, 3>& haps, std::size_t panel, std::size_t hap,
+                   std::size_t other_panel, std::vector<int>& counts);
+
+  private:
+    struct cut_panel {
+        std::vector<std::uint64_t> rows;
+        std::vector<std::uint32_t> version;  // of the full row, plus 1; 0 for never cut
+    };
+    void refresh(const packed_haplotypes& full, cut_panel& cut);
+    void refresh_row(const packed_haplotypes& full, cut_panel& cut, std::size_t hap);
+
+    bool ready_ = false;
+    std::vector<int> sites_;
+    std::size_t words_ = 0;
+    std::array<cut_panel, 3> panels_;
+};

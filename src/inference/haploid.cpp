@@ -1,0 +1,308 @@
+#include "inference/haploid.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+
+#include "inference/haploid_blocks.h"
+#include "inference/kernels/kernels.h"
+#include "random/random.h"
+
+namespace {
+
+using affine = haploid_tables::affine;
+
+// Vector of ones, padded with zeros, as anchor 0 of the tables.
+void reset_tables(const haploid_problem& problem, haploid_tables& tables) {
+    const std::size_t K = problem.n_states;
+    tables.stride = kernels::padded(K);
+    std::size_t n_observed = 0;
+    for (std::size_t v = 0; v < problem.n_sites; ++v) n_observed += problem.observed[v] != unobserved ? 1U : 0U;
+    ensure_size(tables.vectors, (n_observed + 1) * tables.stride);
+    std::fill_n(tables.vectors.begin(), K, 1.0);
+    std::fill(tables.vectors.begin() + static_cast<std::ptrdiff_t>(K),
+              tables.vectors.begin() + static_cast<std::ptrdiff_t>(tables.stride), 0.0);
+    tables.anchor_sum.assign(1, static_cast<double>(K));
+    tables.at.assign(problem.n_sites, affine{});
+}
+
+// The vector before the site's emission, from the site to the left; at the first site the uniform prior.
+affine move_into(const haploid_problem& problem, const haploid_tables& tables, std::size_t v) {
+    if (v == 0) return {1.0 / static_cast<double>(problem.n_states), 0.0, 1.0, 1.0, 0};
+    const affine& left = tables.at[v - 1];
+    const haploid_gap& gap = problem.gap[v];
+    const double to_each = left.sum * gap.move;
+    return {left.alpha * gap.diff, left.beta * gap.diff + to_each,
+            left.sum * gap.diff + static_cast<double>(problem.n_states) * to_each, 1.0, left.anchor};
+}
+
+void enter_site(const haploid_problem& problem, haploid_tables& tables, std::size_t v) {
+    const auto& M = problem.emission;
+    affine here = move_into(problem, tables, v);
+    const std::uint8_t seen = problem.observed[v];
+    if (seen == unobserved) {
+        here.alpha *= M[0][unobserved];
+        here.beta *= M[0][unobserved];
+        here.sum *= M[0][unobserved];
+    } else {
+        const std::size_t anchor = tables.anchor_sum.size();
+        double* out = tables.vectors.data() + anchor * tables.stride;
+        here.sum = kernels::active().haploid_forward(problem.n_states, tables.vector(here.anchor), here.alpha,
+                                                     here.beta, problem.bits(v), M[0][seen], M[1][seen], out);
+        here = {1.0, 0.0, here.sum, 1.0, anchor};
+        tables.anchor_sum.push_back(here.sum);
+    }
+    if (v > 0 && !(here.sum >= rescale_below)) {
+        here.scale = here.sum;
+        if (seen == unobserved) {
+            here.alpha /= here.scale;
+            here.beta /= here.scale;
+        } else {
+            kernels::active().divide(problem.n_states, here.scale,
+                                     tables.vectors.data() + here.anchor * tables.stride);
+            tables.anchor_sum.back() = 1.0;
+        }
+        here.sum = 1.0;
+    }
+    tables.at[v] = here;
+}
+
+// The walk from right to left over tables that anchors describe.
+class anchored_walk {
+  public:
+    anchored_walk(const haploid_problem& problem, haploid_tables& tables, const haploid_walk_options& options,
+                  const std::vector<haploid_request>& requests, haploid_results& results)
+        : p_(problem), t_(tables), options_(options), requests_(requests), r_(results), n_(problem.n_states) {
+        ensure_size(t_.right, t_.stride);
+        ensure_size(t_.right_new, t_.stride);
+    }
+
+    void run() {
+        for (std::size_t v = p_.n_sites; v-- > 0;) {
+            if (options_.sample) {
+                draw_state(v);
+                if (!options_.alleles_after_states) draw_allele(v);
+            }
+            if (options_.backward) pass_back(v);
+        }
+        if (options_.sample && options_.alleles_after_states) {
+            for (std::size_t v = 0; v < p_.n_sites; ++v) draw_allele(v);
+        }
+    }
+
+  private:
+    double forward(std::size_t v, std::size_t k) const {
+        return t_.at[v].alpha * t_.vector(t_.at[v].anchor)[k] + t_.at[v].beta;
+    }
+
+    void draw_state(std::size_t v) {
+        const double u = Random::RNG->Next();
+        if (v + 1 == p_.n_sites) {
+            r_.state[v] = first_state(v, u);
+            return;
+        }
+        const int k = r_.state[v + 1];
+        if (k < 0) {
+            ++r_.switch_count;
+            r_.state[v] = -1;
+            return;
+        }
+        const auto right_state = static_cast<std::size_t>(k);
+        const double e = p_.emission[static_cast<std::size_t>(p_.allele(v + 1, right_state))][p_.observed[v + 1]];
+        const double den = t_.at[v + 1].scale * forward(v + 1, right_state) / e;
+        double sum = forward(v, right_state) * p_.gap[v + 1].stay / den;
+        if (sum >= u) {
+            ++r_.stay_count;
+            r_.state[v] = k;
+            return;
+        }
+        ++r_.switch_count;
+        const double move = p_.gap[v + 1].move;
+        for (std::size_t j = 0; j < n_; ++j) {
+            if (j == right_state) continue;
+            sum += forward(v, j) * move / den;
+            if (u <= sum) {
+                r_.state[v] = static_cast<int>(j);
+                return;
+            }
+        }
+        r_.state[v] = static_cast<int>(n_) - 1;
+    }
+
+    int first_state(std::size_t v, double u) const {
+        double z = 0.0;
+        for (std::size_t k = 0; k < n_; ++k) z += forward(v, k);
+        double sum = 0.0;
+        for (std::size_t k = 0; k < n_; ++k) {
+            sum += forward(v, k) / z;
+            if (u <= sum) return static_cast<int>(k);
+        }
+        return static_cast<int>(n_) - 1;
+    }
+
+    void draw_allele(std::size_t v) {
+        if (requests_[v].draw_allele) r_.allele[v] = haploid_allele_draw(p_, v, r_.state[v]);
+    }
+
+    // Takes the backward vector from the right to this site, reports the posterior, and adds the site's emission.
+    void pass_back(std::size_t v) {
+        if (v + 1 == p_.n_sites) {
+            right_ = t_.vector(0);
+            right_sum_ = sum_ = static_cast<double>(n_);
+            alpha_ = 1.0;
+            beta_ = 0.0;
+        } else {
+            const haploid_gap& gap = p_.gap[v + 1];
+            alpha_ *= gap.diff;
+            beta_ = beta_ * gap.diff + sum_ * gap.move;
+            sum_ = sum_ * gap.diff + static_cast<double>(n_) * (sum_ * gap.move);
+        }
+        if (p_.observed[v] == unobserved) {
+            if (requests_[v].posterior) r_.weights[v] = weights_by_carriers(v);
+            stay_unobserved();
+        } else {
+            emit_observed(v);
+        }
+    }
+
+    void stay_unobserved() {
+        const double neutral = p_.emission[0][unobserved];
+        alpha_ *= neutral;
+        beta_ *= neutral;
+        sum_ *= neutral;
+        if (sum_ >= rescale_below) return;
+        alpha_ /= sum_;
+        beta_ /= sum_;
+        sum_ = 1.0;
+    }
+
+    void emit_observed(std::size_t v) {
+        const std::uint8_t seen = p_.observed[v];
+        double* out = right_ == t_.right.data() ? t_.right_new.data() : t_.right.data();
+        const kernels::backward_sums sums =
+            kernels::active().haploid_backward(n_, right_, alpha_, beta_, t_.vector(t_.at[v].anchor), p_.bits(v),
+                                               p_.emission[0][seen], p_.emission[1][seen], out);
+        if (requests_[v].posterior) r_.weights[v] = {sums.carried[0], sums.carried[1]};
+        sum_ = sums.total;
+        if (!(sum_ >= rescale_below)) {
+            kernels::active().divide(n_, sum_, out);
+            sum_ = 1.0;
+        }
+        right_ = out;
+        right_sum_ = sum_;
+        alpha_ = 1.0;
+        beta_ = 0.0;
+        product_known_ = false;
+    }
+
+    // Posterior weights at a site without observation: sums over the states with the rarer allele, the others by
+    // subtraction from all.
+    allele_weights weights_by_carriers(std::size_t v) {
+        const affine& f = t_.at[v];
+        if (!product_known_ || product_anchor_ != f.anchor) {
+            product_ = kernels::active().dot(n_, t_.vector(f.anchor), right_);
+            product_anchor_ = f.anchor;
+            product_known_ = true;
+        }
+        std::size_t n_ones = 0;
+        for (std::size_t w = 0; w < p_.words; ++w) n_ones += static_cast<std::size_t>(std::popcount(p_.bits(v)[w]));
+        const bool ones_rare = 2 * n_ones <= n_;
+        const carrier_sums rare = sum_carriers(p_.bits(v), ones_rare, t_.vector(f.anchor));
+        const auto weight = [&](double fc, double sum_f, double sum_c, double n) {
+            return f.alpha * alpha_ * fc + f.alpha * beta_ * sum_f + f.beta * alpha_ * sum_c + f.beta * beta_ * n;
+        };
+        const double n_rare = static_cast<double>(ones_rare ? n_ones : n_ - n_ones);
+        const double carried = weight(rare.product, rare.forward, rare.backward, n_rare);
+        const double all = weight(product_, t_.anchor_sum[f.anchor], right_sum_, static_cast<double>(n_));
+        return ones_rare ? allele_weights{all - carried, carried} : allele_weights{carried, all - carried};
+    }
+
+    struct carrier_sums {
+        double product = 0.0, forward = 0.0, backward = 0.0;
+    };
+
+    carrier_sums sum_carriers(const std::uint64_t* row, bool ones, const double* f) const {
+        carrier_sums sums;
+        for (std::size_t w = 0; w < p_.words; ++w) {
+            std::uint64_t left = ones ? row[w] : ~row[w];
+            if (w + 1 == p_.words && n_ % 64 != 0) left &= (std::uint64_t{1} << (n_ % 64)) - 1;
+            while (left != 0) {
+                const std::size_t k = w * 64 + static_cast<std::size_t>(std::countr_zero(left));
+                left &= left - 1;
+                sums.product += f[k] * right_[k];
+                sums.forward += f[k];
+                sums.backward += right_[k];
+            }
+        }
+        return sums;
+    }
+
+    const haploid_problem& p_;
+    haploid_tables& t_;
+    const haploid_walk_options& options_;
+    const std::vector<haploid_request>& requests_;
+    haploid_results& r_;
+    const std::size_t n_;
+    // The backward vector of the site in hand is alpha right + beta; right belongs to the next observed site.
+    const double* right_ = nullptr;
+    double right_sum_ = 0.0;
+    double alpha_ = 1.0, beta_ = 0.0;
+    double sum_ = 0.0;  // of the backward vector times the site's emission
+    double product_ = 0.0;
+    std::size_t product_anchor_ = 0;
+    bool product_known_ = false;
+};
+
+}  // namespace
+
+double haploid_forward(const haploid_problem& problem, haploid_tables& tables) {
+    if (problem.checkpoint != nullptr) return haploid_forward_kept(problem, tables);
+    reset_tables(problem, tables);
+    double log10_likelihood = 0.0;
+    for (std::size_t v = 0; v < problem.n_sites; ++v) {
+        enter_site(problem, tables, v);
+        if (tables.at[v].scale != 1.0) log10_likelihood += std::log10(tables.at[v].scale);
+    }
+    if (problem.n_sites == 0) return 0.0;
+    const double sum = tables.at.back().sum;
+    return std::abs(sum - 1.0) > 1e-10 ? log10_likelihood + std::log10(sum) : log10_likelihood;
+}
+
+std::uint8_t haploid_allele_draw(const haploid_problem& problem, std::size_t v, int state) {
+    const auto copied = static_cast<std::size_t>(state < 0 ? 0 : problem.allele(v, static_cast<std::size_t>(state)));
+    return Random::RNG->Next() > problem.emission[copied][0] ? 1 : 0;
+}
+
+void haploid_walk(const haploid_problem& problem, haploid_tables& tables, const haploid_walk_options& options,
+                  const std::vector<haploid_request>& requests, haploid_results& results) {
+    results.state.assign(options.sample ? problem.n_sites : 0, -1);
+    results.allele.resize(problem.n_sites);
+    results.weights.resize(problem.n_sites);
+    results.stay_count = results.switch_count = 0;
+    if (problem.checkpoint != nullptr) {
+        haploid_walk_kept(problem, tables, options, requests, results);
+    } else {
+        anchored_walk(problem, tables, options, requests, results).run();
+    }
+}
+
+void haploid_state_posteriors(const haploid_problem& problem, const haploid_tables& tables, bool backward,
+                              std::vector<double>& posteriors) {
+    const std::size_t K = problem.n_states;
+    posteriors.assign(problem.n_sites * K, 0.0);
+    std::vector<double> b(K, 1.0);
+    for (std::size_t v = problem.n_sites; v-- > 0;) {
+        if (v + 1 < problem.n_sites && backward) {
+            double sum = 0.0;
+            for (std::size_t k = 0; k < K; ++k) {
+                b[k] *= problem.emission[static_cast<std::size_t>(problem.allele(v + 1, k))][problem.observed[v + 1]];
+                sum += b[k];
+            }
+            for (double& value : b) value = value / sum * problem.gap[v + 1].diff + problem.gap[v + 1].move;
+        }
+        const affine& f = tables.at[v];
+        for (std::size_t k = 0; k < K; ++k) {
+            posteriors[v * K + k] = (f.alpha * tables.vector(f.anchor)[k] + f.beta) * b[k];
+        }
+    }
+}

@@ -1,0 +1,101 @@
+#pragma once
+
+// The model of one haplotype as an imperfect mosaic of K conditioning haplotypes (Li and Stephens 2003): forward sweep,
+// walk back that samples a path, backward sweep, posteriors. Nothing here knows of panels or files.
+//
+// Between two observed sites the forward vector is an affine image of the last observed one, and the backward vector of
+// the next observed one, so that vectors exist at observed sites only. A posterior at a site without observation needs
+// sums over the states that carry the rarer allele.
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "inference/aligned_buffer.h"
+#include "model/hmm_model.h"
+
+// Sums below this are brought back to 1 by a division.
+constexpr double rescale_below = 1e-50;
+// The smallest positive normal double: a sum of probabilities not above it says nothing.
+constexpr double tol = 2.2250738585072014e-308;
+constexpr std::uint8_t unobserved = 2;
+
+struct haploid_problem {
+    std::size_t n_states = 0;                   // K
+    std::size_t n_sites = 0;                    // visited sites in position order
+    const haploid_gap* gap = nullptr;           // [n_sites]: the gap that ends at the site
+    const std::uint8_t* observed = nullptr;     // [n_sites]: 0, 1, or 2 for no observation
+    const std::uint64_t* alleles = nullptr;     // [n_sites][words]: bit k is the allele of state k
+    std::size_t words = 0;
+    std::array<std::array<double, 3>, 2> emission{};  // [copied allele][observed allele]
+    // Under memory saving: where forward vectors are kept, and the distance of these sites. Null: everywhere.
+    const std::vector<bool>* checkpoint = nullptr;
+    std::size_t interval = 0;
+
+    const std::uint64_t* bits(std::size_t v) const { return alleles + v * words; }
+    int allele(std::size_t v, std::size_t k) const { return static_cast<int>((bits(v)[k / 64] >> (k % 64)) & 1U); }
+};
+
+// What a walk does at a site.
+struct haploid_request {
+    bool draw_allele = false;  // draw the haplotype's allele from the sampled state
+    bool posterior = false;    // report the posterior weights
+};
+
+struct haploid_walk_options {
+    bool sample = false;              // draw a path of states
+    bool backward = false;            // sweep back, for the posteriors
+    bool alleles_after_states = false;  // draw all states of the path first, then the alleles from left to right
+};
+
+// Posterior weights of the copied alleles at a site: sums of forward times backward over the states with allele 0 and 1,
+// in one arbitrary unit. At an observed site they contain the site's own emission.
+using allele_weights = std::array<double, 2>;
+
+struct haploid_results {
+    std::vector<int> state;                  // sampled_state by visited site; K - 1 when no state qualified
+    std::vector<std::uint8_t> allele;        // drawn allele where one was asked for
+    std::vector<allele_weights> weights;     // where asked for
+    int stay_count = 0, switch_count = 0;    // of the states drawn in this walk
+};
+
+// The forward values of a sweep, kept for the walk that follows it.
+struct haploid_tables {
+    // The forward vector at a visited site is alpha f + beta, f being its anchor: the vector of the last observed site at
+    // or left of it. Anchor 0 is a vector of ones, which stands left of the first observed site.
+    struct affine {
+        double alpha = 0.0, beta = 0.0;
+        double sum = 0.0;    // of the forward vector
+        double scale = 1.0;  // fwd_scale: by what the values at this site were divided
+        std::size_t anchor = 0;
+    };
+    std::vector<affine> at;           // by visited site
+    std::vector<double> anchor_sum;   // sum of each anchor
+    aligned_buffer vectors;           // [anchor][padded K]
+    aligned_buffer right, right_new;  // backward vector of the walk
+    std::size_t stride = 0;
+    const double* vector(std::size_t anchor) const { return vectors.data() + anchor * stride; }
+
+    // Under memory saving: vectors at the kept sites, and those of the block in hand.
+    std::vector<std::size_t> kept_row;  // by visited site with a checkpoint
+    aligned_buffer kept, local;         // [row][padded K]
+    std::vector<double> scale;          // by visited site
+};
+
+// Fills the tables. Returns the log10 likelihood of the observations.
+double haploid_forward(const haploid_problem& problem, haploid_tables& tables);
+
+// Walks from the last site to the first: at each site the state draw, the allele draw, the backward step, the posterior.
+// requests has one entry a visited site.
+void haploid_walk(const haploid_problem& problem, haploid_tables& tables, const haploid_walk_options& options,
+                  const std::vector<haploid_request>& requests, haploid_results& results);
+
+// Forward times backward (forward alone without backward) of every state at every visited site, [n_sites][K], each site in
+// its own unit. Needs tables without checkpoints.
+void haploid_state_posteriors(const haploid_problem& problem, const haploid_tables& tables, bool backward,
+                              std::vector<double>& posteriors);
+
+// The allele that a sampled state passes on at a site through the mutation model; takes one draw. State -1 stands for
+// allele 0.
+std::uint8_t haploid_allele_draw(const haploid_problem& problem, std::size_t v, int state);

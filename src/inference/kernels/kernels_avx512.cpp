@@ -1,0 +1,2 @@
+#define KERNEL_LEVEL avx512
+#include "inference/kernels/kernels_impl.h"

@@ -1,0 +1,2 @@
+#define KERNEL_LEVEL baseline
+#include "inference/kernels/kernels_impl.h"

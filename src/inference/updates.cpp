@@ -1,0 +1,384 @@
+#include "inference/updates.h"
+
+#include "inference/posteriors.h"
+#include "inference/state_alleles.h"
+#include "inference/workspace.h"
+#include "model/data.h"
+#include "output/copy_probabilities.h"
+
+namespace {
+
+std::size_t at(int index) { return static_cast<std::size_t>(index); }
+
+// Whether somebody of a panel is seen through input probabilities.
+bool probabilistic(const data& run, int panel) { return panel == 2 ? run.params.prob_g : run.params.prob_g_ref; }
+
+// Observed allele of a haplotype at a site: 0, 1, or unobserved.
+std::uint8_t observed_allele(const data& run, const haploid_update& u, const snp& site) {
+    const auto s = at(site.index);
+    const auto allele = [&] { return static_cast<std::uint8_t>(run.haps[at(u.panel)].allele(at(u.hap), s)); };
+    if (u.panel == 0) {
+        return run.ref_missing.n_hap() > 0 && run.ref_missing.allele(at(u.hap), s) == 1 ? unobserved : allele();
+    }
+    if (u.panel == 1 && site.panel1_placeholder) return unobserved;
+    if (u.panel > u.cond_panel) return site.type >= u.panel ? allele() : unobserved;
+    const std::uint8_t g = site.gtypes[at(u.panel - 1)].empty() ? missing_genotype : site.gtypes[at(u.panel - 1)][at(u.ind)];
+    return g == missing_genotype ? unobserved : static_cast<std::uint8_t>(g / 2);
+}
+
+bool own_data_missing(const data& run, const haploid_update& u, const snp& site) {
+    if (u.panel == 0) return run.ref_missing.n_hap() > 0 && run.ref_missing.allele(at(u.hap), at(site.index)) == 1;
+    const auto& gtypes = site.gtypes[at(u.panel - 1)];
+    return gtypes.empty() || gtypes[at(u.ind)] == missing_genotype;
+}
+
+// Whether a walk that samples draws the haplotype's allele at a site.
+bool draws_allele(const data& run, const haploid_update& u, const snp& site) {
+    if (u.panel == 1 && site.panel1_placeholder) return true;
+    if (run.params.use_panel1_for_type0_imputation && u.panel == 2) {
+        if (site.top_panel != u.cond_panel) return false;
+    } else {
+        if (site.type != u.cond_panel) return false;
+        if (u.panel == 0) return own_data_missing(run, u, site);
+    }
+    return u.panel > u.cond_panel ? site.type < u.panel : own_data_missing(run, u, site);
+}
+
+// The same choice as the older whole-sweep routine makes it.
+bool draws_allele_old(const data& run, const haploid_update& u, const snp& site) {
+    if (u.panel == u.cond_panel) return own_data_missing(run, u, site);
+    if (u.panel == 1 && site.panel1_placeholder) return true;
+    return (run.params.use_panel1_for_type0_imputation ? site.top_panel : site.type) == u.cond_panel;
+}
+
+// Whether the allele posterior at a site is wanted, and whether without its own observation.
+struct allele_posterior {
+    bool wanted;
+    bool own;
+};
+allele_posterior wanted_posterior(const data& run, const haploid_update& u, const snp& site) {
+    const bool own = u.selfcheck && site.type == 2;
+    const bool cond_used = run.output_types[at(u.cond_panel)] || run.params.weight_panel == u.cond_panel;
+    return {u.allele_probs && (site.top_panel == u.cond_panel || (own && cond_used)), own};
+}
+
+posterior_target target_of(const haploid_update& u) {
+    return {u.ind, u.hap, u.panel, u.known_index, u.genotype_probs};
+}
+
+class haploid_run {
+  public:
+    haploid_run(data& run, const haploid_update& update, const hmm_model& model)
+        : run_(run), u_(update), model_(model), w_(*run.work) {
+        const auto [first, last] = run.site_range(run.haps_interval());
+        first_output_ = first;
+        last_output_ = last;
+    }
+
+    double perform() {
+        const haploid_problem problem = make_problem();
+        const double likelihood = haploid_forward(problem, w_.haploid);
+        const bool ref_probs = run_.params.show_ref_copy_probs && u_.panel == 2 && u_.cond_panel == 0;
+        if (u_.sample || u_.backward) {
+            make_requests();
+            const haploid_walk_options options{u_.sample, u_.backward, run_.params.use_old_code};
+            haploid_walk(problem, w_.haploid, options, w_.haploid_requests, w_.haploid_out);
+            run_.hap_stay_count += w_.haploid_out.stay_count;
+            run_.hap_switch_count += w_.haploid_out.switch_count;
+            if (u_.sample) keep_alleles();
+            if (u_.backward) keep_posteriors();
+        }
+        if (ref_probs && run_.ref_copy_out) write_copy_probs(problem);
+        return likelihood;
+    }
+
+  private:
+    const snp& site(std::size_t v) const { return *run_.sites[at(model_.site[v])]; }
+    bool in_output(std::size_t v) const {
+        const auto s = at(model_.site[v]);
+        return s >= first_output_ && s < last_output_;
+    }
+
+    haploid_problem make_problem() {
+        const auto& tables = run_.mutation_matrix[0][at(u_.panel)][at(u_.cond_panel)];
+        haploid_problem problem;
+        problem.n_states = at(run_.k_states[0][at(u_.panel)][at(u_.cond_panel)]);
+        problem.n_sites = model_.n_sites();
+        problem.gap = model_.hap_gap.data();
+        w_.observed.resize(model_.n_sites());
+        for (std::size_t v = 0; v < model_.n_sites(); ++v) w_.observed[v] = observed_allele(run_, u_, site(v));
+        problem.observed = w_.observed.data();
+        gather_state_alleles(run_.haps, run_.cond_states, model_.site, problem.n_states, w_.state_alleles);
+        problem.alleles = w_.state_alleles.data();
+        problem.words = bits::words_for(problem.n_states);
+        for (std::size_t copied = 0; copied < 2; ++copied) {
+            for (std::size_t o = 0; o < 3; ++o) problem.emission[copied][o] = tables[copied][o];
+        }
+        const parameters& p = run_.params;
+        if (p.mem_save_1 && !p.use_old_code && !p.show_ref_copy_probs && !model_.checkpoint.empty()) {
+            problem.checkpoint = &model_.checkpoint;
+            problem.interval = model_.interval;
+        }
+        return problem;
+    }
+
+    void make_requests() {
+        w_.haploid_requests.assign(model_.n_sites(), {});
+        for (std::size_t v = 0; v < model_.n_sites(); ++v) {
+            haploid_request& request = w_.haploid_requests[v];
+            if (u_.sample) {
+                request.draw_allele = run_.params.use_old_code ? draws_allele_old(run_, u_, site(v))
+                                                               : draws_allele(run_, u_, site(v));
+            }
+            if (u_.backward && in_output(v)) {
+                request.posterior = wanted_posterior(run_, u_, site(v)).wanted ||
+                                    haploid_posterior_needed(run_, target_of(u_), site(v));
+            }
+        }
+    }
+
+    void keep_alleles() {
+        const parameters& p = run_.params;
+        const bool counting = run_.count_missing_only && p.mc_impute && u_.panel == u_.cond_panel && u_.panel >= 2 && u_.stored;
+        packed_haplotypes& haps = run_.haps[at(u_.panel)];
+        for (std::size_t v = 0; v < model_.n_sites(); ++v) {
+            if (!w_.haploid_requests[v].draw_allele) continue;
+            const int x = w_.haploid_out.allele[v];
+            const auto s = at(model_.site[v]);
+            if (u_.save_alleles && in_output(v)) {
+                run_.acc.last_sampled_gtype[s] += run_.sporadic_haploid_imputation ? 2 * x : x;
+            }
+            const bool kept = u_.panel == u_.cond_panel || (p.phase && in_output(v)) ||
+                              (p.use_panel1_for_type0_imputation && (u_.panel == 1 || p.stage_one));
+            if (kept && haps.holds(s)) haps.set(at(u_.hap), s, x);
+            if (counting && in_output(v)) {
+                run_.acc.tallies[s].count(1, x);
+                run_.acc.tallies[s].advance();
+            }
+        }
+    }
+
+    void keep_posteriors() {
+        const emission_table& M = run_.mutation_matrix[0][at(u_.panel)][at(u_.cond_panel)];
+        const posterior_target target = target_of(u_);
+        for (std::size_t v = 0; v < model_.n_sites(); ++v) {
+            if (!in_output(v)) continue;
+            const snp& here = site(v);
+            const allele_weights* weights = w_.haploid_requests[v].posterior ? &w_.haploid_out.weights[v] : nullptr;
+            if (u_.genotype_probs) add_haploid_posterior(run_, target, here, weights);
+            const allele_posterior allele = wanted_posterior(run_, u_, here);
+            if (!allele.wanted) continue;
+            const auto s = at(here.index);
+            if (allele.own) {
+                const int own = run_.haps[at(u_.panel)].allele(at(u_.hap), s);
+                w_.allele_acc[at(u_.cond_panel)][at(u_.strand)][s] = allele_one_chance(*weights, M, own);
+            } else {
+                w_.allele_prob[at(u_.strand)][s] = allele_one_chance(*weights, M, -1);
+            }
+        }
+    }
+
+    // The chance of copying each Panel 0 haplotype at the sites of the main output.
+    void write_copy_probs(const haploid_problem& problem) {
+        std::vector<double> posteriors;
+        haploid_state_posteriors(problem, w_.haploid, u_.backward, posteriors);
+        const auto [first, last] = run_.site_range(run_.output_interval());
+        for (std::size_t v = 0; v < model_.n_sites(); ++v) {
+            const auto s = at(model_.site[v]);
+            if (s < first || s >= last) continue;
+            output_ref_copy_probs(*run_.ref_copy_out, run_.log, u_.ind, u_.strand, run_.positions[s], run_.cond_states,
+                                  std::span(posteriors).subspan(v * problem.n_states, problem.n_states), run_.n_hap[0],
+                                  static_cast<int>(problem.n_states), run_.params.outdp);
+        }
+    }
+
+    data& run_;
+    const haploid_update& u_;
+    const hmm_model& model_;
+    sweep_workspace& w_;
+    std::size_t first_output_ = 0, last_output_ = 0;
+};
+
+// The sweep of an individual over pairs of states, ordered or not.
+class pair_run {
+  public:
+    pair_run(data& run, const diploid_update& update, bool ordered)
+        : run_(run),
+          u_(update),
+          ordered_(ordered),
+          panel_(at(update.panel)),
+          model_(run.models[1][at(update.panel)][at(update.panel)]),
+          w_(*run.work),
+          target_{update.ind, update.hap, update.panel, update.known_index, update.genotype_probs} {
+        const auto [first, last] = run.site_range(run.haps_interval());
+        first_output_ = first;
+        last_output_ = last;
+    }
+
+    double perform() {
+        const pair_problem problem = make_problem();
+        const double likelihood = pair_forward(problem, w_.pairs);
+        make_requests();
+        const parameters& p = run_.params;
+        const bool copy_probs = !ordered_ && u_.panel == 2 && p.use_old_code && u_.backward && p.show_all_copy_probs &&
+                                run_.all_copy_out && !run_.chrx_haploid;
+        const pair_walk_options options{true, u_.backward, p.use_old_code || ordered_, copy_probs};
+        pair_walk(problem, w_.pairs, options, w_.pair_requests, w_.pairs_out);
+        run_.dip_stay_count += w_.pairs_out.stay_count;
+        run_.dip_switch_count += w_.pairs_out.switch_count;
+        keep_alleles();
+        if (u_.backward && u_.genotype_probs) keep_posteriors();
+        if (copy_probs) write_copy_probs(problem);
+        return likelihood;
+    }
+
+  private:
+    const snp& site(std::size_t v) const { return *run_.sites[at(model_.site[v])]; }
+    bool in_output(std::size_t v) const {
+        const auto s = at(model_.site[v]);
+        return s >= first_output_ && s < last_output_;
+    }
+    bool phase_known(const snp& here) const { return u_.panel == 2 && here.phase_known(at(u_.ind)); }
+    std::uint8_t genotype(const snp& here) const {
+        const auto& gtypes = here.gtypes[panel_ - 1];
+        return gtypes.empty() ? missing_genotype : gtypes[at(u_.ind)];
+    }
+
+    std::array<double, 4> emission(const snp& here) const {
+        if (ordered_ && phase_known(here)) {
+            const emission_table& Mh = run_.mutation_matrix[0][panel_][panel_];
+            const auto x = at(run_.haps[panel_].allele(at(u_.hap), at(here.index)));
+            const auto y = at(run_.haps[panel_].allele(at(u_.hap) + 1, at(here.index)));
+            return {Mh[0][x] * Mh[0][y], Mh[0][x] * Mh[1][y], Mh[1][x] * Mh[0][y], Mh[1][x] * Mh[1][y]};
+        }
+        if (probabilistic(run_, u_.panel)) {
+            const double* e = here.gtype_emiss[panel_ - 1].data() + 3 * at(u_.ind);
+            return {e[0], e[1], e[1], e[2]};
+        }
+        const emission_table& M = run_.mutation_matrix[1][panel_][panel_];
+        const std::size_t g = genotype(here);
+        return {M[0][g], M[1][g], M[1][g], M[2][g]};
+    }
+
+    pair_problem make_problem() {
+        pair_problem problem;
+        problem.ordered = ordered_;
+        problem.n_states = at(run_.k_states[1][panel_][panel_]);
+        problem.n_sites = model_.n_sites();
+        problem.gap = model_.dip_gap.data();
+        gather_state_alleles(run_.haps, run_.cond_states, model_.site, problem.n_states, w_.state_alleles);
+        problem.alleles = w_.state_alleles.data();
+        problem.words = bits::words_for(problem.n_states);
+        w_.pair_emissions.resize(model_.n_sites());
+        for (std::size_t v = 0; v < model_.n_sites(); ++v) w_.pair_emissions[v] = emission(site(v));
+        problem.emission = w_.pair_emissions.data();
+        problem.pr_00 = run_.pr_alleles_00[panel_ - 1];
+        problem.pr_01 = run_.pr_alleles_01[panel_ - 1];
+        problem.pr_10 = run_.pr_alleles_10[panel_ - 1];
+        // The older routines read every table again where a backward sweep follows.
+        const bool every_table = u_.keep_all_tables || (run_.params.use_old_code && (u_.backward || run_.chrx_haploid));
+        if (run_.params.mem_save_1 && !ordered_ && !every_table && !model_.checkpoint.empty()) {
+            problem.checkpoint = &model_.checkpoint;
+            problem.interval = model_.interval;
+        }
+        return problem;
+    }
+
+    void make_requests() {
+        const bool free_genotypes = probabilistic(run_, u_.panel);
+        w_.pair_requests.assign(model_.n_sites(), {});
+        for (std::size_t v = 0; v < model_.n_sites(); ++v) {
+            const snp& here = site(v);
+            pair_request& request = w_.pair_requests[v];
+            const std::uint8_t g = genotype(here);
+            if (!phase_known(here)) {
+                request.draw_alleles = free_genotypes || g == 1 || g == missing_genotype;
+                request.heterozygous = !free_genotypes && g == 1;
+            }
+            if (u_.backward && in_output(v)) {
+                request.posterior = ordered_ ? ordered_posterior_needed(run_, target_, here)
+                                             : diploid_posterior_needed(run_, target_, here);
+            }
+        }
+    }
+
+    void keep_alleles() {
+        const bool counting = run_.count_missing_only && run_.params.mc_impute && u_.panel >= 2 && u_.stored;
+        packed_haplotypes& haps = run_.haps[panel_];
+        for (std::size_t v = 0; v < model_.n_sites(); ++v) {
+            const pair_request& request = w_.pair_requests[v];
+            if (!request.draw_alleles) continue;
+            const auto s = at(model_.site[v]);
+            const auto [x, y] = w_.pairs_out.alleles[v];
+            haps.set(at(u_.hap), s, x);
+            haps.set(at(u_.hap) + 1, s, y);
+            if (!counting || request.heterozygous || !in_output(v) || x + y == 0) continue;
+            run_.acc.tallies[s].count(x + y == 1 ? 0 : 1, 1);
+            run_.acc.tallies[s].advance();
+        }
+    }
+
+    void keep_posteriors() {
+        for (std::size_t v = 0; v < model_.n_sites(); ++v) {
+            if (!in_output(v)) continue;
+            const bool computed = w_.pair_requests[v].posterior;
+            const auto& emission_here = w_.pair_emissions[v];
+            if (ordered_) {
+                add_ordered_posterior(run_, target_, site(v), computed ? &w_.pairs_out.weights[v] : nullptr,
+                                      emission_here);
+            } else if (computed) {
+                add_diploid_posterior(run_, target_, site(v), w_.pairs_out.weights[v], emission_here);
+            }
+        }
+    }
+
+    // The chance of copying each haplotype at the typed sites of the main output: a pair counts for both its states.
+    void write_copy_probs(const pair_problem& problem) {
+        const auto [first, last] = run_.site_range(run_.output_interval());
+        std::vector<double> posterior(problem.n_states);
+        for (std::size_t v = 0; v < model_.n_sites(); ++v) {
+            const auto s = at(model_.site[v]);
+            if (s < first || s >= last || run_.sites[s]->type != 2) continue;
+            const double* table = w_.pairs.tables.data() + w_.pairs.kept_row[v] * w_.pairs.table_size;
+            std::fill(posterior.begin(), posterior.end(), 0.0);
+            for (std::size_t a = 0; a < problem.n_states; ++a) {
+                for (std::size_t b = 0; b <= a; ++b) {
+                    const double value = table[pair_place(problem, static_cast<int>(a), static_cast<int>(b))];
+                    posterior[a] += value;
+                    posterior[b] += value;
+                }
+            }
+            output_all_copy_probs(*run_.all_copy_out, run_.log, u_.ind, run_.positions[s], u_.hap, 2, run_.cond_states,
+                                  posterior, run_.n_hap, static_cast<int>(problem.n_states), run_.params.outdp);
+        }
+    }
+
+    data& run_;
+    const diploid_update& u_;
+    const bool ordered_;
+    const std::size_t panel_;
+    const hmm_model& model_;
+    sweep_workspace& w_;
+    const posterior_target target_;
+    std::size_t first_output_ = 0, last_output_ = 0;
+};
+
+}  // namespace
+
+double update_haploid(data& run, const haploid_update& update) {
+    return haploid_run(run, update, run.models[0][at(update.panel)][at(update.cond_panel)]).perform();
+}
+
+double update_diploid(data& run, const diploid_update& update) { return pair_run(run, update, false).perform(); }
+
+void update_ordered(data& run, const diploid_update& update) { pair_run(run, update, true).perform(); }
+
+void record_known_individual(data& run, int ind, int known_index) {
+    const int hap = run.first_hap(2, ind);
+    const posterior_target target{ind, hap, 2, run.has_known_haps[at(ind)] ? known_index : -1, true};
+    const auto [first, last] = run.site_range(run.haps_interval());
+    for (std::size_t s = first; s < last; ++s) {
+        const snp& site = *run.sites[s];
+        if (site.type == run.n_panels - 1) add_certain_individual(run, target, site, run.is_haploid(2, ind));
+    }
+}

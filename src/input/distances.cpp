@@ -1,0 +1,48 @@
+// The matrix of distances between individuals (-distances) or haplotypes (-distances_by_hap).
+
+#include "input/reader_common.h"
+#include "model/data.h"
+#include "model/text.h"
+
+namespace {
+
+constexpr const char* wrong_size =
+    "ERROR: The distance matrix does not contain the correct number of entries. If you used the -distances option, the "
+    "matrix should have dimension N x N, where N is the number of 'individuals' (whether haploid or diploid) across "
+    "all "
+    "panels. If you used the -distances_by_hap option, the matrix should still have dimension N x N, but in this case "
+    "N "
+    "is the total number of haplotypes in the dataset.";
+
+// What is no number ends the row; the rest of the row keeps its values.
+void read_row(run_log& log, const text_input& file, std::string_view line, std::vector<double>& row, note_once& note) {
+    field_scanner fields(line);
+    std::string_view field;
+    std::size_t i = 0;
+    double value = 0.0;
+    while (fields.next(field) && parse_double(field, value)) {
+        if (i == row.size()) log.fatal(wrong_size);
+        row[i++] = value;
+    }
+    if (i < row.size()) note.say(file, "the row has fewer numbers than the matrix has columns; the others are 0");
+}
+
+}  // namespace
+
+void data::read_distances_file(bool by_hap) {
+    const std::string& name = by_hap ? params.distances_by_hap_file : params.distances_file;
+    announce(log, "-reading distance matrix", name);
+    text_input file(log, name,
+                    concat("ERROR: The -distances", by_hap ? "_by_hap" : "", " file you specified does not exist."),
+                    unopened_text("distance matrix file", name));
+    const auto n = static_cast<std::size_t>(by_hap ? n_hap[0] + n_hap[1] + n_hap[2] : n_hap[0] + n_ind[1] + n_ind[2]);
+    dist_matrix.assign(n, std::vector<double>(n, 0.0));
+    note_once short_row;
+    std::size_t i = 0;
+    std::string_view line;
+    while (file.next_filled_line(line)) {
+        if (i == n) log.fatal(wrong_size);
+        read_row(log, file, line, dist_matrix[i++], short_row);
+    }
+    if (i < n) file.note("the file has fewer lines than the matrix has rows; the others are 0");
+}

@@ -1,0 +1,108 @@
+// The genetic map: the stretch of the -m file that covers the region, and the conversion of positions with it.
+
+#include "input/reader_common.h"
+#include "model/data.h"
+#include "model/text.h"
+
+namespace {
+
+constexpr double genetic_tolerance = 1e-10;
+constexpr double extrapolated_rate = 1e-8;  // Morgans a base pair where there is no map: 1 cM per Mb
+constexpr double chrx_scale = 0.75;         // of the effective size outside the pseudo-autosomal regions
+
+struct map_point {
+    long position = -1;
+    double cM = -1.0;
+};
+
+text_input open_map(run_log& log, const std::string& name) {
+    announce(log, "-reading genetic map from -m file", name);
+    return text_input(log, name, "ERROR: The -m file you specified does not exist.",
+                      unopened_text("genetic map file", name));
+}
+
+void check_header(run_log& log, text_input& file) {
+    std::string_view line;
+    if (!file.next_line(line)) line = {};
+    if (count_fields(line) == 3) return;
+    log.fatal(concat("ERROR: The genetic map file [", file.name(),
+                     "] does not conform to the required three-column format. Please review the online documentation "
+                     "and try again."));
+}
+
+// Reads position and centimorgans into the point; what cannot be read leaves it as it was.
+void read_point(const text_input& file, std::string_view line, map_point& point, note_once& unread) {
+    field_scanner fields(line);
+    std::string_view position, rate, cM;
+    fields.next(position);
+    fields.next(rate);
+    fields.next(cM);
+    if (!parse_long(position, point.position) || !parse_double(cM, point.cM)) {
+        unread.say(file, "the line does not hold position, rate and map position; values of the line before stand in");
+    }
+}
+
+void check_order(run_log& log, const map_point& last, const map_point& point) {
+    if (point.position <= last.position) {
+        log.fatal(
+            concat("ERROR: The physical positions in the genetic map file (first column) are not strictly "
+                   "increasing and unique, as seen from consecutive positions ",
+                   last.position, " and ", point.position, "."));
+    }
+    if (point.cM - last.cM < -genetic_tolerance) {
+        log.fatal(
+            concat("ERROR: The genetic map positions in the genetic map file (third column) are not strictly "
+                   "increasing, as seen from consecutive positions ",
+                   fixed_text(last.cM, 10), " and ", fixed_text(point.cM, 10), "."));
+    }
+}
+
+}  // namespace
+
+void data::read_genetic_map() {
+    text_input file = open_map(log, params.m_file);
+    check_header(log, file);
+    const double effective_size = params.chrX && !params.Xpar ? chrx_scale * params.Ne : params.Ne;
+    const double scale = 4.0 * effective_size;
+    const auto append = [&](const map_point& point) {
+        map_phys_pos.push_back(point.position);
+        map_gen_pos.push_back(scale * point.cM * 0.01);
+    };
+    map_point last;  // the last point left of the region; all others are compared with it
+    map_point point;
+    bool pending = true;
+    long n_inside = 0;
+    note_once unread;
+    std::string_view line;
+    while (file.next_line(line)) {
+        read_point(file, line, point, unread);
+        check_order(log, last, point);
+        if (point.position < buffer_lower) {
+            last = point;
+            continue;
+        }
+        if (pending && last.position != -1) {
+            append(last);
+            pending = false;
+        }
+        if (point.position <= buffer_upper) ++n_inside;
+        append(point);
+        if (point.position > buffer_upper) break;
+    }
+    log.line(concat(" --read ", n_inside, " SNPs in the analysis interval+buffer region"));
+}
+
+double data::phys2gen(long position) const {
+    if (map_phys_pos.empty()) return 0.0;
+    const double effective_size = params.chrX ? chrx_scale * params.Ne : params.Ne;
+    const double outside_scale = 4.0 * effective_size * extrapolated_rate;
+    // A plain search: the points inside the region may be out of order.
+    std::size_t right = 0;
+    while (right < map_phys_pos.size() && map_phys_pos[right] <= position) ++right;
+    if (right == 0) return map_gen_pos[0] - outside_scale * static_cast<double>(map_phys_pos[0] - position);
+    const std::size_t left = right - 1;
+    const auto beyond = static_cast<double>(position - map_phys_pos[left]);
+    if (right == map_phys_pos.size()) return map_gen_pos[left] + outside_scale * beyond;
+    return map_gen_pos[left] + (map_gen_pos[right] - map_gen_pos[left]) * beyond /
+                                   static_cast<double>(map_phys_pos[right] - map_phys_pos[left]);
+}

@@ -1,0 +1,154 @@
+// The closing stages of reading: which sites stay, and as what, now that all panels are in the store.
+
+#include <utility>
+
+#include "input/reader_common.h"
+#include "input/readers.h"
+#include "input/site_placement.h"
+#include "model/data.h"
+#include "model/text.h"
+
+namespace {
+
+class hierarchy_pass {
+  public:
+    hierarchy_pass(data& run, const id_set* include_snps) : run_(run), include_snps_(include_snps) {}
+    void visit_all();
+    void report() const;
+
+  private:
+    enum class fate { stays, erased };
+    fate visit(long position, snp& site);
+    // A site with study data or Panel 1 data that lacks a panel.
+    fate settle_type3(snp& site);
+    fate settle_without_panel0(snp& site);
+    fate settle_without_panel1(snp& site);
+    // A study site that cannot inform the imputation stays as one of Panel 2 alone if such sites are put out.
+    fate reduce_to_type3(snp& site, std::size_t panel_to_clear);
+    bool is_listed(long position, const snp& site) const;
+
+    data& run_;
+    const id_set* include_snps_;  // null without a list
+    long n_to_type0_ = 0, n_to_type3_ = 0, n_stage_one_ = 0, n_panel1_only_ = 0, n_not_listed_ = 0, n_donut_ = 0;
+};
+
+void clear_panel(snp& site, std::size_t panel) {
+    site.labels[panel] = {};
+    site.haps[panel].clear();
+    if (panel == 0) return;
+    site.gtypes[panel - 1] = {};
+    site.gtype_probs[panel - 1] = {};
+    if (panel == 1) return;
+    site.known_phase_flags.clear();
+    site.known_haps_flags.clear();
+    site.hap_init_flags.clear();
+}
+
+hierarchy_pass::fate hierarchy_pass::reduce_to_type3(snp& site, std::size_t panel_to_clear) {
+    ++n_to_type3_;
+    if (!run_.output_types[3]) return fate::erased;
+    clear_panel(site, panel_to_clear);
+    return fate::stays;
+}
+
+hierarchy_pass::fate hierarchy_pass::settle_without_panel0(snp& site) {
+    if (site.in_panel(2)) return reduce_to_type3(site, 1);
+    ++n_panel1_only_;
+    return fate::erased;
+}
+
+hierarchy_pass::fate hierarchy_pass::settle_without_panel1(snp& site) {
+    const parameters& params = run_.params;
+    if (params.use_panel1_for_type0_imputation && params.keep_donut_snps) {
+        site.panel1_placeholder = true;
+        site.type = site.top_panel = 2;
+        copy_as_zeros(site, 0, 1, run_.n_hap[1]);
+        ++n_donut_;
+        return fate::stays;
+    }
+    if (params.pgs && run_.output_types[0]) {
+        clear_panel(site, 2);
+        site.type = 0;
+        site.top_panel = params.use_panel1_for_type0_imputation ? 1 : 0;
+        ++n_to_type0_;
+        return fate::stays;
+    }
+    return reduce_to_type3(site, 0);
+}
+
+hierarchy_pass::fate hierarchy_pass::settle_type3(snp& site) {
+    if (!site.in_panel(0) && !site.in_panel(1)) {
+        if (!run_.params.stage_two) return fate::stays;
+        ++n_stage_one_;
+        return fate::erased;
+    }
+    if (run_.panel0_given() && !site.in_panel(0)) return settle_without_panel0(site);
+    if (!run_.panel1_given() || site.in_panel(1)) return fate::stays;
+    return settle_without_panel1(site);
+}
+
+bool hierarchy_pass::is_listed(long position, const snp& site) const {
+    return include_snps_ == nullptr || include_snps_->contains(site.snp_id) || include_snps_->contains(site.rs_id) ||
+           include_snps_->contains(std::to_string(position));
+}
+
+hierarchy_pass::fate hierarchy_pass::visit(long position, snp& site) {
+    const auto wanted = [this](int type) { return run_.output_types[static_cast<std::size_t>(type)]; };
+    if (site.type <= 1 && !wanted(site.type)) return fate::stays;
+    if (site.type == 3 && settle_type3(site) == fate::erased) return fate::erased;
+    if (site.type == 3 && !wanted(3)) return fate::erased;
+    if (site.type >= 2) {
+        if (!run_.params.store_input_probs[static_cast<std::size_t>(site.type - 2)]) site.gtype_probs[1] = {};
+        return fate::stays;
+    }
+    if (is_listed(position, site)) return fate::stays;
+    ++n_not_listed_;
+    return fate::erased;
+}
+
+void hierarchy_pass::visit_all() {
+    for (auto entry = run_.snps.begin(); entry != run_.snps.end();) {
+        entry = visit(entry->first, entry->second) == fate::erased ? run_.snps.erase(entry) : std::next(entry);
+    }
+}
+
+void hierarchy_pass::report() const {
+    const auto detail = [this](const char* verb, long n, const char* what) {
+        if (n > 0) run_.log.line(concat(" --", verb, " ", n, " ", what));
+    };
+    if (n_to_type0_ + n_to_type3_ + n_stage_one_ + n_panel1_only_ == 0) run_.log.line(" --no SNPs removed");
+    detail("converted", n_to_type0_, "genotyped SNPs with ref panel data to type 0 (these will be imputed)");
+    detail("converted", n_to_type3_,
+           "genotyped SNPs with ref panel data to type 3 (these will not inform the imputation)");
+    detail("removed", n_stage_one_, "type 3 SNPs to avoid conflicts with Stage 1 imputation output");
+    detail("removed", n_panel1_only_, "SNPs with genotypes in Panel 1 but not Panel 0 or Panel 2");
+    if (include_snps_ != nullptr) {
+        run_.log.stage("-applying SNP inclusion list");
+        detail("removed", n_not_listed_,
+               "reference-panel-only SNPs (type 0 or type 1) that were not on the inclusion list");
+    }
+    detail(
+        "found", n_donut_,
+        "SNPs with data in Panel 0 and Panel 2 but not Panel 1; these will be used for inference, but the quality may "
+        "diminish if there are too many of these SNPs");
+}
+
+}  // namespace
+
+void close_reading(data& run) {
+    if (run.snps.empty()) {
+        run.log.fatal(
+            "There are no SNPs in the imputation interval, so there is nothing for ORVIDE2 to analyze; the program "
+            "will "
+            "quit now.",
+            0);
+    }
+    if (run.params.fill_holes) run.initialize_missing_ref_panel_snp_info();
+    const bool has_list = is_given(run.params.include_snps_file);
+    id_set include_snps;
+    if (has_list) read_snp_list(run, run.params.include_snps_file, include_snps, -1);
+    run.log.stage("-removing SNPs that violate the hierarchical data requirements");
+    hierarchy_pass pass(run, has_list ? &include_snps : nullptr);
+    pass.visit_all();
+    pass.report();
+}

@@ -1,0 +1,149 @@
+// Sample files, and lists of samples.
+
+#include <cstdlib>
+#include <memory>
+
+#include "input/panel_options.h"
+#include "input/reader_common.h"
+#include "model/data.h"
+#include "model/text.h"
+
+namespace {
+
+constexpr int male = 1;
+constexpr int female = 2;
+
+std::string sample_option(run_log& log, int panel, bool is_known_haps) {
+    if (!is_panel(panel)) log.fatal(concat("ERROR: Panel code [", panel, "] for sample file is not valid."));
+    if (panel == 2 && is_known_haps) return "-sample_known_haps_g";
+    return concat("-sample_", options_of_panel(panel).suffix);
+}
+
+void check_header(run_log& log, const std::string& name, const std::vector<std::string>& header) {
+    if (header.size() >= 2 && header[0] == "ID_1" && header[1] == "ID_2") return;
+    log.fatal(concat("ERROR: The sample file [", name,
+                     "] does not contain the correct header format. Please consult the online documentation and try "
+                     "again."));
+}
+
+std::size_t find_sex_column(run_log& log, const std::vector<std::string>& header) {
+    for (std::size_t i = 0; i < header.size(); ++i) {
+        if (header[i] == "sex") return i;
+    }
+    log.fatal("ERROR: There is no column named 'sex' in the sample file.");
+}
+
+void check_sex_type(run_log& log, const std::vector<std::string>& types, std::size_t sex_column) {
+    if (sex_column < types.size() && types[sex_column] == "D") return;
+    log.fatal("ERROR: The sample file column named 'sex' must have variable type 'D', for 'discrete covariate'.");
+}
+
+int read_sex(run_log& log, const text_input& file, const std::vector<std::string>& person, std::size_t sex_column) {
+    if (sex_column >= person.size()) file.fail("There is no sex");
+    const int sex = std::atoi(person[sex_column].c_str());
+    if (sex != male && sex != female) log.fatal("All sex indicators must be either '1' (male) or '2' (female).");
+    return sex;
+}
+
+// Sexes of a panel's individuals and where their haplotypes begin.
+class sex_table {
+  public:
+    sex_table(data& run, int panel) : run_(run), p_(static_cast<std::size_t>(panel - 1)) {}
+    void add(int sex) {
+        ++(sex == male ? run_.n_males : run_.n_females)[p_];
+        run_.ploidy_by_panel[p_].push_back(sex);
+        run_.first_hap_by_panel[p_].push_back(n_haplotypes_);
+        n_haplotypes_ += sex;  // one haplotype for a male, coded 1, two for a female, coded 2
+    }
+    std::string text() const { return concat(" (", run_.n_females[p_], " females, ", run_.n_males[p_], " males)"); }
+
+  private:
+    data& run_;
+    std::size_t p_;
+    int n_haplotypes_ = 0;
+};
+
+}  // namespace
+
+void data::read_sample_inclusion_exclusion_list(const std::string& file, std::set<std::string>& ids, int panel,
+                                                bool is_inclusion) {
+    const std::string word = is_inclusion ? "in" : "ex";
+    if (!is_panel(panel)) {
+        log.fatal(concat("ERROR: Panel code [", panel, "] for sample ", word, "clusion file is not valid."));
+    }
+    const std::string option = concat("-", word, "clude_samples_", options_of_panel(panel).suffix);
+    announce(log, concat("-reading sample ", word, "clusion list for Panel ", panel, " from ", option, " file"), file);
+    text_input input(log, file, concat("ERROR: The ", option, " file you specified does not exist."),
+                     unopened_text(concat("sample ", word, "clusion file"), file));
+    ids.clear();
+    std::string_view line, id;
+    while (input.next_filled_line(line)) {
+        field_scanner(line).next(id);
+        ids.emplace(id);
+    }
+    log.line(concat(" --read ", ids.size(), " sample IDs"));
+}
+
+// The inclusion list is read and reported, but keeps nobody out: it has no say here.
+void data::read_sample_file(const std::string& file, const std::set<std::string>& exclude_ids,
+                            const std::set<std::string>& /*include_ids*/, std::vector<bool>& exclude_flags, int panel,
+                            bool is_known_haps, bool is_main_diploid) {
+    if (panel <= 0 && is_main_diploid) {
+        log.fatal(
+            concat("ERROR: Panel code [", panel, "] should not be used with 'is_main_diploid' in read_sample_file()."));
+    }
+    exclude_flags.clear();
+    const std::string option = sample_option(log, panel, is_known_haps);
+    const std::string filtered_name = params.o_file + "_samples";
+    std::unique_ptr<result_file> filtered;
+    if (panel == 2 && is_main_diploid) filtered = std::make_unique<result_file>(log, filtered_name, false);
+    const auto copy_line = [&filtered](std::string_view text) {
+        if (!filtered) return;
+        filtered->text(text);
+        filtered->end_line();
+    };
+
+    announce(log, concat("-reading sample list for Panel ", panel, " from ", option, " file"), file);
+    text_input input(log, file, concat("ERROR: The ", option, " file you specified does not exist."),
+                     unopened_text("sample file", file));
+    const bool sex_needed = is_main_diploid && (chrx_haploid || chrx_diploid);
+    std::size_t sex_column = 0;
+    std::string_view line;
+    std::vector<std::string> fields;
+    if (input.next_filled_line(line)) {
+        copy_line(line);
+        fields = split_fields(line);
+    }
+    check_header(log, file, fields);
+    if (sex_needed) sex_column = find_sex_column(log, fields);
+    fields.clear();
+    if (input.next_filled_line(line)) {
+        copy_line(line);
+        fields = split_fields(line);
+    }
+    if (sex_needed) check_sex_type(log, fields, sex_column);
+
+    sex_table sexes(*this, panel);
+    long n_stored = 0;
+    while (input.next_filled_line(line)) {
+        fields = split_fields(line);
+        if (fields.size() < 2) input.fail("There is no second ID");
+        exclude_flags.push_back(exclude_ids.contains(fields[0]) || exclude_ids.contains(fields[1]));
+        if (exclude_flags.back()) continue;
+        if (panel == 2) {
+            copy_line(line);
+            auto& ids = is_known_haps ? sample_ids_known_haps : sample_ids_g;
+            ids[0].push_back(fields[0]);
+            ids[1].push_back(fields[1]);
+        }
+        ++n_stored;
+        if (sex_needed) sexes.add(read_sex(log, input, fields, sex_column));
+    }
+    if (sex_needed && exclude_flags.empty()) input.fail("There is nobody in the sample file");
+    log.line(concat(" --read ", exclude_flags.size(), " sample IDs", sex_needed ? sexes.text() : ""));
+    log.line(concat(" --stored ", n_stored, "/", exclude_flags.size(), " sample IDs"));
+    if (filtered) {
+        filtered->close();
+        log.line(concat(" --wrote filtered sample file [", filtered_name, "]"));
+    }
+}

@@ -1,0 +1,73 @@
+#include "output/copy_probabilities.h"
+
+#include <vector>
+
+#include "model/text.h"
+#include "output/output_common.h"
+
+namespace {
+
+// Chances by haplotype from the posteriors of the states that stand for them.
+struct placed_states {
+    std::vector<double> values;
+    double sum = 0.0;
+    int n_placed = 0;
+
+    explicit placed_states(std::size_t n_haplotypes) : values(n_haplotypes, 0.0) {}
+    void place(std::size_t haplotype, double posterior) {
+        values[haplotype] = posterior;
+        sum += posterior;
+        ++n_placed;
+    }
+};
+
+void check_count(run_log& log, const char* which, int n_placed, int n_expected) {
+    if (n_placed == n_expected) return;
+    log.fatal(concat("ERROR: In trying to print ", which, " copy probabilities, found ", n_placed,
+                     " states when expecting ", n_expected, " states."));
+}
+
+void write_value(result_file& file, double value, int outdp, double low) {
+    file.character(' ');
+    file.probability(value, outdp, low);
+}
+
+}  // namespace
+
+void output_ref_copy_probs(result_file& file, run_log& log, int individual, int strand, long position,
+                           const conditioning_states& states, std::span<const double> posterior, int n_hap0,
+                           int n_expected, int outdp) {
+    placed_states placed(static_cast<std::size_t>(n_hap0));
+    for (std::size_t k = 0; k < posterior.size(); ++k) {
+        if (states.panel[k] == 0) placed.place(static_cast<std::size_t>(states.hap[k]), posterior[k]);
+    }
+    check_count(log, "reference", placed.n_placed, n_expected);
+    const double low = smallest_printed(outdp);
+    file.integer(2L * individual + strand);
+    file.character(' ');
+    file.integer(position);
+    for (const double value : placed.values) write_value(file, value / placed.sum, outdp, low);
+    file.end_line();
+}
+
+void output_all_copy_probs(result_file& file, run_log& log, int individual, long position, int first_own, int n_own,
+                           const conditioning_states& states, std::span<const double> posterior,
+                           const std::array<int, 3>& n_hap, int n_expected, int outdp) {
+    const std::array<int, 3> offset{0, n_hap[0], n_hap[0] + n_hap[1]};
+    placed_states placed(static_cast<std::size_t>(offset[2] + n_hap[2]));
+    for (std::size_t k = 0; k < posterior.size(); ++k) {
+        const int haplotype = offset[static_cast<std::size_t>(states.panel[k])] + states.hap[k];
+        placed.place(static_cast<std::size_t>(haplotype), posterior[k]);
+    }
+    check_count(log, "all", placed.n_placed, n_expected);
+    const double low = smallest_printed(outdp);
+    const auto own_begin = static_cast<std::size_t>(offset[2] + first_own);
+    const std::size_t own_end = own_begin + static_cast<std::size_t>(n_own);
+    file.integer(individual);
+    file.character('-');
+    file.integer(position);
+    for (std::size_t h = 0; h < placed.values.size(); ++h) {
+        if (h < own_begin || h >= own_end) write_value(file, placed.values[h] / placed.sum, outdp, low);
+    }
+    file.end_line();
+}

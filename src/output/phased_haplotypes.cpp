@@ -1,0 +1,79 @@
+// The consensus haplotypes and the confidence in their phase.
+
+#include "output/output_common.h"
+
+namespace {
+
+constexpr double no_call = -1e-10;  // a certainty below this says that the site has no phase
+
+std::vector<std::size_t> haplotype_sites(const data& run) {
+    const bool with_study_only = run.params.use_prephased_g || run.params.include_unphased_sites_in_output_haps;
+    const bool with_imputed = run.params.mc_impute || all_have_known_haps(run);
+    return select_sites(run, run.haps_interval(), [&](const snp& site) {
+        return type_is_output(run, site) && (site.type != run.n_panels || with_study_only) &&
+               (site.type > 1 || with_imputed);
+    });
+}
+
+void write_unphased(result_file& file, const snp& site, std::size_t n_individuals) {
+    static constexpr std::array<const char*, 3> texts{" 0* 0*", " 0* 1*", " 1* 1*"};
+    for (std::size_t i = 0; i < n_individuals; ++i) {
+        const bool unknown = site.gtype_probs[1].empty();
+        file.text(unknown ? " X* X*" : texts[static_cast<std::size_t>(most_likely(input_triple(site, i)))]);
+    }
+}
+
+void write_phased(result_file& file, const data& run, const std::uint64_t* alleles, const std::vector<char>& haploid) {
+    for (std::size_t i = 0; i < haploid.size(); ++i) {
+        const auto first = static_cast<std::size_t>(run.first_hap(2, static_cast<int>(i)));
+        file.character(' ');
+        file.character(allele_digit(alleles, first));
+        if (run.params.haploid_g) continue;
+        file.character(' ');
+        file.character(haploid[i] != 0 ? '-' : allele_digit(alleles, first + 1));
+    }
+}
+
+}  // namespace
+
+void data::output_phased_haps() {
+    result_file file(log, output_name(*this, "_haps"), params.o_gz);
+    site_alleles alleles(haps[2]);
+    const std::vector<char> haploid = haploid_individuals(*this, 2);
+    for (const std::size_t s : haplotype_sites(*this)) {
+        const snp& site = *sites[s];
+        write_site_columns(file, site, positions[s], output_labels(*this, site, site.type));
+        if (site.type == n_panels && !params.use_prephased_g) {
+            write_unphased(file, site, haploid.size());
+        } else {
+            write_phased(file, *this, alleles.row(s), haploid);
+        }
+        file.end_line();
+    }
+}
+
+void data::output_pairwise_certainties() {
+    if (!params.phase || all_have_known_haps(*this)) return;
+    result_file file(log, output_name(*this, "_haps_confidence"), params.o_gz);
+    const double low = smallest_printed(params.outdp);
+    for (const std::size_t s : haplotype_sites(*this)) {
+        const snp& site = *sites[s];
+        write_site_columns(file, site, positions[s], output_labels(*this, site, site.type));
+        std::size_t slot = 0;
+        for (const bool known : has_known_haps) {
+            file.character(' ');
+            if (known) {
+                file.character('-');
+                continue;
+            }
+            const double certainty = site.type == n_panels ? -1.0 : pairwise_certainty[s][slot];
+            ++slot;
+            if (certainty < no_call) {
+                file.character('*');
+            } else {
+                file.probability(certainty, params.outdp, low);
+            }
+        }
+        file.end_line();
+    }
+}

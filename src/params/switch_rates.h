@@ -1,0 +1,7 @@
+#pragma once
+
+#include "model/hmm_model.h"
+
+// Transition terms over a gap of d (in units of 4 Ne Morgans) among K haplotypes.
+haploid_gap make_haploid_gap(double d, int K);
+diploid_gap make_diploid_gap(double d, int K);

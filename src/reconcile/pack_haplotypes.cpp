@@ -1,0 +1,78 @@
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <vector>
+
+#include "model/data.h"
+#include "reconcile/stages.h"
+
+namespace {
+
+using word_row = std::vector<std::uint64_t>;
+using row_block = std::array<const std::uint64_t*, bits::word_bits>;
+
+void fix_site_list(data& run) {
+    run.sites.clear();
+    run.positions.clear();
+    run.sites.reserve(run.snps.size());
+    run.positions.reserve(run.snps.size());
+    for (auto& [position, site] : run.snps) {
+        site.index = static_cast<int>(run.sites.size());
+        run.sites.push_back(&site);
+        run.positions.push_back(position);
+    }
+}
+
+// Which alleles were missing at a site of Panel 0, null if none was.
+const std::uint64_t* missing_row(const snp& site) {
+    if (!site.ref_missing.empty()) return site.ref_missing.data();
+    return site.haps[0].any_missing() ? site.haps[0].missing().data() : nullptr;
+}
+
+// The row of a panel, null if the panel does not hold the site. Some panels get alleles to walk over where they have
+// none: the study of a phasing run at the sites of the reference, and Panel 1 at sites that it is to impute.
+const std::uint64_t* panel_row(const data& run, const snp& site, std::size_t panel, const word_row& zeros) {
+    if (!site.haps[panel].empty()) return site.haps[panel].ones().data();
+    const bool phasing_study = panel == 2 && run.params.phase && site.type <= 1;
+    const bool imputing_panel1 = panel == 1 && site.type == 0 && site.top_panel == 1;
+    return phasing_study || imputing_panel1 ? zeros.data() : nullptr;
+}
+
+template <typename Row_of_site>
+void fill_block(const data& run, packed_haplotypes& packed, std::size_t first_site, Row_of_site row_of_site) {
+    if (packed.n_hap() == 0) return;
+    row_block rows{};
+    const std::size_t n = std::min(bits::word_bits, run.sites.size() - first_site);
+    for (std::size_t j = 0; j < n; ++j) rows[j] = row_of_site(*run.sites[first_site + j]);
+    packed.fill(first_site, rows.data(), n);
+}
+
+void release_rows(snp& site) {
+    for (allele_row& row : site.haps) row.clear();
+    site.ref_missing = {};
+}
+
+}  // namespace
+
+void pack_haplotypes(data& run) {
+    fix_site_list(run);
+    const std::size_t n_sites = run.sites.size();
+    std::array<word_row, 3> zeros;
+    for (std::size_t panel = 0; panel < 3; ++panel) {
+        const auto n_hap = static_cast<std::size_t>(run.n_hap[panel]);
+        run.haps[panel] = packed_haplotypes(n_hap, n_sites);
+        zeros[panel].assign(bits::words_for(n_hap), 0);
+    }
+    const bool any_missing =
+        std::any_of(run.sites.begin(), run.sites.end(), [](const snp* site) { return missing_row(*site) != nullptr; });
+    run.ref_missing = any_missing ? packed_haplotypes(run.haps[0].n_hap(), n_sites) : packed_haplotypes();
+    for (std::size_t first_site = 0; first_site < n_sites; first_site += bits::word_bits) {
+        for (std::size_t panel = 0; panel < 3; ++panel) {
+            fill_block(run, run.haps[panel], first_site,
+                       [&](const snp& site) { return panel_row(run, site, panel, zeros[panel]); });
+        }
+        fill_block(run, run.ref_missing, first_site, missing_row);
+        const std::size_t end = std::min(first_site + bits::word_bits, n_sites);
+        for (std::size_t s = first_site; s < end; ++s) release_rows(*run.sites[s]);
+    }
+}

@@ -1,0 +1,275 @@
+#include "reconcile/storage.h"
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+
+#include "inference/workspace.h"
+#include "model/data.h"
+#include "model/text.h"
+#include "model/text_input.h"
+
+namespace {
+
+std::size_t at(int index) { return static_cast<std::size_t>(index); }
+
+void list_iterations(data& run) {
+    const parameters& p = run.params;
+    run.stored_iters.clear();
+    if (p.burnin < p.iter - 1) {
+        for (int it = p.burnin; it <= p.iter - 2; it += p.thin) run.stored_iters.push_back(it);
+        run.stored_iters.push_back(p.iter - 1);
+    } else {
+        run.stored_iters.push_back(p.burnin);
+    }
+}
+
+void list_selfcheck_iterations(data& run) {
+    run.selfcheck_iters.clear();
+    if (!(run.params.selfcheck > 0.0)) return;
+    const double step = std::floor(1.0 / run.params.selfcheck + 0.5);
+    double count = 0.0;
+    run.selfcheck_iters.push_back(run.stored_iters.front());
+    for (std::size_t i = 1; i < run.stored_iters.size(); ++i) {
+        count += 1.0;
+        if (count == step) {
+            run.selfcheck_iters.push_back(run.stored_iters[i]);
+            count = 0.0;
+        }
+    }
+    if (run.selfcheck_iters.back() != run.stored_iters.back()) run.selfcheck_iters.push_back(run.stored_iters.back());
+}
+
+void settle_informed_start(data& run) {
+    parameters& p = run.params;
+    if (p.random_cond) {
+        run.informed_start_iter = -1;
+        return;
+    }
+    if (p.informed_burnin > p.burnin) p.informed_burnin = p.burnin;
+    if (p.informed_burnin == -1) p.informed_burnin = static_cast<int>(std::floor(p.burnin * 0.6666666666666666 + 0.5));
+    run.informed_start_iter = p.burnin - p.informed_burnin;
+}
+
+// The sites that a model visits.
+void list_model_sites(data& run, hmm_model& model, const std::function<bool(const snp&)>& visited) {
+    model.site.clear();
+    for (const snp* site : run.sites) {
+        if (visited(*site)) model.site.push_back(site->index);
+    }
+}
+
+void build_models(data& run) {
+    for (int panel = 0; panel < 3; ++panel) {
+        for (int cond = 0; cond < 3; ++cond) {
+            const bool full = run.full_sites(panel, cond);
+            if (cond <= panel) {
+                list_model_sites(run, run.models[0][at(panel)][at(cond)], [&](const snp& s) {
+                    return s.top_panel >= cond && s.top_panel != run.n_panels && (full || !s.ref_alleles_missing);
+                });
+            }
+            if (run.params.fill_holes && panel == run.hole_fill_to && cond == run.hole_fill_from) {
+                list_model_sites(run, run.hole_models[0][at(panel)][at(cond)], [&](const snp& s) {
+                    return s.type >= cond && s.type != 3 && !(cond == 1 && s.panel1_placeholder);
+                });
+            }
+        }
+        if (panel == 0) continue;
+        const bool full = run.full_sites(panel, panel);
+        list_model_sites(run, run.models[1][at(panel)][at(panel)], [&](const snp& s) {
+            return s.type >= panel && s.type != run.n_panels && (full || !s.ref_alleles_missing) &&
+                   !(panel == 1 && s.panel1_placeholder);
+        });
+    }
+}
+
+struct checkpoint_plan {
+    hmm_model* model;
+    bool active;
+    int n_sites;
+    bool diploid;
+};
+
+std::vector<checkpoint_plan> checkpoint_plans(data& run) {
+    const parameters& p = run.params;
+    std::array<int, 4> n_type{};
+    for (const snp* site : run.sites) ++n_type[at(site->type)];
+    const int a = n_type[2], b = n_type[1], c = n_type[0], d = n_type[3];
+    const int n_study = run.n_panels == 3 ? a : d;
+    const bool panel1 = run.n_hap[1] > 0;
+    const bool study = run.n_ind[2] > 0;
+    const bool through_panel1 = p.use_panel1_for_type0_imputation;
+    const bool panel0_used = run.output_types[0] || p.weight_panel == 0 || p.show_ref_copy_probs;
+    auto& m = run.models;
+    return {
+        {&m[0][0][0], run.n_hap[0] > 0 && run.update_panel[0], a + b + c, false},
+        {&m[0][1][0], panel1 && through_panel1, a + b + c, false},
+        {&m[0][1][1], panel1 && run.update_panel[1] && (p.haploid_ref || run.chrx_haploid), a + b, false},
+        {&m[0][2][0],
+         study && run.n_hap[0] > 0 && panel0_used && (!through_panel1 || p.stage_one || p.selfcheck > 0.0), a + b + c,
+         false},
+        {&m[0][2][1], study && panel1 && run.output_types[1], through_panel1 ? a + b + c : a + b, false},
+        {&m[0][2][2], study && run.update_panel[2] && (p.haploid_g || run.chrx_haploid), n_study, false},
+        {&m[1][1][1], panel1 && run.update_panel[1] && !p.haploid_ref, a + b, true},
+        {&m[1][2][2], study && run.update_panel[2] && !p.haploid_g, n_study, true},
+    };
+}
+
+// Every interval-th site of a model, counted from its last one.
+void set_checkpoints(hmm_model& model) {
+    model.checkpoint.assign(model.n_sites(), false);
+    for (std::size_t v = model.n_sites(); v-- > 0;) {
+        model.checkpoint[v] = (model.n_sites() - 1 - v) % model.interval == 0;
+    }
+}
+
+void plan_memory_saving(data& run) {
+    std::array<std::size_t, 2> largest{};
+    std::array<bool, 2> needed{};
+    for (const checkpoint_plan& plan : checkpoint_plans(run)) {
+        if (!plan.active) continue;
+        plan.model->interval = static_cast<std::size_t>(std::floor(std::sqrt(static_cast<float>(plan.n_sites))));
+        const std::size_t kind = plan.diploid ? 1 : 0;
+        needed[kind] = true;
+        largest[kind] = std::max(largest[kind], plan.model->interval);
+        if (plan.model->interval > 0) set_checkpoints(*plan.model);
+    }
+    if ((needed[0] && largest[0] < 1) || (needed[1] && largest[1] < 1)) {
+        run.log.fatal(
+            "ERROR: The program could not allocate buffer space for memory-saving calculations. Please contact the "
+            "authors for assistance.");
+    }
+}
+
+// Gives a column to every site of the accumulation interval that a rule wants.
+struct columns {
+    std::vector<int> column;
+    std::size_t n = 0;
+    columns(const data& run, const std::function<bool(const snp&)>& wanted) : column(run.sites.size(), -1) {
+        const auto [first, last] = run.site_range(run.haps_interval());
+        for (std::size_t s = first; s < last; ++s) {
+            if (run.sites[s]->type != run.n_panels && wanted(*run.sites[s])) column[s] = static_cast<int>(n++);
+        }
+    }
+};
+
+void allocate_sums(data& run) {
+    const parameters& p = run.params;
+    accumulators& acc = run.acc;
+    const auto n_ind = at(run.n_ind[2]);
+    const auto n_known = static_cast<std::size_t>(
+        std::count(run.has_known_haps.begin(), run.has_known_haps.end(), true));
+    const bool posterior_genotypes = p.pgs || p.pgs_miss || p.pgs_prob;
+    const auto imputed = [&](const snp& s) { return s.top_panel < 2 && run.output_types[at(s.type)]; };
+    const auto typed = [&](const snp& s) { return s.type == run.n_panels - 1; };
+
+    if (!p.mc_impute || posterior_genotypes) {
+        const columns cols(run, [&](const snp& s) {
+            return (imputed(s) && !p.mc_impute) || (typed(s) && posterior_genotypes);
+        });
+        for (sum_table& table : acc.gtype_acc) table.allocate(n_ind, cols.column, cols.n);
+    }
+    if (n_known > 0 && (p.print_allele_probs || p.phase)) {
+        const columns cols(run, [&](const snp& s) { return typed(s) || (imputed(s) && p.phase); });
+        for (sum_table& table : acc.gtype_acc2) table.allocate(n_known, cols.column, cols.n);
+    }
+    if (!run.selfcheck_iters.empty()) {
+        const columns cols(run, [&](const snp& s) { return s.type == 2; });
+        for (std::size_t cond = 0; cond < 2; ++cond) {
+            if (!run.output_types[cond] && p.weight_panel != static_cast<int>(cond)) continue;
+            for (sum_table& table : acc.gtype_acc3[cond]) table.allocate(n_ind, cols.column, cols.n);
+        }
+    }
+}
+
+std::size_t count_missing(const data& run, const snp& site) {
+    const auto& gtypes = site.gtypes[1];
+    if (run.sporadic_haploid_imputation) {
+        std::size_t n = 0;
+        for (std::size_t h = 0; h < run.ref_missing.n_hap(); ++h) n += at(run.ref_missing.allele(h, at(site.index)));
+        return n;
+    }
+    return static_cast<std::size_t>(std::count(gtypes.begin(), gtypes.end(), missing_genotype));
+}
+
+void allocate_tallies(data& run) {
+    const parameters& p = run.params;
+    accumulators& acc = run.acc;
+    if (!p.mc_impute && !run.sporadic_haploid_imputation) return;
+    acc.last_sampled_gtype.assign(run.sites.size(), 0);
+    acc.tallies.resize(run.sites.size());
+    if (!p.mc_impute) return;
+    for (const snp* site : run.sites) {
+        if (site->type == run.n_panels) continue;
+        const bool by_missing = run.sporadic_haploid_imputation ||
+                                (run.count_missing_only && site->type == run.n_panels - 1);
+        const std::size_t n = by_missing ? count_missing(run, *site) : at(run.n_ind[2]);
+        for (auto& counts : acc.tallies[at(site->index)].miss_counts) counts.assign(n, 0);
+    }
+}
+
+void allocate_samples(data& run) {
+    const parameters& p = run.params;
+    accumulators& acc = run.acc;
+    const auto n_ind = at(run.n_ind[2]);
+    const auto n_known = static_cast<std::size_t>(
+        std::count(run.has_known_haps.begin(), run.has_known_haps.end(), true));
+    if (p.phase && !run.tmp_haps) {
+        const columns cols(run, [&](const snp& s) { return s.top_panel >= 2 || p.mc_impute; });
+        acc.mcmc_bits.allocate(p.mc_impute ? n_ind : n_ind - n_known, cols.column, cols.n, run.stored_iters.size());
+    }
+    if (p.weight_imputed_gt != -1) {
+        for (std::size_t cond = 0; cond < 2; ++cond) {
+            acc.weight_base[cond].assign(n_ind, 0.0);
+            acc.weight_sum[cond].assign(n_ind, 0.0);
+        }
+        acc.dip_like.assign(n_ind, 0.0);
+    }
+    for (auto& probs : run.work->allele_prob) probs.assign(run.sites.size(), 0.0);
+    for (auto& cond : run.work->allele_acc) {
+        for (auto& probs : cond) probs.assign(run.sites.size(), 0.0);
+    }
+    if (p.show_diploid_copy_states) run.copy_states[1][2][2].resize(n_ind);
+    if (p.show_haploid_copy_states) {
+        for (std::size_t cond = 0; cond < 2; ++cond) run.copy_states[0][2][cond].resize(at(run.n_hap[2]));
+    }
+}
+
+void read_intermediate_positions(data& run) {
+    const std::string& name = run.params.intermed_posns_file;
+    if (!run.params.counts_per_iter && !run.params.counts_wt_per_iter) return;
+    if (!is_given(name)) return;
+    run.log.stage("-reading positions of SNPs for intermediate gtype count printing");
+    run.log.line(concat(" --filename=[", name, "]"));
+    text_input input(run.log, name, "ERROR: The -intermed_posns file you specified does not exist.",
+                     concat("ERROR: The SNP positions file [", name, "] could not be opened."));
+    std::string_view line;
+    while (input.next_filled_line(line)) {
+        std::string_view field;
+        field_scanner(line).next(field);
+        long position = 0;
+        if (!parse_long(field, position)) input.fail(concat("\"", std::string(field), "\" is no position"));
+        run.intermed_posns.push_back(position);
+    }
+}
+
+}  // namespace
+
+void setup_storage(data& run) {
+    run.log.stage("-setting storage space");
+    parameters& p = run.params;
+    if (p.nind > run.n_ind[2]) {
+        run.log.fatal(concat("ERROR: The -nind value (", p.nind,
+                             ") is larger than the number of individuals in the study (", run.n_ind[2], ")."));
+    }
+    if (p.nind == 0) p.nind = run.n_ind[2];
+    list_iterations(run);
+    list_selfcheck_iterations(run);
+    settle_informed_start(run);
+    build_models(run);
+    if (p.mem_save_1) plan_memory_saving(run);
+    if (!p.suppress_imputation_output) allocate_sums(run);
+    allocate_tallies(run);
+    allocate_samples(run);
+    read_intermediate_positions(run);
+}

@@ -1,0 +1,64 @@
+#include <string>
+#include <utility>
+
+#include "model/data.h"
+#include "model/text.h"
+#include "reconcile/stages.h"
+
+namespace {
+
+// Erases the sites outside the analysis interval, bounds inside, that are not worth keeping; says how many.
+template <typename Predicate>
+void trim_buffer(data& run, const char* stage_line, Predicate worth_keeping) {
+    run.log.stage(stage_line);
+    const auto n_removed = std::erase_if(run.snps, [&](const auto& entry) {
+        const bool inside = entry.first >= run.int_lower_bp && entry.first <= run.int_upper_bp;
+        return !inside && !worth_keeping(entry.second);
+    });
+    run.log.line(concat(" --removed ", n_removed, " SNPs"));
+}
+
+bool joins_study_and_reference(const snp& site) {
+    const auto any_label = [&site](std::size_t panel) {
+        return site.labels[panel].a0 != "*" || site.labels[panel].a1 != "*";
+    };
+    return any_label(2) && (any_label(0) || any_label(1));
+}
+
+// Splits the first site at the position that can be split; false if there is none.
+bool split_at(data& run, long position) {
+    const auto [begin, end] = run.snps.equal_range(position);
+    for (auto entry = begin; entry != end; ++entry) {
+        if (!joins_study_and_reference(entry->second)) continue;
+        snp study_part;
+        snp reference_part;
+        data::copy_snp(entry->second, study_part, {2}, run.panel0_given());
+        data::copy_snp(entry->second, reference_part, {0, 1}, run.panel0_given());
+        run.snps.erase(entry);
+        run.snps.emplace(position, std::move(study_part));
+        run.snps.emplace(position, std::move(reference_part));
+        return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+void trim_non_scaffold(data& run) {
+    trim_buffer(run, "-removing non-scaffold SNPs from buffer region",
+                [](const snp& site) { return !site.known_phase_flags.empty(); });
+}
+
+void trim_reference_only(data& run) {
+    trim_buffer(run, "-removing reference-only SNPs from buffer region", [](const snp& site) { return site.type > 1; });
+}
+
+void split_multiple_matches(data& run) {
+    run.log.stage(
+        "-converting Panel 2 SNPs that match multiple reference SNPs to Type 3 (will not inform the imputation)");
+    int n_converted = 0;
+    for (const long position : run.multi_match_positions) {
+        if (split_at(run, position)) ++n_converted;
+    }
+    run.log.line(concat(" --converted ", n_converted, " SNPs"));
+}

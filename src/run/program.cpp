@@ -1,0 +1,108 @@
+#include "run/program.h"
+
+#include <cstdlib>
+#include <ctime>
+#include <exception>
+#include <new>
+#include <ostream>
+
+#include "model/data.h"
+#include "model/text.h"
+#include "random/random.h"
+#include "run/command_line.h"
+
+namespace {
+
+bool acceptable_Ne(double Ne) { return Ne >= 0.0 && Ne <= 30000.0; }
+
+// The seed of the user, or one from the time.
+int settle_seed(int seed) {
+    if (seed != -1) return seed;
+    std::srand(static_cast<unsigned>(std::time(nullptr)));
+    return std::rand();
+}
+
+void complete_names(parameters& params) {
+    if (!is_given(params.i_file)) params.i_file = params.o_file + "_info";
+    if (!is_given(params.r_file)) params.r_file = params.o_file + "_summary";
+    if (!is_given(params.w_file)) params.w_file = params.o_file + "_warnings";
+    if (!params.warn) params.w_file = "NULL";
+}
+
+void print_banner(run_log& log, const command_line& line) {
+    log.line("");
+    log.line("======================");
+    log.line(concat(" ORVIDE version ", program_version, " "));
+    log.line("======================");
+    log.line("");
+    log.line("Copyright (c) 2026 The ORVIDE developers");
+    log.line("MIT License: free to use, copy, modify and share; no warranty of any kind.");
+    log.line("");
+    log.line(concat("The seed for the random number generator is ", line.params.seed, "."));
+    log.line("");
+    log.line(line.echo_text);
+}
+
+// Lists the faults of the command line; whether there were any.
+bool report_faults(run_log& log, const command_line& line) {
+    if (!line.unknown.empty()) {
+        log.line("");
+        log.line("ERROR: The following command-line options were not recognized:");
+        for (std::size_t i = 0; i < line.unknown.size(); ++i) log.line(concat(i + 1, ". <", line.unknown[i], ">"));
+        log.line("");
+    }
+    if (!line.valueless.empty()) {
+        log.line("");
+        for (const std::string& name : line.valueless) {
+            log.line(concat("ERROR: The command-line option ", name, " needs a value."));
+        }
+        log.line("");
+    }
+    return !line.unknown.empty() || !line.valueless.empty();
+}
+
+// What stands between a prepared run and its end; a failure that nobody foresaw ends as a fatal message.
+void run_guarded(data& run) {
+    try {
+        run.impute();
+    } catch (const std::bad_alloc&) {
+        run.log.fatal("ERROR: The memory is exhausted.");
+    } catch (const std::exception& failure) {
+        run.log.fatal(concat("ERROR: The run failed: ", failure.what(), "."));
+    }
+}
+
+}  // namespace
+
+int run_program(const std::vector<std::string>& entries, std::ostream& terminal, std::ostream& notes) {
+    command_line line = read_command_line(entries);
+    if (line.wants_help || line.wants_version) {
+        if (line.wants_help) terminal << help_text();
+        if (line.wants_version) terminal << "ORVIDE version " << program_version << std::endl;
+        return 0;
+    }
+    if (!acceptable_Ne(line.params.Ne)) {
+        terminal << "Ne needs to be set in range (0, 30000)" << std::endl;
+        return 1;
+    }
+    line.params.seed = settle_seed(line.seed);
+    MT generator(static_cast<double>(line.params.seed) * 4.656612875245797e-10);
+    Random::Set(generator);
+    complete_names(line.params);
+
+    data run(terminal, notes);
+    try {
+        run.log.open(line.params.r_file, line.params.w_file);
+        print_banner(run.log, line);
+        if (report_faults(run.log, line)) {
+            run.log.close();
+            return 1;
+        }
+        run.params = line.params;
+        run_guarded(run);
+    } catch (const run_end& end) {
+        return end.status == 0 && run.log.any_result_failed() ? 1 : end.status;
+    }
+    terminal << '\n' << "Have a nice day!" << std::endl;
+    return run.log.any_result_failed() ? 1 : 0;
+}

@@ -1,0 +1,41 @@
+#include "run/progress.h"
+
+#include <algorithm>
+#include <ostream>
+#include <string>
+
+#include "model/text.h"
+
+void progress_line::start_iteration(int iteration, int n_iterations) {
+    iteration_ = iteration;
+    n_iterations_ = n_iterations;
+}
+
+void progress_line::update(std::string_view what, int member, int n_members) {
+    if (!shown_) return;
+    const clock::time_point now = clock::now();
+    if (now - last_ < std::chrono::milliseconds(200)) return;
+    last_ = now;
+    std::string text =
+        concat("iteration ", iteration_ + 1, "/", n_iterations_, ", ", what, " ", member + 1, "/", n_members);
+    const auto spent = std::chrono::duration<double>(now - start_).count();
+    const double done = (iteration_ + static_cast<double>(member) / std::max(n_members, 1)) / std::max(n_iterations_, 1);
+    if (done > 0.0 && spent > 1.0) {
+        const long left = static_cast<long>(spent / done - spent + 0.5);
+        text += concat(", about ", left / 60, " min ", left % 60, " s left");
+    }
+    write(text);
+}
+
+void progress_line::finish() {
+    if (!shown_ || width_ == 0) return;
+    write("");
+    out_ << '\r' << std::flush;
+    width_ = 0;
+}
+
+void progress_line::write(std::string_view text) {
+    const std::size_t padding = width_ > text.size() ? width_ - text.size() : 0;
+    out_ << '\r' << text << std::string(padding, ' ') << std::flush;
+    width_ = text.size();
+}

@@ -1,0 +1,168 @@
+#pragma once
+
+// A run made by hand: sites, panels and settings without any input file, scripted draws, and what it wrote.
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstddef>
+#include <deque>
+#include <filesystem>
+#include <fstream>
+#include <initializer_list>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "model/data.h"
+#include "random/random.h"
+
+// Gives the draws of a list, and counts them. A draw past the end of the list is a failure.
+class scripted_draws : public Random {
+  public:
+    void add(std::initializer_list<double> draws) { draws_.insert(draws_.end(), draws); }
+    double Next() override {
+        ++n_taken;
+        if (draws_.empty()) {
+            ADD_FAILURE() << "more draws than expected";
+            return 0.5;
+        }
+        const double draw = draws_.front();
+        draws_.pop_front();
+        return draw;
+    }
+    bool used_up() const { return draws_.empty(); }
+    int n_taken = 0;
+
+  private:
+    std::deque<double> draws_;
+};
+
+class reconcile_fixture : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        const auto* test = ::testing::UnitTest::GetInstance()->current_test_info();
+        folder = ::testing::TempDir() + test->test_suite_name() + "." + test->name() + "." + std::to_string(getpid());
+        std::filesystem::create_directories(folder);
+        run.log.open(folder + "/summary", folder + "/warnings");
+        old_generator = Random::RNG;
+        Random::Set(draws);
+        run.int_lower_bp = 100;
+        run.int_upper_bp = 200;
+        run.buffer_lower = 50;
+        run.buffer_upper = 250;
+        run.output_types = {true, true, true, true};
+    }
+    void TearDown() override {
+        Random::RNG = old_generator;
+        run.log.close();
+        std::filesystem::remove_all(folder);
+    }
+
+    // --- panels -----------------------------------------------------------------------------------------------------
+    void give_panel0(int n_haplotypes) {
+        run.params.h_files.insert(run.params.h_files.begin(), "ref.hap");
+        run.n_hap[0] = n_haplotypes;
+        run.has_reference = true;
+        run.n_panels = 3;
+    }
+    // Panel 1 as genotypes.
+    void give_panel1(int n_individuals) {
+        run.params.g_ref_file = "ref.gen";
+        run.n_ind[1] = n_individuals;
+        run.n_hap[1] = 2 * n_individuals;
+        run.has_reference = true;
+        run.n_panels = 3;
+    }
+    // Panel 1 as haplotypes of a second file, beside a Panel 0.
+    void give_second_haplotypes(int n_haplotypes) {
+        run.params.h_files.emplace_back("ref1.hap");
+        run.n_hap[1] = n_haplotypes;
+    }
+    void give_study(int n_individuals) {
+        run.params.g_file = "study.gen";
+        run.n_ind[2] = n_individuals;
+        run.n_hap[2] = 2 * n_individuals;
+    }
+    // Makes males of a panel haploid; ploidies are 1 or 2, one an individual.
+    void give_ploidies(int panel, const std::vector<int>& ploidies) {
+        run.params.chrX = true;
+        run.chrx_haploid = true;
+        const auto slot = static_cast<std::size_t>(panel - 1);
+        const auto p = static_cast<std::size_t>(panel);
+        run.n_hap[p] = 0;
+        for (const int ploidy : ploidies) {
+            run.ploidy_by_panel[slot].push_back(ploidy);
+            run.first_hap_by_panel[slot].push_back(run.n_hap[p]);
+            run.n_hap[p] += ploidy;
+            (ploidy == 1 ? run.n_males : run.n_females)[slot]++;
+        }
+    }
+
+    // --- sites ------------------------------------------------------------------------------------------------------
+    snp& add_site(long position, int type) {
+        snp& site = run.snps.emplace(position, snp{})->second;
+        site.rs_id = "rs" + std::to_string(position);
+        site.snp_id = "snp" + std::to_string(position);
+        site.gen_pos = static_cast<double>(position) * 0.01;
+        site.type = site.top_panel = type;
+        return site;
+    }
+    static void label(snp& site, int panel, const std::string& a0, const std::string& a1, double freq = 0.5,
+                      const std::string& strand = "*") {
+        site.labels[static_cast<std::size_t>(panel)] = {a0, a1, strand, freq};
+    }
+    static allele_row alleles(std::initializer_list<int> values) {
+        allele_row row(values.size(), 0);
+        std::size_t i = 0;
+        for (const int value : values) row.set(i++, value);
+        return row;
+    }
+    static std::vector<int> values(const allele_row& row) {
+        std::vector<int> result;
+        for (std::size_t i = 0; i < row.size(); ++i) result.push_back(row[i]);
+        return result;
+    }
+    std::vector<long> positions() const {
+        std::vector<long> result;
+        for (const auto& entry : run.snps) result.push_back(entry.first);
+        return result;
+    }
+    snp& site_at(long position) { return run.snps.find(position)->second; }
+
+    // --- what the run wrote -----------------------------------------------------------------------------------------
+    std::string terminal_text() const { return terminal.str(); }
+    std::string summary_text() const { return file_text("summary"); }
+    std::string warnings_text() const { return file_text("warnings"); }
+    std::string file_text(const std::string& name) const {
+        std::ifstream file(folder + "/" + name);
+        std::ostringstream text;
+        text << file.rdbuf();
+        return text.str();
+    }
+    // Terminal and summary hold this text, and nothing else.
+    void expect_log(const std::string& text) const {
+        EXPECT_EQ(text, terminal_text());
+        EXPECT_EQ(text, summary_text());
+    }
+    // The exit status with which the action ends the run, -1 when it does not.
+    template <typename Action>
+    static int end_status(Action action) {
+        try {
+            action();
+        } catch (const run_end& end) {
+            return end.status;
+        }
+        return -1;
+    }
+
+    std::ostringstream terminal, notes;
+    data run{terminal, notes};
+    scripted_draws draws;
+    std::string folder;
+
+  private:
+    Random* old_generator = nullptr;
+};

@@ -46,7 +46,7 @@ haplotype_columns scan_first_line(text_input& file) {
 
 // Counts the haplotypes of the panel and settles which columns are dropped.
 haplotype_columns count_columns(data& run, reading_context& context, int panel, text_input& file) {
-    const haplotype_columns columns = scan_first_line(file);
+    haplotype_columns columns = scan_first_line(file);
     check_against_sample_file(run.log, context.exclude_flags, columns.n_columns,
                               {"haplotypes", concat("Panel ", panel, " haplotypes file")});
     if (columns.any_absent) {

@@ -48,7 +48,8 @@ int read_sex(run_log& log, const text_input& file, const std::vector<std::string
 // Sexes of a panel's individuals and where their haplotypes begin.
 class sex_table {
   public:
-    sex_table(data& run, int panel) : run_(run), p_(static_cast<std::size_t>(panel - 1)) {}
+    // Panel 0 has none; the table then stays unused.
+    sex_table(data& run, int panel) : run_(run), p_(panel > 0 ? static_cast<std::size_t>(panel - 1) : 0) {}
     void add(int sex) {
         ++(sex == male ? run_.n_males : run_.n_females)[p_];
         run_.ploidy_by_panel[p_].push_back(sex);
@@ -62,6 +63,45 @@ class sex_table {
     std::size_t p_;
     int n_haplotypes_ = 0;
 };
+
+// The copy of the study's sample file without the people that are excluded; nothing when no copy is wanted.
+class filtered_copy {
+  public:
+    void open(run_log& log, const std::string& name) {
+        name_ = name;
+        file_ = std::make_unique<result_file>(log, name, false);
+    }
+    void add(std::string_view line) {
+        if (!file_) return;
+        file_->text(line);
+        file_->end_line();
+    }
+    void close(run_log& log) {
+        if (!file_) return;
+        file_->close();
+        log.line(concat(" --wrote filtered sample file [", name_, "]"));
+    }
+
+  private:
+    std::string name_;
+    std::unique_ptr<result_file> file_;
+};
+
+// Reads the two lines of names and types; the column of the sexes, if they are needed, else 0.
+std::size_t read_headers(run_log& log, text_input& file, filtered_copy& copy, bool sex_needed) {
+    const auto next_fields = [&]() -> std::vector<std::string> {
+        std::string_view line;
+        if (!file.next_filled_line(line)) return {};
+        copy.add(line);
+        return split_fields(line);
+    };
+    const std::vector<std::string> names = next_fields();
+    check_header(log, file.name(), names);
+    const std::size_t sex_column = sex_needed ? find_sex_column(log, names) : 0;
+    const std::vector<std::string> types = next_fields();
+    if (sex_needed) check_sex_type(log, types, sex_column);
+    return sex_column;
+}
 
 }  // namespace
 
@@ -94,56 +134,33 @@ void data::read_sample_file(const std::string& file, const std::set<std::string>
     }
     exclude_flags.clear();
     const std::string option = sample_option(log, panel, is_known_haps);
-    const std::string filtered_name = params.o_file + "_samples";
-    std::unique_ptr<result_file> filtered;
-    if (panel == 2 && is_main_diploid) filtered = std::make_unique<result_file>(log, filtered_name, false);
-    const auto copy_line = [&filtered](std::string_view text) {
-        if (!filtered) return;
-        filtered->text(text);
-        filtered->end_line();
-    };
-
+    filtered_copy copy;
+    if (panel == 2 && is_main_diploid) copy.open(log, params.o_file + "_samples");
     announce(log, concat("-reading sample list for Panel ", panel, " from ", option, " file"), file);
     text_input input(log, file, concat("ERROR: The ", option, " file you specified does not exist."),
                      unopened_text("sample file", file));
     const bool sex_needed = is_main_diploid && (chrx_haploid || chrx_diploid);
-    std::size_t sex_column = 0;
-    std::string_view line;
-    std::vector<std::string> fields;
-    if (input.next_filled_line(line)) {
-        copy_line(line);
-        fields = split_fields(line);
-    }
-    check_header(log, file, fields);
-    if (sex_needed) sex_column = find_sex_column(log, fields);
-    fields.clear();
-    if (input.next_filled_line(line)) {
-        copy_line(line);
-        fields = split_fields(line);
-    }
-    if (sex_needed) check_sex_type(log, fields, sex_column);
+    const std::size_t sex_column = read_headers(log, input, copy, sex_needed);
 
     sex_table sexes(*this, panel);
+    auto& kept_ids = is_known_haps ? sample_ids_known_haps : sample_ids_g;
     long n_stored = 0;
+    std::string_view line;
     while (input.next_filled_line(line)) {
-        fields = split_fields(line);
-        if (fields.size() < 2) input.fail("There is no second ID");
-        exclude_flags.push_back(exclude_ids.contains(fields[0]) || exclude_ids.contains(fields[1]));
+        const std::vector<std::string> person = split_fields(line);
+        if (person.size() < 2) input.fail("There is no second ID");
+        exclude_flags.push_back(exclude_ids.contains(person[0]) || exclude_ids.contains(person[1]));
         if (exclude_flags.back()) continue;
         if (panel == 2) {
-            copy_line(line);
-            auto& ids = is_known_haps ? sample_ids_known_haps : sample_ids_g;
-            ids[0].push_back(fields[0]);
-            ids[1].push_back(fields[1]);
+            copy.add(line);
+            kept_ids[0].push_back(person[0]);
+            kept_ids[1].push_back(person[1]);
         }
         ++n_stored;
-        if (sex_needed) sexes.add(read_sex(log, input, fields, sex_column));
+        if (sex_needed) sexes.add(read_sex(log, input, person, sex_column));
     }
     if (sex_needed && exclude_flags.empty()) input.fail("There is nobody in the sample file");
     log.line(concat(" --read ", exclude_flags.size(), " sample IDs", sex_needed ? sexes.text() : ""));
     log.line(concat(" --stored ", n_stored, "/", exclude_flags.size(), " sample IDs"));
-    if (filtered) {
-        filtered->close();
-        log.line(concat(" --wrote filtered sample file [", filtered_name, "]"));
-    }
+    copy.close(log);
 }

@@ -30,7 +30,20 @@ triple_source source_of(const data& run, const snp& site) {
     return triple_source::input;
 }
 
-bool needs_sums(triple_source source) { return source != triple_source::input && source != triple_source::none; }
+bool needs_sums(triple_source source) {
+    return source != triple_source::input && source != triple_source::none;
+}
+
+// Whether a triple sums to 1 as it is printed, give or take what the digit 0 may hide.
+bool prints_as_one(const genotype_triple& probs, double low, double high) {
+    double sum = 0.0;
+    double n_zero = 0.0;
+    for (const double p : probs) {
+        n_zero += p < low ? 1.0 : 0.0;
+        sum += p < low ? 0.0 : p > high ? 1.0 : p;
+    }
+    return !(std::abs(1.0 - sum) > n_zero * low + 1e-10);
+}
 
 // Writes the lines of a block of sites.
 class line_writer {
@@ -40,7 +53,8 @@ class line_writer {
           file_(file),
           haploid_(haploid_individuals(run, 2)),
           low_(smallest_printed(run.params.outdp)),
-          high_(1.0 - low_) {}
+          high_(1.0 - low_),
+          line_(haploid_.size() * 3) {}
 
     void write(std::span<const std::size_t> block) {
         with_sums_.clear();
@@ -69,19 +83,19 @@ class line_writer {
                                source == triple_source::prephased;
         const sum_block& sums = source == triple_source::prephased ? prephased_sums_ : sums_;
         const sum_divisor divisor(run_, site, source == triple_source::imputed);
-        line_.clear();
+        double* to = line_.data();
         for (std::size_t i = 0; i < haploid_.size(); ++i) {
+            genotype_triple probs{};
             if (from_sums ||
                 (source == triple_source::input_or_posterior && study_genotype(site, i) == missing_genotype)) {
                 const double d = divisor[i];
-                const genotype_triple probs = triple_of(sums.one(j, i) / d, sums.two(j, i) / d, haploid_[i] != 0);
-                run_.check_genotype_probs(probs, run_.positions[s], low_, high_);
-                line_.insert(line_.end(), probs.begin(), probs.end());
-            } else {
-                const genotype_triple probs =
-                    source == triple_source::none ? genotype_triple{} : input_triple(site, i);
-                line_.insert(line_.end(), probs.begin(), probs.end());
+                probs = triple_of(sums.one(j, i) / d, sums.two(j, i) / d, haploid_[i] != 0);
+                if (!prints_as_one(probs, low_, high_))
+                    run_.check_genotype_probs(probs, run_.positions[s], low_, high_);
+            } else if (source != triple_source::none) {
+                probs = input_triple(site, i);
             }
+            to = std::copy(probs.begin(), probs.end(), to);
         }
         file_.probabilities(line_, run_.params.outdp, low_);
         file_.end_line();
@@ -107,18 +121,10 @@ void data::output_mcmc() {
     visit_blocks(selected, [&writer](std::span<const std::size_t> block) { writer.write(block); });
 }
 
-// Ends the run if a triple does not sum to 1 as it is printed, give or take what the digit 0 may hide.
 void data::check_genotype_probs(const std::array<double, 3>& probs, long position, double low, double high) {
-    double sum = 0.0;
-    double n_zero = 0.0;
-    for (const double p : probs) {
-        n_zero += p < low ? 1.0 : 0.0;
-        sum += p < low ? 0.0 : p > high ? 1.0 : p;
-    }
-    if (std::abs(1.0 - sum) > n_zero * low + 1e-10) {
-        log.fatal(
-            concat("ERROR: The imputed genotype probabilities for the SNP at position ", position,
-                   " do not sum to 1.0; this implies that there was a problem with the imputation. Please contact "
-                   "the authors for assistance."));
-    }
+    if (prints_as_one(probs, low, high)) return;
+    log.fatal(
+        concat("ERROR: The imputed genotype probabilities for the SNP at position ", position,
+               " do not sum to 1.0; this implies that there was a problem with the imputation. Please contact the "
+               "authors for assistance."));
 }

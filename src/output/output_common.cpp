@@ -95,8 +95,11 @@ void sum_block::gather(const std::array<sum_table, 2>& tables, std::size_t n_row
         }
         if (!all_held) std::fill(values_[g].begin(), values_[g].end(), 0.0);
         double* const to = values_[g].data();
+        const int first_column = std::max(0, column[0]);
+        constexpr std::size_t look_ahead = 16;  // rows lie far apart, where no hardware fetches ahead
         for (std::size_t row = 0; row < n_rows; ++row) {
             const double* const from = tables[g].row(row);
+            if (row + look_ahead < n_rows) __builtin_prefetch(tables[g].row(row + look_ahead) + first_column);
             for (std::size_t j = 0; j < sites.size(); ++j) {
                 if (column[j] >= 0) to[j * n_rows + row] = from[column[j]];
             }

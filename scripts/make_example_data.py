@@ -21,6 +21,7 @@ EFFECTIVE_SIZE = 10000    # diploid people
 BACKGROUND_RATE = 0.6     # cM/Mb outside hotspots
 HOTSPOTS = [(0.27, 0.005, 25.0), (0.66, 0.008, 15.0)]  # where in the region, its width as a share of it, cM/Mb there
 BASES = 'ACGT'
+TRIPLES = {0: '1 0 0', 1: '0 1 0', 2: '0 0 1', None: '0 0 0'}  # of a genotype; None is missing
 TRANSITIONS = {'A': 'G', 'G': 'A', 'C': 'T', 'T': 'C'}
 
 
@@ -174,10 +175,9 @@ def choose_typed(sites, wanted):
 
 
 def genotype_line(site, genotypes):
-    """A line of a genotype file; a genotype of None is missing."""
-    triples = {0: '1 0 0', 1: '0 1 0', 2: '0 0 1', None: '0 0 0'}
+    """A line of a genotype file."""
     return ' '.join(['SNP%d' % site.position, site.name(), str(site.position), *site.alleles] +
-                    [triples[g] for g in genotypes])
+                    [TRIPLES[g] for g in genotypes])
 
 
 def write(folder, name, lines):

@@ -53,19 +53,18 @@ class count_pass {
     count_pass(data& run, const count_request& request, bool keep_bits, bool keep_allele_probs)
         : run_(run), q_(request), keep_bits_(keep_bits), keep_allele_probs_(keep_allele_probs) {}
 
-    void visit_imputed(const snp& site, const std::array<double, 2>& weights) {
+    void visit_imputed(std::size_t s, const std::array<double, 2>& weights) {
         if (run_.params.mc_impute) {
-            if (run_.params.phase && !run_.tmp_haps) store_bits(q_.ind, site);
-            count_sampled_genotype(site);
+            if (run_.params.phase && !run_.tmp_haps) store_bits(q_.ind, s);
+            count_sampled_genotype(s);
             return;
         }
-        const auto s = static_cast<std::size_t>(site.index);
         const double a = run_.work->allele_prob[0][s];
         const double b = q_.diploid ? run_.work->allele_prob[1][s] : 0.0;
         auto [q1, q2] = genotype_chances(a, b, q_.diploid);
-        const auto cond = static_cast<std::size_t>(site.top_panel);
+        const auto cond = static_cast<std::size_t>(run_.traits[s].top_panel);
         if (run_.params.weight_imputed_gt >= 0) {
-            write_debug_line(site, q1, q2);
+            write_debug_line(s, q1, q2);
             q1 *= weights[cond];
             q2 *= weights[cond];
         }
@@ -78,12 +77,11 @@ class count_pass {
         }
     }
 
-    void visit_typed(const snp& site) {
+    void visit_typed(std::size_t s) {
         if (keep_bits_ && !run_.tmp_haps) {
-            store_bits(run_.params.mc_impute ? q_.ind : static_cast<std::size_t>(q_.unknown_index), site);
+            store_bits(run_.params.mc_impute ? q_.ind : static_cast<std::size_t>(q_.unknown_index), s);
         }
-        if (site.type != 2 || !q_.selfcheck_iter || run_.params.mc_impute) return;
-        const auto s = static_cast<std::size_t>(site.index);
+        if (run_.traits[s].type != 2 || !q_.selfcheck_iter || run_.params.mc_impute) return;
         for (std::size_t cond = 0; cond < 2; ++cond) {
             if (!run_.output_types[cond] && run_.params.weight_panel != static_cast<int>(cond)) continue;
             const auto& acc = run_.work->allele_acc[cond];
@@ -94,16 +92,14 @@ class count_pass {
     }
 
   private:
-    void store_bits(std::size_t slot, const snp& site) {
-        const auto s = static_cast<std::size_t>(site.index);
+    void store_bits(std::size_t slot, std::size_t s) {
         run_.acc.mcmc_bits.set(slot, 0, s, q_.stored_count, run_.haps[2].allele(q_.hap, s) == 1);
         if (q_.diploid) {
             run_.acc.mcmc_bits.set(slot, 1, s, q_.stored_count, run_.haps[2].allele(q_.hap + 1, s) == 1);
         }
     }
 
-    void count_sampled_genotype(const snp& site) {
-        const auto s = static_cast<std::size_t>(site.index);
+    void count_sampled_genotype(std::size_t s) {
         int& sampled = run_.acc.last_sampled_gtype[s];
         if (sampled > 0) {
             const std::size_t row = q_.diploid ? static_cast<std::size_t>(sampled - 1) : 1;
@@ -113,15 +109,16 @@ class count_pass {
         sampled = 0;
     }
 
-    void write_debug_line(const snp& site, double q1, double q2) {
+    void write_debug_line(std::size_t s, double q1, double q2) {
         if (!run_.debug_wt_out) return;
-        const auto& L = run_.acc.term_prob[static_cast<std::size_t>(site.top_panel)];
+        const auto cond = static_cast<std::size_t>(run_.traits[s].top_panel);
+        const auto& L = run_.acc.term_prob[cond];
         result_file& out = *run_.debug_wt_out;
         out.integer(static_cast<long>(q_.ind));
         out.character(' ');
-        out.integer(site.top_panel);
+        out.integer(static_cast<long>(cond));
         out.character(' ');
-        out.integer(run_.positions[static_cast<std::size_t>(site.index)]);
+        out.integer(run_.positions[s]);
         for (const double value : {L[0], L[1], 1.0 - q1 - q2, q1, q2}) {
             out.character(' ');
             out.fixed(value, 4);
@@ -136,8 +133,7 @@ class count_pass {
 };
 
 // A sampled missing allele of a Panel 0 haplotype.
-void count_sporadic(data& run, std::size_t ind, const snp& site) {
-    const auto s = static_cast<std::size_t>(site.index);
+void count_sporadic(data& run, std::size_t ind, std::size_t s) {
     if (run.ref_missing.n_hap() == 0 || run.ref_missing.allele(ind, s) == 0) return;
     int& sampled = run.acc.last_sampled_gtype[s];
     sample_tally& tally = run.acc.tallies[s];
@@ -172,14 +168,13 @@ void data::store_counts_or_haps(int ind, int hap, int diploid, int panel, int st
     count_pass pass(*this, request, keep_bits, keep_allele_probs);
     const auto [first, last] = site_range(haps_interval());
     for (std::size_t s = first; s < last; ++s) {
-        const snp& site = *sites[s];
-        if (site.type == n_panels) continue;
-        if (site.top_panel < panel) {
-            pass.visit_imputed(site, weights);
+        if (traits[s].type == n_panels) continue;
+        if (traits[s].top_panel < panel) {
+            pass.visit_imputed(s, weights);
         } else if (panel == 2) {
-            pass.visit_typed(site);
+            pass.visit_typed(s);
         } else if (params.mc_impute && sporadic_haploid_imputation) {
-            count_sporadic(*this, request.ind, site);
+            count_sporadic(*this, request.ind, s);
         }
     }
 }

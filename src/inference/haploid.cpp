@@ -1,7 +1,6 @@
 #include "inference/haploid.h"
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
 
 #include "inference/haploid_blocks.h"
@@ -204,37 +203,14 @@ class anchored_walk {
             product_anchor_ = f.anchor;
             product_known_ = true;
         }
-        std::size_t n_ones = 0;
-        for (std::size_t w = 0; w < p_.words; ++w) n_ones += static_cast<std::size_t>(std::popcount(p_.bits(v)[w]));
-        const bool ones_rare = 2 * n_ones <= n_;
-        const carrier_sums rare = sum_carriers(p_.bits(v), ones_rare, t_.vector(f.anchor));
+        const kernels::carrier_sums rare =
+            kernels::active().sum_carriers(n_, p_.bits(v), t_.vector(f.anchor), right_);
         const auto weight = [&](double fc, double sum_f, double sum_c, double n) {
             return f.alpha * alpha_ * fc + f.alpha * beta_ * sum_f + f.beta * alpha_ * sum_c + f.beta * beta_ * n;
         };
-        const double n_rare = static_cast<double>(ones_rare ? n_ones : n_ - n_ones);
-        const double carried = weight(rare.product, rare.forward, rare.backward, n_rare);
+        const double carried = weight(rare.product, rare.forward, rare.backward, static_cast<double>(rare.n));
         const double all = weight(product_, t_.anchor_sum[f.anchor], right_sum_, static_cast<double>(n_));
-        return ones_rare ? allele_weights{all - carried, carried} : allele_weights{carried, all - carried};
-    }
-
-    struct carrier_sums {
-        double product = 0.0, forward = 0.0, backward = 0.0;
-    };
-
-    carrier_sums sum_carriers(const std::uint64_t* row, bool ones, const double* f) const {
-        carrier_sums sums;
-        for (std::size_t w = 0; w < p_.words; ++w) {
-            std::uint64_t left = ones ? row[w] : ~row[w];
-            if (w + 1 == p_.words && n_ % 64 != 0) left &= (std::uint64_t{1} << (n_ % 64)) - 1;
-            while (left != 0) {
-                const std::size_t k = w * 64 + static_cast<std::size_t>(std::countr_zero(left));
-                left &= left - 1;
-                sums.product += f[k] * right_[k];
-                sums.forward += f[k];
-                sums.backward += right_[k];
-            }
-        }
-        return sums;
+        return rare.ones ? allele_weights{all - carried, carried} : allele_weights{carried, all - carried};
     }
 
     const haploid_problem& p_;

@@ -2,11 +2,14 @@
 
 #include <algorithm>
 
+#include "inference/kernels/kernels.h"
+
 void gather_state_alleles(const std::array<packed_haplotypes, 3>& haps, const conditioning_states& states,
                           const std::vector<int>& sites, std::size_t n_states, std::vector<std::uint64_t>& alleles) {
     const std::size_t words = bits::words_for(n_states);
     alleles.resize(sites.size() * words);
-    std::array<std::uint64_t, bits::word_bits> block{};
+    alignas(64) std::array<std::uint64_t, bits::word_bits> block{};
+    const auto transpose = kernels::active().transpose;
     for (std::size_t w = 0; w < words; ++w) {
         const std::size_t first_state = w * bits::word_bits;
         const std::size_t n = std::min(bits::word_bits, n_states - first_state);
@@ -19,7 +22,7 @@ void gather_state_alleles(const std::array<packed_haplotypes, 3>& haps, const co
         while (v < sites.size()) {
             const std::size_t site_word = static_cast<std::size_t>(sites[v]) / bits::word_bits;
             for (std::size_t j = 0; j < bits::word_bits; ++j) block[j] = rows[j] != nullptr ? rows[j][site_word] : 0;
-            transpose_bits(block.data());
+            transpose(block.data());
             for (; v < sites.size() && static_cast<std::size_t>(sites[v]) / bits::word_bits == site_word; ++v) {
                 alleles[v * words + w] = block[static_cast<std::size_t>(sites[v]) % bits::word_bits];
             }

@@ -13,42 +13,49 @@ std::size_t at(int index) { return static_cast<std::size_t>(index); }
 // Whether somebody of a panel is seen through input probabilities.
 bool probabilistic(const data& run, int panel) { return panel == 2 ? run.params.prob_g : run.params.prob_g_ref; }
 
-// Observed allele of a haplotype at a site: 0, 1, or unobserved.
-std::uint8_t observed_allele(const data& run, const haploid_update& u, const snp& site) {
-    const auto s = at(site.index);
+bool ref_allele_missing(const data& run, int hap, std::size_t s) {
+    return run.ref_missing.n_hap() > 0 && run.ref_missing.allele(at(hap), s) == 1;
+}
+
+std::uint8_t genotype_of(const data& run, int panel, int ind, std::size_t s) {
+    const auto& gtypes = run.sites[s]->gtypes[at(panel - 1)];
+    return gtypes.empty() ? missing_genotype : gtypes[at(ind)];
+}
+
+// Observed allele of a haplotype at site s of the store: 0, 1, or unobserved.
+std::uint8_t observed_allele(const data& run, const haploid_update& u, std::size_t s) {
+    const site_traits& traits = run.traits[s];
     const auto allele = [&] { return static_cast<std::uint8_t>(run.haps[at(u.panel)].allele(at(u.hap), s)); };
-    if (u.panel == 0) {
-        return run.ref_missing.n_hap() > 0 && run.ref_missing.allele(at(u.hap), s) == 1 ? unobserved : allele();
-    }
-    if (u.panel == 1 && site.panel1_placeholder) return unobserved;
-    if (u.panel > u.cond_panel) return site.type >= u.panel ? allele() : unobserved;
-    const std::uint8_t g = site.gtypes[at(u.panel - 1)].empty() ? missing_genotype : site.gtypes[at(u.panel - 1)][at(u.ind)];
+    if (u.panel == 0) return ref_allele_missing(run, u.hap, s) ? unobserved : allele();
+    if (u.panel == 1 && traits.panel1_placeholder) return unobserved;
+    if (u.panel > u.cond_panel) return traits.type >= u.panel ? allele() : unobserved;
+    const std::uint8_t g = genotype_of(run, u.panel, u.ind, s);
     return g == missing_genotype ? unobserved : static_cast<std::uint8_t>(g / 2);
 }
 
-bool own_data_missing(const data& run, const haploid_update& u, const snp& site) {
-    if (u.panel == 0) return run.ref_missing.n_hap() > 0 && run.ref_missing.allele(at(u.hap), at(site.index)) == 1;
-    const auto& gtypes = site.gtypes[at(u.panel - 1)];
-    return gtypes.empty() || gtypes[at(u.ind)] == missing_genotype;
+bool own_data_missing(const data& run, const haploid_update& u, std::size_t s) {
+    return u.panel == 0 ? ref_allele_missing(run, u.hap, s) : genotype_of(run, u.panel, u.ind, s) == missing_genotype;
 }
 
 // Whether a walk that samples draws the haplotype's allele at a site.
-bool draws_allele(const data& run, const haploid_update& u, const snp& site) {
-    if (u.panel == 1 && site.panel1_placeholder) return true;
+bool draws_allele(const data& run, const haploid_update& u, std::size_t s) {
+    const site_traits& traits = run.traits[s];
+    if (u.panel == 1 && traits.panel1_placeholder) return true;
     if (run.params.use_panel1_for_type0_imputation && u.panel == 2) {
-        if (site.top_panel != u.cond_panel) return false;
+        if (traits.top_panel != u.cond_panel) return false;
     } else {
-        if (site.type != u.cond_panel) return false;
-        if (u.panel == 0) return own_data_missing(run, u, site);
+        if (traits.type != u.cond_panel) return false;
+        if (u.panel == 0) return own_data_missing(run, u, s);
     }
-    return u.panel > u.cond_panel ? site.type < u.panel : own_data_missing(run, u, site);
+    return u.panel > u.cond_panel ? traits.type < u.panel : own_data_missing(run, u, s);
 }
 
 // The same choice as the older whole-sweep routine makes it.
-bool draws_allele_old(const data& run, const haploid_update& u, const snp& site) {
-    if (u.panel == u.cond_panel) return own_data_missing(run, u, site);
-    if (u.panel == 1 && site.panel1_placeholder) return true;
-    return (run.params.use_panel1_for_type0_imputation ? site.top_panel : site.type) == u.cond_panel;
+bool draws_allele_old(const data& run, const haploid_update& u, std::size_t s) {
+    const site_traits& traits = run.traits[s];
+    if (u.panel == u.cond_panel) return own_data_missing(run, u, s);
+    if (u.panel == 1 && traits.panel1_placeholder) return true;
+    return (run.params.use_panel1_for_type0_imputation ? traits.top_panel : traits.type) == u.cond_panel;
 }
 
 // Whether the allele posterior at a site is wanted, and whether without its own observation.
@@ -56,10 +63,11 @@ struct allele_posterior {
     bool wanted;
     bool own;
 };
-allele_posterior wanted_posterior(const data& run, const haploid_update& u, const snp& site) {
-    const bool own = u.selfcheck && site.type == 2;
+allele_posterior wanted_posterior(const data& run, const haploid_update& u, std::size_t s) {
+    const site_traits& traits = run.traits[s];
+    const bool own = u.selfcheck && traits.type == 2;
     const bool cond_used = run.output_types[at(u.cond_panel)] || run.params.weight_panel == u.cond_panel;
-    return {u.allele_probs && (site.top_panel == u.cond_panel || (own && cond_used)), own};
+    return {u.allele_probs && (traits.top_panel == u.cond_panel || (own && cond_used)), own};
 }
 
 posterior_target target_of(const haploid_update& u) {
@@ -106,7 +114,7 @@ class haploid_run {
         problem.n_sites = model_.n_sites();
         problem.gap = model_.hap_gap.data();
         w_.observed.resize(model_.n_sites());
-        for (std::size_t v = 0; v < model_.n_sites(); ++v) w_.observed[v] = observed_allele(run_, u_, site(v));
+        for (std::size_t v = 0; v < model_.n_sites(); ++v) w_.observed[v] = observed_allele(run_, u_, at(model_.site[v]));
         problem.observed = w_.observed.data();
         gather_state_alleles(run_.haps, run_.cond_states, model_.site, problem.n_states, w_.state_alleles);
         problem.alleles = w_.state_alleles.data();
@@ -127,12 +135,12 @@ class haploid_run {
         for (std::size_t v = 0; v < model_.n_sites(); ++v) {
             haploid_request& request = w_.haploid_requests[v];
             if (u_.sample) {
-                request.draw_allele = run_.params.use_old_code ? draws_allele_old(run_, u_, site(v))
-                                                               : draws_allele(run_, u_, site(v));
+                const auto s = at(model_.site[v]);
+                request.draw_allele = run_.params.use_old_code ? draws_allele_old(run_, u_, s) : draws_allele(run_, u_, s);
             }
             if (u_.backward && in_output(v)) {
-                request.posterior = wanted_posterior(run_, u_, site(v)).wanted ||
-                                    haploid_posterior_needed(run_, target_of(u_), site(v));
+                request.posterior = wanted_posterior(run_, u_, at(model_.site[v])).wanted ||
+                                    (u_.genotype_probs && haploid_posterior_needed(run_, target_of(u_), site(v)));
             }
         }
     }
@@ -163,12 +171,11 @@ class haploid_run {
         const posterior_target target = target_of(u_);
         for (std::size_t v = 0; v < model_.n_sites(); ++v) {
             if (!in_output(v)) continue;
-            const snp& here = site(v);
+            const auto s = at(model_.site[v]);
             const allele_weights* weights = w_.haploid_requests[v].posterior ? &w_.haploid_out.weights[v] : nullptr;
-            if (u_.genotype_probs) add_haploid_posterior(run_, target, here, weights);
-            const allele_posterior allele = wanted_posterior(run_, u_, here);
+            if (u_.genotype_probs) add_haploid_posterior(run_, target, site(v), weights);
+            const allele_posterior allele = wanted_posterior(run_, u_, s);
             if (!allele.wanted) continue;
-            const auto s = at(here.index);
             if (allele.own) {
                 const int own = run_.haps[at(u_.panel)].allele(at(u_.hap), s);
                 w_.allele_acc[at(u_.cond_panel)][at(u_.strand)][s] = allele_one_chance(*weights, M, own);

@@ -42,6 +42,14 @@ struct conditioning_states {
     }
 };
 
+// What the walks ask of every site, kept apart from the records so that they need not be touched.
+struct site_traits {
+    std::int8_t type = 0;
+    std::int8_t top_panel = 0;
+    bool panel1_placeholder = false;
+    bool ref_alleles_missing = false;
+};
+
 // The conditioning states recorded for the copy-state files: one line of the file each.
 struct copy_state_record {
     std::vector<int> panel;   // copy_state_panels
@@ -143,6 +151,7 @@ class data {
     // The store in order, fixed from the end of data::setup on: sites[s]->index == s, positions[s] its position.
     std::vector<snp*> sites;
     std::vector<long> positions;
+    std::vector<site_traits> traits;
     // The genetic map, kept around the region: base pairs, and units of 4 Ne Morgans.
     std::vector<long> map_phys_pos;
     std::vector<double> map_gen_pos;

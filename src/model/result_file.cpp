@@ -1,14 +1,16 @@
 #include "model/result_file.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <array>
-#include <boost/iostreams/device/file_descriptor.hpp>
+#include <boost/iostreams/categories.hpp>
 #include <boost/iostreams/filter/gzip.hpp>
 #include <cerrno>
 #include <charconv>
 #include <cmath>
 #include <cstring>
 #include <exception>
-#include <fcntl.h>
 
 #include "model/run_log.h"
 #include "model/text.h"
@@ -17,6 +19,36 @@ namespace {
 
 constexpr std::size_t flush_size = std::size_t{1} << 20;
 constexpr std::array<double, 9> powers_of_ten{1.0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8};
+
+// The end of the chain. It keeps the first error for the result file, since a stream that is being closed loses what
+// its devices throw.
+class descriptor_sink {
+  public:
+    using char_type = char;
+    struct category : boost::iostreams::sink_tag, boost::iostreams::closable_tag {};
+
+    descriptor_sink(int descriptor, int& error) : descriptor_(descriptor), error_(&error) {}
+
+    std::streamsize write(const char* text, std::streamsize n) {
+        for (std::streamsize done = 0; done < n && *error_ == 0;) {
+            const ssize_t written = ::write(descriptor_, text + done, static_cast<std::size_t>(n - done));
+            if (written >= 0) {
+                done += written;
+            } else if (errno != EINTR) {
+                *error_ = errno;
+            }
+        }
+        return n;
+    }
+
+    void close() {
+        if (::close(descriptor_) != 0 && *error_ == 0) *error_ = errno;
+    }
+
+  private:
+    int descriptor_;
+    int* error_;
+};
 
 // Writes a value of at least 0 and below 1 in fixed notation; the end, or null when it is too near to a tie of rounding
 // to be settled by a multiplication.
@@ -46,12 +78,14 @@ result_file::result_file(run_log& log, std::string name, bool gzipped) : log_(lo
         // Defaults: level -1, method 8, window bits 15, memory level 8; no name, comment or time.
         stream_.push(boost::iostreams::gzip_compressor(boost::iostreams::gzip_params(), 4096));
     }
-    stream_.push(boost::iostreams::file_descriptor_sink(descriptor, boost::iostreams::close_handle), 1 << 16);
+    stream_.push(descriptor_sink(descriptor, write_error_), 1 << 16);
     stream_.exceptions(std::ios_base::badbit | std::ios_base::failbit);
     open_ = true;
 }
 
-result_file::~result_file() { close(); }
+result_file::~result_file() {
+    close();
+}
 
 void result_file::failed(std::string_view what) {
     if (!failed_) log_.result_failed(what);
@@ -66,7 +100,7 @@ void result_file::integer(long value) {
 
 void result_file::fixed(double value, int decimals) {
     std::array<char, 384> digits;  // NOLINT: written before it is read
-    if (std::isnan(value)) {  // no result file holds a NaN
+    if (std::isnan(value)) {       // no result file holds a NaN
         buffer_ += "-1";
         return;
     }
@@ -75,7 +109,9 @@ void result_file::fixed(double value, int decimals) {
     buffer_.append(digits.data(), result.ptr);
 }
 
-void result_file::number(double value) { buffer_ += std::isnan(value) ? "-1" : default_text(value); }
+void result_file::number(double value) {
+    buffer_ += std::isnan(value) ? "-1" : default_text(value);
+}
 
 void result_file::probability(double value, int decimals, double low) {
     if (value < low) {
@@ -119,14 +155,18 @@ void result_file::end_line() {
     if (buffer_.size() >= flush_size) write_buffer();
 }
 
+void result_file::report_write_error() {
+    if (write_error_ != 0) failed(concat("cannot write [", name_, "] to its end: ", std::strerror(write_error_)));
+}
+
 void result_file::write_buffer() {
     if (open_ && !failed_) {
-        errno = 0;
         try {
             stream_.write(buffer_.data(), static_cast<std::streamsize>(buffer_.size()));
         } catch (const std::exception& failure) {
-            failed(concat("cannot write [", name_, "] to its end: ", errno != 0 ? std::strerror(errno) : failure.what()));
+            failed(concat("cannot write [", name_, "] to its end: ", failure.what()));
         }
+        report_write_error();
     }
     buffer_.clear();
 }
@@ -135,11 +175,10 @@ void result_file::close() {
     if (!open_) return;
     write_buffer();
     open_ = false;
-    errno = 0;
     try {
-        stream_.strict_sync();
         stream_.reset();
     } catch (const std::exception& failure) {
-        failed(concat("cannot write [", name_, "] to its end: ", errno != 0 ? std::strerror(errno) : failure.what()));
+        failed(concat("cannot write [", name_, "] to its end: ", failure.what()));
     }
+    report_write_error();
 }

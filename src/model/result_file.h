@@ -11,8 +11,8 @@ class run_log;
 
 class result_file {
   public:
-    // Opens the file for writing, truncating it. A failure is named on standard error, the text is lost, and the run will
-    // end with status 1.
+    // Opens the file for writing, truncating it. A failure is named on standard error, the text is lost, and the run
+    // will end with status 1.
     result_file(run_log& log, std::string name, bool gzipped);
     result_file(const result_file&) = delete;
     result_file& operator=(const result_file&) = delete;
@@ -36,12 +36,14 @@ class result_file {
 
   private:
     void write_buffer();
+    void report_write_error();
     void failed(std::string_view what);
 
     run_log& log_;
     std::string name_;
     std::string buffer_;
     boost::iostreams::filtering_ostream stream_;
+    int write_error_ = 0;  // error number of the first write that failed; the sink at the end of the stream sets it
     bool open_ = false;
     bool failed_ = false;
 };

@@ -19,17 +19,16 @@ struct placed_states {
         sum += posterior;
         ++n_placed;
     }
+    // Makes the values sum to 1.
+    void scale() {
+        for (double& value : values) value /= sum;
+    }
 };
 
 void check_count(run_log& log, const char* which, int n_placed, int n_expected) {
     if (n_placed == n_expected) return;
     log.fatal(concat("ERROR: In trying to print ", which, " copy probabilities, found ", n_placed,
                      " states when expecting ", n_expected, " states."));
-}
-
-void write_value(result_file& file, double value, int outdp, double low) {
-    file.character(' ');
-    file.probability(value, outdp, low);
 }
 
 }  // namespace
@@ -42,11 +41,11 @@ void output_ref_copy_probs(result_file& file, run_log& log, int individual, int 
         if (states.panel[k] == 0) placed.place(static_cast<std::size_t>(states.hap[k]), posterior[k]);
     }
     check_count(log, "reference", placed.n_placed, n_expected);
-    const double low = smallest_printed(outdp);
+    placed.scale();
     file.integer(2L * individual + strand);
     file.character(' ');
     file.integer(position);
-    for (const double value : placed.values) write_value(file, value / placed.sum, outdp, low);
+    file.probabilities(placed.values, outdp, smallest_printed(outdp));
     file.end_line();
 }
 
@@ -60,14 +59,15 @@ void output_all_copy_probs(result_file& file, run_log& log, int individual, long
         placed.place(static_cast<std::size_t>(haplotype), posterior[k]);
     }
     check_count(log, "all", placed.n_placed, n_expected);
-    const double low = smallest_printed(outdp);
+    placed.scale();
+    const std::span<const double> values(placed.values);
     const auto own_begin = static_cast<std::size_t>(offset[2] + first_own);
     const std::size_t own_end = own_begin + static_cast<std::size_t>(n_own);
+    const double low = smallest_printed(outdp);
     file.integer(individual);
     file.character('-');
     file.integer(position);
-    for (std::size_t h = 0; h < placed.values.size(); ++h) {
-        if (h < own_begin || h >= own_end) write_value(file, placed.values[h] / placed.sum, outdp, low);
-    }
+    file.probabilities(values.first(own_begin), outdp, low);
+    file.probabilities(values.subspan(own_end), outdp, low);
     file.end_line();
 }

@@ -17,23 +17,19 @@ std::vector<std::size_t> counted_sites(const data& run) {
     return selected;
 }
 
-// One line per site; print(file, one, two) writes what stands for an individual, after a blank.
-template <typename Print>
-void write_counts(data& run, const std::string& name, const std::vector<std::size_t>& selected, bool sampled,
-                  Print print) {
+// One line per site: gather(sums, block) fetches the sums of a block, print(file, one, two) writes what stands for an
+// individual.
+template <typename Gather, typename Print>
+void write_counts(data& run, const std::string& name, Gather gather, Print print) {
     result_file file(run.log, output_name(run, name), run.params.o_gz);
-    const std::size_t n = n_study(run);
+    const std::vector<std::size_t> selected = counted_sites(run);
     sum_block sums;
     visit_blocks(selected, [&](std::span<const std::size_t> block) {
-        if (sampled) {
-            sums.gather(run, block);
-        } else {
-            sums.gather(run.acc.gtype_acc, n, block);
-        }
+        gather(sums, block);
         for (std::size_t j = 0; j < block.size(); ++j) {
             const snp& site = *run.sites[block[j]];
             write_site_columns(file, site, run.positions[block[j]], output_labels(run, site, site.type));
-            for (std::size_t i = 0; i < n; ++i) print(file, sums.one(j, i), sums.two(j, i));
+            for (std::size_t i = 0; i < n_study(run); ++i) print(file, sums.one(j, i), sums.two(j, i));
             file.end_line();
         }
     });
@@ -42,24 +38,33 @@ void write_counts(data& run, const std::string& name, const std::vector<std::siz
 }  // namespace
 
 void data::output_current_gtype_counts(int iter, int count) {
-    // The integer counters are those of sampled genotypes; a run that samples none has counted none.
-    const auto print = [this, count](result_file& file, double one, double two) {
-        const long n1 = params.mc_impute ? static_cast<long>(one) : 0;
-        const long n2 = params.mc_impute ? static_cast<long>(two) : 0;
+    const auto gather = [this](sum_block& sums, std::span<const std::size_t> block) {
+        if (params.mc_impute) {
+            sums.gather(*this, block);
+        } else {  // the integer counters are those of sampled genotypes, and nothing was counted
+            sums.gather(std::array<sum_table, 2>{}, n_study(*this), block);
+        }
+    };
+    const auto print = [count](result_file& file, double one, double two) {
+        const auto n1 = static_cast<long>(one);
+        const auto n2 = static_cast<long>(two);
         for (const long n : {count - n1 - n2, n1, n2}) {
             file.character(' ');
             file.integer(n);
         }
     };
-    write_counts(*this, concat("_gtcounts_iter", iter + 1), counted_sites(*this), true, print);
+    write_counts(*this, concat("_gtcounts_iter", iter + 1), gather, print);
 }
 
 void data::output_current_gtype_counts_wt(int iter, int count) {
+    const auto gather = [this](sum_block& sums, std::span<const std::size_t> block) {
+        sums.gather(acc.gtype_acc, n_study(*this), block);
+    };
     const auto print = [count](result_file& file, double one, double two) {
         for (const double sum : {count - one - two, one, two}) {
             file.character(' ');
             file.number(sum);
         }
     };
-    write_counts(*this, concat("_gtcounts_wt_iter", iter + 1), counted_sites(*this), false, print);
+    write_counts(*this, concat("_gtcounts_wt_iter", iter + 1), gather, print);
 }

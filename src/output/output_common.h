@@ -114,7 +114,7 @@ std::array<double, 2> genotype_sums(const data& run, std::size_t site, std::size
 // site would miss the cache at every value; a block takes whole cache lines.
 class sum_block {
   public:
-    static constexpr std::size_t max_sites = 8;
+    static constexpr std::size_t max_sites = 16;
     // From given tables; rows 0 to n_rows - 1.
     void gather(const std::array<sum_table, 2>& tables, std::size_t n_rows, std::span<const std::size_t> sites);
     // From gtype_acc or the tallies, by study individual.

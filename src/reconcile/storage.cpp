@@ -59,6 +59,14 @@ void list_model_sites(data& run, hmm_model& model, const std::function<bool(cons
     }
 }
 
+void list_traits(data& run) {
+    run.traits.clear();
+    for (const snp* site : run.sites) {
+        run.traits.push_back({static_cast<std::int8_t>(site->type), static_cast<std::int8_t>(site->top_panel),
+                              site->panel1_placeholder, site->ref_alleles_missing});
+    }
+}
+
 void build_models(data& run) {
     for (int panel = 0; panel < 3; ++panel) {
         for (int cond = 0; cond < 3; ++cond) {
@@ -266,6 +274,7 @@ void setup_storage(data& run) {
     list_iterations(run);
     list_selfcheck_iterations(run);
     settle_informed_start(run);
+    list_traits(run);
     build_models(run);
     if (p.mem_save_1) plan_memory_saving(run);
     if (!p.suppress_imputation_output) allocate_sums(run);

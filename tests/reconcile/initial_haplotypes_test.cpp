@@ -408,11 +408,11 @@ TEST_F(initial_haplotypes, an_undefined_frequency_of_any_panel_ends_the_run) {
     EXPECT_EQ(1, guess());
     EXPECT_EQ(panel2_stage + text(2), terminal_text());
     EXPECT_EQ(terminal_text(), summary_text());
-    terminal.str("");
+    capture.terminal.str("");
     site.labels[2].freq = 0.5;
     EXPECT_EQ(1, guess());
     EXPECT_EQ(panel2_stage + panel1_stage + text(1), terminal_text());
-    terminal.str("");
+    capture.terminal.str("");
     site.labels[1].freq = 0.5;
     EXPECT_EQ(1, guess());
     EXPECT_EQ(panel2_stage + panel1_stage + panel0_stage + text(0), terminal_text());

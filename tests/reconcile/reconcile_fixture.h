@@ -3,24 +3,19 @@
 // A run made by hand: sites, panels and settings without any input file, scripted draws, and what it wrote.
 
 #include <gtest/gtest.h>
-#include <unistd.h>
-
 #include <array>
 #include <cstddef>
 #include <deque>
-#include <filesystem>
-#include <fstream>
 #include <initializer_list>
-#include <set>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "model/data.h"
 #include "random/random.h"
+#include "support/log_capture.h"
 
-// Gives the draws of a list, and counts them. A draw past the end of the list is a failure.
-class scripted_draws : public Random {
+// Gives the draws that a test queued, and counts them. A draw past the end of the queue is a failure.
+class queued_draws : public Random {
   public:
     void add(std::initializer_list<double> draws) { draws_.insert(draws_.end(), draws); }
     double Next() override {
@@ -43,10 +38,7 @@ class scripted_draws : public Random {
 class reconcile_fixture : public ::testing::Test {
   protected:
     void SetUp() override {
-        const auto* test = ::testing::UnitTest::GetInstance()->current_test_info();
-        folder = ::testing::TempDir() + test->test_suite_name() + "." + test->name() + "." + std::to_string(getpid());
-        std::filesystem::create_directories(folder);
-        run.log.open(folder + "/summary", folder + "/warnings");
+        capture.open(run.log);
         old_generator = Random::RNG;
         Random::Set(draws);
         run.int_lower_bp = 100;
@@ -58,7 +50,6 @@ class reconcile_fixture : public ::testing::Test {
     void TearDown() override {
         Random::RNG = old_generator;
         run.log.close();
-        std::filesystem::remove_all(folder);
     }
 
     // --- panels -----------------------------------------------------------------------------------------------------
@@ -133,15 +124,9 @@ class reconcile_fixture : public ::testing::Test {
     snp& site_at(long position) { return run.snps.find(position)->second; }
 
     // --- what the run wrote -----------------------------------------------------------------------------------------
-    std::string terminal_text() const { return terminal.str(); }
-    std::string summary_text() const { return file_text("summary"); }
-    std::string warnings_text() const { return file_text("warnings"); }
-    std::string file_text(const std::string& name) const {
-        std::ifstream file(folder + "/" + name);
-        std::ostringstream text;
-        text << file.rdbuf();
-        return text.str();
-    }
+    std::string terminal_text() const { return capture.terminal.str(); }
+    std::string summary_text() const { return capture.summary(); }
+    std::string warnings_text() const { return capture.warnings(); }
     // Terminal and summary hold this text, and nothing else.
     void expect_log(const std::string& text) const {
         EXPECT_EQ(text, terminal_text());
@@ -158,10 +143,9 @@ class reconcile_fixture : public ::testing::Test {
         return -1;
     }
 
-    std::ostringstream terminal, notes;
-    data run{terminal, notes};
-    scripted_draws draws;
-    std::string folder;
+    log_capture capture;
+    data run{capture.terminal, capture.notes};
+    queued_draws draws;
 
   private:
     Random* old_generator = nullptr;

@@ -1,4 +1,5 @@
-#include <regex>
+#include <cctype>
+#include <sstream>
 
 #include "reconcile_fixture.h"
 
@@ -139,17 +140,17 @@ TEST_F(setup_stages, random_states_take_their_parameters_here) {
 
 TEST_F(setup_stages, first_haplotypes_are_dumped_in_a_run_without_iterations) {
     run.params.iter = run.params.burnin = 0;
-    run.params.hap_samp_out_g = folder + "/study";
+    run.params.hap_samp_out_g = capture.files.name("study");
     run.store_sampled_haps = true;
     EXPECT_EQ(-1, end_status([this] { run.setup(); }));
-    EXPECT_TRUE(std::filesystem::exists(folder + "/study_hapsamp0.gz"));
+    EXPECT_TRUE(capture.files.has("study_hapsamp0.gz"));
 }
 
 TEST_F(setup_stages, first_haplotypes_are_not_dumped_otherwise) {
-    run.params.hap_samp_out_g = folder + "/study";
+    run.params.hap_samp_out_g = capture.files.name("study");
     run.store_sampled_haps = true;
     EXPECT_EQ(-1, end_status([this] { run.setup(); }));
-    EXPECT_FALSE(std::filesystem::exists(folder + "/study_hapsamp0.gz"));
+    EXPECT_FALSE(capture.files.has("study_hapsamp0.gz"));
 }
 
 TEST_F(setup_stages, a_region_without_study_sites_ends_the_run) {

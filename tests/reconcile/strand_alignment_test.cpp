@@ -1,5 +1,9 @@
 #include "reconcile/strand_alignment.h"
 
+#include <algorithm>
+#include <set>
+#include <utility>
+
 #include "model/text.h"
 #include "reconcile/stages.h"
 #include "reconcile_fixture.h"
@@ -253,7 +257,7 @@ TEST_F(strand_stages, flips_are_silent_without_warnings) {
     give_panel0(4);
     give_study(2);
     run.log.close();
-    run.log.open(folder + "/summary", "NULL");
+    capture.open(run.log, false);
     snp& site = add_site(110, 2);
     label(site, 0, "A", "C");
     label(site, 2, "T", "G", 0.5, "+");

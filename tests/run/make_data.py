@@ -11,7 +11,6 @@ import sys
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), '..', '..', 'scripts'))
 import make_example_data as example  # noqa: E402
 
-TRIPLES = {0: '1 0 0', 1: '0 1 0', 2: '0 0 1', None: '0 0 0'}
 FLIP = {'A': 'T', 'T': 'A', 'C': 'G', 'G': 'C'}
 
 
@@ -62,9 +61,9 @@ class Study:
             if i % 9 == 4:
                 a0, a1 = FLIP[a0], FLIP[a1]
             lines.append((site.position, ' '.join(['SNP%d' % site.position, site.name(), str(site.position), a0, a1] +
-                                                  [TRIPLES[g] for g in genotypes])))
+                                                  [example.TRIPLES[g] for g in genotypes])))
         for position in (1060001, 1130001):
-            genotypes = [TRIPLES[self.draws.below(3)] for _ in range(self.PEOPLE)]
+            genotypes = [example.TRIPLES[self.draws.below(3)] for _ in range(self.PEOPLE)]
             lines.append((position, ' '.join(['SNP%d' % position, 'rs%d' % position, str(position), 'A', 'G'] + genotypes)))
         return [line for _, line in sorted(lines)]
 
@@ -72,9 +71,7 @@ class Study:
         lines = []
         for site in self.second:
             alleles = site.reference[self.REFERENCE:]
-            genotypes = [a + b for a, b in zip(alleles[0::2], alleles[1::2])]
-            lines.append(' '.join(['SNP%d' % site.position, site.name(), str(site.position), *site.alleles] +
-                                  [TRIPLES[g] for g in genotypes]))
+            lines.append(example.genotype_line(site, [a + b for a, b in zip(alleles[0::2], alleles[1::2])]))
         return lines
 
     def known_lines(self):
@@ -95,6 +92,47 @@ class Study:
             lines.append(' '.join(fields))
         return lines
 
+    def complete_known_lines(self):
+        """The true phase of every typed site, with nothing missing."""
+        return [' '.join(['SNP%d' % s.position, s.name(), str(s.position), *s.alleles] + list(map(str, s.study)))
+                for s in self.typed]
+
+    def uncertain_lines(self):
+        """The genotypes of the typed sites as probabilities, some of them vague, some that do not add up to 1."""
+        lines = []
+        for site in self.typed:
+            fields = ['SNP%d' % site.position, site.name(), str(site.position), *site.alleles]
+            for genotype in self.observed[site.position]:
+                triple = [0.0, 0.0, 0.0]
+                if genotype is not None:
+                    doubt = 0.5 * self.draws.uniform() ** 3
+                    triple = [doubt / 2] * 3
+                    triple[genotype] = 1 - doubt if self.draws.uniform() < 0.8 else 0.9 - doubt
+                fields += ['%.3f' % p for p in triple]
+            lines.append(' '.join(fields))
+        return lines
+
+    def ambiguous_lines(self):
+        """The typed sites and all frequent A/T and C/G sites; every other one of these is on the other strand."""
+        lines = [(s.position, example.genotype_line(s, self.observed[s.position])) for s in self.typed]
+        for i, site in enumerate(s for s in self.sites if s.is_ambiguous() and 0.1 <= s.frequency() <= 0.9):
+            lines.append((site.position, example.genotype_line(site, [2 - g if i % 2 else g for g in site.people])))
+        return [line for _, line in sorted(lines)]
+
+    def holes_lines(self):
+        """The reference haplotypes with some alleles missing, and every ninth typed site missing altogether."""
+        holes = set(self.typed[4::9])
+        return [' '.join('?' if s in holes or self.draws.uniform() < 0.02 else str(a)
+                         for a in s.reference[:self.REFERENCE]) for s in self.sites]
+
+    def distance_lines(self, n):
+        """A symmetric matrix of n rows."""
+        rows = [[0.0] * n for _ in range(n)]
+        for i in range(n):
+            for j in range(i):
+                rows[i][j] = rows[j][i] = round(self.draws.uniform(), 2)
+        return [' '.join('%.2f' % d for d in row) for row in rows]
+
     def sample_lines(self):
         return ['ID_1 ID_2 missing sex', '0 0 0 D'] + ['F%d P%d 0 %d' % (i, i, 1 + i % 2) for i in range(self.PEOPLE)]
 
@@ -111,6 +149,12 @@ class Study:
             'study.gen': self.genotype_lines(),
             'study.sample': self.sample_lines(),
             'known.haps': self.known_lines(),
+            'complete.haps': self.complete_known_lines(),
+            'uncertain.gen': self.uncertain_lines(),
+            'ambiguous.gen': self.ambiguous_lines(),
+            'holes.hap': self.holes_lines(),
+            'distances.txt': self.distance_lines(self.PEOPLE),
+            'distances_by_hap.txt': self.distance_lines(self.REFERENCE + 2 * self.PEOPLE),
         }
 
 

@@ -24,7 +24,9 @@ bool available(level l) {
         return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
                __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512bw") && available(level::avx2);
     }
-    if (l == level::avx2) return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("popcnt");
+    if (l == level::avx2) {
+        return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("popcnt") && __builtin_cpu_supports("bmi");
+    }
 #endif
     return l == level::baseline;
 }

@@ -26,6 +26,15 @@ struct backward_sums {
     double carried[2];  // sum of f * b over the states with allele 0, with allele 1
 };
 
+// Sums over the states that carry the rarer allele of a site.
+struct carrier_sums {
+    double product;   // of f c
+    double forward;   // of f
+    double backward;  // of c
+    std::size_t n;    // number of these states
+    bool ones;        // the rarer allele is 1
+};
+
 struct table {
     // out[k] = (alpha f[k] + beta) m, m being m1 if the state's bit is set, else m0. Returns the sum of out.
     double (*haploid_forward)(std::size_t K, const double* f, double alpha, double beta, const std::uint64_t* bits,
@@ -33,6 +42,8 @@ struct table {
     // b[k] = alpha c[k] + beta; out[k] = b[k] m. f are the forward values at the site that b belongs to.
     backward_sums (*haploid_backward)(std::size_t K, const double* c, double alpha, double beta, const double* f,
                                       const std::uint64_t* bits, double m0, double m1, double* out);
+    // words 64-bit words of bits; the bits past K are clear.
+    carrier_sums (*sum_carriers)(std::size_t K, const std::uint64_t* bits, const double* f, const double* c);
     // Sum of f[k] c[k].
     double (*dot)(std::size_t K, const double* f, const double* c);
     // Divides n values.
@@ -65,6 +76,8 @@ struct table {
     // Numbers of bits in which row x differs from each of n_rows rows of n_words words.
     void (*distances)(std::size_t n_words, const std::uint64_t* x, std::size_t n_rows, const std::uint64_t* rows,
                       int* counts);
+    // Transposes a 64 x 64 bit block in place: bit j of word i goes to bit i of word j.
+    void (*transpose)(std::uint64_t* block);
 };
 
 enum class level { baseline, avx2, avx512 };

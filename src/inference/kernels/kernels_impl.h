@@ -83,6 +83,27 @@ backward_sums haploid_backward(size_t K, const double* c, double alpha, double b
     return {total(sum), {total(with_zero), total(with_one)}};
 }
 
+// Two lanes, taken in turn, so that one addition need not wait for the one before.
+carrier_sums sum_carriers(size_t K, const uint64_t* bits, const double* f, const double* c) {
+    const size_t words = (K + 63) / 64;
+    size_t n_ones = 0;
+    for (size_t w = 0; w < words; ++w) n_ones += static_cast<size_t>(__builtin_popcountll(bits[w]));
+    const bool ones = 2 * n_ones <= K;
+    double product[2] = {0.0, 0.0}, forward[2] = {0.0, 0.0}, backward[2] = {0.0, 0.0};
+    for (size_t w = 0; w < words; ++w) {
+        uint64_t left = ones ? bits[w] : ~bits[w];
+        if (w + 1 == words && K % 64 != 0) left &= (uint64_t{1} << (K % 64)) - 1;
+        for (size_t lane = 0; left != 0; left &= left - 1, lane ^= 1) {
+            const size_t k = w * 64 + static_cast<size_t>(__builtin_ctzll(left));
+            product[lane] += f[k] * c[k];
+            forward[lane] += f[k];
+            backward[lane] += c[k];
+        }
+    }
+    return {product[0] + product[1], forward[0] + forward[1], backward[0] + backward[1], ones ? n_ones : K - n_ones,
+            ones};
+}
+
 double dot(size_t K, const double* f, const double* c) {
     lanes sum = spread(0.0);
     for (size_t k = 0; k < K; k += width) sum += load(f + k) * load(c + k);
@@ -291,11 +312,26 @@ void distances(size_t n_words, const uint64_t* x, size_t n_rows, const uint64_t*
     }
 }
 
+// Swaps ever smaller off-diagonal quarters (Warren 2012, 7-3, for 64 bits, least significant bit first).
+void transpose(uint64_t* block) {
+    uint64_t mask = 0x00000000ffffffffULL;
+    for (size_t span = 32; span != 0; span >>= 1, mask ^= mask << span) {
+        for (size_t base = 0; base < 64; base += 2 * span) {
+            for (size_t i = base; i < base + span; ++i) {
+                const uint64_t swapped = ((block[i] >> span) ^ block[i + span]) & mask;
+                block[i] ^= swapped << span;
+                block[i + span] ^= swapped;
+            }
+        }
+    }
+}
+
 }  // namespace
 
 extern const table kernel_table;
 const table kernel_table{haploid_forward,
                          haploid_backward,
+                         sum_carriers,
                          dot,
                          divide,
                          diploid_forward,
@@ -306,6 +342,7 @@ const table kernel_table{haploid_forward,
                          ordered_backward_emit,
                          ordered_backward_move,
                          ordered_class_sums,
-                         distances};
+                         distances,
+                         transpose};
 
 }  // namespace kernels::KERNEL_LEVEL

@@ -1,0 +1,153 @@
+// The inner loops of the sweeps. Counters give nanoseconds for the unit in which each cost is stated: a state at a site, a
+// pair of states at a site, a carrier, a candidate at a counted site.
+
+#include <benchmark/benchmark.h>
+
+#include <cstdint>
+#include <random>
+#include <vector>
+
+#include "inference/aligned_buffer.h"
+#include "inference/kernels/kernels.h"
+#include "inference/state_selection.h"
+
+namespace {
+
+std::mt19937_64& generator() {
+    static std::mt19937_64 engine(1);
+    return engine;
+}
+
+aligned_buffer random_values(std::size_t n, std::size_t n_filled) {
+    std::uniform_real_distribution<double> uniform(1e-4, 1.0);
+    aligned_buffer values(n);
+    for (std::size_t i = 0; i < n_filled; ++i) values[i] = uniform(generator());
+    return values;
+}
+
+// n bits, about one in `rarity` set.
+std::vector<std::uint64_t> random_bits(std::size_t n, std::size_t rarity) {
+    std::vector<std::uint64_t> bits((n + 63) / 64);
+    for (std::size_t i = 0; i < n; ++i) {
+        if (generator()() % rarity == 0) bits[i / 64] |= std::uint64_t{1} << (i % 64);
+    }
+    return bits;
+}
+
+void set_unit(benchmark::State& state, double units_per_pass) {
+    state.counters["unit"] = benchmark::Counter(units_per_pass * 1e-9,
+                                                benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+}
+
+void haploid_forward(benchmark::State& state) {
+    const auto K = static_cast<std::size_t>(state.range(0));
+    const aligned_buffer f = random_values(kernels::padded(K), K);
+    const auto bits = random_bits(K, 3);
+    aligned_buffer out(kernels::padded(K));
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(
+            kernels::active().haploid_forward(K, f.data(), 0.99, 1e-3, bits.data(), 0.999, 0.001, out.data()));
+        benchmark::ClobberMemory();
+    }
+    set_unit(state, static_cast<double>(K));
+}
+BENCHMARK(haploid_forward)->Arg(80)->Arg(500)->Arg(2000);
+
+void haploid_backward_with_posterior(benchmark::State& state) {
+    const auto K = static_cast<std::size_t>(state.range(0));
+    const aligned_buffer f = random_values(kernels::padded(K), K);
+    const aligned_buffer c = random_values(kernels::padded(K), K);
+    const auto bits = random_bits(K, 3);
+    aligned_buffer out(kernels::padded(K));
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(kernels::active().haploid_backward(K, c.data(), 0.99, 1e-3, f.data(), bits.data(), 0.999,
+                                                                    0.001, out.data()));
+        benchmark::ClobberMemory();
+    }
+    set_unit(state, static_cast<double>(K));
+}
+BENCHMARK(haploid_backward_with_posterior)->Arg(80)->Arg(500)->Arg(2000);
+
+// Arguments: states, and how many of them carry the rarer allele. The unit is the whole site.
+void posterior_at_unobserved_site(benchmark::State& state) {
+    const auto K = static_cast<std::size_t>(state.range(0));
+    const aligned_buffer f = random_values(kernels::padded(K), K);
+    const aligned_buffer c = random_values(kernels::padded(K), K);
+    std::vector<std::uint64_t> bits((K + 63) / 64);
+    for (std::int64_t n = 0; n < state.range(1);) {
+        const std::size_t k = generator()() % K;
+        if (((bits[k / 64] >> (k % 64)) & 1U) != 0) continue;
+        bits[k / 64] |= std::uint64_t{1} << (k % 64);
+        ++n;
+    }
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(kernels::active().sum_carriers(K, bits.data(), f.data(), c.data()));
+    }
+    set_unit(state, 1.0);
+}
+BENCHMARK(posterior_at_unobserved_site)->Args({500, 1})->Args({500, 10})->Args({500, 50})->Args({500, 250});
+
+void diploid_forward(benchmark::State& state) {
+    const auto K = static_cast<std::size_t>(state.range(0));
+    const std::size_t size = kernels::triangle_size(K);
+    aligned_buffer f(size);
+    for (std::size_t a = 0; a < K; ++a) {
+        for (std::size_t b = 0; b <= a; ++b) f[kernels::triangle_row(a) + b] = 1e-3;
+    }
+    const aligned_buffer diag = random_values(kernels::padded(K), K);
+    const aligned_buffer g = random_values(kernels::padded(K), K);
+    const auto bits = random_bits(K, 3);
+    const double emission[3] = {0.99, 0.1, 0.001};
+    aligned_buffer out(size), row(kernels::padded(K)), diag_out(kernels::padded(K));
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(kernels::active().diploid_forward(K, f.data(), diag.data(), g.data(), 0.98, 1e-5,
+                                                                   bits.data(), emission, out.data(), row.data(),
+                                                                   diag_out.data()));
+        benchmark::ClobberMemory();
+    }
+    set_unit(state, static_cast<double>(K * (K + 1)) / 2.0);
+}
+BENCHMARK(diploid_forward)->Arg(40)->Arg(80)->Arg(160);
+
+// Arguments: candidates, counted sites.
+void distances(benchmark::State& state) {
+    const auto n_rows = static_cast<std::size_t>(state.range(0));
+    const auto n_sites = static_cast<std::size_t>(state.range(1));
+    const std::size_t words = (n_sites + 63) / 64;
+    std::vector<std::uint64_t> rows(n_rows * words), x(words);
+    for (auto& word : rows) word = generator()();
+    std::vector<int> counts(n_rows);
+    for (auto _ : state) {
+        kernels::active().distances(words, x.data(), n_rows, rows.data(), counts.data());
+        benchmark::ClobberMemory();
+    }
+    set_unit(state, static_cast<double>(n_rows) * static_cast<double>(n_sites));
+}
+BENCHMARK(distances)->Args({1000, 900})->Args({5000, 900})->Args({50000, 900});
+
+// The unit is a candidate.
+void selection_of_nearest(benchmark::State& state) {
+    const auto n = static_cast<std::size_t>(state.range(0));
+    std::vector<int> figures(n);
+    for (int& figure : figures) figure = 300 + static_cast<int>(generator()() % 100000);
+    std::vector<bool> keep;
+    for (auto _ : state) {
+        select_nearest(figures, 500, keep);
+        benchmark::ClobberMemory();
+    }
+    set_unit(state, static_cast<double>(n));
+}
+BENCHMARK(selection_of_nearest)->Arg(1000)->Arg(5000)->Arg(50000);
+
+void bit_transposition(benchmark::State& state) {
+    alignas(64) std::uint64_t block[64];
+    for (auto& word : block) word = generator()();
+    for (auto _ : state) {
+        kernels::active().transpose(block);
+        benchmark::ClobberMemory();
+    }
+    set_unit(state, 1.0);
+}
+BENCHMARK(bit_transposition);
+
+}  // namespace

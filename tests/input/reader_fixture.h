@@ -1,0 +1,90 @@
+#pragma once
+
+// A run without files of its own: region 100 to 200, all types put out, its channels in memory and in a folder.
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <utility>
+
+#include "input/reading_context.h"
+#include "model/data.h"
+#include "support/alleles.h"
+#include "support/log_capture.h"
+
+class reader_fixture : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        run.buffer_lower = 100;
+        run.buffer_upper = 200;
+        run.int_lower_bp = 120;
+        run.int_upper_bp = 180;
+        run.output_types = {true, true, true, true};
+        run.params.o_file = files().name("out");
+        capture.open(run.log);
+    }
+    const temporary_folder& files() const { return capture.files; }
+    std::string write(const std::string& file, const std::string& text) const { return files().write(file, text); }
+
+    // What a call adds to the terminal, which is what it adds to the summary.
+    std::string said(const std::function<void()>& call) {
+        const std::size_t terminal_before = capture.terminal.str().size();
+        const std::size_t summary_before = capture.summary().size();
+        call();
+        const std::string terminal = capture.terminal.str().substr(terminal_before);
+        EXPECT_EQ(terminal, capture.summary().substr(summary_before));
+        return terminal;
+    }
+    void expect_fatal(const std::string& text, const std::function<void()>& call, int status = 1) {
+        expect_end(capture, text, status, call);
+    }
+    // All warnings so far.
+    std::string warnings() const { return capture.warnings(); }
+    // All lines on standard error so far.
+    std::string notes() const { return capture.notes.str(); }
+    // Turns warnings off, as -no_warn does.
+    void silence_warnings() {
+        run.params.warn = false;
+        run.log.close();
+        capture.open(run.log, false);
+    }
+
+    // Reference data, as far as the readers ask for it.
+    void give_panel0() { run.params.h_files.insert(run.params.h_files.begin(), files().name("ref.hap")); }
+    void give_panel1_genotypes() { run.params.g_ref_file = files().name("ref.gen"); }
+    // A chrX run with these individuals in a panel; 1 for a male, 2 for a female.
+    void give_sexes(int panel, const std::string& sexes, bool males_are_haploid = true) {
+        run.params.chrX = true;
+        run.chrx_haploid = males_are_haploid;
+        run.chrx_diploid = !males_are_haploid;
+        const auto p = static_cast<std::size_t>(panel - 1);
+        int n_haplotypes = 0;
+        for (const char c : sexes) {
+            const int sex = c - '0';
+            ++(sex == 1 ? run.n_males : run.n_females)[p];
+            run.ploidy_by_panel[p].push_back(sex);
+            run.first_hap_by_panel[p].push_back(n_haplotypes);
+            n_haplotypes += sex;
+        }
+    }
+    snp& add_site(long position) {
+        snp& site = run.snps.emplace(position, snp{})->second;
+        site.snp_id = "snp" + std::to_string(position);
+        site.rs_id = "rs" + std::to_string(position);
+        return site;
+    }
+    static void label(snp& site, std::size_t panel, const std::string& a0, const std::string& a1) {
+        site.labels[panel].a0 = a0;
+        site.labels[panel].a1 = a1;
+    }
+    // The only site at a position.
+    snp& site_at(long position) {
+        EXPECT_EQ(1U, run.snps.count(position));
+        return run.snps.find(position)->second;
+    }
+
+    log_capture capture;
+    data run{capture.terminal, capture.notes};
+    reading_context context;
+};

@@ -1,0 +1,245 @@
+#pragma once
+
+// A run made by hand at the end of its iterations: sites, alleles and sums put in one by one, listed draws, and what the
+// writers left behind.
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <array>
+#include <boost/iostreams/device/file.hpp>
+#include <boost/iostreams/filter/gzip.hpp>
+#include <boost/iostreams/filtering_stream.hpp>
+#include <cstddef>
+#include <deque>
+#include <filesystem>
+#include <fstream>
+#include <initializer_list>
+#include <iterator>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "model/data.h"
+#include "random/random.h"
+
+// Gives the draws of a list. A draw past its end is a failure.
+class output_draws : public Random {
+  public:
+    std::deque<double> left;
+    double Next() override {
+        if (left.empty()) {
+            ADD_FAILURE() << "more draws than expected";
+            return 0.5;
+        }
+        const double draw = left.front();
+        left.pop_front();
+        return draw;
+    }
+};
+
+class output_fixture : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        const auto* test = ::testing::UnitTest::GetInstance()->current_test_info();
+        folder = ::testing::TempDir() + test->test_suite_name() + "." + test->name() + "." + std::to_string(getpid());
+        std::filesystem::create_directories(folder);
+        run.log.open(folder + "/summary", folder + "/warnings");
+        old_generator = Random::RNG;
+        Random::Set(draws);
+        run.params.o_file = folder + "/out";
+        run.params.i_file = folder + "/out_info";
+        run.params.h_files = {"ref.hap"};
+        run.params.store_input_probs = {true, true};
+        run.has_reference = true;
+        run.n_panels = 3;
+        run.int_lower_bp = 100;
+        run.int_upper_bp = 200;
+        run.buffer_lower = 50;
+        run.buffer_upper = 250;
+        run.output_types = {true, true, true, true};
+        run.stored_iters = {1, 3};
+    }
+    void TearDown() override {
+        EXPECT_TRUE(draws.left.empty()) << "fewer draws than expected";
+        Random::RNG = old_generator;
+        run.log.close();
+        std::filesystem::remove_all(folder);
+    }
+
+    // --- settings ---------------------------------------------------------------------------------------------------
+    void give_study(int n_individuals) {
+        run.n_ind[2] = n_individuals;
+        run.n_hap[2] = 2 * n_individuals;
+        run.has_known_haps.assign(static_cast<std::size_t>(n_individuals), false);
+    }
+    // A chrX run whose individuals of a panel (1 or 2) have the given ploidies.
+    void give_ploidies(int panel, const std::vector<int>& ploidies) {
+        run.chrx_haploid = true;
+        const auto p = static_cast<std::size_t>(panel);
+        run.ploidy_by_panel[p - 1] = ploidies;
+        run.first_hap_by_panel[p - 1].clear();
+        run.n_ind[p] = static_cast<int>(ploidies.size());
+        run.n_hap[p] = 0;
+        for (const int ploidy : ploidies) {
+            run.first_hap_by_panel[p - 1].push_back(run.n_hap[p]);
+            run.n_hap[p] += ploidy;
+        }
+        if (panel == 2) run.has_known_haps.assign(ploidies.size(), false);
+    }
+    void give_no_reference() {
+        run.params.h_files.clear();
+        run.has_reference = false;
+        run.n_panels = 4;
+    }
+
+    // --- sites ------------------------------------------------------------------------------------------------------
+    // Sites are added in the order of their positions; every panel names them by its number: "a0" and "b0" in Panel 0. A
+    // study site has genotypes (missing at first) and one-hot or uniform triples as add_genotypes says.
+    snp& add_site(long position, int type) {
+        snp site;
+        site.snp_id = type < 2 ? "---" : "SNP" + std::to_string(position);
+        site.rs_id = "rs" + std::to_string(position);
+        site.type = type;
+        site.top_panel = type;
+        for (std::size_t p = 0; p < 3; ++p) {
+            site.labels[p].a0 = "a" + std::to_string(p);
+            site.labels[p].a1 = "b" + std::to_string(p);
+        }
+        if (type < 2) site.labels[2].a0 = site.labels[2].a1 = "*";
+        const auto place = run.snps.emplace(position, std::move(site));
+        run.sites.clear();
+        run.positions.clear();
+        for (auto& [at, stored] : run.snps) {
+            stored.index = static_cast<int>(run.sites.size());
+            run.sites.push_back(&stored);
+            run.positions.push_back(at);
+        }
+        return place->second;
+    }
+    // Genotype codes, and the triples that a reader makes of them.
+    static void add_genotypes(snp& site, std::initializer_list<int> genotypes) {
+        for (const int g : genotypes) {
+            site.gtypes[1].push_back(static_cast<std::uint8_t>(g));
+            for (int k = 0; k < 3; ++k) {
+                site.gtype_probs[1].push_back(g == missing_genotype ? 1.0F / 3.0F : g == k ? 1.0F : 0.0F);
+            }
+        }
+    }
+    // Alleles of a panel's haplotypes at a site, as a text of digits.
+    void set_alleles(int panel, const snp& site, const std::string& alleles) {
+        const auto p = static_cast<std::size_t>(panel);
+        const auto s = static_cast<std::size_t>(site.index);
+        run.haps[p].set_holds(s);
+        for (std::size_t h = 0; h < alleles.size(); ++h) run.haps[p].set(h, s, alleles[h] - '0');
+    }
+    std::string alleles_of(int panel, const snp& site) const {
+        std::string text;
+        const packed_haplotypes& haps = run.haps[static_cast<std::size_t>(panel)];
+        for (std::size_t h = 0; h < haps.n_hap(); ++h) {
+            text += haps.allele(h, static_cast<std::size_t>(site.index)) == 1 ? '1' : '0';
+        }
+        return text;
+    }
+
+    // Allocates alleles and sums; every site has a column. Called once the sites and counts stand.
+    void allocate() {
+        const std::size_t n_sites = run.sites.size();
+        const auto n_ind = static_cast<std::size_t>(run.n_ind[2]);
+        for (std::size_t p = 0; p < 3; ++p) {
+            run.haps[p] = packed_haplotypes(static_cast<std::size_t>(run.n_hap[p]), n_sites);
+        }
+        std::vector<int> column(n_sites);
+        for (std::size_t s = 0; s < n_sites; ++s) column[s] = static_cast<int>(s);
+        for (std::size_t g = 0; g < 2; ++g) {
+            run.acc.gtype_acc[g].allocate(n_ind, column, n_sites);
+            run.acc.gtype_acc2[g].allocate(n_ind, column, n_sites);
+            for (auto& tables : run.acc.gtype_acc3) tables[g].allocate(n_ind, column, n_sites);
+            run.acc.weight_sum[g].assign(n_ind, 0.0);
+        }
+        if (!run.tmp_haps) run.acc.mcmc_bits.allocate(n_ind, column, n_sites, run.stored_iters.size());
+    }
+    void allocate_tallies() {
+        run.acc.tallies.resize(run.sites.size());
+        for (auto& tally : run.acc.tallies) {
+            for (auto& counts : tally.miss_counts) counts.assign(static_cast<std::size_t>(run.n_ind[2]), 0);
+        }
+    }
+    static std::size_t at(const snp& site) { return static_cast<std::size_t>(site.index); }
+    // Sums of genotypes 1 and 2 over the stored iterations.
+    void add_sums(const snp& site, std::size_t individual, double one, double two) {
+        run.acc.gtype_acc[0].add(individual, at(site), one);
+        run.acc.gtype_acc[1].add(individual, at(site), two);
+    }
+    void add_masked_sums(std::size_t set, const snp& site, std::size_t individual, double one, double two) {
+        run.acc.gtype_acc3[set][0].add(individual, at(site), one);
+        run.acc.gtype_acc3[set][1].add(individual, at(site), two);
+    }
+    // Sampled alleles of a slot at a site, iteration by iteration: "01 11" is (0, 1), then (1, 1).
+    void add_samples(const snp& site, std::size_t slot, const std::string& pairs) {
+        std::istringstream stream(pairs);
+        std::string pair;
+        for (std::size_t it = 0; stream >> pair; ++it) {
+            for (std::size_t h = 0; h < pair.size(); ++h) {
+                run.acc.mcmc_bits.set(slot, static_cast<int>(h), at(site), it, pair[h] == '1');
+            }
+        }
+    }
+
+    // --- results ----------------------------------------------------------------------------------------------------
+    std::string path(const std::string& ending) const { return run.params.o_file + ending; }
+    static bool exists(const std::string& name) { return std::filesystem::exists(name); }
+    // The text of a plain file, "(no file)" if there is none.
+    static std::string text_of(const std::string& name) {
+        std::ifstream file(name, std::ios::binary);
+        if (!file) return "(no file)";
+        return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    }
+    static std::string gzip_text_of(const std::string& name) {
+        if (!exists(name)) return "(no file)";
+        boost::iostreams::filtering_istream stream;
+        stream.push(boost::iostreams::gzip_decompressor());
+        stream.push(boost::iostreams::file_source(name, std::ios_base::binary));
+        return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+    }
+    // The fields of a line (from 0) of a plain file from a column (from 0) on.
+    static std::string fields_of(const std::string& name, std::size_t line, std::size_t first_column) {
+        std::istringstream stream(text_of(name));
+        std::string text;
+        for (std::size_t k = 0; k <= line; ++k) {
+            if (!std::getline(stream, text)) return "(no line)";
+        }
+        std::istringstream fields(text);
+        std::string field;
+        std::string rest;
+        for (std::size_t k = 0; fields >> field; ++k) {
+            if (k >= first_column) rest += (rest.empty() ? "" : " ") + field;
+        }
+        return rest;
+    }
+    std::string summary() const { return text_of(folder + "/summary"); }
+    std::string warnings() const { return text_of(folder + "/warnings"); }
+    // Whether an action ends the run with status 1 and this message, framed, on terminal and summary file.
+    template <typename Action>
+    ::testing::AssertionResult ends_with(const std::string& message, Action action) {
+        try {
+            action();
+        } catch (const run_end& end) {
+            const std::string framed = "\n" + message + "\n\n";
+            if (end.status != 1) return ::testing::AssertionFailure() << "status " << end.status;
+            if (!terminal.str().ends_with(framed)) return ::testing::AssertionFailure() << "terminal: " << terminal.str();
+            if (!summary().ends_with(framed)) return ::testing::AssertionFailure() << "summary: " << summary();
+            return ::testing::AssertionSuccess();
+        }
+        return ::testing::AssertionFailure() << "the run went on";
+    }
+
+    std::string folder;
+    std::ostringstream terminal;
+    std::ostringstream notes;
+    data run{terminal, notes};
+    output_draws draws;
+
+  private:
+    Random* old_generator = nullptr;
+};

@@ -1,5 +1,5 @@
-// The inner loops of the sweeps. Counters give nanoseconds for the unit in which each cost is stated: a state at a site, a
-// pair of states at a site, a carrier, a candidate at a counted site.
+// The inner loops of the sweeps. Counters give nanoseconds for the unit in which each cost is stated: a state at a
+// site, a pair of states at a site, a carrier, a candidate at a counted site.
 
 #include <benchmark/benchmark.h>
 
@@ -35,8 +35,8 @@ std::vector<std::uint64_t> random_bits(std::size_t n, std::size_t rarity) {
 }
 
 void set_unit(benchmark::State& state, double units_per_pass) {
-    state.counters["unit"] = benchmark::Counter(units_per_pass * 1e-9,
-                                                benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+    state.counters["unit"] = benchmark::Counter(
+        units_per_pass * 1e-9, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
 void haploid_forward(benchmark::State& state) {
@@ -60,8 +60,8 @@ void haploid_backward_with_posterior(benchmark::State& state) {
     const auto bits = random_bits(K, 3);
     aligned_buffer out(kernels::padded(K));
     for (auto _ : state) {
-        benchmark::DoNotOptimize(kernels::active().haploid_backward(K, c.data(), 0.99, 1e-3, f.data(), bits.data(), 0.999,
-                                                                    0.001, out.data()));
+        benchmark::DoNotOptimize(kernels::active().haploid_backward(K, c.data(), 0.99, 1e-3, f.data(), bits.data(),
+                                                                    0.999, 0.001, out.data()));
         benchmark::ClobberMemory();
     }
     set_unit(state, static_cast<double>(K));

@@ -12,6 +12,7 @@ shift
 options=("$@")
 if command -v ccache >/dev/null; then
     options+=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+    export CCACHE_SLOPPINESS=pch_defines,time_macros  # what ccache needs to keep files that use precompiled headers
 fi
 log=build/$preset.configure.log
 mkdir -p build

@@ -5,6 +5,7 @@
 
 #include "inference/workspace.h"
 #include "model/data.h"
+#include "model/result_file.h"
 #include "model/text.h"
 
 namespace {
@@ -27,13 +28,20 @@ std::array<double, 2> iteration_weights(data& run, std::size_t ind, bool first_s
         const auto& L = run.acc.term_prob[cond];
         double w = 0.0;
         switch (run.params.weight_imputed_gt) {
-            case 0: w = L[0] + L[1]; break;
-            case 1: w = std::max(L[0], L[1]); break;
-            case 2: w = std::min(L[0], L[1]); break;
-            case 3: w = run.acc.dip_like[ind]; break;
+            case 0:
+                w = L[0] + L[1];
+                break;
+            case 1:
+                w = std::max(L[0], L[1]);
+                break;
+            case 2:
+                w = std::min(L[0], L[1]);
+                break;
+            case 3:
+                w = run.acc.dip_like[ind];
+                break;
             default:
-                run.log.fatal(
-                    "ERROR: There was a problem with params.weight_imputed_gt in store_counts_or_haps().");
+                run.log.fatal("ERROR: There was a problem with params.weight_imputed_gt in store_counts_or_haps().");
         }
         if (first_stored) run.acc.weight_base[cond][ind] = w;
         weights[cond] = std::pow(10.0, w - run.acc.weight_base[cond][ind]);
@@ -150,8 +158,7 @@ void count_sporadic(data& run, std::size_t ind, std::size_t s) {
 void data::store_counts_or_haps(int ind, int hap, int diploid, int panel, int stored_count, bool selfcheck_iter,
                                 int known_index, int unknown_index, bool known) {
     if (panel == 0 && !sporadic_haploid_imputation) {
-        log.fatal(
-            "ERROR: The update_panel should not be zero unless you are performing sporadic haploid imputation.");
+        log.fatal("ERROR: The update_panel should not be zero unless you are performing sporadic haploid imputation.");
     }
     const count_request request{static_cast<std::size_t>(ind),
                                 static_cast<std::size_t>(hap),

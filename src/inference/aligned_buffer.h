@@ -11,8 +11,8 @@ struct aligned_allocator {
     aligned_allocator() = default;
     template <typename U>
     explicit aligned_allocator(const aligned_allocator<U>& /*other*/) {}
-    T* allocate(std::size_t n) { return static_cast<T*>(::operator new(n * sizeof(T), std::align_val_t{64})); }
-    void deallocate(T* p, std::size_t /*n*/) { ::operator delete(p, std::align_val_t{64}); }
+    T* allocate(std::size_t n) { return static_cast<T*>(::operator new (n * sizeof(T), std::align_val_t{64})); }
+    void deallocate(T* p, std::size_t /*n*/) { ::operator delete (p, std::align_val_t{64}); }
     friend bool operator==(const aligned_allocator& /*a*/, const aligned_allocator& /*b*/) { return true; }
 };
 using aligned_buffer = std::vector<double, aligned_allocator<double>>;

@@ -5,9 +5,9 @@
 #include <cstddef>
 #include <vector>
 
-// Visits sites n_sites - 1 .. 0. The sites between two checkpoints are rebuilt from the left one into a local store, just
-// before the walk enters them. Sites left of the leftmost checkpoint are not rebuilt: they read what the local store holds
-// from the block to their right.
+// Visits sites n_sites - 1 .. 0. The sites between two checkpoints are rebuilt from the left one into a local store,
+// just before the walk enters them. Sites left of the leftmost checkpoint are not rebuilt: they read what the local
+// store holds from the block to their right.
 class block_walk {
   public:
     explicit block_walk(const std::vector<bool>& checkpoint) : checkpoint_(checkpoint), check_(checkpoint.size() - 1) {}

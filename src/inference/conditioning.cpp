@@ -154,8 +154,8 @@ void data::choose_informed_conditioning_states(int hap, int ploidy, int panel, i
 
 namespace {
 
-// Rows and columns of the matrix of distances: Panel 0 haplotypes, then the units of Panel 1, then those of Panel 2. A unit
-// is a haplotype or an individual.
+// Rows and columns of the matrix of distances: Panel 0 haplotypes, then the units of Panel 1, then those of Panel 2. A
+// unit is a haplotype or an individual.
 class matrix_layout {
   public:
     explicit matrix_layout(const data& run) : by_hap_(is_given(run.params.distances_by_hap_file)) {

@@ -15,7 +15,9 @@ std::size_t table_size(const pair_problem& p) {
     return p.ordered ? p.n_states * kernels::padded(p.n_states) : kernels::triangle_size(p.n_states);
 }
 
-std::array<double, 3> by_sum(const std::array<double, 4>& e) { return {e[0], e[1], e[3]}; }
+std::array<double, 3> by_sum(const std::array<double, 4>& e) {
+    return {e[0], e[1], e[3]};
+}
 
 void size_tables(const pair_problem& p, pair_tables& t) {
     const std::size_t K8 = kernels::padded(p.n_states);
@@ -109,7 +111,12 @@ class pair_walker {
   public:
     pair_walker(const pair_problem& problem, pair_tables& tables, const pair_walk_options& options,
                 const std::vector<pair_request>& requests, pair_results& results)
-        : p_(problem), t_(tables), options_(options), requests_(requests), r_(results), K_(static_cast<int>(p_.n_states)) {}
+        : p_(problem),
+          t_(tables),
+          options_(options),
+          requests_(requests),
+          r_(results),
+          K_(static_cast<int>(p_.n_states)) {}
 
     void run() {
         static const std::vector<bool> nothing(1, true);
@@ -248,7 +255,8 @@ class pair_walker {
         const double u = Random::RNG->Next();
         const double p00 = p_.pr_00[x][y], p01 = p_.pr_01[x][y], p10 = p_.pr_10[x][y];
         if (requests_[v].heterozygous) {
-            r_.alleles[v] = u > p01 / (p01 + p10) ? std::array<std::uint8_t, 2>{1, 0} : std::array<std::uint8_t, 2>{0, 1};
+            r_.alleles[v] =
+                u > p01 / (p01 + p10) ? std::array<std::uint8_t, 2>{1, 0} : std::array<std::uint8_t, 2>{0, 1};
         } else if (u <= p00) {
             r_.alleles[v] = {0, 0};
         } else if (u <= p00 + p01) {
@@ -285,9 +293,10 @@ class pair_walker {
         const kernels::table& k = kernels::active();
         double* b = t_.backward.data();
         const std::size_t K = p_.n_states;
-        double sum = p_.ordered ? k.ordered_backward_emit(K, p_.bits(v + 1), p_.emission[v + 1].data(), b, t_.row.data())
-                                : k.diploid_backward_emit(K, p_.bits(v + 1), by_sum(p_.emission[v + 1]).data(), b,
-                                                          t_.row.data());
+        double sum =
+            p_.ordered
+                ? k.ordered_backward_emit(K, p_.bits(v + 1), p_.emission[v + 1].data(), b, t_.row.data())
+                : k.diploid_backward_emit(K, p_.bits(v + 1), by_sum(p_.emission[v + 1]).data(), b, t_.row.data());
         if (!(sum >= rescale_below)) {
             k.divide(K, sum, t_.row.data());
             k.divide(t_.table_size, sum, b);

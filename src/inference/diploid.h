@@ -1,8 +1,8 @@
 #pragma once
 
-// The model of an individual's two haplotypes, seen as a genotype: hidden states are unordered pairs of the K conditioning
-// haplotypes, a triangular table of K(K+1)/2 entries a site (Marchini and Howie 2010). And its ordered variant for an
-// individual of known phase: a full K x K table. Nothing here knows of panels or files.
+// The model of an individual's two haplotypes, seen as a genotype: hidden states are unordered pairs of the K
+// conditioning haplotypes, a triangular table of K(K+1)/2 entries a site (Marchini and Howie 2010). And its ordered
+// variant for an individual of known phase: a full K x K table. Nothing here knows of panels or files.
 
 #include <array>
 #include <cstddef>
@@ -53,8 +53,8 @@ struct pair_walk_options {
 struct pair_results {
     std::vector<std::array<int, 2>> state;             // sampled_state_a, sampled_state_b; -1 without states
     std::vector<std::array<std::uint8_t, 2>> alleles;  // drawn alleles of the first and second haplotype
-    // Sums of forward times backward over the pairs by the alleles of their states, at [x * 2 + y], in one arbitrary unit,
-    // with the site's own emission. Unordered pairs have everything heterozygous at [1].
+    // Sums of forward times backward over the pairs by the alleles of their states, at [x * 2 + y], in one arbitrary
+    // unit, with the site's own emission. Unordered pairs have everything heterozygous at [1].
     std::vector<std::array<double, 4>> weights;
     int stay_count = 0, switch_count = 0;
 };
@@ -66,14 +66,16 @@ struct pair_tables {
     std::vector<double> scale;          // fwd_scale by visited site
     aligned_buffer work;                // one table: the running one of a forward sweep that keeps checkpoints only
     aligned_buffer backward;            // the backward table of the walk (dip_work)
-    aligned_buffer row, row_next, diag, diag_next, shared;  // dip_row, dip_row_next, dip_diag, dip_diag_next; [padded K]
+    aligned_buffer row, row_next, diag, diag_next,
+        shared;  // dip_row, dip_row_next, dip_diag, dip_diag_next; [padded K]
     std::size_t table_size = 0;
 };
 
 // Fills the tables. Returns the log10 likelihood of the observations.
 double pair_forward(const pair_problem& problem, pair_tables& tables);
 
-// Walks from the last site to the first: at each site the state draws, the allele draw, the backward step, the posterior.
+// Walks from the last site to the first: at each site the state draws, the allele draw, the backward step, the
+// posterior.
 void pair_walk(const pair_problem& problem, pair_tables& tables, const pair_walk_options& options,
                const std::vector<pair_request>& requests, pair_results& results);
 

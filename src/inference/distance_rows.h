@@ -14,8 +14,8 @@ class distance_rows {
     void set_sites(std::vector<int> counted);
     bool ready() const { return ready_; }
 
-    // Numbers of counted sites at which a haplotype differs from each haplotype of a panel. Rows that have changed since
-    // the last call are cut anew.
+    // Numbers of counted sites at which a haplotype differs from each haplotype of a panel. Rows that have changed
+    // since the last call are cut anew.
     void distances(const std::array<packed_haplotypes, 3>& haps, std::size_t panel, std::size_t hap,
                    std::size_t other_panel, std::vector<int>& counts);
 

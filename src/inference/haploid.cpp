@@ -57,8 +57,7 @@ void enter_site(const haploid_problem& problem, haploid_tables& tables, std::siz
             here.alpha /= here.scale;
             here.beta /= here.scale;
         } else {
-            kernels::active().divide(problem.n_states, here.scale,
-                                     tables.vectors.data() + here.anchor * tables.stride);
+            kernels::active().divide(problem.n_states, here.scale, tables.vectors.data() + here.anchor * tables.stride);
             tables.anchor_sum.back() = 1.0;
         }
         here.sum = 1.0;
@@ -203,8 +202,7 @@ class anchored_walk {
             product_anchor_ = f.anchor;
             product_known_ = true;
         }
-        const kernels::carrier_sums rare =
-            kernels::active().sum_carriers(n_, p_.bits(v), t_.vector(f.anchor), right_);
+        const kernels::carrier_sums rare = kernels::active().sum_carriers(n_, p_.bits(v), t_.vector(f.anchor), right_);
         const auto weight = [&](double fc, double sum_f, double sum_c, double n) {
             return f.alpha * alpha_ * fc + f.alpha * beta_ * sum_f + f.beta * alpha_ * sum_c + f.beta * beta_ * n;
         };

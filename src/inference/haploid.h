@@ -22,11 +22,11 @@ constexpr double tol = 2.2250738585072014e-308;
 constexpr std::uint8_t unobserved = 2;
 
 struct haploid_problem {
-    std::size_t n_states = 0;                   // K
-    std::size_t n_sites = 0;                    // visited sites in position order
-    const haploid_gap* gap = nullptr;           // [n_sites]: the gap that ends at the site
-    const std::uint8_t* observed = nullptr;     // [n_sites]: 0, 1, or 2 for no observation
-    const std::uint64_t* alleles = nullptr;     // [n_sites][words]: bit k is the allele of state k
+    std::size_t n_states = 0;                // K
+    std::size_t n_sites = 0;                 // visited sites in position order
+    const haploid_gap* gap = nullptr;        // [n_sites]: the gap that ends at the site
+    const std::uint8_t* observed = nullptr;  // [n_sites]: 0, 1, or 2 for no observation
+    const std::uint64_t* alleles = nullptr;  // [n_sites][words]: bit k is the allele of state k
     std::size_t words = 0;
     std::array<std::array<double, 3>, 2> emission{};  // [copied allele][observed allele]
     // Under memory saving: where forward vectors are kept, and the distance of these sites. Null: everywhere.
@@ -44,26 +44,26 @@ struct haploid_request {
 };
 
 struct haploid_walk_options {
-    bool sample = false;              // draw a path of states
-    bool backward = false;            // sweep back, for the posteriors
+    bool sample = false;                // draw a path of states
+    bool backward = false;              // sweep back, for the posteriors
     bool alleles_after_states = false;  // draw all states of the path first, then the alleles from left to right
 };
 
-// Posterior weights of the copied alleles at a site: sums of forward times backward over the states with allele 0 and 1,
-// in one arbitrary unit. At an observed site they contain the site's own emission.
+// Posterior weights of the copied alleles at a site: sums of forward times backward over the states with allele 0 and
+// 1, in one arbitrary unit. At an observed site they contain the site's own emission.
 using allele_weights = std::array<double, 2>;
 
 struct haploid_results {
-    std::vector<int> state;                  // sampled_state by visited site; K - 1 when no state qualified
-    std::vector<std::uint8_t> allele;        // drawn allele where one was asked for
-    std::vector<allele_weights> weights;     // where asked for
-    int stay_count = 0, switch_count = 0;    // of the states drawn in this walk
+    std::vector<int> state;                // sampled_state by visited site; K - 1 when no state qualified
+    std::vector<std::uint8_t> allele;      // drawn allele where one was asked for
+    std::vector<allele_weights> weights;   // where asked for
+    int stay_count = 0, switch_count = 0;  // of the states drawn in this walk
 };
 
 // The forward values of a sweep, kept for the walk that follows it.
 struct haploid_tables {
-    // The forward vector at a visited site is alpha f + beta, f being its anchor: the vector of the last observed site at
-    // or left of it. Anchor 0 is a vector of ones, which stands left of the first observed site.
+    // The forward vector at a visited site is alpha f + beta, f being its anchor: the vector of the last observed site
+    // at or left of it. Anchor 0 is a vector of ones, which stands left of the first observed site.
     struct affine {
         double alpha = 0.0, beta = 0.0;
         double sum = 0.0;    // of the forward vector
@@ -86,13 +86,13 @@ struct haploid_tables {
 // Fills the tables. Returns the log10 likelihood of the observations.
 double haploid_forward(const haploid_problem& problem, haploid_tables& tables);
 
-// Walks from the last site to the first: at each site the state draw, the allele draw, the backward step, the posterior.
-// requests has one entry a visited site.
+// Walks from the last site to the first: at each site the state draw, the allele draw, the backward step, the
+// posterior. requests has one entry a visited site.
 void haploid_walk(const haploid_problem& problem, haploid_tables& tables, const haploid_walk_options& options,
                   const std::vector<haploid_request>& requests, haploid_results& results);
 
-// Forward times backward (forward alone without backward) of every state at every visited site, [n_sites][K], each site in
-// its own unit. Needs tables without checkpoints.
+// Forward times backward (forward alone without backward) of every state at every visited site, [n_sites][K], each site
+// in its own unit. Needs tables without checkpoints.
 void haploid_state_posteriors(const haploid_problem& problem, const haploid_tables& tables, bool backward,
                               std::vector<double>& posteriors);
 

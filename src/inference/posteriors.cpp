@@ -3,7 +3,9 @@
 namespace {
 
 // No option asks for posterior genotypes of study sites.
-bool no_posterior(const data& run) { return !run.params.pgs && !run.params.pgs_miss && !run.params.pgs_prob; }
+bool no_posterior(const data& run) {
+    return !run.params.pgs && !run.params.pgs_miss && !run.params.pgs_prob;
+}
 
 bool is_known(const data& run, const posterior_target& t) {
     return t.panel == 2 && run.has_known_haps[static_cast<std::size_t>(t.ind)];
@@ -101,7 +103,8 @@ void add_haploid_posterior(data& run, const posterior_target& target, const snp&
         if (no_posterior(run) && g != missing_genotype && g / 2 == 1) add_alleles(run, target, site, 1.0, 1.0);
         return;
     }
-    const auto& M = run.mutation_matrix[0][static_cast<std::size_t>(target.panel)][static_cast<std::size_t>(target.panel)];
+    const auto& M =
+        run.mutation_matrix[0][static_cast<std::size_t>(target.panel)][static_cast<std::size_t>(target.panel)];
     const std::size_t seen = g == missing_genotype ? unobserved : g / 2U;
     std::array<double, 2> p{};
     for (std::size_t copied = 0; copied < 2; ++copied) {
@@ -117,11 +120,13 @@ void add_haploid_posterior(data& run, const posterior_target& target, const snp&
 void add_ordered_posterior(data& run, const posterior_target& target, const snp& site,
                            const std::array<double, 4>* weights, const std::array<double, 4>& emission) {
     if (phase_known(target, site)) {
-        add_certain(run, target, site, current_allele(run, target, site, 0), current_allele(run, target, site, 1), true);
+        add_certain(run, target, site, current_allele(run, target, site, 0), current_allele(run, target, site, 1),
+                    true);
         return;
     }
     if (weights == nullptr) return;
-    const auto& Mh = run.mutation_matrix[0][static_cast<std::size_t>(target.panel)][static_cast<std::size_t>(target.panel)];
+    const auto& Mh =
+        run.mutation_matrix[0][static_cast<std::size_t>(target.panel)][static_cast<std::size_t>(target.panel)];
     std::array<double, 2> first{}, second{};
     for (std::size_t x = 0; x < 2; ++x) {
         for (std::size_t y = 0; y < 2; ++y) {

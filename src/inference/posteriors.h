@@ -8,8 +8,8 @@
 #include "inference/haploid.h"
 #include "model/data.h"
 
-// Chance of allele 1 of a haplotype, from the weights of the copied alleles: each passes through the mutation model. With
-// own, the emission of that observed allele is taken out of the weights first. 0.5 when the weights say nothing.
+// Chance of allele 1 of a haplotype, from the weights of the copied alleles: each passes through the mutation model.
+// With own, the emission of that observed allele is taken out of the weights first. 0.5 when the weights say nothing.
 double allele_one_chance(const allele_weights& weights, const emission_table& M, int own);
 
 // Whose posterior is added.

@@ -8,10 +8,14 @@
 
 namespace {
 
-std::size_t at(int index) { return static_cast<std::size_t>(index); }
+std::size_t at(int index) {
+    return static_cast<std::size_t>(index);
+}
 
 // Whether somebody of a panel is seen through input probabilities.
-bool probabilistic(const data& run, int panel) { return panel == 2 ? run.params.prob_g : run.params.prob_g_ref; }
+bool probabilistic(const data& run, int panel) {
+    return panel == 2 ? run.params.prob_g : run.params.prob_g_ref;
+}
 
 bool ref_allele_missing(const data& run, int hap, std::size_t s) {
     return run.ref_missing.n_hap() > 0 && run.ref_missing.allele(at(hap), s) == 1;
@@ -86,7 +90,8 @@ class haploid_run {
     double perform() {
         const haploid_problem problem = make_problem();
         const double likelihood = haploid_forward(problem, w_.haploid);
-        const bool ref_probs = run_.params.show_ref_copy_probs && u_.panel == 2 && u_.cond_panel == 0;
+        const bool ref_probs =
+            run_.params.show_ref_copy_probs && !run_.params.mc_impute && u_.panel == 2 && u_.cond_panel == 0;
         if (u_.sample || u_.backward) {
             make_requests();
             const haploid_walk_options options{u_.sample, u_.backward, run_.params.use_old_code};
@@ -114,7 +119,8 @@ class haploid_run {
         problem.n_sites = model_.n_sites();
         problem.gap = model_.hap_gap.data();
         w_.observed.resize(model_.n_sites());
-        for (std::size_t v = 0; v < model_.n_sites(); ++v) w_.observed[v] = observed_allele(run_, u_, at(model_.site[v]));
+        for (std::size_t v = 0; v < model_.n_sites(); ++v)
+            w_.observed[v] = observed_allele(run_, u_, at(model_.site[v]));
         problem.observed = w_.observed.data();
         gather_state_alleles(run_.haps, run_.cond_states, model_.site, problem.n_states, w_.state_alleles);
         problem.alleles = w_.state_alleles.data();
@@ -136,7 +142,8 @@ class haploid_run {
             haploid_request& request = w_.haploid_requests[v];
             if (u_.sample) {
                 const auto s = at(model_.site[v]);
-                request.draw_allele = run_.params.use_old_code ? draws_allele_old(run_, u_, s) : draws_allele(run_, u_, s);
+                request.draw_allele =
+                    run_.params.use_old_code ? draws_allele_old(run_, u_, s) : draws_allele(run_, u_, s);
             }
             if (u_.backward && in_output(v)) {
                 request.posterior = wanted_posterior(run_, u_, at(model_.site[v])).wanted ||
@@ -147,7 +154,8 @@ class haploid_run {
 
     void keep_alleles() {
         const parameters& p = run_.params;
-        const bool counting = run_.count_missing_only && p.mc_impute && u_.panel == u_.cond_panel && u_.panel >= 2 && u_.stored;
+        const bool counting =
+            run_.count_missing_only && p.mc_impute && u_.panel == u_.cond_panel && u_.panel >= 2 && u_.stored;
         packed_haplotypes& haps = run_.haps[at(u_.panel)];
         for (std::size_t v = 0; v < model_.n_sites(); ++v) {
             if (!w_.haploid_requests[v].draw_allele) continue;
@@ -376,9 +384,13 @@ double update_haploid(data& run, const haploid_update& update) {
     return haploid_run(run, update, run.models[0][at(update.panel)][at(update.cond_panel)]).perform();
 }
 
-double update_diploid(data& run, const diploid_update& update) { return pair_run(run, update, false).perform(); }
+double update_diploid(data& run, const diploid_update& update) {
+    return pair_run(run, update, false).perform();
+}
 
-void update_ordered(data& run, const diploid_update& update) { pair_run(run, update, true).perform(); }
+void update_ordered(data& run, const diploid_update& update) {
+    pair_run(run, update, true).perform();
+}
 
 void record_known_individual(data& run, int ind, int known_index) {
     const int hap = run.first_hap(2, ind);

@@ -13,7 +13,7 @@ struct haploid_update {
     int strand = 0;        // which of the individual's haplotypes: 0 or 1
     int known_index = -1;  // place among the individuals with known haplotypes
     bool sample = false;
-    bool save_alleles = false;    // count the drawn alleles
+    bool save_alleles = false;  // count the drawn alleles
     bool backward = false;
     bool genotype_probs = false;  // add genotype posteriors to the sums
     bool allele_probs = false;    // keep allele posteriors for the individual's counts

@@ -13,8 +13,8 @@
 struct sweep_workspace {
     // The update in hand.
     std::vector<std::uint8_t> observed;
-    std::vector<std::uint64_t> state_alleles;             // [visited site][words]
-    std::vector<std::array<double, 4>> pair_emissions;    // [visited site]
+    std::vector<std::uint64_t> state_alleles;           // [visited site][words]
+    std::vector<std::array<double, 4>> pair_emissions;  // [visited site]
     haploid_tables haploid;
     pair_tables pairs;
     std::vector<haploid_request> haploid_requests;
@@ -28,7 +28,7 @@ struct sweep_workspace {
     std::array<std::array<std::vector<double>, 2>, 2> allele_acc;
 
     // Choice of conditioning states.
-    std::array<std::array<distance_rows, 3>, 3> distances;  // [panel][cond_panel]
+    std::array<std::array<distance_rows, 3>, 3> distances;   // [panel][cond_panel]
     std::array<std::vector<int>, 3> ham_dist_a, ham_dist_b;  // by panel, mismatches with the target's haplotypes
     std::vector<int> figures;                                // by candidate
     std::vector<double> matrix_figures;

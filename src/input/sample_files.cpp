@@ -6,6 +6,7 @@
 #include "input/panel_options.h"
 #include "input/reader_common.h"
 #include "model/data.h"
+#include "model/result_file.h"
 #include "model/text.h"
 
 namespace {

@@ -8,8 +8,12 @@
 
 namespace bits {
 constexpr std::size_t word_bits = 64;
-constexpr std::size_t words_for(std::size_t n) { return (n + word_bits - 1) / word_bits; }
-inline bool get(const std::uint64_t* row, std::size_t i) { return ((row[i / word_bits] >> (i % word_bits)) & 1U) != 0; }
+constexpr std::size_t words_for(std::size_t n) {
+    return (n + word_bits - 1) / word_bits;
+}
+inline bool get(const std::uint64_t* row, std::size_t i) {
+    return ((row[i / word_bits] >> (i % word_bits)) & 1U) != 0;
+}
 inline void set(std::uint64_t* row, std::size_t i, bool value) {
     const std::uint64_t mask = std::uint64_t{1} << (i % word_bits);
     if (value) {

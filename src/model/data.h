@@ -15,7 +15,6 @@
 #include "model/hmm_model.h"
 #include "model/packed_haplotypes.h"
 #include "model/parameters.h"
-#include "model/result_file.h"
 #include "model/run_log.h"
 #include "model/snp.h"
 
@@ -58,8 +57,9 @@ struct copy_state_record {
     std::vector<int> dist_b;  // copy_state_dist_b, diploid records only
 };
 
-// The haploid or diploid working tables of the sweeps; made in data::setup_storage.
+// The working tables of the sweeps.
 struct sweep_workspace;
+class result_file;
 
 class data {
   public:
@@ -199,14 +199,13 @@ class data {
     std::vector<int> stored_iters;     // iterations (from 0) whose results count
     std::vector<int> selfcheck_iters;  // those of them that mask typed genotypes
     int informed_start_iter = -1;      // first iteration with informed states; -1 under -random_cond
-    bool store_sampled_haps = false, tmp_haps = false, count_missing_only = false,
-         sporadic_haploid_imputation = false;
+    bool store_sampled_haps = false, tmp_haps = false, count_missing_only = false, sporadic_haploid_imputation = false;
     std::array<bool, 4> output_types{};  // by SNP type
     // By panel (update_panel0, update_panel1, update_panel2): somebody needs sampling.
     std::array<bool, 3> update_panel{};
     std::array<bool, 3> phase_panel{};  // -, phase_panel1, phase_panel2: somebody has a heterozygote without phase
     int hole_fill_from = -1, hole_fill_to = -1;
-    std::vector<bool> update_hap0;                  // by Panel 0 haplotype
+    std::vector<bool> update_hap0;                   // by Panel 0 haplotype
     std::vector<bool> update_indiv1, update_indiv2;  // by individual
     std::vector<bool> het_indiv1, het_indiv2;
     std::vector<bool> ordered_ref, has_known_haps;  // the individual is modelled by ordered haplotypes
@@ -233,8 +232,8 @@ class data {
     model_table<hmm_model> hole_models;  // the hole-filling models, mode 0 only
 
     // --- haplotypes and states --------------------------------------------------------------------------------------
-    std::array<packed_haplotypes, 3> haps;        // current alleles by panel, from the end of data::setup on
-    packed_haplotypes ref_missing;                // set where a Panel 0 allele was missing; empty when none was
+    std::array<packed_haplotypes, 3> haps;  // current alleles by panel, from the end of data::setup on
+    packed_haplotypes ref_missing;          // set where a Panel 0 allele was missing; empty when none was
     conditioning_states cond_states;
     std::vector<std::vector<double>> dist_matrix;
     bool record_copy_states = false;

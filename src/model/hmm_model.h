@@ -16,13 +16,13 @@ struct haploid_gap {
 
 // Transition terms of the model of two haplotypes over the gap that ends at a site.
 struct diploid_gap {
-    double both_stay = 0.0;      // dip_trans[0] = exp(-2d/K)
-    double one_moves = 0.0;      // dip_trans[1] = t*e/K
-    double both_move = 0.0;      // dip_trans[2] = t*t/(K*K)
-    double hap_stay = 0.0;       // dip_hap_trans[0] = e + s
-    double hap_move = 0.0;       // dip_hap_trans[1] = s
-    double stay_het = 0.0;       // dip_stay[0]: stay in a pair of two states
-    double stay_hom = 0.0;       // dip_stay[1]: stay in a pair of one state
+    double both_stay = 0.0;  // dip_trans[0] = exp(-2d/K)
+    double one_moves = 0.0;  // dip_trans[1] = t*e/K
+    double both_move = 0.0;  // dip_trans[2] = t*t/(K*K)
+    double hap_stay = 0.0;   // dip_hap_trans[0] = e + s
+    double hap_move = 0.0;   // dip_hap_trans[1] = s
+    double stay_het = 0.0;   // dip_stay[0]: stay in a pair of two states
+    double stay_hom = 0.0;   // dip_stay[1]: stay in a pair of one state
     // dip_hap_trans as the pair tables below know it: the hole-filling pass renews the terms above, not the tables.
     double table_stay = 0.0;
     double table_move = 0.0;
@@ -30,7 +30,8 @@ struct diploid_gap {
     double hap(bool moves) const { return moves ? hap_move : hap_stay; }
     // dip_trans_hom[u][v]: from a pair (k, k) to (a, b); u: a differs from k, v: b differs from k.
     double hom(bool u, bool v) const { return table(u) * table(v); }
-    // dip_trans_het[u][v][w][x]: from (k1, k2) to (a, b); u: a differs from k1, v: b from k2, w: a from k2, x: b from k1.
+    // dip_trans_het[u][v][w][x]: from (k1, k2) to (a, b); u: a differs from k1, v: b from k2, w: a from k2, x: b from
+    // k1.
     double het(bool u, bool v, bool w, bool x) const { return table(w) * table(x) + table(u) * table(v); }
 
   private:
@@ -40,11 +41,11 @@ struct diploid_gap {
 // One model [mode][panel][cond_panel]. All vectors run over the visited sites in position order; a gap leads into its
 // site, so that the first one is never read.
 struct hmm_model {
-    std::vector<int> site;              // index of the visited site in data::sites
-    std::vector<haploid_gap> hap_gap;   // mode 0
-    std::vector<diploid_gap> dip_gap;   // mode 1
-    std::vector<bool> checkpoint;       // fwd_checkpoint, under -mem_save_1; empty otherwise
-    std::size_t interval = 0;           // distance of the checkpoints
-    std::vector<std::uint64_t> mask;    // bit s: the store's site s is visited
+    std::vector<int> site;             // index of the visited site in data::sites
+    std::vector<haploid_gap> hap_gap;  // mode 0
+    std::vector<diploid_gap> dip_gap;  // mode 1
+    std::vector<bool> checkpoint;      // fwd_checkpoint, under -mem_save_1; empty otherwise
+    std::size_t interval = 0;          // distance of the checkpoints
+    std::vector<std::uint64_t> mask;   // bit s: the store's site s is visited
     std::size_t n_sites() const { return site.size(); }
 };

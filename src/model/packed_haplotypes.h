@@ -32,8 +32,8 @@ class packed_haplotypes {
     bool holds(std::size_t site) const { return bits::get(present_.data(), site); }
     void set_holds(std::size_t site) { bits::set(present_.data(), site, true); }
 
-    // Fills 64 sites at once from site-major rows: rows[j] has the alleles of site first_site + j, bit h for haplotype h
-    // (null: the panel does not hold the site). first_site is a multiple of 64.
+    // Fills 64 sites at once from site-major rows: rows[j] has the alleles of site first_site + j, bit h for haplotype
+    // h (null: the panel does not hold the site). first_site is a multiple of 64.
     void fill(std::size_t first_site, const std::uint64_t* const* rows, std::size_t n_rows);
 
   private:

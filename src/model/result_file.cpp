@@ -6,6 +6,7 @@
 #include <array>
 #include <boost/iostreams/categories.hpp>
 #include <boost/iostreams/filter/gzip.hpp>
+#include <boost/iostreams/filtering_stream.hpp>
 #include <cerrno>
 #include <charconv>
 #include <cmath>
@@ -68,18 +69,23 @@ char* write_fraction(char* to, double value, int decimals) {
 
 }  // namespace
 
+struct result_file::chain {
+    boost::iostreams::filtering_ostream stream;
+};
+
 result_file::result_file(run_log& log, std::string name, bool gzipped) : log_(log), name_(std::move(name)) {
     const int descriptor = ::open(name_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
     if (descriptor < 0) {
         failed(concat("cannot write [", name_, "]: ", std::strerror(errno)));
         return;
     }
+    chain_ = std::make_unique<chain>();
     if (gzipped) {
         // Defaults: level -1, method 8, window bits 15, memory level 8; no name, comment or time.
-        stream_.push(boost::iostreams::gzip_compressor(boost::iostreams::gzip_params(), 4096));
+        chain_->stream.push(boost::iostreams::gzip_compressor(boost::iostreams::gzip_params(), 4096));
     }
-    stream_.push(descriptor_sink(descriptor, write_error_), 1 << 16);
-    stream_.exceptions(std::ios_base::badbit | std::ios_base::failbit);
+    chain_->stream.push(descriptor_sink(descriptor, write_error_), 1 << 16);
+    chain_->stream.exceptions(std::ios_base::badbit | std::ios_base::failbit);
     open_ = true;
 }
 
@@ -162,7 +168,7 @@ void result_file::report_write_error() {
 void result_file::write_buffer() {
     if (open_ && !failed_) {
         try {
-            stream_.write(buffer_.data(), static_cast<std::streamsize>(buffer_.size()));
+            chain_->stream.write(buffer_.data(), static_cast<std::streamsize>(buffer_.size()));
         } catch (const std::exception& failure) {
             failed(concat("cannot write [", name_, "] to its end: ", failure.what()));
         }
@@ -176,7 +182,7 @@ void result_file::close() {
     write_buffer();
     open_ = false;
     try {
-        stream_.reset();
+        chain_->stream.reset();
     } catch (const std::exception& failure) {
         failed(concat("cannot write [", name_, "] to its end: ", failure.what()));
     }

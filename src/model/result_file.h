@@ -2,7 +2,7 @@
 
 // A result file: buffered text, plain or gzip, whose failures are reported when it is opened or closed.
 
-#include <boost/iostreams/filtering_stream.hpp>
+#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
@@ -35,6 +35,9 @@ class result_file {
     void close();
 
   private:
+    // The filter chain; its library stays out of this header.
+    struct chain;
+
     void write_buffer();
     void report_write_error();
     void failed(std::string_view what);
@@ -42,7 +45,7 @@ class result_file {
     run_log& log_;
     std::string name_;
     std::string buffer_;
-    boost::iostreams::filtering_ostream stream_;
+    std::unique_ptr<chain> chain_;
     int write_error_ = 0;  // error number of the first write that failed; the sink at the end of the stream sets it
     bool open_ = false;
     bool failed_ = false;

@@ -51,11 +51,17 @@ void run_log::header(std::string_view rule, std::string_view title) {
     line(rule);
 }
 
-void run_log::terminal_line(std::string_view text) { terminal_ << text << std::endl; }
+void run_log::terminal_line(std::string_view text) {
+    terminal_ << text << std::endl;
+}
 
-void run_log::summary_line(std::string_view text) { summary_file << text << std::endl; }
+void run_log::summary_line(std::string_view text) {
+    summary_file << text << std::endl;
+}
 
-void run_log::terminal_text(std::string_view text) { terminal_ << text << std::flush; }
+void run_log::terminal_text(std::string_view text) {
+    terminal_ << text << std::flush;
+}
 
 void run_log::warn(std::string_view text) {
     if (!warnings_on_) return;
@@ -63,7 +69,9 @@ void run_log::warn(std::string_view text) {
     ++warning_count_;
 }
 
-void run_log::fatal(std::string_view text, int status) { fatal(text, text, status); }
+void run_log::fatal(std::string_view text, int status) {
+    fatal(text, text, status);
+}
 
 void run_log::fatal(std::string_view terminal, std::string_view summary, int status) {
     terminal_line("");
@@ -76,7 +84,9 @@ void run_log::fatal(std::string_view terminal, std::string_view summary, int sta
     throw run_end{status};
 }
 
-void run_log::note(std::string_view text) { notes_ << "orvide: " << text << std::endl; }
+void run_log::note(std::string_view text) {
+    notes_ << "orvide: " << text << std::endl;
+}
 
 void run_log::result_failed(std::string_view text) {
     note(text);

@@ -39,7 +39,8 @@ class run_log {
     bool warnings_on() const { return warnings_on_; }
     int warning_count() const { return warning_count_; }
 
-    // An empty line, the text (which may have several lines), an empty line, on terminal and summary; then ends the run.
+    // An empty line, the text (which may have several lines), an empty line, on terminal and summary; then ends the
+    // run.
     [[noreturn]] void fatal(std::string_view text, int status = 1);
     // The same with another wording for the summary.
     [[noreturn]] void fatal(std::string_view terminal, std::string_view summary, int status);

@@ -27,9 +27,9 @@ constexpr std::uint8_t missing_genotype = 3;
 constexpr int missing_allele = 2;
 
 struct snp {
-    std::string rs_id;   // second column of a genotype file, first column of a legend
-    std::string snp_id;  // first column of a genotype file; "---" for a site that comes from a legend
-    double gen_pos = 0.0;  // on the scaled genetic map, in units of 4 Ne Morgans
+    std::string rs_id;                   // second column of a genotype file, first column of a legend
+    std::string snp_id;                  // first column of a genotype file; "---" for a site that comes from a legend
+    double gen_pos = 0.0;                // on the scaled genetic map, in units of 4 Ne Morgans
     std::array<panel_labels, 3> labels;  // by panel
 
     // Current alleles of each panel's haplotypes; empty when the panel does not hold the site. In Panel 0 these are
@@ -44,10 +44,11 @@ struct snp {
     // By panel minus 1; empty when the panel does not hold the site.
     std::array<std::vector<std::uint8_t>, 2> gtypes;  // genotype code by individual
     std::array<std::vector<float>, 2> gtype_probs;    // [individual * 3 + g]: input probabilities of AA, AB, BB
-    std::array<std::vector<double>, 2> gtype_emiss;   // [individual * 3 + allele sum]: weights of probabilistic genotypes
+    std::array<std::vector<double>, 2>
+        gtype_emiss;  // [individual * 3 + allele sum]: weights of probabilistic genotypes
 
-    int type = 3;       // 0: Panel 0 only; 1: Panel 1, not Panel 2; 2: Panel 2 and all reference panels; 3: Panel 2 only
-    int top_panel = 3;  // the highest panel with data here
+    int type = 3;  // 0: Panel 0 only; 1: Panel 1, not Panel 2; 2: Panel 2 and all reference panels; 3: Panel 2 only
+    int top_panel = 3;                 // the highest panel with data here
     bool panel1_placeholder = false;   // Panel 1 has zeros only because a walk needs them; its own sweeps pass over
     bool ref_alleles_missing = false;  // all alleles of the reference panel are missing here: a hole to be filled
 

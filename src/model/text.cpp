@@ -29,7 +29,9 @@ std::string allele_comb(const std::string& a, const std::string& b) {
     return joined;
 }
 
-bool is_gzipped(std::string_view name) { return name.size() >= 4 && name.substr(name.size() - 3) == ".gz"; }
+bool is_gzipped(std::string_view name) {
+    return name.size() >= 4 && name.substr(name.size() - 3) == ".gz";
+}
 
 int countLines(const std::string& name, bool gzipped) {
     boost::iostreams::filtering_istream stream;
@@ -82,7 +84,9 @@ int timeval_print(const timeval* value) {
 
 namespace {
 
-bool is_separator(char c) { return c == ' ' || c == '\t'; }
+bool is_separator(char c) {
+    return c == ' ' || c == '\t';
+}
 
 std::string_view without_sign_and_return(std::string_view field) {
     if (!field.empty() && field.back() == '\r') field.remove_suffix(1);

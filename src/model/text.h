@@ -23,7 +23,8 @@ int countLines(const std::string& name, bool gzipped);
 // Splits at each delimiter, empty pieces included; no trailing empty piece, nothing for an empty input.
 void strsplit(const std::string& text, char delimiter, std::vector<std::string>& pieces);
 
-// Splits at each occurrence of a delimiter text; empty pieces are kept if keep_empty. An empty delimiter gives one piece.
+// Splits at each occurrence of a delimiter text; empty pieces are kept if keep_empty. An empty delimiter gives one
+// piece.
 void strsplit(const std::string& text, const std::string& delimiter, std::vector<std::string>& pieces, bool keep_empty);
 
 // The number at the start of a text. Says so on standard error if there is none, and returns 0 then.

@@ -4,6 +4,7 @@
 
 #include <boost/iostreams/device/file.hpp>
 #include <boost/iostreams/filter/gzip.hpp>
+#include <boost/iostreams/filtering_stream.hpp>
 #include <cstring>
 #include <exception>
 
@@ -16,8 +17,13 @@ constexpr std::size_t initial_buffer = std::size_t{1} << 18;
 constexpr std::streamsize gzip_buffer = 4096;
 constexpr std::streamsize file_buffer = 1 << 16;
 
-
 }  // namespace
+
+struct text_input::chain {
+    boost::iostreams::filtering_istream stream;
+};
+
+text_input::~text_input() = default;
 
 text_input::text_input(run_log& log, std::string name, std::string_view missing_message,
                        std::string_view unopened_message)
@@ -29,25 +35,27 @@ text_input::text_input(run_log& log, std::string name, std::string_view missing_
 }
 
 void text_input::open() {
-    stream_.reset();
-    stream_.clear();
+    chain_ = std::make_unique<chain>();
+    auto& stream = chain_->stream;
     if (is_gzipped(name_)) {
         boost::iostreams::gzip_params params;
         params.window_bits = 15;
-        stream_.push(boost::iostreams::gzip_decompressor(params.window_bits, gzip_buffer));
+        stream.push(boost::iostreams::gzip_decompressor(params.window_bits, gzip_buffer));
     }
     boost::iostreams::file_source source(name_, std::ios_base::in | std::ios_base::binary);
     if (!source.is_open()) log_.fatal(unopened_message_);
-    stream_.push(source, file_buffer);
-    if (!stream_) log_.fatal(unopened_message_);
+    stream.push(source, file_buffer);
+    if (!stream) log_.fatal(unopened_message_);
     // Failures inside the chain come out as exceptions, so that no damaged file passes for a short one.
-    stream_.exceptions(std::ios_base::badbit);
+    stream.exceptions(std::ios_base::badbit);
     begin_ = end_ = 0;
     at_end_ = false;
     line_number_ = 0;
 }
 
-void text_input::rewind() { open(); }
+void text_input::rewind() {
+    open();
+}
 
 bool text_input::refill() {
     if (at_end_) return false;
@@ -58,12 +66,12 @@ bool text_input::refill() {
     }
     if (end_ == buffer_.size()) buffer_.resize(buffer_.size() * 2);
     try {
-        stream_.read(buffer_.data() + end_, static_cast<std::streamsize>(buffer_.size() - end_));
+        chain_->stream.read(buffer_.data() + end_, static_cast<std::streamsize>(buffer_.size() - end_));
     } catch (const std::exception& failure) {
         log_.fatal(concat("ERROR: The file [", name_, "] is damaged or cannot be read after line ", line_number_, " (",
                           failure.what(), ")."));
     }
-    const auto n_read = static_cast<std::size_t>(stream_.gcount());
+    const auto n_read = static_cast<std::size_t>(chain_->stream.gcount());
     end_ += n_read;
     if (n_read == 0) at_end_ = true;
     return n_read > 0;

@@ -2,7 +2,7 @@
 
 // Line by line reading of a text file, plain or gzip by its name.
 
-#include <boost/iostreams/filtering_stream.hpp>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,6 +14,9 @@ class text_input {
     // Opens the file. The two messages are what the caller says when the file does not exist, and when it cannot be
     // opened (a directory counts as that); both end the run.
     text_input(run_log& log, std::string name, std::string_view missing_message, std::string_view unopened_message);
+    ~text_input();
+    text_input(const text_input&) = delete;
+    text_input& operator=(const text_input&) = delete;
 
     // The next line without its newline, valid until the next call; false at the end. A corrupt or truncated gzip
     // stream ends the run. A line that ends in a carriage return keeps it; a note says so once a file.
@@ -32,13 +35,16 @@ class text_input {
     void note(std::string_view what) const;
 
   private:
+    // The filter chain of one opening; its library stays out of this header.
+    struct chain;
+
     void open();
     bool refill();
 
     run_log& log_;
     std::string name_;
     std::string unopened_message_;
-    boost::iostreams::filtering_istream stream_;
+    std::unique_ptr<chain> chain_;
     std::vector<char> buffer_;
     std::size_t begin_ = 0;  // the unread part of the buffer
     std::size_t end_ = 0;

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "model/data.h"
+#include "model/result_file.h"
 
 // Chances of genotypes 0, 1 and 2.
 using genotype_triple = std::array<double, 3>;

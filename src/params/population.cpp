@@ -1,5 +1,6 @@
 #include "params/population.h"
 
+#include <algorithm>
 #include <array>
 
 #include "model/data.h"
@@ -11,7 +12,9 @@ double harmonic_theta(int n) {
     return 1.0 / sum;
 }
 
-double mutation_rate(int n, double theta) { return n > 0 ? (theta * 0.5) / (n + theta) : -1.0; }
+double mutation_rate(int n, double theta) {
+    return n > 0 ? (theta * 0.5) / (n + theta) : -1.0;
+}
 
 namespace {
 
@@ -20,7 +23,9 @@ struct model_entry {
 };
 
 // A rate that a table can be made of: not the mark of an unused entry, nor the minus infinity of a single state.
-bool usable(double mu) { return mu > -1e-10; }
+bool usable(double mu) {
+    return mu > -1e-10;
+}
 
 void fill_haploid(emission_table& table, double mu) {
     table[0] = {1.0 - mu, mu, 1.0, 0.0};
@@ -37,11 +42,12 @@ void fill_diploid(emission_table& table, double mu) {
 // Genotype weights of the sweeps at a site: the emissions averaged over the input probabilities.
 void weigh_genotypes(const std::vector<float>& probs, int n_individuals, const emission_table& e,
                      std::vector<double>& weights) {
-    weights.assign(static_cast<std::size_t>(n_individuals) * 3, 1.0);
+    const auto n = static_cast<std::size_t>(std::max(n_individuals, 0));
+    weights.assign(n * 3, 1.0);
     if (probs.size() < weights.size()) return;
-    for (std::size_t i = 0; i < static_cast<std::size_t>(n_individuals); ++i) {
+    for (std::size_t i = 0; i < n; ++i) {
         const float* p = probs.data() + 3 * i;
-        if (static_cast<double>(p[0] + p[1] + p[2]) < 1e-10) continue;  // nothing known: neutral
+        if (!(static_cast<double>(p[0] + p[1] + p[2]) >= 1e-10)) continue;  // nothing known: neutral
         for (std::size_t row = 0; row < 3; ++row) {
             double sum = 0.0;
             for (std::size_t g = 0; g < 3; ++g) sum += static_cast<double>(p[g]) * e[row][g];
@@ -85,15 +91,8 @@ void data::set_mutation_matrix(bool full) {
     const auto rate = [&](std::size_t mode, std::size_t panel, std::size_t cond) {
         return mutation_rate(counts[mode][panel][cond], theta_panel[mode][panel][cond]);
     };
-    constexpr std::array<model_entry, 9> haploid{{{0, 0, 0},
-                                                  {0, 1, 0},
-                                                  {0, 0, 1},
-                                                  {0, 0, 2},
-                                                  {0, 1, 2},
-                                                  {0, 2, 0},
-                                                  {0, 2, 1},
-                                                  {0, 2, 2},
-                                                  {0, 1, 1}}};
+    constexpr std::array<model_entry, 9> haploid{
+        {{0, 0, 0}, {0, 1, 0}, {0, 0, 1}, {0, 0, 2}, {0, 1, 2}, {0, 2, 0}, {0, 2, 1}, {0, 2, 2}, {0, 1, 1}}};
     for (const auto& [mode, panel, cond] : haploid) {
         const double mu = rate(mode, panel, cond);
         if (usable(mu)) fill_haploid(mutation_matrix[mode][panel][cond], mu);
@@ -110,5 +109,6 @@ void data::set_mutation_matrix(bool full) {
             weigh_genotypes(site.gtype_probs[1], params.nind, mutation_matrix[1][2][2], site.gtype_emiss[1]);
         }
     }
-    for (std::size_t panel = 1; panel <= 2; ++panel) fill_pair_tables(*this, panel - 1, mutation_matrix[1][panel][panel]);
+    for (std::size_t panel = 1; panel <= 2; ++panel)
+        fill_pair_tables(*this, panel - 1, mutation_matrix[1][panel][panel]);
 }

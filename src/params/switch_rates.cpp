@@ -52,9 +52,10 @@ class chain {
         gap_ = site.gen_pos - previous_->gen_pos;
         if (gap_ >= 0.0) return;
         gap_ = std::numeric_limits<double>::min();
-        run_.log.warn(concat("WARNING: Positions ", previous_position_, " and ", position, " (with genetic map positions ",
-                             fixed_text(previous_->gen_pos, 6), " and ", fixed_text(site.gen_pos, 6),
-                             ", respectively) are separated by negative genetic distance ", fixed_text(gap_, 6),
+        run_.log.warn(concat("WARNING: Positions ", previous_position_, " and ", position,
+                             " (with genetic map positions ", fixed_text(previous_->gen_pos, 6), " and ",
+                             fixed_text(site.gen_pos, 6), ", respectively) are separated by negative genetic distance ",
+                             fixed_text(gap_, 6),
                              "; this will be set to a positive number just slightly larger than zero."));
     }
 
@@ -64,8 +65,8 @@ class chain {
     double gap_ = 0.0;
 };
 
-// The tables that the pass over the sites carries along: each site stores the latest value of every slot, so that a site
-// outside a slot's chain has the value of the site before.
+// The tables that the pass over the sites carries along: each site stores the latest value of every slot, so that a
+// site outside a slot's chain has the value of the site before.
 class switch_rate_pass {
   public:
     switch_rate_pass(data& run, bool full)
@@ -159,10 +160,9 @@ void data::set_switch_rates(bool full) {
 void data::set_switch_rates_for_hole_filling(bool full) {
     log.stage("-setting hole-filling switch rates");
     if (!has_reference) return;
-    const bool both = panel0_given() && panel1_given();
     const int to = panel0_given() ? 0 : 1;
-    const int from = both ? 1 : 2;
     if (to != hole_fill_to) return;
+    const int from = hole_fill_from;
     const auto& counts = full ? k_states_full : k_states;
     const auto t = static_cast<std::size_t>(to);
     const auto f = static_cast<std::size_t>(from);
@@ -172,7 +172,8 @@ void data::set_switch_rates_for_hole_filling(bool full) {
     chain own_chain(*this);
     for (std::size_t v = 0; v < own.n_sites(); ++v) {
         const auto s = static_cast<std::size_t>(own.site[v]);
-        if (sites[s]->type < to || sites[s]->ref_alleles_missing || !own_chain.advance(positions[s], *sites[s])) continue;
+        if (sites[s]->type < to || sites[s]->ref_alleles_missing || !own_chain.advance(positions[s], *sites[s]))
+            continue;
         if (to == 0) {
             own.hap_gap[v] = make_haploid_gap(own_chain.gap(), counts[t][t][t]);
         } else {

@@ -7,9 +7,13 @@
 
 Random* Random::RNG = nullptr;
 
-double Random::Next() { return RNG->Next(); }
+double Random::Next() {
+    return RNG->Next();
+}
 
-void Random::Set(Random& generator) { RNG = &generator; }
+void Random::Set(Random& generator) {
+    RNG = &generator;
+}
 
 std::array<std::uint32_t, MT::n_words> MT::mt{};
 int MT::mti = MT::n_words + 1;
@@ -48,7 +52,9 @@ std::uint32_t MT::genrand_int32() {
     return y;
 }
 
-double MT::Next() { return (static_cast<double>(genrand_int32()) + 0.5) * 2.3283064365386963e-10; }
+double MT::Next() {
+    return (static_cast<double>(genrand_int32()) + 0.5) * 2.3283064365386963e-10;
+}
 
 void RandomPermutation2::Next(int N, int M, int* s, int start, int immune1, int immune2) {
     const int n_immune = (immune1 != -1 ? 1 : 0) + (immune2 != -1 ? 1 : 0);
@@ -67,4 +73,6 @@ void RandomPermutation2::Next(int N, int M, int* s, int start, int immune1, int 
     }
 }
 
-void RandomCombination2::SortAscending(int n, int* s) { std::sort(s, s + n); }
+void RandomCombination2::SortAscending(int n, int* s) {
+    std::sort(s, s + n);
+}

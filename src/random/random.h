@@ -1,7 +1,7 @@
 #pragma once
 
-// The one random stream of a run. A generator is installed once with Random::Set; everything that draws goes through it,
-// so that a seed and the order of the draws decide the results.
+// The one random stream of a run. A generator is installed once with Random::Set; everything that draws goes through
+// it, so that a seed and the order of the draws decide the results.
 
 #include <array>
 #include <cstdint>
@@ -51,9 +51,9 @@ class MT : public Random {
 // Random samples without replacement.
 class RandomPermutation2 {
   public:
-    // Writes M distinct values of start .. start + N - 1 into s, leaving out the positions immune1 and immune2 (relative
-    // to start, -1 for none). Takes exactly M draws: a partial Fisher-Yates shuffle. Throws std::logic_error when fewer
-    // than M values are left.
+    // Writes M distinct values of start .. start + N - 1 into s, leaving out the positions immune1 and immune2
+    // (relative to start, -1 for none). Takes exactly M draws: a partial Fisher-Yates shuffle. Throws std::logic_error
+    // when fewer than M values are left.
     static void Next(int N, int M, int* s, int start, int immune1, int immune2);
 };
 

@@ -11,7 +11,9 @@
 
 namespace {
 
-std::size_t at(int index) { return static_cast<std::size_t>(index); }
+std::size_t at(int index) {
+    return static_cast<std::size_t>(index);
+}
 
 void list_iterations(data& run) {
     const parameters& p = run.params;
@@ -113,9 +115,8 @@ std::vector<checkpoint_plan> checkpoint_plans(data& run) {
         {&m[0][0][0], run.n_hap[0] > 0 && run.update_panel[0], a + b + c, false},
         {&m[0][1][0], panel1 && through_panel1, a + b + c, false},
         {&m[0][1][1], panel1 && run.update_panel[1] && (p.haploid_ref || run.chrx_haploid), a + b, false},
-        {&m[0][2][0],
-         study && run.n_hap[0] > 0 && panel0_used && (!through_panel1 || p.stage_one || p.selfcheck > 0.0), a + b + c,
-         false},
+        {&m[0][2][0], study && run.n_hap[0] > 0 && panel0_used && (!through_panel1 || p.stage_one || p.selfcheck > 0.0),
+         a + b + c, false},
         {&m[0][2][1], study && panel1 && run.output_types[1], through_panel1 ? a + b + c : a + b, false},
         {&m[0][2][2], study && run.update_panel[2] && (p.haploid_g || run.chrx_haploid), n_study, false},
         {&m[1][1][1], panel1 && run.update_panel[1] && !p.haploid_ref, a + b, true},
@@ -165,16 +166,15 @@ void allocate_sums(data& run) {
     const parameters& p = run.params;
     accumulators& acc = run.acc;
     const auto n_ind = at(run.n_ind[2]);
-    const auto n_known = static_cast<std::size_t>(
-        std::count(run.has_known_haps.begin(), run.has_known_haps.end(), true));
+    const auto n_known =
+        static_cast<std::size_t>(std::count(run.has_known_haps.begin(), run.has_known_haps.end(), true));
     const bool posterior_genotypes = p.pgs || p.pgs_miss || p.pgs_prob;
     const auto imputed = [&](const snp& s) { return s.top_panel < 2 && run.output_types[at(s.type)]; };
     const auto typed = [&](const snp& s) { return s.type == run.n_panels - 1; };
 
     if (!p.mc_impute || posterior_genotypes) {
-        const columns cols(run, [&](const snp& s) {
-            return (imputed(s) && !p.mc_impute) || (typed(s) && posterior_genotypes);
-        });
+        const columns cols(
+            run, [&](const snp& s) { return (imputed(s) && !p.mc_impute) || (typed(s) && posterior_genotypes); });
         for (sum_table& table : acc.gtype_acc) table.allocate(n_ind, cols.column, cols.n);
     }
     if (n_known > 0 && (p.print_allele_probs || p.phase)) {
@@ -209,8 +209,8 @@ void allocate_tallies(data& run) {
     if (!p.mc_impute) return;
     for (const snp* site : run.sites) {
         if (site->type == run.n_panels) continue;
-        const bool by_missing = run.sporadic_haploid_imputation ||
-                                (run.count_missing_only && site->type == run.n_panels - 1);
+        const bool by_missing =
+            run.sporadic_haploid_imputation || (run.count_missing_only && site->type == run.n_panels - 1);
         const std::size_t n = by_missing ? count_missing(run, *site) : at(run.n_ind[2]);
         for (auto& counts : acc.tallies[at(site->index)].miss_counts) counts.assign(n, 0);
     }
@@ -220,8 +220,8 @@ void allocate_samples(data& run) {
     const parameters& p = run.params;
     accumulators& acc = run.acc;
     const auto n_ind = at(run.n_ind[2]);
-    const auto n_known = static_cast<std::size_t>(
-        std::count(run.has_known_haps.begin(), run.has_known_haps.end(), true));
+    const auto n_known =
+        static_cast<std::size_t>(std::count(run.has_known_haps.begin(), run.has_known_haps.end(), true));
     if (p.phase && !run.tmp_haps) {
         const columns cols(run, [&](const snp& s) { return s.top_panel >= 2 || p.mc_impute; });
         acc.mcmc_bits.allocate(p.mc_impute ? n_ind : n_ind - n_known, cols.column, cols.n, run.stored_iters.size());

@@ -2,7 +2,7 @@
 
 class data;
 
-// Fixes the iteration lists, builds the site lists of the models, and allocates the working tables and sums. Ends the run
-// when -nind asks for more individuals than there are, when memory saving has no sites to work on, or when the
+// Fixes the iteration lists, builds the site lists of the models, and allocates the working tables and sums. Ends the
+// run when -nind asks for more individuals than there are, when memory saving has no sites to work on, or when the
 // -intermed_posns file cannot be read.
 void setup_storage(data& run);

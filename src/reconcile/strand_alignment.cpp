@@ -47,7 +47,6 @@ const std::string& major_allele(const panel_labels& panel) {
 struct strand_stage {
     int panel;
     int lowest_type, highest_type;  // the sites that count
-    bool panel0_only;               // Panel 1 is no reference here
     bool by_frequency;
     std::string reference;         // in the stage lines, behind "Panel "
     std::string warned_reference;  // in the warnings
@@ -62,9 +61,7 @@ void warn_of_strand_conflict(data& run, const strand_stage& stage, long position
 
 strand_check align_site(data& run, const strand_stage& stage, long position, snp& site) {
     const int reference = reference_panel(site);
-    if (reference < 0 || (stage.panel0_only && reference != 0) || !site.has_labels(stage.panel)) {
-        return strand_check::no_flip;
-    }
+    if (reference < 0 || reference == stage.panel || !site.has_labels(stage.panel)) return strand_check::no_flip;
     panel_labels& tested = site.labels[static_cast<std::size_t>(stage.panel)];
     const strand_check result =
         check_strand(tested, site.labels[static_cast<std::size_t>(reference)], stage.by_frequency);
@@ -117,10 +114,10 @@ strand_check check_strand(const panel_labels& tested, const panel_labels& refere
 }
 
 void check_strand_of_panel1(data& run) {
-    check_panel(run, {1, 1, 2, true, run.params.align_by_maf_g_ref, "0", "Panel 0"});
+    check_panel(run, {1, 1, 2, run.params.align_by_maf_g_ref, "0", "Panel 0"});
 }
 
 void check_strand_of_panel2(data& run) {
     const std::string reference = run.panel0_given() ? (run.panel1_given() ? "0+1" : "0") : "1";
-    check_panel(run, {2, 2, 3, false, run.params.align_by_maf_g, reference, reference});
+    check_panel(run, {2, 2, 3, run.params.align_by_maf_g, reference, reference});
 }

@@ -8,25 +8,25 @@
 
 namespace {
 
-constexpr option text(std::string_view name, std::string parameters::* target, std::string_view help) {
+constexpr option text(std::string_view name, std::string parameters::*target, std::string_view help) {
     return {name, option_kind::text, target, false, {}, help};
 }
-constexpr option echoed_text(std::string_view name, std::string parameters::* target, std::string_view help) {
+constexpr option echoed_text(std::string_view name, std::string parameters::*target, std::string_view help) {
     return {name, option_kind::text, target, false, name, help};
 }
-constexpr option real(std::string_view name, double parameters::* target, std::string_view help) {
+constexpr option real(std::string_view name, double parameters::*target, std::string_view help) {
     return {name, option_kind::real, target, false, {}, help};
 }
-constexpr option integer(std::string_view name, int parameters::* target, std::string_view help) {
+constexpr option integer(std::string_view name, int parameters::*target, std::string_view help) {
     return {name, option_kind::integer, target, false, {}, help};
 }
-constexpr option texts(std::string_view name, std::vector<std::string> parameters::* target, std::string_view help) {
+constexpr option texts(std::string_view name, std::vector<std::string> parameters::*target, std::string_view help) {
     return {name, option_kind::texts, target, false, {}, help};
 }
-constexpr option flag(std::string_view name, bool parameters::* target, std::string_view help) {
+constexpr option flag(std::string_view name, bool parameters::*target, std::string_view help) {
     return {name, option_kind::flag, target, true, name, help};
 }
-constexpr option clearing_flag(std::string_view name, bool parameters::* target, std::string_view help) {
+constexpr option clearing_flag(std::string_view name, bool parameters::*target, std::string_view help) {
     return {name, option_kind::flag, target, false, name, help};
 }
 
@@ -97,7 +97,8 @@ constexpr std::array option_table{
     option{"-seed", option_kind::seed, {}, false, {}, "N  seed of the random numbers [from the time]"},
     flag("-random_cond", &p::random_cond, "choose conditioning states at random"),
     flag("-choose_states_from_scaffold", &p::choose_states_from_scaffold, "compare haplotypes at -known_haps_g sites"),
-    flag("-restrict_buffer_to_scaffold", &p::restrict_buffer_to_scaffold, "keep -known_haps_g sites in the buffer only"),
+    flag("-restrict_buffer_to_scaffold", &p::restrict_buffer_to_scaffold,
+         "keep -known_haps_g sites in the buffer only"),
     clearing_flag("-choose_diploid_family", &p::choose_haploid_family, "one set of imputation states an individual"),
     text("-distances", &p::distances_file, "FILE  distances of individuals, to choose states by"),
     text("-distances_by_hap", &p::distances_by_hap_file, "FILE  distances of haplotypes, to choose states by"),
@@ -116,7 +117,8 @@ constexpr std::array option_table{
     flag("-phase", &p::phase, "phase the study"),
     flag("-prephase_g", &p::prephase_g, "phase the study to impute from later"),
     flag("-fill_holes", &p::fill_holes, "fill sites that a reference panel lacks"),
-    flag("-use_panel1_for_type0_imputation", &p::use_panel1_for_type0_imputation, "impute Panel 0 sites through Panel 1"),
+    flag("-use_panel1_for_type0_imputation", &p::use_panel1_for_type0_imputation,
+         "impute Panel 0 sites through Panel 1"),
     flag("-keep_donut_snps", &p::keep_donut_snps, "keep study SNPs that only Panel 1 lacks"),
     flag("-merge_ref_panels", &p::merge_ref_panels, "merge two reference panels"),
     echoed_text("-merge_ref_panels_output_ref", &p::merge_ref_panels_output_ref, "NAME  write the merged haplotypes"),
@@ -167,8 +169,12 @@ constexpr std::array option_table{
 };
 
 // As atoi and atof read: the number at the start of the text, 0 if there is none.
-int to_int(const std::string& value) { return static_cast<int>(std::strtol(value.c_str(), nullptr, 10)); }
-double to_double(const std::string& value) { return std::strtod(value.c_str(), nullptr); }
+int to_int(const std::string& value) {
+    return static_cast<int>(std::strtol(value.c_str(), nullptr, 10));
+}
+double to_double(const std::string& value) {
+    return std::strtod(value.c_str(), nullptr);
+}
 
 const option* find_option(const std::string& entry) {
     for (const option& row : option_table) {
@@ -260,7 +266,9 @@ class scan {
 
 }  // namespace
 
-std::span<const option> all_options() { return option_table; }
+std::span<const option> all_options() {
+    return option_table;
+}
 
 command_line read_command_line(const std::vector<std::string>& entries) {
     command_line result;

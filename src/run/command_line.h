@@ -13,15 +13,15 @@
 
 // What an option does with the entries that follow it.
 enum class option_kind {
-    text,      // one value, kept as text
-    real,      // one value, a double
-    integer,   // one value, an int
-    interval,  // two values, the analysis interval
-    texts,     // all values up to the next entry that begins with "-", appended
-    integers,  // likewise, integers
+    text,          // one value, kept as text
+    real,          // one value, a double
+    integer,       // one value, an int
+    interval,      // two values, the analysis interval
+    texts,         // all values up to the next entry that begins with "-", appended
+    integers,      // likewise, integers
     state_counts,  // likewise; the first one replaces element 0
-    seed,      // one value, the seed
-    flag,      // no value
+    seed,          // one value, the seed
+    flag,          // no value
 };
 
 struct option {

@@ -22,7 +22,8 @@ class iteration_loop {
             now.it = it;
             now.late = !p_.random_cond && it >= run_.informed_start_iter;
             now.stored = it == run_.stored_iters[next_stored_];
-            now.selfcheck = next_selfcheck_ < run_.selfcheck_iters.size() && it == run_.selfcheck_iters[next_selfcheck_];
+            now.selfcheck =
+                next_selfcheck_ < run_.selfcheck_iters.size() && it == run_.selfcheck_iters[next_selfcheck_];
             now.stored_count = stored_count_;
             progress_.start_iteration(it, p_.iter);
             run_one(now);
@@ -63,8 +64,8 @@ class iteration_loop {
     void pass_panel1(const iteration& now) {
         if (now.it > 0 && is_given(p_.hap_samp_in_g_ref)) run_.read_sampled_haps(now.it, 1);
         if (run_.update_panel[1]) update_panel1_individuals(run_, now, progress_);
-        if (p_.use_panel1_for_type0_imputation && !p_.stage_one) {
-            update_panel1_from_panel0(run_, now, progress_);
+        if (p_.use_panel1_for_type0_imputation) {
+            if (!p_.stage_one) update_panel1_from_panel0(run_, now, progress_);
         } else if (run_.hole_fill_to == 1) {
             fill_panel1_holes(run_, now, progress_);
         }
@@ -100,8 +101,7 @@ class iteration_loop {
         run_.log.summary_line("  --terminal fwd prob sums:");
         const auto& sums = run_.acc.weight_sum;
         for (std::size_t i = 0; i < static_cast<std::size_t>(p_.nind); ++i) {
-            run_.log.summary_line(
-                concat("    ", i, "->", fixed_text(sums[0][i], 3), "->", fixed_text(sums[1][i], 3)));
+            run_.log.summary_line(concat("    ", i, "->", fixed_text(sums[0][i], 3), "->", fixed_text(sums[1][i], 3)));
         }
     }
 
@@ -124,9 +124,9 @@ class iteration_loop {
 
 void print_success_rate(run_log& log, const std::string& kind, long n_stay, long n_switch) {
     const long n = n_stay + n_switch;
-    const std::string text =
-        kind + " sampling success rate: " +
-        (n < 1 ? "(no " + kind + " sampling performed)" : fixed_text(static_cast<double>(n_stay) / static_cast<double>(n), 3));
+    const std::string text = kind + " sampling success rate: " +
+                             (n < 1 ? "(no " + kind + " sampling performed)"
+                                    : fixed_text(static_cast<double>(n_stay) / static_cast<double>(n), 3));
     log.terminal_line("");
     log.line(text);
 }

@@ -2,11 +2,14 @@
 
 #include "inference/updates.h"
 #include "model/data.h"
+#include "model/result_file.h"
 #include "model/text.h"
 
 namespace {
 
-std::size_t at(int index) { return static_cast<std::size_t>(index); }
+std::size_t at(int index) {
+    return static_cast<std::size_t>(index);
+}
 
 // Says which member of a panel is in hand: on the terminal under -verbose, else on the progress line.
 void report_member(data& run, progress_line& progress, const char* verbose_words, const char* words, int member,
@@ -36,7 +39,9 @@ double diploid(data& run, const diploid_update& update) {
     return update_diploid(run, update);
 }
 
-bool by_matrix(const data& run) { return is_given(run.params.distances_by_hap_file); }
+bool by_matrix(const data& run) {
+    return is_given(run.params.distances_by_hap_file);
+}
 
 // States of a reference panel's own, or of a study individual's phasing update.
 void choose_own_states(data& run, const iteration& now, int i, int panel) {
@@ -62,7 +67,8 @@ void choose_shared_states(data& run, const iteration& now, int i, int panel, int
     } else if (is_given(p.distances_file)) {
         run.choose_conditioning_states_from_dist_matrix(i, 0, panel, cond_panel, false);
     } else if (!p.choose_haploid_family) {
-        run.choose_informed_conditioning_states(run.first_hap(panel, i), 0, panel, cond_panel, run.is_haploid(panel, i));
+        run.choose_informed_conditioning_states(run.first_hap(panel, i), 0, panel, cond_panel,
+                                                run.is_haploid(panel, i));
     }
 }
 

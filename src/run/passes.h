@@ -6,11 +6,11 @@ class data;
 
 // What an iteration is used for.
 struct iteration {
-    int it = 0;             // from 0
-    bool late = false;      // states are chosen by similarity
-    bool stored = false;    // its results count
-    bool selfcheck = false; // typed genotypes are masked
-    int stored_count = 0;   // stored iterations before this one
+    int it = 0;              // from 0
+    bool late = false;       // states are chosen by similarity
+    bool stored = false;     // its results count
+    bool selfcheck = false;  // typed genotypes are masked
+    int stored_count = 0;    // stored iterations before this one
 };
 
 // The passes of an iteration over the members of a panel. The order of the calls within them decides the random draws.

@@ -118,8 +118,7 @@ class input_check {
                 "line.");
         }
         if (p_.counts_per_iter && p_.counts_wt_per_iter) {
-            log_.fatal(
-                "ERROR: You cannot use the -counts_per_iter and -counts_wt_per_iter flags at the same time.");
+            log_.fatal("ERROR: You cannot use the -counts_per_iter and -counts_wt_per_iter flags at the same time.");
         }
         if (p_.iter <= p_.burnin) {
             if (p_.iter != 0 || p_.burnin != 0) {
@@ -303,8 +302,7 @@ class input_check {
                 const std::string option = "-hap_samp_in_g_ref";
                 drop_file(option, p_.strand_g_ref_file, "a strand (-strand_g_ref) file for Panel 1");
                 drop_flag(option, p_.align_by_maf_g_ref, "the -align_by_maf_g_ref flag");
-                drop_file(option, p_.exclude_snps_g_ref_file,
-                          "a SNP exclusion file for Panel 1 (-exclude_snps_g_ref)");
+                drop_file(option, p_.exclude_snps_g_ref_file, "a SNP exclusion file for Panel 1 (-exclude_snps_g_ref)");
                 drop_file(option, p_.sample_g_ref_file, "a sample file for Panel 1 (-sample_g_ref)");
                 drop_file(option, p_.exclude_samples_g_ref_file,
                           "a sample exclusion file for Panel 1 (-exclude_samples_g_ref)");
@@ -357,7 +355,8 @@ class input_check {
         }
         if (p_.k_hap.empty()) log_.fatal("ERROR: No valid -k_hap value was supplied on the command line.");
         if (p_.k_hap.size() > 2) {
-            log_.fatal(concat("ERROR: Too many -k_hap values (", p_.k_hap.size(), ") were supplied on the command line."));
+            log_.fatal(
+                concat("ERROR: Too many -k_hap values (", p_.k_hap.size(), ") were supplied on the command line."));
         }
     }
 
@@ -408,15 +407,13 @@ class input_check {
             log_.fatal("ERROR: The -pgs_miss flag is not compatible with the -prob_g flag.");
         }
         if (p_.mc_impute && (p_.pgs || p_.pgs_prob)) {
-            log_.fatal(concat("ERROR: You cannot use -mc_impute and ", p_.pgs ? "-pgs" : "-pgs_prob",
-                              " at the same time."));
+            log_.fatal(
+                concat("ERROR: You cannot use -mc_impute and ", p_.pgs ? "-pgs" : "-pgs_prob", " at the same time."));
         }
         if (p_.pgs_miss || p_.pgs_prob) p_.snp_qc_info = p_.sample_qc_info = false;
     }
 
-    bool listed(int type) const {
-        return std::find(p_.os_types.begin(), p_.os_types.end(), type) != p_.os_types.end();
-    }
+    bool listed(int type) const { return std::find(p_.os_types.begin(), p_.os_types.end(), type) != p_.os_types.end(); }
 
     void set_output_types() {
         run_.has_reference = reference_given();
@@ -493,4 +490,6 @@ class input_check {
 
 }  // namespace
 
-void data::process_input() { input_check(*this).run_all(); }
+void data::process_input() {
+    input_check(*this).run_all();
+}

@@ -13,7 +13,9 @@
 
 namespace {
 
-bool acceptable_Ne(double Ne) { return Ne >= 0.0 && Ne <= 30000.0; }
+bool acceptable_Ne(double Ne) {
+    return Ne >= 0.0 && Ne <= 30000.0;
+}
 
 // The seed of the user, or one from the time.
 int settle_seed(int seed) {

@@ -19,7 +19,8 @@ void progress_line::update(std::string_view what, int member, int n_members) {
     std::string text =
         concat("iteration ", iteration_ + 1, "/", n_iterations_, ", ", what, " ", member + 1, "/", n_members);
     const auto spent = std::chrono::duration<double>(now - start_).count();
-    const double done = (iteration_ + static_cast<double>(member) / std::max(n_members, 1)) / std::max(n_iterations_, 1);
+    const double done =
+        (iteration_ + static_cast<double>(member) / std::max(n_members, 1)) / std::max(n_iterations_, 1);
     if (done > 0.0 && spent > 1.0) {
         const long left = static_cast<long>(spent / done - spent + 0.5);
         text += concat(", about ", left / 60, " min ", left % 60, " s left");

@@ -4,8 +4,8 @@
 #include <iosfwd>
 #include <string_view>
 
-// One line on standard error that overwrites itself while the iterations run, for people who watch a terminal: iteration,
-// member of the panel, estimated time left. Nothing is written when standard error is no terminal.
+// One line on standard error that overwrites itself while the iterations run, for people who watch a terminal:
+// iteration, member of the panel, estimated time left. Nothing is written when standard error is no terminal.
 class progress_line {
   public:
     progress_line(std::ostream& out, bool shown) : out_(out), shown_(shown) {}

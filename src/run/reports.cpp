@@ -19,7 +19,8 @@ void data::print_nomenclature() {
     if (is_given(params.g_file) ? params.haploid_g : known) {
         log.line("     Panel 2: phased study haplotypes");
     } else if (is_given(params.g_file)) {
-        log.line(concat("     Panel 2: unphased study genotypes", known ? " (some with known phase from -known_haps_g)" : ""));
+        log.line(concat("     Panel 2: unphased study genotypes",
+                        known ? " (some with known phase from -known_haps_g)" : ""));
     }
     log.line("");
     log.line(
@@ -44,9 +45,7 @@ std::vector<file_row> input_rows(const parameters& p) {
     const bool two_h = p.h_files.size() >= 2;
     const bool panel0_files = !p.h_files.empty() && !is_given(p.hap_samp_in_h);
     const std::string samples = "_hapsamp[iter][.gz]";
-    const auto given = [](const char* label, const std::string& name) {
-        return file_row{is_given(name), label, name};
-    };
+    const auto given = [](const char* label, const std::string& name) { return file_row{is_given(name), label, name}; };
     const auto sampled = [&samples](const char* label, const std::string& name) {
         return file_row{is_given(name), label, name + samples};
     };
@@ -98,12 +97,12 @@ std::vector<file_row> output_rows(const parameters& p, bool panel0, bool panel1)
         {is_given(p.hap_samp_out_h), "       Panel 0 sampled haps: ", p.hap_samp_out_h + samples},
         {is_given(p.hap_samp_out_g_ref), "       Panel 1 sampled haps: ", p.hap_samp_out_g_ref + samples},
         {is_given(p.hap_samp_out_g), "       Panel 2 sampled haps: ", p.hap_samp_out_g + samples},
-        {p.show_diploid_copy_states, "       Panel 2 diploid copy states: ",
-         o + "_diploid_copy_states_type2snps_iter[iter].gz"},
-        {p.show_haploid_copy_states && panel1, "       Panel 2 haploid copy states at type 1 variants: ",
-         o + "_haploid_copy_states_type1snps_iter[iter].gz"},
-        {p.show_haploid_copy_states && panel0, "       Panel 2 haploid copy states at type 0 variants: ",
-         o + "_haploid_copy_states_type0snps_iter[iter].gz"},
+        {p.show_diploid_copy_states,
+         "       Panel 2 diploid copy states: ", o + "_diploid_copy_states_type2snps_iter[iter].gz"},
+        {p.show_haploid_copy_states && panel1,
+         "       Panel 2 haploid copy states at type 1 variants: ", o + "_haploid_copy_states_type1snps_iter[iter].gz"},
+        {p.show_haploid_copy_states && panel0,
+         "       Panel 2 haploid copy states at type 0 variants: ", o + "_haploid_copy_states_type0snps_iter[iter].gz"},
         {p.counts_per_iter, "       Panel 2 gtype counts: ", o + "_gtcounts_iter[iter]" + gz},
         {p.counts_wt_per_iter, "    Panel 2 wt gtype counts: ", o + "_gtcounts_wt_iter[iter]" + gz},
         {known && !p.use_prephased_g, " Panel 2 diplotype ordering: ", o + "_diplotype_ordering"},

@@ -580,7 +580,9 @@ TEST(pair_checkpoints, change_nothing_right_of_the_leftmost_one) {
         EXPECT_TRUE(c.checkpoint[leftmost]);
         for (std::size_t v = leftmost; v < n_sites; ++v) {
             EXPECT_EQ(full.state[v], kept.state[v]);
-            if (c.plain.sites[v].draw != slow::pair_draw::none) EXPECT_EQ(full.alleles[v], kept.alleles[v]);
+            if (c.plain.sites[v].draw != slow::pair_draw::none) {
+                EXPECT_EQ(full.alleles[v], kept.alleles[v]);
+            }
             const auto a = shares(c.problem(), full.weights[v]), b = shares(c.problem(), kept.weights[v]);
             for (std::size_t i = 0; i < 4; ++i) EXPECT_NEAR(a[i], b[i], 1e-12);
         }

@@ -20,18 +20,23 @@ class concordance : public output_fixture {
         }
     }
     static std::string introduction(const std::string& plural, const std::string& are, int n) {
-        return "\n--------------------------------\n Imputation accuracy assessment \n--------------------------------\n\n"
+        return "\n--------------------------------\n Imputation accuracy assessment "
+               "\n--------------------------------\n\n"
                "The table" +
                plural + " below " + are +
-               " based on an internal cross-validation that is performed during each ORVIDE2 run. For this analysis, the "
-               "program masks the genotypes of one variant at a time in the study data (Panel 2) and imputes the masked "
-               "genotypes by using the remaining study and reference data. The imputed genotypes are then compared with "
+               " based on an internal cross-validation that is performed during each ORVIDE2 run. For this analysis, "
+               "the "
+               "program masks the genotypes of one variant at a time in the study data (Panel 2) and imputes the "
+               "masked "
+               "genotypes by using the remaining study and reference data. The imputed genotypes are then compared "
+               "with "
                "the original genotypes to produce the concordance statistics shown in the table" +
                plural +
                ". You can learn more about this procedure and the contents of the table at docs/accuracy.md.\n\n"
                "In the current analysis, ORVIDE2 masked, imputed, and evaluated " +
                std::to_string(n) +
-               " genotypes that were called with high confidence (maximum probability >= 0.900) in the Panel 2 input file "
+               " genotypes that were called with high confidence (maximum probability >= 0.900) in the Panel 2 input "
+               "file "
                "(-g or -known_haps_g).\n";
     }
     static std::string table_head(const std::string& panels) {
@@ -115,7 +120,8 @@ TEST_F(concordance, panel_0_table_is_hidden_when_panel_1_imputes_its_sites) {
 
 TEST_F(concordance, bounds_of_the_bins_and_the_top_bin) {
     run.output_types = {true, false, true, true};
-    // largest values 1 (its place 10 is brought down to the top bin), 0.9 by two parts, 0.375 (three near-equal chances)
+    // largest values 1 (its place 10 is brought down to the top bin), 0.9 by two parts, 0.375 (three near-equal
+    // chances)
     give_individuals({{2, 0.0, 4.0}, {1, 3.625, 0.0}, {0, 1.5, 1.25}}, 0);
     run.mcmc_accuracy();
     EXPECT_NE(terminal.str().find("  [0.9-1.0]          2        100.0 "), std::string::npos);
@@ -133,7 +139,8 @@ TEST_F(concordance, haploids_halve_genotype_and_call) {
 
 TEST_F(concordance, only_typed_sites_in_the_interval_without_placeholder_count) {
     give_study(1);
-    for (const long position : {90L, 110L, 120L, 130L, 210L}) add_genotypes(add_site(position, position == 130 ? 3 : 2), {0});
+    for (const long position : {90L, 110L, 120L, 130L, 210L})
+        add_genotypes(add_site(position, position == 130 ? 3 : 2), {0});
     run.sites[2]->panel1_placeholder = true;
     allocate();
     run.selfcheck_iters = {0};

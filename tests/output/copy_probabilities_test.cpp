@@ -44,8 +44,10 @@ TEST_F(copy_probabilities, value_of_exactly_the_smallest_printed_has_its_decimal
 TEST_F(copy_probabilities, reference_states_of_another_number_end_the_run) {
     states.add(0, 0);
     states.add(1, 0);
-    EXPECT_TRUE(ends_with("ERROR: In trying to print reference copy probabilities, found 1 states when expecting 2 states.",
-                          [&] { ref({1.0, 1.0}, 2); }));
+    EXPECT_TRUE(ends_with(
+        "ERROR: In trying to print reference copy probabilities, found 1 states when expecting 2 states.", [&] {
+            ref({1.0, 1.0}, 2);
+        }));
 }
 
 TEST_F(copy_probabilities, line_of_all_panels_leaves_out_the_own_haplotypes) {

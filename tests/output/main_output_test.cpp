@@ -10,7 +10,8 @@ class main_output : public output_fixture {
     static constexpr double high = 1.0 - low;
     std::string check_message(long position) {
         return "ERROR: The imputed genotype probabilities for the SNP at position " + std::to_string(position) +
-               " do not sum to 1.0; this implies that there was a problem with the imputation. Please contact the authors "
+               " do not sum to 1.0; this implies that there was a problem with the imputation. Please contact the "
+               "authors "
                "for assistance.";
     }
 };
@@ -281,8 +282,8 @@ TEST_F(main_output, many_sites_of_all_kinds_keep_their_own_values) {
                 line += " 0 0 1";
             } else {
                 std::array<char, 64> text{};
-                std::snprintf(text.data(), text.size(), one == 0.0 ? " %.4f 0 %.4f" : " %.4f %.4f %.4f", 1.0 - two - one,
-                              one == 0.0 ? two : one, two);
+                std::snprintf(text.data(), text.size(), one == 0.0 ? " %.4f 0 %.4f" : " %.4f %.4f %.4f",
+                              1.0 - two - one, one == 0.0 ? two : one, two);
                 line += text.data();
             }
         }

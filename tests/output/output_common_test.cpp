@@ -288,9 +288,11 @@ TEST_F(output_common, site_rows_hold_the_alleles_of_all_haplotypes) {
 TEST_F(output_common, probabilities_print_as_the_standard_library_rounds_them) {
     std::mt19937_64 generator(11);
     std::uniform_real_distribution<double> uniform(0.0, 1.0);
-    std::vector<double> values{0.0005, 0.001, 0.0015, 0.0625, 0.125, 0.5, 0.9995, 0.99949999, 0.999, 1.0, 0.0, 0.00099999};
+    std::vector<double> values{0.0005, 0.001,      0.0015, 0.0625, 0.125, 0.5,
+                               0.9995, 0.99949999, 0.999,  1.0,    0.0,   0.00099999};
     for (int k = 0; k < 20000; ++k) values.push_back(uniform(generator));
-    for (int k = 0; k < 2000; ++k) values.push_back(std::round(uniform(generator) * 4096.0) / 4096.0);  // many exact ties
+    for (int k = 0; k < 2000; ++k)
+        values.push_back(std::round(uniform(generator) * 4096.0) / 4096.0);  // many exact ties
     for (const int decimals : {0, 1, 3, 4, 8, 9, 12}) {
         const double low = smallest_printed(decimals);
         {

@@ -1,7 +1,7 @@
 #pragma once
 
-// A run made by hand at the end of its iterations: sites, alleles and sums put in one by one, listed draws, and what the
-// writers left behind.
+// A run made by hand at the end of its iterations: sites, alleles and sums put in one by one, listed draws, and what
+// the writers left behind.
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "model/data.h"
+#include "model/result_file.h"
 #include "random/random.h"
 
 // Gives the draws of a list. A draw past its end is a failure.
@@ -94,8 +95,8 @@ class output_fixture : public ::testing::Test {
     }
 
     // --- sites ------------------------------------------------------------------------------------------------------
-    // Sites are added in the order of their positions; every panel names them by its number: "a0" and "b0" in Panel 0. A
-    // study site has genotypes (missing at first) and one-hot or uniform triples as add_genotypes says.
+    // Sites are added in the order of their positions; every panel names them by its number: "a0" and "b0" in Panel 0.
+    // A study site has genotypes (missing at first) and one-hot or uniform triples as add_genotypes says.
     snp& add_site(long position, int type) {
         snp site;
         site.snp_id = type < 2 ? "---" : "SNP" + std::to_string(position);
@@ -227,7 +228,8 @@ class output_fixture : public ::testing::Test {
         } catch (const run_end& end) {
             const std::string framed = "\n" + message + "\n\n";
             if (end.status != 1) return ::testing::AssertionFailure() << "status " << end.status;
-            if (!terminal.str().ends_with(framed)) return ::testing::AssertionFailure() << "terminal: " << terminal.str();
+            if (!terminal.str().ends_with(framed))
+                return ::testing::AssertionFailure() << "terminal: " << terminal.str();
             if (!summary().ends_with(framed)) return ::testing::AssertionFailure() << "summary: " << summary();
             return ::testing::AssertionSuccess();
         }

@@ -21,7 +21,8 @@ TEST_F(quality_info, head_with_all_comparisons) {
     run.params.pgs = true;
     run.selfcheck_iters = {1};
     run.mcmc_info();
-    EXPECT_EQ(info_text(), head + " concord_type2 r2_type2 info_type1 concord_type1 r2_type1 info_type0 concord_type0 r2_type0\n");
+    EXPECT_EQ(info_text(),
+              head + " concord_type2 r2_type2 info_type1 concord_type1 r2_type1 info_type0 concord_type0 r2_type0\n");
 }
 
 TEST_F(quality_info, head_of_a_reference_set_follows_its_type_bit) {
@@ -158,9 +159,10 @@ TEST_F(quality_info, haploid_without_homozygous_input_refuses_a_frequency_above_
     site.gtype_probs[1] = {0.0F, 0.0F, 0.0F};
     site.labels[2].freq = 1.5;
     allocate();
-    EXPECT_TRUE(ends_with("ERROR: Unexpected gens1 frequency of 1.500 at position 150. Please contact the authors for "
-                          "assistance.",
-                          [&] { run.mcmc_info(); }));
+    EXPECT_TRUE(
+        ends_with("ERROR: Unexpected gens1 frequency of 1.500 at position 150. Please contact the authors for "
+                  "assistance.",
+                  [&] { run.mcmc_info(); }));
 }
 
 TEST_F(quality_info, typed_site_without_kept_input_is_written_under_pgs_only) {

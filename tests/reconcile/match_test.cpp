@@ -69,10 +69,11 @@ TEST_F(match_test, two_study_snps_never_match_across_strands) {
     EXPECT_EQ("", match("GT", 2));
 }
 
-TEST_F(match_test, long_alleles_match_only_as_they_stand) {
+TEST_F(match_test, long_allele_is_its_own_complement) {
     add("ATT");
     EXPECT_EQ("snp1", match("ATT", 0));
-    EXPECT_EQ("", match("TTT", 0));
+    EXPECT_EQ("snp1", match("TTT", 0));  // A read from the other strand, TT as it stands
+    EXPECT_EQ("", match("TAA", 0));
 }
 
 TEST_F(match_test, one_allele_of_the_study_matches_either_reference_label) {

@@ -3,6 +3,7 @@
 // A run made by hand: sites, panels and settings without any input file, scripted draws, and what it wrote.
 
 #include <gtest/gtest.h>
+
 #include <array>
 #include <cstddef>
 #include <deque>

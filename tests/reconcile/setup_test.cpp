@@ -146,9 +146,16 @@ TEST_F(setup_stages, first_haplotypes_are_dumped_in_a_run_without_iterations) {
     EXPECT_TRUE(capture.files.has("study_hapsamp0.gz"));
 }
 
-TEST_F(setup_stages, first_haplotypes_are_not_dumped_otherwise) {
+TEST_F(setup_stages, first_haplotypes_are_not_dumped_in_a_run_with_iterations) {
     run.params.hap_samp_out_g = capture.files.name("study");
     run.store_sampled_haps = true;
+    EXPECT_EQ(-1, end_status([this] { run.setup(); }));
+    EXPECT_FALSE(capture.files.has("study_hapsamp0.gz"));
+}
+
+TEST_F(setup_stages, first_haplotypes_are_not_dumped_without_a_name) {
+    run.params.iter = run.params.burnin = 0;
+    run.params.hap_samp_out_g = capture.files.name("study");
     EXPECT_EQ(-1, end_status([this] { run.setup(); }));
     EXPECT_FALSE(capture.files.has("study_hapsamp0.gz"));
 }

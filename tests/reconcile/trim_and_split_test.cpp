@@ -1,3 +1,5 @@
+#include <iterator>
+
 #include "reconcile/stages.h"
 #include "reconcile_fixture.h"
 
@@ -88,6 +90,20 @@ TEST_F(trim_and_split, split_gives_the_type_of_panel_1_when_both_references_hold
     ASSERT_EQ(2U, run.snps.size());
     EXPECT_EQ(3, run.snps.begin()->second.type);
     EXPECT_EQ(1, std::next(run.snps.begin())->second.type);
+}
+
+TEST_F(trim_and_split, split_works_on_a_lone_panel_1) {
+    give_panel1(1);
+    give_study(2);
+    snp& site = add_site(150, 2);
+    label(site, 1, "A", "C");
+    label(site, 2, "A", "C");
+    run.multi_match_positions = {150};
+    split_multiple_matches(run);
+    ASSERT_EQ(2U, run.snps.size());
+    EXPECT_EQ(3, run.snps.begin()->second.type);
+    EXPECT_EQ(1, std::next(run.snps.begin())->second.type);
+    EXPECT_EQ("A", std::next(run.snps.begin())->second.labels[1].a0);
 }
 
 TEST_F(trim_and_split, split_takes_one_site_a_position_and_appends_its_parts) {

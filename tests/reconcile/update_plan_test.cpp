@@ -149,6 +149,18 @@ TEST_F(update_plan, search_ends_when_all_but_the_males_are_heterozygous) {
     EXPECT_EQ((flags{true, true}), run.has_known_haps);
 }
 
+TEST_F(update_plan, search_may_end_before_every_male_is_seen) {
+    give_panel0(2);
+    give_study(3);
+    give_ploidies(2, {2, 1, 1});
+    add_study_site(110, {1, 3, 0});
+    // A second missing genotype of the same man makes the count of open people reach zero.
+    add_study_site(120, {0, 3, 0});
+    add_study_site(130, {0, 0, 3});
+    plan();
+    EXPECT_EQ((flags{true, true, false}), run.update_indiv2);
+}
+
 TEST_F(update_plan, sampled_haplotypes_of_the_study_need_no_update) {
     give_panel0(2);
     give_study(2);
@@ -381,6 +393,18 @@ TEST_F(update_plan, holes_of_a_sampled_panel_0_are_seen) {
     add_study_site(120, {1}).ref_alleles_missing = true;
     plan();
     EXPECT_EQ(0, run.hole_fill_to);
+}
+
+TEST_F(update_plan, the_search_of_a_sampled_panel_0_ends_at_a_hole) {
+    give_panel0(2);
+    give_study(1);
+    run.params.fill_holes = true;
+    run.params.hap_samp_in_h = "samples";
+    add_study_site(110, {1}).ref_alleles_missing = true;
+    add_study_site(120, {1}).haps[0] = alleles({2, 0});
+    plan();
+    EXPECT_EQ((flags{false, false}), run.update_hap0);
+    EXPECT_FALSE(run.update_panel[0]);
 }
 
 TEST_F(update_plan, hole_filling_without_holes_is_cancelled) {

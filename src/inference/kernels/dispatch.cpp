@@ -56,8 +56,12 @@ const table*& chosen() {
 
 }  // namespace
 
-const table& active() { return *chosen(); }
+const table& active() {
+    return *chosen();
+}
 
-void choose(level l) { chosen() = &at(l); }
+void choose(level l) {
+    chosen() = &at(l);
+}
 
 }  // namespace kernels

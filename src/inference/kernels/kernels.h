@@ -3,7 +3,8 @@
 // The inner loops of the sweeps, compiled for several instruction sets and chosen when the program starts. All work on
 // blocks of eight doubles and sum in eight lanes, whatever the machine: every level gives the same bytes.
 //
-// Vectors of K states are padded to a multiple of 8 with zeros and aligned to 64 bytes. Bit rows have bit k for state k.
+// Vectors of K states are padded to a multiple of 8 with zeros and aligned to 64 bytes. Bit rows have bit k for state
+// k.
 
 #include <cstddef>
 #include <cstdint>
@@ -11,18 +12,22 @@
 namespace kernels {
 
 constexpr std::size_t lane_count = 8;
-constexpr std::size_t padded(std::size_t n) { return (n + lane_count - 1) / lane_count * lane_count; }
+constexpr std::size_t padded(std::size_t n) {
+    return (n + lane_count - 1) / lane_count * lane_count;
+}
 
 // Triangular tables: row a holds the pairs (a, b) for b = 0 .. a, padded.
 constexpr std::size_t triangle_row(std::size_t a) {
     const std::size_t group = a / lane_count;
     return lane_count * (4 * group * (group + 1) + (a % lane_count) * (group + 1));
 }
-constexpr std::size_t triangle_size(std::size_t K) { return triangle_row(K); }
+constexpr std::size_t triangle_size(std::size_t K) {
+    return triangle_row(K);
+}
 
 // What a backward step at a site gives.
 struct backward_sums {
-    double total;    // sum of the new vector
+    double total;       // sum of the new vector
     double carried[2];  // sum of f * b over the states with allele 0, with allele 1
 };
 
@@ -50,19 +55,20 @@ struct table {
     void (*divide)(std::size_t n, double divisor, double* values);
 
     // One forward step of the triangular table of pairs (Marchini and Howie 2010, in the row and diagonal sum form):
-    // w = t0 f[a][b] + (g[a] + g[b]) + c off the diagonal, (t0 f[a][a] + w) / 2 on it; v = w e[allele sum]. bits are the
-    // alleles of the states at the site. Fills out, row_out[K] (each pair in both its rows, diagonal once), diag_out[K].
-    // Returns the sum of out.
+    // w = t0 f[a][b] + (g[a] + g[b]) + c off the diagonal, (t0 f[a][a] + w) / 2 on it; v = w e[allele sum]. bits are
+    // the alleles of the states at the site. Fills out, row_out[K] (each pair in both its rows, diagonal once),
+    // diag_out[K]. Returns the sum of out.
     double (*diploid_forward)(std::size_t K, const double* f, const double* diag, const double* g, double t0, double c,
                               const std::uint64_t* bits, const double* e, double* out, double* row_out,
                               double* diag_out);
-    // First half of a backward step: b *= e[allele sum], with row[K] (off-diagonal pairs in both rows) and the total that
-    // counts off-diagonal pairs twice.
+    // First half of a backward step: b *= e[allele sum], with row[K] (off-diagonal pairs in both rows) and the total
+    // that counts off-diagonal pairs twice.
     double (*diploid_backward_emit)(std::size_t K, const std::uint64_t* bits, const double* e, double* b, double* row);
     // Second half: b = (c + g[a] + g[b]) + t0 b.
     void (*diploid_backward_move)(std::size_t K, const double* g, double t0, double c, double* b);
     // Sums of f * b over the pairs by allele sum 0, 1, 2.
-    void (*diploid_class_sums)(std::size_t K, const double* f, const double* b, const std::uint64_t* bits, double* sums);
+    void (*diploid_class_sums)(std::size_t K, const double* f, const double* b, const std::uint64_t* bits,
+                               double* sums);
 
     // The full square of ordered pairs, row a of K padded values. e4[x * 2 + y] is the emission of alleles x, y.
     // v = ((c + (g[a] + g[b])) + t0 f[a][b]) e4; row_out gets each entry in row a and in row b.
@@ -71,7 +77,8 @@ struct table {
     double (*ordered_backward_emit)(std::size_t K, const std::uint64_t* bits, const double* e4, double* b, double* row);
     void (*ordered_backward_move)(std::size_t K, const double* g, double t0, double c, double* b);
     // Sums of f * b by allele pair x * 2 + y.
-    void (*ordered_class_sums)(std::size_t K, const double* f, const double* b, const std::uint64_t* bits, double* sums);
+    void (*ordered_class_sums)(std::size_t K, const double* f, const double* b, const std::uint64_t* bits,
+                               double* sums);
 
     // Numbers of bits in which row x differs from each of n_rows rows of n_words words.
     void (*distances)(std::size_t n_words, const std::uint64_t* x, std::size_t n_rows, const std::uint64_t* rows,

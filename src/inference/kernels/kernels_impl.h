@@ -1,5 +1,5 @@
-// The kernels, in a namespace that the including file names by KERNEL_LEVEL. Nothing of the standard library is used here:
-// an inline function compiled for one instruction set must not be shared with the others.
+// The kernels, in a namespace that the including file names by KERNEL_LEVEL. Nothing of the standard library is used
+// here: an inline function compiled for one instruction set must not be shared with the others.
 
 #include "inference/kernels/kernels.h"
 
@@ -15,9 +15,15 @@ typedef long long int_lanes __attribute__((vector_size(64), may_alias));
 
 constexpr size_t width = lane_count;
 
-inline lanes load(const double* p) { return *reinterpret_cast<const lanes*>(p); }
-inline void store(double* p, lanes v) { *reinterpret_cast<lanes*>(p) = v; }
-inline lanes spread(double x) { return lanes{x, x, x, x, x, x, x, x}; }
+inline lanes load(const double* p) {
+    return *reinterpret_cast<const lanes*>(p);
+}
+inline void store(double* p, lanes v) {
+    *reinterpret_cast<lanes*>(p) = v;
+}
+inline lanes spread(double x) {
+    return lanes{x, x, x, x, x, x, x, x};
+}
 
 inline double total(lanes v) {
     return ((v[0] + v[4]) + (v[2] + v[6])) + ((v[1] + v[5]) + (v[3] + v[7]));
@@ -39,10 +45,14 @@ inline lanes select(int_lanes mask, lanes when_set, lanes when_clear) {
     return reinterpret_cast<lanes>((mask & reinterpret_cast<int_lanes>(when_set)) |
                                    (~mask & reinterpret_cast<int_lanes>(when_clear)));
 }
-inline lanes keep(int_lanes mask, lanes v) { return reinterpret_cast<lanes>(mask & reinterpret_cast<int_lanes>(v)); }
+inline lanes keep(int_lanes mask, lanes v) {
+    return reinterpret_cast<lanes>(mask & reinterpret_cast<int_lanes>(v));
+}
 
 // The first n lanes.
-inline int_lanes first_lanes(size_t n) { return lane_mask((1LL << n) - 1); }
+inline int_lanes first_lanes(size_t n) {
+    return lane_mask((1LL << n) - 1);
+}
 
 double haploid_forward(size_t K, const double* f, double alpha, double beta, const uint64_t* bits, double m0, double m1,
                        double* out) {
@@ -55,8 +65,8 @@ double haploid_forward(size_t K, const double* f, double alpha, double beta, con
         sum += v;
     }
     if (whole < K) {
-        const lanes v = keep(first_lanes(K - whole),
-                             (load(f + whole) * a + b) * select(lane_mask(byte_at(bits, whole)), e1, e0));
+        const lanes v =
+            keep(first_lanes(K - whole), (load(f + whole) * a + b) * select(lane_mask(byte_at(bits, whole)), e1, e0));
         store(out + whole, v);
         sum += v;
     }
@@ -145,13 +155,13 @@ double diploid_forward(size_t K, const double* f, const double* diag, const doub
         }
         // The block of the diagonal: the pairs left of it, then the pair of one state.
         const lanes w = stay * load(f_row + last) + (constant + load(g + last));
-        const lanes v = keep(first_lanes(a - last),
-                             w * select(lane_mask(byte_at(bits, last)), emit.with_one, emit.with_zero));
+        const lanes v =
+            keep(first_lanes(a - last), w * select(lane_mask(byte_at(bits, last)), emit.with_one, emit.with_zero));
         store(row_out + last, load(row_out + last) + v);
         row_sum += v;
         const double both = w[a - last];
-        const double on_diagonal = (t0 * diag[a] + both) * 0.5 *
-                                   e[2 * static_cast<size_t>((bits[a / 64] >> (a % 64)) & 1U)];
+        const double on_diagonal =
+            (t0 * diag[a] + both) * 0.5 * e[2 * static_cast<size_t>((bits[a / 64] >> (a % 64)) & 1U)];
         lanes stored = v;
         stored[a - last] = on_diagonal;
         store(out_row + last, stored);
@@ -192,14 +202,13 @@ void diploid_backward_move(size_t K, const double* g, double t0, double c, doubl
         const lanes constant = spread(c + g[a]);
         const size_t last = a / width * width;
         for (size_t k = 0; k < last; k += width) store(values + k, (constant + load(g + k)) + stay * load(values + k));
-        store(values + last, keep(first_lanes(a - last + 1),
-                                  (constant + load(g + last)) + stay * load(values + last)));
+        store(values + last, keep(first_lanes(a - last + 1), (constant + load(g + last)) + stay * load(values + last)));
     }
 }
 
 void diploid_class_sums(size_t K, const double* f, const double* b, const uint64_t* bits, double* sums) {
-    // By the allele of row a, with a partner that carries allele 0 or 1. No class is had by subtraction: callers divide by
-    // small emissions.
+    // By the allele of row a, with a partner that carries allele 0 or 1. No class is had by subtraction: callers divide
+    // by small emissions.
     lanes with_zero[2] = {spread(0.0), spread(0.0)};
     lanes with_one[2] = {spread(0.0), spread(0.0)};
     for (size_t a = 0; a < K; ++a) {

@@ -1,0 +1,428 @@
+#include "inference/kernels/kernels.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <bit>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "inference/aligned_buffer.h"
+#include "inference/inference_tools.h"
+
+namespace {
+
+using kernels::padded;
+
+const std::vector<std::size_t> state_counts{1, 2, 7, 8, 9, 15, 16, 17, 24, 31, 33, 63, 64, 65, 70, 127, 128, 129};
+
+std::vector<kernels::level> levels() {
+    std::vector<kernels::level> usable;
+    for (const auto l : {kernels::level::baseline, kernels::level::avx2, kernels::level::avx512}) {
+        if (kernels::available(l)) usable.push_back(l);
+    }
+    return usable;
+}
+
+// Runs the action, which returns all that a kernel gave, at every level: the very same bits are wanted. Gives them.
+std::vector<double> same_at_all_levels(const std::function<std::vector<double>(const kernels::table&)>& action) {
+    const std::vector<double> first = action(kernels::at(kernels::level::baseline));
+    for (const auto l : levels()) {
+        const std::vector<double> other = action(kernels::at(l));
+        EXPECT_EQ(first.size(), other.size());
+        for (std::size_t i = 0; i < std::min(first.size(), other.size()); ++i) {
+            if (std::bit_cast<std::uint64_t>(first[i]) != std::bit_cast<std::uint64_t>(other[i])) {
+                ADD_FAILURE() << "level " << static_cast<int>(l) << " value " << i << ": " << first[i] << ", " << other[i];
+            }
+        }
+    }
+    return first;
+}
+
+void append(std::vector<double>& all, const aligned_buffer& values, std::size_t n) {
+    all.insert(all.end(), values.begin(), values.begin() + static_cast<std::ptrdiff_t>(n));
+}
+
+void expect_near(double expected, double found) {
+    if (!(std::abs(expected - found) <= 1e-13 * std::max(1.0, std::abs(expected)))) {
+        ADD_FAILURE() << expected << " expected, " << found << " found";
+    }
+}
+
+// Random inputs for K states; what lies past them is zero.
+struct kernel_inputs {
+    kernel_inputs(input_source& source, std::size_t n_states) : K(n_states) {
+        f = vector(source);
+        c = vector(source);
+        g = vector(source);
+        diag = vector(source);
+        bits.assign(bits::words_for(K), 0);
+        const double frequency = source.uniform();
+        for (std::size_t k = 0; k < K; ++k) bits::set(bits.data(), k, source.chance(frequency));
+        alpha = source.uniform();
+        beta = source.uniform();
+        m0 = source.uniform();
+        m1 = source.uniform();
+        for (double& value : e) value = source.uniform();
+        triangle_f = triangle(source);
+        triangle_b = triangle(source);
+        square_f = square(source);
+        square_b = square(source);
+    }
+    int allele(std::size_t k) const { return bits::get(bits.data(), k) ? 1 : 0; }
+    std::size_t in_triangle(std::size_t a, std::size_t b) const { return kernels::triangle_row(a) + b; }
+    std::size_t in_square(std::size_t a, std::size_t b) const { return a * padded(K) + b; }
+
+    std::size_t K;
+    aligned_buffer f, c, g, diag, triangle_f, triangle_b, square_f, square_b;
+    std::vector<std::uint64_t> bits;
+    double alpha = 0.0, beta = 0.0, m0 = 0.0, m1 = 0.0;
+    std::array<double, 4> e{};
+
+  private:
+    // Over many powers of ten, as probabilities are.
+    static double value(input_source& source) { return source.uniform() * std::pow(10.0, -source.integer(0, 30)); }
+    aligned_buffer vector(input_source& source) const {
+        aligned_buffer values(padded(K));
+        for (std::size_t k = 0; k < K; ++k) values[k] = value(source);
+        return values;
+    }
+    aligned_buffer triangle(input_source& source) const {
+        aligned_buffer values(kernels::triangle_size(K));
+        for (std::size_t a = 0; a < K; ++a) {
+            for (std::size_t b = 0; b <= a; ++b) values[in_triangle(a, b)] = value(source);
+        }
+        return values;
+    }
+    aligned_buffer square(input_source& source) const {
+        aligned_buffer values(K * padded(K));
+        for (std::size_t a = 0; a < K; ++a) {
+            for (std::size_t b = 0; b < K; ++b) values[in_square(a, b)] = value(source);
+        }
+        return values;
+    }
+};
+
+void for_all_sizes(std::uint64_t seed, const std::function<void(kernel_inputs&)>& check) {
+    input_source source(seed);
+    for (const std::size_t K : state_counts) {
+        SCOPED_TRACE("K " + std::to_string(K));
+        kernel_inputs in(source, K);
+        check(in);
+    }
+}
+
+TEST(kernel_layout, rows_of_the_triangle_follow_each_other_padded) {
+    std::size_t next = 0;
+    for (std::size_t a = 0; a < 300; ++a) {
+        EXPECT_EQ(next, kernels::triangle_row(a));
+        EXPECT_EQ(next, kernels::triangle_size(a));
+        next += padded(a + 1);
+    }
+}
+
+TEST(kernel_layout, the_baseline_is_always_there) {
+    EXPECT_TRUE(kernels::available(kernels::level::baseline));
+    EXPECT_EQ(&kernels::at(levels().back()), &kernels::active());
+}
+
+TEST(kernel_layout, a_level_can_be_chosen) {
+    const kernels::level best = levels().back();
+    kernels::choose(kernels::level::baseline);
+    EXPECT_EQ(&kernels::at(kernels::level::baseline), &kernels::active());
+    kernels::choose(best);
+    EXPECT_EQ(&kernels::at(best), &kernels::active());
+}
+
+TEST(kernel_levels, haploid_forward) {
+    for_all_sizes(1, [](kernel_inputs& in) {
+        const auto found = same_at_all_levels([&](const kernels::table& t) {
+            aligned_buffer out(padded(in.K));
+            std::vector<double> all{
+                t.haploid_forward(in.K, in.f.data(), in.alpha, in.beta, in.bits.data(), in.m0, in.m1, out.data())};
+            append(all, out, padded(in.K));
+            return all;
+        });
+        double sum = 0.0;
+        for (std::size_t k = 0; k < in.K; ++k) {
+            const double v = (in.alpha * in.f[k] + in.beta) * (in.allele(k) == 1 ? in.m1 : in.m0);
+            expect_near(v, found[1 + k]);
+            sum += v;
+        }
+        expect_near(sum, found[0]);
+        for (std::size_t k = in.K; k < padded(in.K); ++k) EXPECT_EQ(0.0, found[1 + k]);
+    });
+}
+
+TEST(kernel_levels, haploid_backward) {
+    for_all_sizes(2, [](kernel_inputs& in) {
+        const auto found = same_at_all_levels([&](const kernels::table& t) {
+            aligned_buffer out(padded(in.K));
+            const kernels::backward_sums sums = t.haploid_backward(in.K, in.c.data(), in.alpha, in.beta, in.f.data(),
+                                                                   in.bits.data(), in.m0, in.m1, out.data());
+            std::vector<double> all{sums.total, sums.carried[0], sums.carried[1]};
+            append(all, out, padded(in.K));
+            return all;
+        });
+        double total = 0.0;
+        std::array<double, 2> carried{};
+        for (std::size_t k = 0; k < in.K; ++k) {
+            const double b = in.alpha * in.c[k] + in.beta;
+            const double v = b * (in.allele(k) == 1 ? in.m1 : in.m0);
+            carried[static_cast<std::size_t>(in.allele(k))] += in.f[k] * b;
+            total += v;
+            expect_near(v, found[3 + k]);
+        }
+        expect_near(total, found[0]);
+        expect_near(carried[0], found[1]);
+        expect_near(carried[1], found[2]);
+        for (std::size_t k = in.K; k < padded(in.K); ++k) EXPECT_EQ(0.0, found[3 + k]);
+    });
+}
+
+TEST(kernel_levels, sum_carriers) {
+    for_all_sizes(3, [](kernel_inputs& in) {
+        const auto found = same_at_all_levels([&](const kernels::table& t) {
+            const kernels::carrier_sums s = t.sum_carriers(in.K, in.bits.data(), in.f.data(), in.c.data());
+            return std::vector<double>{s.product, s.forward, s.backward, static_cast<double>(s.n), s.ones ? 1.0 : 0.0};
+        });
+        const int rarer = found[4] == 1.0 ? 1 : 0;
+        double product = 0.0, forward = 0.0, backward = 0.0, n = 0.0;
+        for (std::size_t k = 0; k < in.K; ++k) {
+            if (in.allele(k) != rarer) continue;
+            product += in.f[k] * in.c[k];
+            forward += in.f[k];
+            backward += in.c[k];
+            n += 1.0;
+        }
+        expect_near(product, found[0]);
+        expect_near(forward, found[1]);
+        expect_near(backward, found[2]);
+        EXPECT_EQ(n, found[3]);
+        EXPECT_LE(2.0 * n, static_cast<double>(in.K));
+    });
+}
+
+TEST(kernel_levels, dot_and_divide) {
+    for_all_sizes(4, [](kernel_inputs& in) {
+        const auto found = same_at_all_levels([&](const kernels::table& t) {
+            std::vector<double> all{t.dot(in.K, in.f.data(), in.c.data())};
+            aligned_buffer values = in.f;
+            t.divide(in.K, in.m0, values.data());
+            append(all, values, padded(in.K));
+            return all;
+        });
+        double sum = 0.0;
+        for (std::size_t k = 0; k < in.K; ++k) {
+            sum += in.f[k] * in.c[k];
+            EXPECT_EQ(in.f[k] / in.m0, found[1 + k]);
+        }
+        expect_near(sum, found[0]);
+    });
+}
+
+TEST(kernel_levels, diploid_forward) {
+    for_all_sizes(5, [](kernel_inputs& in) {
+        const std::size_t size = kernels::triangle_size(in.K), p = padded(in.K);
+        const auto found = same_at_all_levels([&](const kernels::table& t) {
+            aligned_buffer out(size), row(p), diag(p);
+            std::vector<double> all{t.diploid_forward(in.K, in.triangle_f.data(), in.diag.data(), in.g.data(), in.alpha,
+                                                      in.beta, in.bits.data(), in.e.data(), out.data(), row.data(),
+                                                      diag.data())};
+            append(all, out, size);
+            append(all, row, in.K);
+            append(all, diag, in.K);
+            return all;
+        });
+        std::vector<double> row(in.K, 0.0);
+        double sum = 0.0;
+        for (std::size_t a = 0; a < in.K; ++a) {
+            for (std::size_t b = 0; b <= a; ++b) {
+                double w = in.alpha * in.triangle_f[in.in_triangle(a, b)] + in.g[a] + in.g[b] + in.beta;
+                if (a == b) w = (in.alpha * in.diag[a] + w) * 0.5;
+                const double v = w * in.e[static_cast<std::size_t>(in.allele(a) + in.allele(b))];
+                expect_near(v, found[1 + in.in_triangle(a, b)]);
+                row[a] += v;
+                if (a != b) row[b] += v;
+                if (a == b) {
+                    expect_near(v, found[1 + size + in.K + a]);
+                }
+                sum += v;
+            }
+            for (std::size_t b = a + 1; b < padded(a + 1); ++b) EXPECT_EQ(0.0, found[1 + in.in_triangle(a, b)]);
+        }
+        for (std::size_t a = 0; a < in.K; ++a) expect_near(row[a], found[1 + size + a]);
+        expect_near(sum, found[0]);
+    });
+}
+
+TEST(kernel_levels, diploid_backward) {
+    for_all_sizes(6, [](kernel_inputs& in) {
+        const std::size_t size = kernels::triangle_size(in.K);
+        const auto found = same_at_all_levels([&](const kernels::table& t) {
+            aligned_buffer b = in.triangle_b, row(padded(in.K));
+            std::vector<double> all{t.diploid_backward_emit(in.K, in.bits.data(), in.e.data(), b.data(), row.data())};
+            append(all, b, size);
+            append(all, row, in.K);
+            t.diploid_backward_move(in.K, in.g.data(), in.alpha, in.beta, b.data());
+            append(all, b, size);
+            return all;
+        });
+        std::vector<double> row(in.K, 0.0);
+        double total = 0.0;
+        for (std::size_t a = 0; a < in.K; ++a) {
+            for (std::size_t b = 0; b <= a; ++b) {
+                const std::size_t i = in.in_triangle(a, b);
+                const double v = in.triangle_b[i] * in.e[static_cast<std::size_t>(in.allele(a) + in.allele(b))];
+                expect_near(v, found[1 + i]);
+                row[a] += v;
+                if (a != b) row[b] += v;
+                total += a == b ? v : 2.0 * v;
+                expect_near(in.beta + in.g[a] + in.g[b] + in.alpha * v, found[1 + size + in.K + i]);
+            }
+            for (std::size_t b = a + 1; b < padded(a + 1); ++b) {
+                EXPECT_EQ(0.0, found[1 + size + in.K + in.in_triangle(a, b)]);
+            }
+        }
+        for (std::size_t a = 0; a < in.K; ++a) expect_near(row[a], found[1 + size + a]);
+        expect_near(total, found[0]);
+    });
+}
+
+TEST(kernel_levels, diploid_class_sums) {
+    for_all_sizes(7, [](kernel_inputs& in) {
+        const auto found = same_at_all_levels([&](const kernels::table& t) {
+            std::vector<double> sums(3, -1.0);
+            t.diploid_class_sums(in.K, in.triangle_f.data(), in.triangle_b.data(), in.bits.data(), sums.data());
+            return sums;
+        });
+        std::array<double, 3> sums{};
+        for (std::size_t a = 0; a < in.K; ++a) {
+            for (std::size_t b = 0; b <= a; ++b) {
+                const std::size_t i = in.in_triangle(a, b);
+                sums[static_cast<std::size_t>(in.allele(a) + in.allele(b))] += in.triangle_f[i] * in.triangle_b[i];
+            }
+        }
+        for (std::size_t g = 0; g < 3; ++g) expect_near(sums[g], found[g]);
+    });
+}
+
+TEST(kernel_levels, ordered_forward) {
+    for_all_sizes(8, [](kernel_inputs& in) {
+        const std::size_t size = in.K * padded(in.K);
+        const auto found = same_at_all_levels([&](const kernels::table& t) {
+            aligned_buffer out(size), row(padded(in.K));
+            std::vector<double> all{t.ordered_forward(in.K, in.square_f.data(), in.g.data(), in.alpha, in.beta,
+                                                      in.bits.data(), in.e.data(), out.data(), row.data())};
+            append(all, out, size);
+            append(all, row, in.K);
+            return all;
+        });
+        std::vector<double> row(in.K, 0.0);
+        double sum = 0.0;
+        for (std::size_t a = 0; a < in.K; ++a) {
+            for (std::size_t b = 0; b < in.K; ++b) {
+                const std::size_t i = in.in_square(a, b);
+                const double v = (in.beta + in.g[a] + in.g[b] + in.alpha * in.square_f[i]) *
+                                 in.e[static_cast<std::size_t>(in.allele(a) * 2 + in.allele(b))];
+                expect_near(v, found[1 + i]);
+                row[a] += v;
+                row[b] += v;
+                sum += v;
+            }
+            for (std::size_t b = in.K; b < padded(in.K); ++b) EXPECT_EQ(0.0, found[1 + in.in_square(a, b)]);
+        }
+        for (std::size_t a = 0; a < in.K; ++a) expect_near(row[a], found[1 + size + a]);
+        expect_near(sum, found[0]);
+    });
+}
+
+TEST(kernel_levels, ordered_backward) {
+    for_all_sizes(9, [](kernel_inputs& in) {
+        const std::size_t size = in.K * padded(in.K);
+        const auto found = same_at_all_levels([&](const kernels::table& t) {
+            aligned_buffer b = in.square_b, row(padded(in.K));
+            std::vector<double> all{t.ordered_backward_emit(in.K, in.bits.data(), in.e.data(), b.data(), row.data())};
+            append(all, b, size);
+            append(all, row, in.K);
+            t.ordered_backward_move(in.K, in.g.data(), in.alpha, in.beta, b.data());
+            append(all, b, size);
+            return all;
+        });
+        std::vector<double> row(in.K, 0.0);
+        double total = 0.0;
+        for (std::size_t a = 0; a < in.K; ++a) {
+            for (std::size_t b = 0; b < in.K; ++b) {
+                const std::size_t i = in.in_square(a, b);
+                const double v = in.square_b[i] * in.e[static_cast<std::size_t>(in.allele(a) * 2 + in.allele(b))];
+                expect_near(v, found[1 + i]);
+                row[a] += v;
+                row[b] += v;
+                total += v;
+                expect_near(in.beta + in.g[a] + in.g[b] + in.alpha * v, found[1 + size + in.K + i]);
+            }
+            for (std::size_t b = in.K; b < padded(in.K); ++b) {
+                EXPECT_EQ(0.0, found[1 + size + in.K + in.in_square(a, b)]);
+            }
+        }
+        for (std::size_t a = 0; a < in.K; ++a) expect_near(row[a], found[1 + size + a]);
+        expect_near(total, found[0]);
+    });
+}
+
+TEST(kernel_levels, ordered_class_sums) {
+    for_all_sizes(10, [](kernel_inputs& in) {
+        const auto found = same_at_all_levels([&](const kernels::table& t) {
+            std::vector<double> sums(4, -1.0);
+            t.ordered_class_sums(in.K, in.square_f.data(), in.square_b.data(), in.bits.data(), sums.data());
+            return sums;
+        });
+        std::array<double, 4> sums{};
+        for (std::size_t a = 0; a < in.K; ++a) {
+            for (std::size_t b = 0; b < in.K; ++b) {
+                const std::size_t i = in.in_square(a, b);
+                sums[static_cast<std::size_t>(in.allele(a) * 2 + in.allele(b))] += in.square_f[i] * in.square_b[i];
+            }
+        }
+        for (std::size_t i = 0; i < 4; ++i) expect_near(sums[i], found[i]);
+    });
+}
+
+TEST(kernel_levels, distances) {
+    input_source source(11);
+    for (const std::size_t n_words : {0U, 1U, 2U, 3U, 7U, 8U, 9U, 17U}) {
+        constexpr std::size_t n_rows = 13;
+        std::vector<std::uint64_t> x(n_words), rows(n_rows * n_words);
+        for (auto& word : x) word = source.word();
+        for (auto& word : rows) word = source.word();
+        if (n_words > 0) std::copy(x.begin(), x.end(), rows.begin());
+        const auto found = same_at_all_levels([&](const kernels::table& t) {
+            std::vector<int> counts(n_rows, -1);
+            t.distances(n_words, x.data(), n_rows, rows.data(), counts.data());
+            return std::vector<double>(counts.begin(), counts.end());
+        });
+        for (std::size_t r = 0; r < n_rows; ++r) {
+            int n = 0;
+            for (std::size_t w = 0; w < n_words; ++w) n += std::popcount(x[w] ^ rows[r * n_words + w]);
+            EXPECT_EQ(n, found[r]);
+        }
+    }
+}
+
+TEST(kernel_levels, transpose) {
+    input_source source(12);
+    std::array<std::uint64_t, 64> block{};
+    for (auto& word : block) word = source.word();
+    for (const auto l : levels()) {
+        auto turned = block;
+        kernels::at(l).transpose(turned.data());
+        for (std::size_t i = 0; i < 64; ++i) {
+            for (std::size_t j = 0; j < 64; ++j) {
+                ASSERT_EQ((block[i] >> j) & 1U, (turned[j] >> i) & 1U) << "level " << static_cast<int>(l);
+            }
+        }
+    }
+}
+
+}  // namespace

@@ -1,0 +1,221 @@
+#include <gtest/gtest.h>
+
+#include <set>
+#include <string>
+#include <vector>
+
+#include "input/reader_fixture.h"
+
+namespace {
+
+class sample_list : public reader_fixture {
+  protected:
+    std::string read(const std::string& text, int panel, bool is_inclusion) {
+        write("list", text);
+        return said([&] { run.read_sample_inclusion_exclusion_list(files().name("list"), ids, panel, is_inclusion); });
+    }
+    std::string report(const std::string& stage, int n) const {
+        return "\n-" + stage + "\n --filename=[" + files().name("list") + "]\n --read " + std::to_string(n) +
+               " sample IDs\n";
+    }
+    std::set<std::string> ids;
+};
+
+TEST_F(sample_list, first_token_counts_and_duplicates_fold) {
+    ids = {"old"};
+    EXPECT_EQ(report("reading sample exclusion list for Panel 2 from -exclude_samples_g file", 2),
+              read("a\nb rest\na\n\n", 2, false));
+    EXPECT_EQ((std::set<std::string>{"a", "b"}), ids);
+}
+
+TEST_F(sample_list, each_list_has_its_words) {
+    EXPECT_EQ(report("reading sample inclusion list for Panel 2 from -include_samples_g file", 0), read("", 2, true));
+    EXPECT_EQ(report("reading sample exclusion list for Panel 1 from -exclude_samples_g_ref file", 0),
+              read("", 1, false));
+    EXPECT_EQ(report("reading sample inclusion list for Panel 0 from -include_samples_h file", 0), read("", 0, true));
+}
+
+TEST_F(sample_list, unknown_panel) {
+    expect_fatal("ERROR: Panel code [3] for sample exclusion file is not valid.",
+                 [this] { run.read_sample_inclusion_exclusion_list("x", ids, 3, false); });
+    capture.open(run.log);
+    expect_fatal("ERROR: Panel code [-1] for sample inclusion file is not valid.",
+                 [this] { run.read_sample_inclusion_exclusion_list("x", ids, -1, true); });
+}
+
+TEST_F(sample_list, missing_file) {
+    expect_fatal("ERROR: The -exclude_samples_h file you specified does not exist.",
+                 [this] { run.read_sample_inclusion_exclusion_list(files().name("none"), ids, 0, false); });
+}
+
+TEST_F(sample_list, file_that_cannot_be_opened) {
+    expect_fatal("ERROR: The sample exclusion file [" + files().name(".") + "] could not be opened.",
+                 [this] { run.read_sample_inclusion_exclusion_list(files().name("."), ids, 2, false); });
+    capture.open(run.log);
+    expect_fatal("ERROR: The sample inclusion file [" + files().name(".") + "] could not be opened.",
+                 [this] { run.read_sample_inclusion_exclusion_list(files().name("."), ids, 2, true); });
+}
+
+class sample_file : public reader_fixture {
+  protected:
+    std::string read(const std::string& text, int panel = 2, bool known = false, bool main_diploid = true) {
+        write("sample", text);
+        return said([&] { read_silently(panel, known, main_diploid); });
+    }
+    void read_silently(int panel = 2, bool known = false, bool main_diploid = true) {
+        run.read_sample_file(files().name("sample"), exclude, include, exclude_flags, panel, known, main_diploid);
+    }
+    void expect_refused(const std::string& text, const std::string& message) {
+        write("sample", text);
+        expect_fatal(message, [this] { read_silently(); });
+        capture.open(run.log);
+    }
+    std::string bad_header() const {
+        return "ERROR: The sample file [" + files().name("sample") +
+               "] does not contain the correct header format. Please consult the online documentation and try again.";
+    }
+    std::set<std::string> exclude, include;
+    std::vector<bool> exclude_flags{true};
+    const std::string header = "ID_1 ID_2 missing\n0 0 0\n";
+};
+
+TEST_F(sample_file, people_of_the_study_are_stored_and_copied) {
+    exclude = {"b2"};
+    EXPECT_EQ("\n-reading sample list for Panel 2 from -sample_g file\n --filename=[" + files().name("sample") +
+                  "]\n --read 3 sample IDs\n --stored 2/3 sample IDs\n --wrote filtered sample file [" +
+                  files().name("out") + "_samples]\n",
+              read(header + "a1 a2 0\nb1 b2 0\nc1  c2\t0 \n"));
+    EXPECT_EQ("010", text_of(exclude_flags));
+    EXPECT_EQ((std::vector<std::string>{"a1", "c1"}), run.sample_ids_g[0]);
+    EXPECT_EQ((std::vector<std::string>{"a2", "c2"}), run.sample_ids_g[1]);
+    EXPECT_TRUE(run.sample_ids_known_haps[0].empty());
+    EXPECT_EQ(header + "a1 a2 0\nc1  c2\t0 \n", files().read("out_samples"));
+}
+
+TEST_F(sample_file, either_id_excludes_and_case_matters) {
+    exclude = {"a1", "b2", "C1"};
+    read(header + "a1 a2 0\nb1 b2 0\nc1 c2 0\n");
+    EXPECT_EQ("110", text_of(exclude_flags));
+}
+
+TEST_F(sample_file, inclusion_list_keeps_nobody_out) {
+    include = {"a1"};
+    read(header + "a1 a2 0\nb1 b2 0\n");
+    EXPECT_EQ("00", text_of(exclude_flags));
+}
+
+TEST_F(sample_file, each_panel_has_its_option_and_only_the_study_its_copy) {
+    EXPECT_EQ("\n-reading sample list for Panel 1 from -sample_g_ref file\n --filename=[" + files().name("sample") +
+                  "]\n --read 1 sample IDs\n --stored 1/1 sample IDs\n",
+              read(header + "a b 0\n", 1));
+    EXPECT_NE(std::string::npos, read(header, 0, false, false).find("for Panel 0 from -sample_h file\n"));
+    EXPECT_NE(std::string::npos, read(header, 2, true, false).find("for Panel 2 from -sample_known_haps_g file\n"));
+    EXPECT_FALSE(files().has("out_samples"));
+    EXPECT_TRUE(run.sample_ids_g[0].empty());
+}
+
+TEST_F(sample_file, known_haplotypes_have_their_own_people) {
+    read(header + "a1 a2 0\n", 2, true, false);
+    EXPECT_EQ((std::vector<std::string>{"a1"}), run.sample_ids_known_haps[0]);
+    EXPECT_EQ((std::vector<std::string>{"a2"}), run.sample_ids_known_haps[1]);
+    EXPECT_TRUE(run.sample_ids_g[0].empty());
+}
+
+TEST_F(sample_file, two_names_in_the_header_are_enough) {
+    read("ID_1 ID_2\n0 0\na b\n");
+    EXPECT_EQ("0", text_of(exclude_flags));
+}
+
+TEST_F(sample_file, header_must_name_the_ids) {
+    expect_refused("", bad_header());
+    expect_refused("ID_1\n", bad_header());
+    expect_refused("ID_2 ID_1 missing\n", bad_header());
+    EXPECT_EQ("ID_2 ID_1 missing\n", files().read("out_samples"));
+}
+
+TEST_F(sample_file, second_line_is_not_looked_at_where_sex_is_not_needed) {
+    read("ID_1 ID_2 missing\nwhatever\na b 0\n");
+    EXPECT_EQ("0", text_of(exclude_flags));
+}
+
+TEST_F(sample_file, sexes_place_the_haplotypes) {
+    run.chrx_haploid = true;
+    exclude = {"b"};
+    const std::string text = "ID_1 ID_2 missing sex\n0 0 0 D\na a 0 2\nb b 0 1\nc c 0 1\nd d 0 2\n";
+    EXPECT_NE(std::string::npos,
+              read(text).find(" --read 4 sample IDs (2 females, 1 males)\n --stored 3/4 sample IDs\n"));
+    EXPECT_EQ((std::vector<int>{2, 1, 2}), run.ploidy_by_panel[1]);
+    EXPECT_EQ((std::vector<int>{0, 2, 3}), run.first_hap_by_panel[1]);
+    EXPECT_EQ(2, run.n_females[1]);
+    EXPECT_EQ(1, run.n_males[1]);
+}
+
+TEST_F(sample_file, sexes_of_panel1_have_their_own_place) {
+    run.chrx_diploid = true;
+    read("ID_1 ID_2 sex\n0 0 D\na a 1\n", 1);
+    EXPECT_EQ((std::vector<int>{1}), run.ploidy_by_panel[0]);
+    EXPECT_EQ(1, run.n_males[0]);
+    EXPECT_TRUE(run.ploidy_by_panel[1].empty());
+}
+
+TEST_F(sample_file, sex_is_not_asked_for_beside_another_sample_file) {
+    run.chrx_haploid = true;
+    EXPECT_NE(std::string::npos, read(header + "a b 0\n", 2, true, false).find(" --read 1 sample IDs\n"));
+    EXPECT_TRUE(run.ploidy_by_panel[1].empty());
+}
+
+TEST_F(sample_file, sex_column_must_be_there) {
+    run.chrx_haploid = true;
+    expect_refused(header + "a b 0\n", "ERROR: There is no column named 'sex' in the sample file.");
+}
+
+TEST_F(sample_file, sex_column_must_be_discrete) {
+    run.chrx_haploid = true;
+    const std::string message =
+        "ERROR: The sample file column named 'sex' must have variable type 'D', for 'discrete covariate'.";
+    expect_refused("ID_1 ID_2 sex\n0 0 C\na b 1\n", message);
+    expect_refused("ID_1 ID_2 sex\n0 0\na b 1\n", message);
+    expect_refused("ID_1 ID_2 sex\n", message);
+}
+
+TEST_F(sample_file, sex_must_be_one_of_two) {
+    run.chrx_haploid = true;
+    const std::string message = "All sex indicators must be either '1' (male) or '2' (female).";
+    expect_refused("ID_1 ID_2 sex\n0 0 D\na b 3\n", message);
+    expect_refused("ID_1 ID_2 sex\n0 0 D\na b male\n", message);
+}
+
+TEST_F(sample_file, line_without_the_sex_is_refused) {
+    run.chrx_haploid = true;
+    expect_refused("ID_1 ID_2 sex\n0 0 D\na b\n",
+                   "ERROR: There is no sex, in line 3 of the file [" + files().name("sample") + "].");
+}
+
+TEST_F(sample_file, line_with_one_id_is_refused) {
+    expect_refused(header + "a\n",
+                   "ERROR: There is no second ID, in line 3 of the file [" + files().name("sample") + "].");
+}
+
+TEST_F(sample_file, chrx_needs_somebody) {
+    run.chrx_haploid = true;
+    expect_refused("ID_1 ID_2 sex\n0 0 D\n", "ERROR: There is nobody in the sample file, in line 2 of the file [" +
+                                                 files().name("sample") + "].");
+}
+
+TEST_F(sample_file, missing_file) {
+    expect_fatal("ERROR: The -sample_g file you specified does not exist.", [this] { read_silently(); });
+}
+
+TEST_F(sample_file, file_that_cannot_be_opened) {
+    expect_fatal("ERROR: The sample file [" + files().name(".") + "] could not be opened.",
+                 [this] { run.read_sample_file(files().name("."), exclude, include, exclude_flags, 2, false, true); });
+}
+
+TEST_F(sample_file, unknown_panels) {
+    expect_fatal("ERROR: Panel code [3] for sample file is not valid.", [this] { read_silently(3); });
+    capture.open(run.log);
+    expect_fatal("ERROR: Panel code [0] should not be used with 'is_main_diploid' in read_sample_file().",
+                 [this] { read_silently(0); });
+}
+
+}  // namespace

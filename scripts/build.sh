@@ -12,7 +12,8 @@ shift
 options=("$@")
 if command -v ccache >/dev/null; then
     options+=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
-    export CCACHE_SLOPPINESS=pch_defines,time_macros  # what ccache needs to keep files that use precompiled headers
+    # What ccache needs to keep files that use precompiled headers, and to know a file again in another clone.
+    export CCACHE_SLOPPINESS=pch_defines,time_macros CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
 fi
 log=build/$preset.configure.log
 mkdir -p build

@@ -21,7 +21,8 @@ struct count_request {
 };
 
 // Weights of this iteration relative to the first stored one, by conditioning panel; 1.0 without weighting.
-std::array<double, 2> iteration_weights(data& run, std::size_t ind, bool first_stored) {
+// A haploid individual has one likelihood.
+std::array<double, 2> iteration_weights(data& run, std::size_t ind, bool diploid, bool first_stored) {
     std::array<double, 2> weights{1.0, 1.0};
     if (run.params.weight_imputed_gt < 0) return weights;
     for (std::size_t cond = 0; cond < 2; ++cond) {
@@ -29,13 +30,13 @@ std::array<double, 2> iteration_weights(data& run, std::size_t ind, bool first_s
         double w = 0.0;
         switch (run.params.weight_imputed_gt) {
             case 0:
-                w = L[0] + L[1];
+                w = diploid ? L[0] + L[1] : L[0];
                 break;
             case 1:
-                w = std::max(L[0], L[1]);
+                w = diploid ? std::max(L[0], L[1]) : L[0];
                 break;
             case 2:
-                w = std::min(L[0], L[1]);
+                w = diploid ? std::min(L[0], L[1]) : L[0];
                 break;
             case 3:
                 w = run.acc.dip_like[ind];
@@ -170,7 +171,7 @@ void data::store_counts_or_haps(int ind, int hap, int diploid, int panel, int st
     const bool keep_bits = (unknown_index >= 0 && params.phase && !known) || (params.mc_impute && known);
     const bool keep_allele_probs = known_index >= 0 && params.phase && known && !params.mc_impute;
     std::array<double, 2> weights{1.0, 1.0};
-    if (panel == 2) weights = iteration_weights(*this, request.ind, stored_count == 0);
+    if (panel == 2) weights = iteration_weights(*this, request.ind, request.diploid, stored_count == 0);
 
     count_pass pass(*this, request, keep_bits, keep_allele_probs);
     const auto [first, last] = site_range(haps_interval());

@@ -3,10 +3,17 @@
 #include <algorithm>
 #include <array>
 
+#include <cstdio>
+
 #include "model/data.h"
 #include "model/text.h"
 
 namespace {
+
+// A number at the start of the text is enough; "nan" and "inf" are numbers here.
+bool starts_with_number(const std::string& text, double& value) {
+    return std::sscanf(text.c_str(), "%lf", &value) == 1;
+}
 
 constexpr double tolerance = 1e-10;
 
@@ -70,7 +77,7 @@ void data::parse_legend_filters() {
             continue;
         }
         double number = -1.0;
-        const bool is_numeric = parse_leading_double(rule.value, number);
+        const bool is_numeric = starts_with_number(rule.value, number);
         if (!is_numeric && rule.op != "==" && rule.op != "!=") {
             log.fatal(concat("ERROR: The filter string |", text,
                              "| contains a non-numeric value field, so it can only be used with the '==' or '!=' "
@@ -99,7 +106,7 @@ bool data::filter_legend_snp_by_num(const std::vector<std::string>& tokens, long
         if (!filt_is_numeric[i]) continue;
         const std::string& token = tokens[column_of(legend_cols, filt_fields[i])];
         double value = -1.0;
-        if (!parse_leading_double(token, value)) {
+        if (!starts_with_number(token, value)) {
             log.fatal(concat("ERROR: The -filt_rules_l value [", token, "] at position ", position,
                              " is not numeric, even though the corresponding filter rule [", filt_fields[i],
                              filt_ops[i], default_text(filt_num_values[i]), "] uses a numeric criterion."));

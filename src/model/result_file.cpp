@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <boost/iostreams/categories.hpp>
 #include <boost/iostreams/filter/gzip.hpp>
@@ -105,14 +106,16 @@ void result_file::integer(long value) {
 }
 
 void result_file::fixed(double value, int decimals) {
-    std::array<char, 384> digits;  // NOLINT: written before it is read
-    if (std::isnan(value)) {       // no result file holds a NaN
+    if (std::isnan(value)) {  // no result file holds a NaN
         buffer_ += "-1";
         return;
     }
-    const auto result =
-        std::to_chars(digits.data(), digits.data() + digits.size(), value, std::chars_format::fixed, decimals);
-    buffer_.append(digits.data(), result.ptr);
+    constexpr std::size_t longest_whole = 320;  // digits before the point, sign and point
+    const std::size_t start = buffer_.size();
+    buffer_.resize(start + longest_whole + static_cast<std::size_t>(std::max(decimals, 0)));
+    const auto result = std::to_chars(buffer_.data() + start, buffer_.data() + buffer_.size(), value,
+                                      std::chars_format::fixed, decimals);
+    buffer_.resize(static_cast<std::size_t>(result.ptr - buffer_.data()));
 }
 
 void result_file::number(double value) {

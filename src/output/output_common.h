@@ -52,9 +52,10 @@ inline bool keeps_input_probs(const data& run, const snp& site) {
     return run.params.store_input_probs[static_cast<std::size_t>(site.type - 2)];
 }
 
-// Number of study individuals.
+// Number of study individuals in the run: all, or the first ones under -nind.
 inline std::size_t n_study(const data& run) {
-    return static_cast<std::size_t>(run.n_ind[2]);
+    const int n = run.params.nind > 0 ? std::min(run.params.nind, run.n_ind[2]) : run.n_ind[2];
+    return static_cast<std::size_t>(n);
 }
 
 // By individual of Panel 1 or 2: 1 if it has one haplotype only.
@@ -142,7 +143,10 @@ void visit_blocks(std::span<const std::size_t> sites, Visit visit) {
 class sum_divisor {
   public:
     sum_divisor(const data& run, const snp& site, bool imputed);
-    double operator[](std::size_t individual) const { return weights_ != nullptr ? (*weights_)[individual] : count_; }
+    // A run without iterations has no weights either.
+    double operator[](std::size_t individual) const {
+        return weights_ != nullptr && (*weights_)[individual] > 0.0 ? (*weights_)[individual] : count_;
+    }
 
   private:
     const std::vector<double>* weights_ = nullptr;

@@ -23,14 +23,20 @@ void write_unphased(result_file& file, const snp& site, std::size_t n_individual
     }
 }
 
-void write_phased(result_file& file, const data& run, const std::uint64_t* alleles, const std::vector<char>& haploid) {
+void write_phased(result_file& file, const data& run, const snp& site, const std::uint64_t* alleles,
+                  const std::vector<char>& haploid) {
+    // A site outside the models may have alleles that nobody knows.
+    const auto digit = [&](std::size_t hap) {
+        const bool unknown = !site.haps[2].empty() && site.haps[2][hap] == missing_allele;
+        return unknown ? '?' : allele_digit(alleles, hap);
+    };
     for (std::size_t i = 0; i < haploid.size(); ++i) {
         const auto first = static_cast<std::size_t>(run.first_hap(2, static_cast<int>(i)));
         file.character(' ');
-        file.character(allele_digit(alleles, first));
+        file.character(digit(first));
         if (run.params.haploid_g) continue;
         file.character(' ');
-        file.character(haploid[i] != 0 ? '-' : allele_digit(alleles, first + 1));
+        file.character(haploid[i] != 0 ? '-' : digit(first + 1));
     }
 }
 
@@ -46,7 +52,7 @@ void data::output_phased_haps() {
         if (site.type == n_panels && !params.use_prephased_g) {
             write_unphased(file, site, haploid.size());
         } else {
-            write_phased(file, *this, alleles.row(s), haploid);
+            write_phased(file, *this, site, alleles.row(s), haploid);
         }
         file.end_line();
     }

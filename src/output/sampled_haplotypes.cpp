@@ -68,7 +68,7 @@ std::vector<std::size_t> panel_sites(const data& run, int panel) {
     return select_sites(run, run.haps_interval(), [&](const snp& site) {
         const auto s = static_cast<std::size_t>(site.index);
         return site.type != run.n_panels && run.haps[static_cast<std::size_t>(panel)].holds(s) &&
-               (site.in_panel(panel) || (imputed_too && site.type == 0));
+               (site.in_panel(panel) || (imputed_too && site.type == 0)) && !(panel == 1 && site.panel1_placeholder);
     });
 }
 
@@ -180,6 +180,10 @@ void remove_tmp_file(data& run, const std::string& name) {
 void load_tmp_haps(data& run) {
     const std::vector<std::size_t> selected = tmp_sites(run);
     if (selected.empty() || run.acc.mcmc_bits.has(selected.front())) return;
+    if (run.params.iter == 0) {  // no iteration, no file
+        allocate_bits(run, selected);
+        return;
+    }
     for (const int iter : run.stored_iters) run.read_current_haps_from_tmp(iter);
 }
 

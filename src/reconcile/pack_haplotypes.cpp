@@ -47,8 +47,9 @@ void fill_block(const data& run, packed_haplotypes& packed, std::size_t first_si
     packed.fill(first_site, rows.data(), n);
 }
 
-void release_rows(snp& site) {
-    for (allele_row& row : site.haps) row.clear();
+// The study's rows outside the models stay where the haplotype file will show which of their alleles are unknown.
+void release_rows(snp& site, bool keeps_study) {
+    for (std::size_t panel = 0; panel < (keeps_study ? 2 : 3); ++panel) site.haps[panel].clear();
     site.ref_missing = {};
 }
 
@@ -73,6 +74,7 @@ void pack_haplotypes(data& run) {
         }
         fill_block(run, run.ref_missing, first_site, missing_row);
         const std::size_t end = std::min(first_site + bits::word_bits, n_sites);
-        for (std::size_t s = first_site; s < end; ++s) release_rows(*run.sites[s]);
+        for (std::size_t s = first_site; s < end; ++s)
+            release_rows(*run.sites[s], run.params.use_prephased_g && run.sites[s]->type == run.n_panels);
     }
 }

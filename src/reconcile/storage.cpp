@@ -19,7 +19,7 @@ void list_iterations(data& run) {
     const parameters& p = run.params;
     run.stored_iters.clear();
     if (p.burnin < p.iter - 1) {
-        for (int it = p.burnin; it <= p.iter - 2; it += p.thin) run.stored_iters.push_back(it);
+        for (long it = p.burnin; it <= p.iter - 2; it += p.thin) run.stored_iters.push_back(static_cast<int>(it));
         run.stored_iters.push_back(p.iter - 1);
     } else {
         run.stored_iters.push_back(p.burnin);
@@ -197,7 +197,8 @@ std::size_t count_missing(const data& run, const snp& site) {
         for (std::size_t h = 0; h < run.ref_missing.n_hap(); ++h) n += at(run.ref_missing.allele(h, at(site.index)));
         return n;
     }
-    return static_cast<std::size_t>(std::count(gtypes.begin(), gtypes.end(), missing_genotype));
+    const auto n = std::min<std::ptrdiff_t>(run.params.nind, std::ssize(gtypes));
+    return static_cast<std::size_t>(std::count(gtypes.begin(), gtypes.begin() + n, missing_genotype));
 }
 
 void allocate_tallies(data& run) {

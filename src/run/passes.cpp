@@ -350,6 +350,7 @@ void impute_study_from_reference(data& run, const iteration& now, progress_line&
     for (int i = 0; i < p.nind; ++i) {
         const bool known = run.has_known_haps[at(i)];
         ++(known ? known_index : unknown_index);
+        run.acc.term_prob = {};
         if (shows_progress) report_member(run, progress, "inf indiv", "individual", i, p.nind);
         if (from_panel1) impute_section(run, now, i, 1, known_index);
         if (from_panel0) impute_section(run, now, i, 0, known_index);

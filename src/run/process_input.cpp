@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <utility>
 
 #include "model/data.h"
@@ -70,7 +71,9 @@ class input_check {
     bool reference_given() const { return !p_.h_files.empty() || is_given(p_.g_ref_file); }
 
     void set_interval() {
-        if (p_.int_lower < 0.0 || p_.int_upper < 0.0) {
+        constexpr double largest = 1e15;  // no chromosome is longer, and no position below overflows
+        const auto valid = [](double position) { return position >= 0.0 && position <= largest; };
+        if (!valid(p_.int_lower) || !valid(p_.int_upper) || !(std::abs(p_.buffer_kb) <= largest / 1000.0)) {
             log_.fatal("ERROR: You must specify a valid interval for imputation using the -int argument.");
         }
         const double buffer = p_.buffer_kb * 1000.0;
@@ -78,6 +81,7 @@ class input_check {
         run_.buffer_upper = static_cast<long>(p_.int_upper + buffer);
         run_.int_lower_bp = static_cast<long>(p_.int_lower);
         run_.int_upper_bp = static_cast<long>(p_.int_upper);
+        if (p_.int_lower > p_.int_upper) log_.note("note: the -int interval ends before it begins");
         if (!p_.allow_large_regions && run_.buffer_upper - run_.buffer_lower > 7000001) log_.fatal(region_too_long);
     }
 
@@ -256,9 +260,10 @@ class input_check {
 
     void name_stage_files() {
         const std::string second_h = p_.h_files.size() >= 2 ? p_.h_files[1] : "NULL";
-        const std::array<std::string, 3> inputs{p_.h_files.empty() ? "NULL" : p_.h_files[0],
-                                                first_given(p_.g_ref_file, p_.known_haps_g_ref_file, second_h),
-                                                first_given(p_.g_file, p_.known_haps_g_file, "NULL")};
+        const std::array<std::string, 3> inputs{
+            p_.h_files.empty() ? "NULL" : p_.h_files[0],
+            run_.panel1_given() ? first_given(p_.g_ref_file, p_.known_haps_g_ref_file, second_h) : "NULL",
+            first_given(p_.g_file, p_.known_haps_g_file, "NULL")};
         const std::array<std::string*, 3> outs{&p_.hap_samp_out_h, &p_.hap_samp_out_g_ref, &p_.hap_samp_out_g};
         const std::array<std::string*, 3> ins{&p_.hap_samp_in_h, &p_.hap_samp_in_g_ref, &p_.hap_samp_in_g};
         for (std::size_t panel = 0; panel < 3; ++panel) {

@@ -163,7 +163,7 @@ TEST_F(known_haplotypes, new_site_is_added) {
     run.map_gen_pos = {0.0, 1000.0};
     give_study("00", {});
     EXPECT_EQ(report("", 2, added(2)),
-              read("s r 99 A C x\ns r 100 A C 0 1 ? ?\ns r 200 C A 1 1 1* 0*\ns r 201 A C x\n"));
+              read("s r 99 A C x y z w\ns r 100 A C 0 1 ? ?\ns r 200 C A 1 1 1* 0*\ns r 201 A C x\n"));
     EXPECT_EQ("0122 13 10 11", content(100));
     EXPECT_DOUBLE_EQ(0.5, site_at(100).labels[2].freq);
     EXPECT_DOUBLE_EQ(100.0, site_at(100).gen_pos);

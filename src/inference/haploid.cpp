@@ -232,6 +232,10 @@ class anchored_walk {
 double haploid_forward(const haploid_problem& problem, haploid_tables& tables) {
     if (problem.checkpoint != nullptr) return haploid_forward_kept(problem, tables);
     reset_tables(problem, tables);
+    if (problem.n_states == 0) {  // no state explains anything
+        for (std::size_t v = 1; v < problem.n_sites; ++v) tables.at[v].scale = 0.0;
+        return problem.n_sites > 0 ? std::log10(0.0) : 0.0;
+    }
     double log10_likelihood = 0.0;
     for (std::size_t v = 0; v < problem.n_sites; ++v) {
         enter_site(problem, tables, v);

@@ -145,12 +145,11 @@ bool parse_leading_double(std::string_view field, double& value) {
     double parsed = 0.0;
     const auto [end, error] = std::from_chars(field.data(), field.data() + field.size(), parsed);
     if (error == std::errc::result_out_of_range) {  // as strtod: an underflow is 0, an overflow is refused
-        if (field.find_first_of("eE") == std::string_view::npos || field.find("e-") != std::string_view::npos ||
-            field.find("E-") != std::string_view::npos) {
-            value = 0.0;
-            return true;
-        }
-        return false;
+        const std::string_view number(field.data(), static_cast<std::size_t>(end - field.data()));
+        const std::size_t exponent = number.find_first_of("eE");
+        if (exponent == std::string_view::npos || number.substr(exponent + 1, 1) != "-") return false;
+        value = 0.0;
+        return true;
     }
     if (error != std::errc() || !std::isfinite(parsed)) return false;
     value = parsed;

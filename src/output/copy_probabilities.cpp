@@ -61,7 +61,7 @@ void output_all_copy_probs(result_file& file, run_log& log, int individual, long
     check_count(log, "all", placed.n_placed, n_expected);
     placed.scale();
     const std::span<const double> values(placed.values);
-    const auto own_begin = static_cast<std::size_t>(offset[2] + first_own);
+    const auto own_begin = static_cast<std::size_t>(offset[2]) + static_cast<std::size_t>(first_own);
     const std::size_t own_end = own_begin + static_cast<std::size_t>(n_own);
     const double low = smallest_printed(outdp);
     file.integer(individual);

@@ -18,6 +18,7 @@ std::vector<panel1_member> panel1_members(data& run) {
             "from a second -h file");
     }
     std::vector<panel1_member> members;
+    members.reserve(static_cast<std::size_t>(run.n_ind[1]));
     for (int i = 0; i < run.n_ind[1]; ++i) {
         members.push_back({static_cast<std::size_t>(run.first_hap(1, i)), run.is_haploid(1, i)});
     }

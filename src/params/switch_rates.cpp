@@ -161,8 +161,8 @@ void data::set_switch_rates_for_hole_filling(bool full) {
     log.stage("-setting hole-filling switch rates");
     if (!has_reference) return;
     const int to = panel0_given() ? 0 : 1;
+    const int from = panel0_given() && panel1_given() ? 1 : 2;
     if (to != hole_fill_to) return;
-    const int from = hole_fill_from;
     const auto& counts = full ? k_states_full : k_states;
     const auto t = static_cast<std::size_t>(to);
     const auto f = static_cast<std::size_t>(from);

@@ -82,6 +82,8 @@ void build_models(data& run) {
                 list_model_sites(run, run.hole_models[0][at(panel)][at(cond)], [&](const snp& s) {
                     return s.type >= cond && s.type != 3 && !(cond == 1 && s.panel1_placeholder);
                 });
+                hmm_model& holes = run.hole_models[0][at(panel)][at(cond)];
+                holes.hap_gap.assign(holes.n_sites(), haploid_gap{});
             }
         }
         if (panel == 0) continue;

@@ -13,8 +13,8 @@
 
 namespace {
 
-// Sites by index: types 0, 1, 2 inside the interval 100 to 200 and on its edges, one without a part in the models, and one
-// outside on each side.
+// Sites by index: types 0, 1, 2 inside the interval 100 to 200 and on its edges, one without a part in the models, and
+// one outside on each side.
 constexpr std::size_t left = 0, edge0 = 1, imputed1 = 2, typed = 3, apart = 4, borrowed = 5, typed_too = 6, edge1 = 7,
                       right = 8, n_sites = 9;
 
@@ -137,8 +137,8 @@ TEST_F(counts, one_allele_is_summed_for_a_known_haploid) {
 TEST_F(counts, no_alleles_are_summed_otherwise) {
     store_known();  // without -phase
     run.params.phase = true;
-    run.store_counts_or_haps(1, 2, 1, 2, 1, false, 0, 1, false);   // not known
-    run.store_counts_or_haps(1, 2, 1, 2, 1, false, -1, 1, true);   // without a place
+    run.store_counts_or_haps(1, 2, 1, 2, 1, false, 0, 1, false);  // not known
+    run.store_counts_or_haps(1, 2, 1, 2, 1, false, -1, 1, true);  // without a place
     for (std::size_t s = 0; s < n_sites; ++s) EXPECT_EQ(0.0, run.acc.gtype_acc2[0].get(0, s));
 }
 
@@ -177,8 +177,8 @@ TEST_F(weighted_counts, iterations_weigh_by_their_likelihood_relative_to_the_fir
         store_unknown(1);
         std::array<double, 2> weight{};
         for (std::size_t cond = 0; cond < 2; ++cond) {
-            weight[cond] = std::pow(10.0, second[static_cast<std::size_t>(kind)][cond] -
-                                              first[static_cast<std::size_t>(kind)][cond]);
+            weight[cond] = std::pow(
+                10.0, second[static_cast<std::size_t>(kind)][cond] - first[static_cast<std::size_t>(kind)][cond]);
             EXPECT_EQ(first[static_cast<std::size_t>(kind)][cond], run.acc.weight_base[cond][1]);
             EXPECT_DOUBLE_EQ(1.0 + weight[cond], run.acc.weight_sum[cond][1]) << "kind " << kind;
             EXPECT_EQ(0.0, run.acc.weight_sum[cond][0]);
@@ -348,7 +348,8 @@ class sampled_counts : public counts {
         run.params.mc_impute = true;
         run.acc.last_sampled_gtype.assign(n_sites, 0);
         run.acc.tallies.resize(n_sites);
-        for (sample_tally& tally : run.acc.tallies) tally.miss_counts = {std::vector<int>(3, 0), std::vector<int>(3, 0)};
+        for (sample_tally& tally : run.acc.tallies)
+            tally.miss_counts = {std::vector<int>(3, 0), std::vector<int>(3, 0)};
     }
     using row = std::vector<int>;
 };

@@ -47,10 +47,13 @@ struct update_kind {
     int panel, cond_panel, ploidy, hap;
 };
 // Every pool, haploid, and diploid where individuals are updated from their own set.
-const std::vector<update_kind> all_updates{{0, 0, 0, 3}, {0, 1, 0, 2}, {0, 2, 0, 1}, {1, 0, 0, 2}, {1, 1, 0, 3}, {1, 1, 1, 2},
-                                           {1, 2, 0, 1}, {2, 0, 0, 5}, {2, 1, 0, 4}, {2, 2, 0, 3}, {2, 2, 1, 4}};
+const std::vector<update_kind> all_updates{{0, 0, 0, 3}, {0, 1, 0, 2}, {0, 2, 0, 1}, {1, 0, 0, 2},
+                                           {1, 1, 0, 3}, {1, 1, 1, 2}, {1, 2, 0, 1}, {2, 0, 0, 5},
+                                           {2, 1, 0, 4}, {2, 2, 0, 3}, {2, 2, 1, 4}};
 
-int n_own_of(const update_kind& u) { return u.panel == u.cond_panel ? u.ploidy + 1 : 0; }
+int n_own_of(const update_kind& u) {
+    return u.panel == u.cond_panel ? u.ploidy + 1 : 0;
+}
 
 std::string name_of(const update_kind& u) {
     return "panel " + std::to_string(u.panel) + " from " + std::to_string(u.cond_panel) + " ploidy " +
@@ -479,13 +482,13 @@ TEST_F(matrix_choice, by_individual_gives_both_haplotypes_the_figure) {
     for (const int panel : {1, 2}) {
         const int ind = 2, hap = 4;
         for (const int K : {1, 3, 8}) {
-            expect_choice({panel, panel, 1, hap}, ind, false, candidates(run, panel, panel, hap, 2), {place(panel, ind)},
-                          false, K);
+            expect_choice({panel, panel, 1, hap}, ind, false, candidates(run, panel, panel, hap, 2),
+                          {place(panel, ind)}, false, K);
         }
         for (int cond = 0; cond < panel; ++cond) {
             for (const int K : {1, 3, 6}) {
-                expect_choice({panel, cond, 0, hap}, ind, false, candidates(run, panel, cond, -9, 0), {place(panel, ind)},
-                              false, K);
+                expect_choice({panel, cond, 0, hap}, ind, false, candidates(run, panel, cond, -9, 0),
+                              {place(panel, ind)}, false, K);
             }
         }
     }

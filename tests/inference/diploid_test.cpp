@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "inference/inference_tools.h"
+#include "inference/kernels/kernels.h"
 #include "inference/slow_diploid.h"
 #include "inference/slow_ordered.h"
 #include "params/switch_rates.h"
@@ -25,7 +26,9 @@ struct pair_rates {
 
     explicit pair_rates(double mu) {
         const double a = 1.0 - mu;
-        M = {{{a * a, 2 * a * mu, mu * mu, 1.0}, {a * mu, mu * mu + a * a, a * mu, 1.0}, {mu * mu, 2 * a * mu, a * a, 1.0}}};
+        M = {{{a * a, 2 * a * mu, mu * mu, 1.0},
+              {a * mu, mu * mu + a * a, a * mu, 1.0},
+              {mu * mu, 2 * a * mu, a * a, 1.0}}};
         Mh = {{{a, mu, 1.0}, {mu, a, 1.0}}};
         pr_00 = {{{M[0][0], M[1][0]}, {M[1][0], M[2][0]}}};
         pr_01 = {{{M[0][1] * 0.5, M[0][0]}, {M[0][2], M[2][1] * 0.5}}};
@@ -149,9 +152,12 @@ Case random_case(input_source& source, int K, int n_sites, double mu, double mis
 struct walk_kind {
     bool sample, backward, in_turns;
 };
-constexpr std::array<walk_kind, 6> all_kinds{
-    {{true, true, false}, {true, false, false}, {false, true, false}, {true, true, true}, {true, false, true},
-     {false, true, true}}};
+constexpr std::array<walk_kind, 6> all_kinds{{{true, true, false},
+                                              {true, false, false},
+                                              {false, true, false},
+                                              {true, true, true},
+                                              {true, false, true},
+                                              {false, true, true}}};
 
 std::array<double, 4> shares(const pair_problem& problem, std::array<double, 4> weights) {
     double sum = 0.0;
@@ -209,8 +215,8 @@ void expect_agreement(Case& c, const walk_kind& kind, int seed, pair_tables& tab
 template <typename Case>
 void expect_agreement_of_all_kinds(const Case& c, int seed) {
     for (const walk_kind& kind : all_kinds) {
-        SCOPED_TRACE("sample " + std::to_string(kind.sample) + " backward " + std::to_string(kind.backward) + " in turns " +
-                     std::to_string(kind.in_turns));
+        SCOPED_TRACE("sample " + std::to_string(kind.sample) + " backward " + std::to_string(kind.backward) +
+                     " in turns " + std::to_string(kind.in_turns));
         Case copy = c;
         pair_tables tables;
         expect_agreement(copy, kind, seed, tables);
@@ -227,7 +233,8 @@ TYPED_TEST(pair_sweeps, agree_with_the_plain_recursion_at_any_number_of_states) 
     for (const int K : {1, 2, 3, 7, 8, 9, 15, 16, 17, 24, 31, 33}) {
         for (const double missing : {0.0, 0.4}) {
             for (const double mu : {1e-6, 1e-2}) {
-                SCOPED_TRACE("K " + std::to_string(K) + " missing " + std::to_string(missing) + " mu " + std::to_string(mu));
+                SCOPED_TRACE("K " + std::to_string(K) + " missing " + std::to_string(missing) + " mu " +
+                             std::to_string(mu));
                 expect_agreement_of_all_kinds(
                     random_case<TypeParam>(source, K, source.integer(1, K < 16 ? 25 : 10), mu, missing), K);
             }
@@ -335,11 +342,35 @@ TYPED_TEST(pair_sweeps, products_are_left_in_the_tables_when_asked) {
         }
         for (int a = 0; a < 9; ++a) {
             for (int b = 0; b < (TypeParam::ordered ? 9 : a + 1); ++b) {
-                const double expected = c.plain.sites[v].product[static_cast<std::size_t>(a)][static_cast<std::size_t>(b)];
+                const double expected =
+                    c.plain.sites[v].product[static_cast<std::size_t>(a)][static_cast<std::size_t>(b)];
                 EXPECT_NEAR(expected / plain_sum, table[pair_place(problem, a, b)] / sum, 1e-12);
             }
         }
     }
+}
+
+TYPED_TEST(pair_sweeps, give_the_same_bits_at_every_level_of_the_kernels) {
+    input_source source(37);
+    const kernels::table& best = kernels::active();
+    for (const int K : {1, 8, 23}) {
+        TypeParam c = random_case<TypeParam>(source, K, 15, 1e-3, 0.4);
+        std::vector<double> expected;
+        for (const auto l : {kernels::level::baseline, kernels::level::avx2, kernels::level::avx512}) {
+            if (!kernels::available(l)) continue;
+            kernels::choose(l);
+            seeded_draws draws(K);
+            pair_tables tables;
+            pair_results results;
+            std::vector<double> found{pair_forward(c.problem(), tables)};
+            pair_walk(c.problem(), tables, {true, true, false, false}, c.requests, results);
+            for (const auto& w : results.weights) found.insert(found.end(), w.begin(), w.end());
+            for (const auto& state : results.state) found.insert(found.end(), state.begin(), state.end());
+            if (expected.empty()) expected = found;
+            EXPECT_EQ(expected, found) << "level " << static_cast<int>(l) << " K " << K;
+        }
+    }
+    EXPECT_EQ(&best, &kernels::active()) << "the best level is the last one";
 }
 
 // --- unordered pairs against the sum over all ordered pairs of paths ------------------------------------------------
@@ -394,7 +425,8 @@ TEST(unordered_pairs, equal_the_sum_over_all_pairs_of_paths) {
                 total += weight;
                 for (std::size_t v = 0; v < p.size(); ++v) {
                     const auto& allele = c.plain.sites[v].allele;
-                    const int sum = allele[static_cast<std::size_t>(p[v] / K)] + allele[static_cast<std::size_t>(p[v] % K)];
+                    const int sum =
+                        allele[static_cast<std::size_t>(p[v] / K)] + allele[static_cast<std::size_t>(p[v] % K)];
                     by_sum[v][static_cast<std::size_t>(sum)] += weight;
                 }
             });
@@ -412,8 +444,8 @@ TEST(unordered_pairs, equal_the_sum_over_all_pairs_of_paths) {
     }
 }
 
-// The pair at the last site is drawn without an order, the larger state first; the path to its left is then one of ordered
-// pairs.
+// The pair at the last site is drawn without an order, the larger state first; the path to its left is then one of
+// ordered pairs.
 TEST(unordered_pairs, paths_are_drawn_by_their_posterior) {
     input_source source(30);
     constexpr int n_draws = 4000;

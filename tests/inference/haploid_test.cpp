@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "inference/inference_tools.h"
+#include "inference/kernels/kernels.h"
 #include "inference/posteriors.h"
 #include "inference/slow_haploid.h"
 
@@ -101,14 +102,20 @@ emission_table model_table_of(const slow::haploid_model& plain) {
 struct walk_kind {
     bool sample, backward, in_turns;
 };
-constexpr std::array<walk_kind, 6> all_kinds{
-    {{true, true, false}, {true, false, false}, {false, true, false}, {true, true, true}, {true, false, true},
-     {false, true, true}}};
+constexpr std::array<walk_kind, 6> all_kinds{{{true, true, false},
+                                              {true, false, false},
+                                              {false, true, false},
+                                              {true, true, true},
+                                              {true, false, true},
+                                              {false, true, true}}};
 
-double copied_one(const allele_weights& w) { return w[1] / (w[0] + w[1]); }
+double copied_one(const allele_weights& w) {
+    return w[1] / (w[0] + w[1]);
+}
 
 // Runs both forms with the same seed and compares all that they give. tables may come from an earlier use.
-void expect_agreement(haploid_case& c, const walk_kind& kind, int seed, haploid_tables& tables, bool likelihood = true) {
+void expect_agreement(haploid_case& c, const walk_kind& kind, int seed, haploid_tables& tables,
+                      bool likelihood = true) {
     double plain_next = 0.0, plain_L = 0.0;
     {
         seeded_draws draws(seed);
@@ -143,7 +150,8 @@ void expect_agreement(haploid_case& c, const walk_kind& kind, int seed, haploid_
         EXPECT_NEAR(c.plain.copied_one(s), copied_one(results.weights[v]), 1e-12) << "site " << v;
         EXPECT_NEAR(c.plain.allele_one(s, false), allele_one_chance(results.weights[v], M, -1), 1e-12) << "site " << v;
         if (s.obs != 2) {
-            EXPECT_NEAR(c.plain.allele_one(s, true), allele_one_chance(results.weights[v], M, s.obs), 1e-12) << "site " << v;
+            EXPECT_NEAR(c.plain.allele_one(s, true), allele_one_chance(results.weights[v], M, s.obs), 1e-12)
+                << "site " << v;
         }
     }
     if (kind.sample) {
@@ -159,8 +167,8 @@ void expect_agreement(haploid_case c, const walk_kind& kind, int seed) {
 
 void expect_agreement_of_all_kinds(const haploid_case& c, int seed) {
     for (const walk_kind& kind : all_kinds) {
-        SCOPED_TRACE("sample " + std::to_string(kind.sample) + " backward " + std::to_string(kind.backward) + " in turns " +
-                     std::to_string(kind.in_turns));
+        SCOPED_TRACE("sample " + std::to_string(kind.sample) + " backward " + std::to_string(kind.backward) +
+                     " in turns " + std::to_string(kind.in_turns));
         expect_agreement(c, kind, seed);
     }
 }
@@ -170,7 +178,8 @@ TEST(haploid_sweeps, agree_with_the_plain_recursion_at_any_number_of_states) {
     for (const int K : {1, 2, 3, 7, 8, 9, 15, 16, 17, 31, 33, 40, 63, 64, 65, 70, 127, 128, 129}) {
         for (const double missing : {0.0, 0.3, 0.9}) {
             for (const double mu : {1e-8, 1e-3, 0.2}) {
-                SCOPED_TRACE("K " + std::to_string(K) + " missing " + std::to_string(missing) + " mu " + std::to_string(mu));
+                SCOPED_TRACE("K " + std::to_string(K) + " missing " + std::to_string(missing) + " mu " +
+                             std::to_string(mu));
                 expect_agreement_of_all_kinds(random_case(source, K, source.integer(1, 40), mu, missing), K);
             }
         }
@@ -193,7 +202,8 @@ TEST(haploid_sweeps, agree_where_the_ends_are_not_observed) {
 TEST(haploid_sweeps, agree_where_nothing_is_observed) {
     input_source source(3);
     for (const int n_sites : {1, 2, 5, 30}) {
-        for (const int K : {1, 8, 65}) expect_agreement_of_all_kinds(random_case(source, K, n_sites, 1e-3, 1.0), K + n_sites);
+        for (const int K : {1, 8, 65})
+            expect_agreement_of_all_kinds(random_case(source, K, n_sites, 1e-3, 1.0), K + n_sites);
     }
 }
 
@@ -257,7 +267,7 @@ TEST(haploid_sweeps, do_not_divide_a_sum_at_the_limit) {
     }
 }
 
-TEST(haploid_sweeps, posteriors_of_states_agree_and_sum_to_one) {
+TEST(haploid_sweeps, posteriors_of_states_agree) {
     input_source source(8);
     for (const int K : {1, 5, 8, 66}) {
         for (const bool backward : {false, true}) {
@@ -282,6 +292,62 @@ TEST(haploid_sweeps, posteriors_of_states_agree_and_sum_to_one) {
             }
         }
     }
+}
+
+// With all codes exchanged the chance of allele 1 becomes that of allele 0: both together are 1.
+TEST(haploid_sweeps, posteriors_of_both_alleles_sum_to_one) {
+    input_source source(20);
+    for (const int K : {1, 7, 30}) {
+        haploid_case c = random_case(source, K, 30, 1e-2, 0.4);
+        haploid_case exchanged = c;
+        for (slow::haploid_site& s : exchanged.plain.sites) {
+            for (int& allele : s.allele) allele = 1 - allele;
+            if (s.obs != 2) s.obs = 1 - s.obs;
+        }
+        exchanged.finish();
+        haploid_tables tables;
+        haploid_results ones, zeros;
+        const double L = haploid_forward(c.problem(), tables);
+        haploid_walk(c.problem(), tables, {false, true, false}, c.requests, ones);
+        EXPECT_NEAR(L, haploid_forward(exchanged.problem(), tables), 1e-12);
+        haploid_walk(exchanged.problem(), tables, {false, true, false}, c.requests, zeros);
+        const emission_table M = model_table_of(c.plain);
+        for (std::size_t v = 0; v < 30; ++v) {
+            const int own = c.plain.sites[v].obs;
+            EXPECT_NEAR(1.0, allele_one_chance(ones.weights[v], M, -1) + allele_one_chance(zeros.weights[v], M, -1),
+                        1e-12);
+            if (own == 2) continue;
+            EXPECT_NEAR(1.0,
+                        allele_one_chance(ones.weights[v], M, own) + allele_one_chance(zeros.weights[v], M, 1 - own),
+                        1e-12);
+        }
+    }
+}
+
+TEST(haploid_sweeps, give_the_same_bits_at_every_level_of_the_kernels) {
+    input_source source(21);
+    const kernels::table& best = kernels::active();
+    for (const int K : {1, 8, 23, 64, 70}) {
+        for (const std::size_t interval : {0U, 4U}) {
+            haploid_case c = random_case(source, K, 25, 1e-3, 0.5);
+            if (interval > 0) c.set_checkpoints(interval);
+            std::vector<double> expected;
+            for (const auto l : {kernels::level::baseline, kernels::level::avx2, kernels::level::avx512}) {
+                if (!kernels::available(l)) continue;
+                kernels::choose(l);
+                seeded_draws draws(K);
+                haploid_tables tables;
+                haploid_results results;
+                std::vector<double> found{haploid_forward(c.problem(), tables)};
+                haploid_walk(c.problem(), tables, {true, true, false}, c.requests, results);
+                for (const allele_weights& w : results.weights) found.insert(found.end(), w.begin(), w.end());
+                found.insert(found.end(), results.state.begin(), results.state.end());
+                if (expected.empty()) expected = found;
+                EXPECT_EQ(expected, found) << "level " << static_cast<int>(l) << " K " << K;
+            }
+        }
+    }
+    EXPECT_EQ(&best, &kernels::active()) << "the best level is the last one";
 }
 
 // --- outcomes of degenerate numbers ---------------------------------------------------------------------------------
@@ -338,8 +404,8 @@ TEST(haploid_sweeps, fall_to_the_last_state_when_no_state_explains_the_data) {
     }
 }
 
-// Past a sum of zero there are no numbers: the likelihood is minus infinity where that is the last site, undefined where
-// sites follow.
+// Past a sum of zero there are no numbers: the likelihood is minus infinity where that is the last site, undefined
+// where sites follow.
 TEST(haploid_sweeps, have_no_likelihood_when_no_state_explains_the_data) {
     input_source source(10);
     for (std::size_t bad = 0; bad < 7; ++bad) {
@@ -500,7 +566,8 @@ TEST(haploid_sweeps, paths_are_drawn_by_their_posterior) {
 TEST(haploid_checkpoints, agree_with_the_plain_recursion_left_of_the_last_one_too) {
     input_source source(14);
     for (const int K : {1, 8, 9, 33, 64, 70}) {
-        for (const auto& [n_sites, interval] : {std::pair{4, 2}, {5, 2}, {9, 3}, {11, 3}, {12, 3}, {30, 5}, {29, 5}, {8, 1}}) {
+        for (const auto& [n_sites, interval] :
+             {std::pair{4, 2}, {5, 2}, {9, 3}, {11, 3}, {12, 3}, {30, 5}, {29, 5}, {8, 1}}) {
             for (const double missing : {0.0, 0.6}) {
                 haploid_case c = random_case(source, K, n_sites, 1e-3, missing);
                 c.set_checkpoints(static_cast<std::size_t>(interval));

@@ -62,7 +62,8 @@ inline std::vector<std::uint64_t> pack_rows(const std::vector<std::vector<int>>&
     return packed;
 }
 
-// Equal but for rounding, relative to the larger one, or to 1 for small ones; equal infinities and two NaNs count as equal.
+// Equal but for rounding, relative to the larger one, or to 1 for small ones; equal infinities and two NaNs count as
+// equal.
 inline bool nearly_equal(double a, double b, double tolerance) {
     if (std::isnan(a) || std::isnan(b)) return std::isnan(a) && std::isnan(b);
     if (std::isinf(a) || std::isinf(b)) return a == b;
@@ -72,12 +73,18 @@ inline bool nearly_equal(double a, double b, double tolerance) {
 // A distance between sites, from none to more than any memory of the states survives.
 inline double random_distance(input_source& source) {
     switch (source.integer(0, 5)) {
-        case 0: return 0.0;
-        case 1: return source.uniform(0.0, 1e-6);
-        case 2: return source.uniform(0.0, 1e-2);
-        case 3: return source.uniform(0.0, 5.0);
-        case 4: return source.uniform(0.0, 200.0);
-        default: return 1e9;
+        case 0:
+            return 0.0;
+        case 1:
+            return source.uniform(0.0, 1e-6);
+        case 2:
+            return source.uniform(0.0, 1e-2);
+        case 3:
+            return source.uniform(0.0, 5.0);
+        case 4:
+            return source.uniform(0.0, 200.0);
+        default:
+            return 1e9;
     }
 }
 
@@ -89,8 +96,8 @@ inline std::vector<int> random_row(input_source& source, int K) {
     return row;
 }
 
-// Compares counts of outcomes with their chances by the sum of squared deviations; rare outcomes are pooled. The limit lies
-// six standard deviations above what is expected.
+// Compares counts of outcomes with their chances by the sum of squared deviations; rare outcomes are pooled. The limit
+// lies six standard deviations above what is expected.
 inline void expect_frequencies(const std::map<std::vector<int>, int>& counts,
                                const std::map<std::vector<int>, double>& chances, int n_draws) {
     double sum = 0.0, pooled_chance = 0.0;

@@ -33,7 +33,8 @@ std::vector<double> same_at_all_levels(const std::function<std::vector<double>(c
         EXPECT_EQ(first.size(), other.size());
         for (std::size_t i = 0; i < std::min(first.size(), other.size()); ++i) {
             if (std::bit_cast<std::uint64_t>(first[i]) != std::bit_cast<std::uint64_t>(other[i])) {
-                ADD_FAILURE() << "level " << static_cast<int>(l) << " value " << i << ": " << first[i] << ", " << other[i];
+                ADD_FAILURE() << "level " << static_cast<int>(l) << " value " << i << ": " << first[i] << ", "
+                              << other[i];
             }
         }
     }

@@ -57,6 +57,7 @@ class model_run {
     void set_states(int mode, int panel, int cond_panel, int K) { at(run.k_states, mode, panel, cond_panel) = K; }
     template <typename T>
     static T& at(model_table<T>& table, int mode, int panel, int cond_panel) {
-        return table[static_cast<std::size_t>(mode)][static_cast<std::size_t>(panel)][static_cast<std::size_t>(cond_panel)];
+        return table[static_cast<std::size_t>(mode)][static_cast<std::size_t>(panel)]
+                    [static_cast<std::size_t>(cond_panel)];
     }
 };

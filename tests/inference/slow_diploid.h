@@ -1,7 +1,7 @@
 #pragma once
 
-// The model of unordered pairs of haplotypes written out plainly: one triangular table a site, every step as the recursion
-// reads. The fast sweeps must agree with it.
+// The model of unordered pairs of haplotypes written out plainly: one triangular table a site, every step as the
+// recursion reads. The fast sweeps must agree with it.
 
 #include <array>
 #include <cmath>
@@ -47,7 +47,7 @@ using allele_table = std::array<std::array<double, 2>, 2>;
 enum class pair_draw { none, order, genotype };
 
 struct pair_site {
-    std::vector<int> allele;          // of each state
+    std::vector<int> allele;           // of each state
     std::array<double, 4> emission{};  // by the alleles of the two states, at [x * 2 + y]
     pair_gap gap;                      // the gap that ends here
     bool kept = true;
@@ -60,14 +60,18 @@ struct pair_site {
     pair_matrix product;
 };
 
-inline bool differs(int a, int b) { return a != b; }
+inline bool differs(int a, int b) {
+    return a != b;
+}
 
 // The draw of the two alleles from the copied ones, with the chances of the ordered alleles 00, 01, 10.
 inline void draw_pair_alleles(pair_site& s, const allele_table& pr_00, const allele_table& pr_01,
                               const allele_table& pr_10) {
     if (s.draw == pair_draw::none) return;
     Uniform uniform;
-    const auto copied = [&s](int k) { return k < 0 ? 0U : static_cast<unsigned>(s.allele[static_cast<std::size_t>(k)]); };
+    const auto copied = [&s](int k) {
+        return k < 0 ? 0U : static_cast<unsigned>(s.allele[static_cast<std::size_t>(k)]);
+    };
     const std::size_t x = copied(s.state_a), y = copied(s.state_b);
     const double p00 = pr_00[x][y], p01 = pr_01[x][y], p10 = pr_10[x][y];
     const double u = uniform.Next();
@@ -210,8 +214,8 @@ class diploid_model {
         T = 0.0;
         for (int a = 0; a < K; ++a) {
             for (int b = 0; b <= a; ++b) {
-                double w = t0 * work[at(a)][at(b)] + t1 * (row[at(a)] + row[at(b)] + diag[at(a)] + diag[at(b)]) +
-                           2.0 * t2 * S;
+                double w =
+                    t0 * work[at(a)][at(b)] + t1 * (row[at(a)] + row[at(b)] + diag[at(a)] + diag[at(b)]) + 2.0 * t2 * S;
                 if (a == b) w = (t0 * diag[at(a)] + w) * 0.5;
                 const double value = w * emission(s, a, b);
                 if (a == b) {

@@ -187,9 +187,7 @@ class haploid_model {
     }
 
     // The forward value of the state drawn at a site of a full sweep.
-    double right_value(std::size_t v) const {
-        return sites[v].state < 0 ? 0.0 : sites[v].fwd[at(sites[v].state)];
-    }
+    double right_value(std::size_t v) const { return sites[v].state < 0 ? 0.0 : sites[v].fwd[at(sites[v].state)]; }
 
     void draw_state(std::size_t v, const std::vector<double>& table, double value_right) {
         Uniform uniform;

@@ -1,8 +1,8 @@
 #pragma once
 
-// The model of ordered pairs of haplotypes written out plainly: one full table a site, every step as the recursion reads.
-// Its one vector of sums holds rows and columns together, so that it is no exact forward recursion; the fast sweep must
-// agree with it all the same.
+// The model of ordered pairs of haplotypes written out plainly: one full table a site, every step as the recursion
+// reads. Its one vector of sums holds rows and columns together, so that it is no exact forward recursion; the fast
+// sweep must agree with it all the same.
 
 #include <array>
 #include <cmath>

@@ -30,7 +30,8 @@ void expect_rows(const std::array<packed_haplotypes, 3>& haps, const conditionin
             int expected = 0;
             if (k < K && k < states.size()) {
                 const auto panel = static_cast<std::size_t>(states.panel[k]);
-                expected = haps[panel].allele(static_cast<std::size_t>(states.hap[k]), static_cast<std::size_t>(sites[v]));
+                expected =
+                    haps[panel].allele(static_cast<std::size_t>(states.hap[k]), static_cast<std::size_t>(sites[v]));
             }
             ASSERT_EQ(expected == 1, bits::get(rows.data() + v * words, k)) << "site " << v << " state " << k;
         }

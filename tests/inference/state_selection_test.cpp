@@ -69,7 +69,8 @@ TEST(state_selection, ties_at_the_last_place_take_a_draw_for_each_one_kept) {
         EXPECT_EQ(1U, draws.n_taken());
     }
     {
-        listed_draws draws({0.5, 0.0});  // the middle one; then the first place, of which the middle one has taken the value
+        listed_draws draws(
+            {0.5, 0.0});  // the middle one; then the first place, of which the middle one has taken the value
         EXPECT_EQ("xxx..", kept_by({0, 4, 4, 4, 9}, 3));
         EXPECT_EQ(2U, draws.n_taken());
     }

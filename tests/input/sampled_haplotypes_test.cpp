@@ -9,7 +9,7 @@
 
 namespace {
 
-class sampled_haplotypes : public reader_fixture {
+class sampled_haplotypes_file : public reader_fixture {
   protected:
     void SetUp() override {
         reader_fixture::SetUp();
@@ -33,7 +33,7 @@ class sampled_haplotypes : public reader_fixture {
     const std::string base = files().name("samp");
 };
 
-TEST_F(sampled_haplotypes, stand_in_for_the_genotypes_of_the_study) {
+TEST_F(sampled_haplotypes_file, stand_in_for_the_genotypes_of_the_study) {
     run.map_phys_pos = {0, 1000};
     run.map_gen_pos = {0.0, 1000.0};
     EXPECT_EQ(report("-hap_samp_in_g", 2, " --detected 6 haplotypes\n", 2),
@@ -53,13 +53,13 @@ TEST_F(sampled_haplotypes, stand_in_for_the_genotypes_of_the_study) {
     EXPECT_EQ(6, run.n_hap[2]);
 }
 
-TEST_F(sampled_haplotypes, triples_are_kept_where_the_run_needs_them) {
+TEST_F(sampled_haplotypes_file, triples_are_kept_where_the_run_needs_them) {
     run.params.store_input_probs = {true, false};
     read("s r 150 A C 0111\n");
     EXPECT_EQ((std::vector<float>{0, 1, 0, 0, 0, 1}), site_at(150).gtype_probs[1]);
 }
 
-TEST_F(sampled_haplotypes, excluded_people_are_dropped) {
+TEST_F(sampled_haplotypes_file, excluded_people_are_dropped) {
     context.exclude_flags = flags("010");
     EXPECT_EQ(
         report("-hap_samp_in_g", 2, " --detected 6 haplotypes\n --excluded 2 haplotypes, leaving 4 for analysis\n", 1),
@@ -68,7 +68,7 @@ TEST_F(sampled_haplotypes, excluded_people_are_dropped) {
     EXPECT_EQ("02", text_of(site_at(150).gtypes[1]));
 }
 
-TEST_F(sampled_haplotypes, haploid_study_has_one_character_each) {
+TEST_F(sampled_haplotypes_file, haploid_study_has_one_character_each) {
     run.params.haploid_g = true;
     EXPECT_EQ(report("-hap_samp_in_g", 2, " --detected 3 haplotypes\n", 1), read("s r 150 A C 010\n"));
     EXPECT_EQ("010", text_of(site_at(150).haps[2]));
@@ -77,7 +77,7 @@ TEST_F(sampled_haplotypes, haploid_study_has_one_character_each) {
     EXPECT_EQ(3, run.n_hap[2]);
 }
 
-TEST_F(sampled_haplotypes, male_has_one_allele_and_a_dash) {
+TEST_F(sampled_haplotypes_file, male_has_one_allele_and_a_dash) {
     give_sexes(2, "121");
     context.exclude_flags = flags("000");
     EXPECT_EQ(report("-hap_samp_in_g", 2, " --detected 4 haplotypes\n", 1), read("s r 150 A C 1-010-\n"));
@@ -87,7 +87,7 @@ TEST_F(sampled_haplotypes, male_has_one_allele_and_a_dash) {
     EXPECT_EQ("", notes());
 }
 
-TEST_F(sampled_haplotypes, chrx_needs_the_sexes) {
+TEST_F(sampled_haplotypes_file, chrx_needs_the_sexes) {
     run.chrx_haploid = true;
     expect_refused(
         "s r 150 A C 1-01\n",
@@ -96,14 +96,14 @@ TEST_F(sampled_haplotypes, chrx_needs_the_sexes) {
         1);
 }
 
-TEST_F(sampled_haplotypes, other_characters_read_as_one_with_a_note) {
+TEST_F(sampled_haplotypes_file, other_characters_read_as_one_with_a_note) {
     read("s r 150 A C 0x?0\n");
     EXPECT_EQ("0110", text_of(site_at(150).haps[2]));
     EXPECT_EQ("orvide: note: [" + base + "_hapsamp1], line 1: a haplotype is neither 0 nor 1 and reads as 1\n",
               notes());
 }
 
-TEST_F(sampled_haplotypes, exclusions_and_duplicates_are_as_in_genotypes) {
+TEST_F(sampled_haplotypes_file, exclusions_and_duplicates_are_as_in_genotypes) {
     give_panel0();
     context.exclude_snps[2] = {"r1"};
     EXPECT_EQ(report("-hap_samp_in_g", 2, " --detected 2 haplotypes\n", 3,
@@ -117,7 +117,7 @@ TEST_F(sampled_haplotypes, exclusions_and_duplicates_are_as_in_genotypes) {
         warnings());
 }
 
-TEST_F(sampled_haplotypes, nobody_left_means_no_data) {
+TEST_F(sampled_haplotypes_file, nobody_left_means_no_data) {
     context.exclude_flags = flags("1");
     read("s r1 150 A C 01\n");
     EXPECT_TRUE(run.snps.empty());
@@ -139,7 +139,7 @@ TEST_F(sampled_haplotypes, nobody_left_means_no_data) {
     EXPECT_EQ(1U, run.snps.size());
 }
 
-TEST_F(sampled_haplotypes, odd_strings_are_refused) {
+TEST_F(sampled_haplotypes_file, odd_strings_are_refused) {
     for (const int panel : {2, 1}) {
         expect_refused("s r 150 A C 011\n",
                        "ERROR: The Panel " + std::to_string(panel) + " hapsamp file [" + base +
@@ -150,7 +150,7 @@ TEST_F(sampled_haplotypes, odd_strings_are_refused) {
     EXPECT_NE(std::string::npos, read("s r 150 A C 011\n", 0).find(" --detected 3 haplotypes\n"));
 }
 
-TEST_F(sampled_haplotypes, columns_must_be_those_of_the_sample_file) {
+TEST_F(sampled_haplotypes_file, columns_must_be_those_of_the_sample_file) {
     context.exclude_flags = flags("000");
     expect_refused("s r 150 A C 0111\n",
                    "ERROR: The number of individuals in the Panel 2 hapsamp file (2) does not match the number of "
@@ -165,7 +165,7 @@ TEST_F(sampled_haplotypes, columns_must_be_those_of_the_sample_file) {
                    0);
 }
 
-TEST_F(sampled_haplotypes, strings_must_have_one_length) {
+TEST_F(sampled_haplotypes_file, strings_must_have_one_length) {
     expect_refused(
         "s r 150 A C 01\ns r 160 A C 0\n",
         "ERROR: There are fewer haplotypes than in the first line, in line 2 of the file [" + base + "_hapsamp1].");
@@ -176,20 +176,20 @@ TEST_F(sampled_haplotypes, strings_must_have_one_length) {
     expect_refused("s r 150 A C\n", "ERROR: There are no haplotypes, in line 1 of the file [" + base + "_hapsamp1].");
 }
 
-TEST_F(sampled_haplotypes, compressed_file_is_found_if_it_is_the_only_one) {
+TEST_F(sampled_haplotypes_file, compressed_file_is_found_if_it_is_the_only_one) {
     files().write_compressed("samp_hapsamp1.gz", "s r 150 A C 01\n");
     const std::string text = said([this] { read_first_sampled_haplotypes(run, context, 2); });
     EXPECT_NE(std::string::npos, text.find(" --filename=[" + base + "_hapsamp1.gz]\n"));
     EXPECT_EQ(1U, run.snps.size());
 }
 
-TEST_F(sampled_haplotypes, plain_file_wins) {
+TEST_F(sampled_haplotypes_file, plain_file_wins) {
     files().write_compressed("samp_hapsamp1.gz", "s r 150 A C 01\n");
     EXPECT_NE(std::string::npos, read("s r 160 A C 01\n").find(" --filename=[" + base + "_hapsamp1]\n"));
     EXPECT_EQ(160, run.snps.begin()->first);
 }
 
-TEST_F(sampled_haplotypes, missing_files) {
+TEST_F(sampled_haplotypes_file, missing_files) {
     const char* const options[] = {"-hap_samp_in_h", "-hap_samp_in_g_ref", "-hap_samp_in_g"};
     for (const int panel : {0, 1, 2}) {
         expect_fatal(std::string("ERROR: The ") + options[panel] + " file you specified does not exist.",
@@ -198,7 +198,7 @@ TEST_F(sampled_haplotypes, missing_files) {
     }
 }
 
-TEST_F(sampled_haplotypes, files_that_cannot_be_opened) {
+TEST_F(sampled_haplotypes_file, files_that_cannot_be_opened) {
     std::filesystem::create_directory(files().name("samp_hapsamp1"));
     for (const int panel : {0, 1, 2}) {
         expect_fatal(
@@ -210,7 +210,7 @@ TEST_F(sampled_haplotypes, files_that_cannot_be_opened) {
 
 // --- reference panels ------------------------------------------------------------------------------------------------
 
-TEST_F(sampled_haplotypes, panel1_joins_the_study) {
+TEST_F(sampled_haplotypes_file, panel1_joins_the_study) {
     give_panel1_genotypes();
     context.strand_map = {{150, "-"}};
     label(add_site(150), 2, "A", "C");
@@ -227,13 +227,13 @@ TEST_F(sampled_haplotypes, panel1_joins_the_study) {
     EXPECT_EQ(4, run.n_hap[1]);
 }
 
-TEST_F(sampled_haplotypes, panel1_does_not_ask_for_a_haploid_study) {
+TEST_F(sampled_haplotypes_file, panel1_does_not_ask_for_a_haploid_study) {
     run.params.haploid_g = true;
     read("s r 150 A C 0111\n", 1);
     EXPECT_EQ("12", text_of(site_at(150).gtypes[0]));
 }
 
-TEST_F(sampled_haplotypes, panel0_joins_the_study_or_makes_sites) {
+TEST_F(sampled_haplotypes_file, panel0_joins_the_study_or_makes_sites) {
     give_panel0();
     label(add_site(150), 2, "A", "C");
     EXPECT_EQ(report("-hap_samp_in_h", 0, " --detected 3 haplotypes\n", 2),
@@ -247,14 +247,14 @@ TEST_F(sampled_haplotypes, panel0_joins_the_study_or_makes_sites) {
     EXPECT_EQ(3, run.n_hap[0]);
 }
 
-TEST_F(sampled_haplotypes, panel0_needs_type_0_put_out_for_new_sites) {
+TEST_F(sampled_haplotypes_file, panel0_needs_type_0_put_out_for_new_sites) {
     run.output_types[0] = false;
     EXPECT_NE(std::string::npos,
               read("s r 150 C A 011\n", 0).find(" --excluded 1 SNPs, leaving 0 SNPs for analysis\n"));
     EXPECT_TRUE(run.snps.empty());
 }
 
-TEST_F(sampled_haplotypes, reference_snp_with_one_label_is_dropped) {
+TEST_F(sampled_haplotypes_file, reference_snp_with_one_label_is_dropped) {
     read("s r 150 C C 01\n", 1);
     read("s r 150 C C 01\n", 0);
     EXPECT_TRUE(run.snps.empty());
@@ -268,7 +268,7 @@ TEST_F(sampled_haplotypes, reference_snp_with_one_label_is_dropped) {
 
 // --- later iterations ------------------------------------------------------------------------------------------------
 
-class later_sampled_haplotypes : public sampled_haplotypes {
+class later_sampled_haplotypes : public sampled_haplotypes_file {
   protected:
     // A store of sites whose panel haplotypes all are 0.
     void give_sites(const std::vector<long>& positions, int panel, std::size_t n_hap) {

@@ -30,7 +30,9 @@ const std::vector<std::string>& many_lines() {
 }
 
 // A device on which every write fails.
-bool has_full_disk() { return std::filesystem::exists("/dev/full"); }
+bool has_full_disk() {
+    return std::filesystem::exists("/dev/full");
+}
 
 constexpr double not_a_number = std::numeric_limits<double>::quiet_NaN();
 
@@ -137,9 +139,22 @@ TEST_F(result, a_row_of_probabilities_is_the_single_ones_behind_blanks) {
     input_source source(4);
     for (const int decimals : {0, 1, 2, 3, 6, 8, 9, 12, 17}) {
         const double low = std::pow(10.0, -decimals);
-        std::vector<double> values{0.0, 1.0, 0.5, low, 1.0 - low, low * 0.999, low * 1.5, 1.0 - low * 1.5, 0.125, 0.0625,
-                                   std::nextafter(low, 0.0), std::nextafter(1.0 - low, 1.0),
-                                   std::nextafter(1.0 - low, 0.0), 1.0 - low * 0.5, -0.25, 1.5};
+        std::vector<double> values{0.0,
+                                   1.0,
+                                   0.5,
+                                   low,
+                                   1.0 - low,
+                                   low * 0.999,
+                                   low * 1.5,
+                                   1.0 - low * 1.5,
+                                   0.125,
+                                   0.0625,
+                                   std::nextafter(low, 0.0),
+                                   std::nextafter(1.0 - low, 1.0),
+                                   std::nextafter(1.0 - low, 0.0),
+                                   1.0 - low * 0.5,
+                                   -0.25,
+                                   1.5};
         for (int i = 0; i < 500; ++i) values.push_back(source.uniform());
         // Numbers on or next to a tie of rounding.
         for (int i = 0; i < 200; ++i) {
@@ -166,7 +181,9 @@ TEST_F(result, a_row_of_probabilities_is_the_single_ones_behind_blanks) {
     }
 }
 
-TEST_F(result, an_empty_row_is_empty) { EXPECT_EQ("", probabilities({}, 3)); }
+TEST_F(result, an_empty_row_is_empty) {
+    EXPECT_EQ("", probabilities({}, 3));
+}
 
 TEST_F(result, large_files_come_out_whole) {
     std::string expected;

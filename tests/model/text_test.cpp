@@ -217,8 +217,8 @@ TEST(parse_long, takes_whole_numbers) {
 }
 
 TEST(parse_long, refuses_everything_else) {
-    for (const char* field : {"", "-", "+", "+-1", "-+1", "--1", "++1", "1.0", "1e3", "12a", "a12", " 1", "1 ", "0x10", "\r",
-                              "1\r\r", "9223372036854775808", "-9223372036854775809", "nan"}) {
+    for (const char* field : {"", "-", "+", "+-1", "-+1", "--1", "++1", "1.0", "1e3", "12a", "a12", " 1", "1 ", "0x10",
+                              "\r", "1\r\r", "9223372036854775808", "-9223372036854775809", "nan"}) {
         expect_none<long>(parse_long, field);
     }
 }
@@ -241,9 +241,10 @@ TEST(parse_double, takes_numbers_in_any_notation) {
 }
 
 TEST(parse_double, refuses_everything_else) {
-    for (const char* field : {"", "-", "+", ".", "e5", "1e", "1e+", "1.5x", "x1.5", "1,5", "1.2.3", "1.5 ", " 1.5", "--1",
-                              "+-1", "-+1", "0x10", "inf", "-inf", "+inf", "INF", "infinity", "nan", "-nan", "NaN",
-                              "nan(1)", "1e400", "-1e400", "\r", "1e-400x"}) {
+    for (const char* field :
+         {"",      "-",        "+",    ".",    "e5",  "1e",     "1e+",   "1.5x",   "x1.5", "1,5",
+          "1.2.3", "1.5 ",     " 1.5", "--1",  "+-1", "-+1",    "0x10",  "inf",    "-inf", "+inf",
+          "INF",   "infinity", "nan",  "-nan", "NaN", "nan(1)", "1e400", "-1e400", "\r",   "1e-400x"}) {
         expect_none<double>(parse_double, field);
     }
 }
@@ -310,7 +311,8 @@ TEST(timeval_print, writes_seconds_and_microseconds) {
 
 TEST(number_text, is_that_of_a_stream) {
     input_source source(2);
-    std::vector<double> values{0.0, -0.0, 1.0, 0.5, 0.125, 2.5, 1e-7, 123456.0, 1234567.0, 1e100, -3.0000005, 0.0005, 0.9995};
+    std::vector<double> values{0.0,      -0.0,      1.0,   0.5,        0.125,  2.5,   1e-7,
+                               123456.0, 1234567.0, 1e100, -3.0000005, 0.0005, 0.9995};
     for (int i = 0; i < 300; ++i) values.push_back((source.uniform() - 0.5) * std::pow(10.0, source.integer(-12, 12)));
     for (const double value : values) {
         for (const int decimals : {0, 3, 6}) {
@@ -327,13 +329,14 @@ TEST(number_text, is_that_of_a_stream) {
     EXPECT_EQ("0.900", fixed_text(0.9, 3));
     EXPECT_EQ("20000", default_text(20000.0));
     EXPECT_EQ("1e+06", default_text(1000000.0));
-    EXPECT_EQ(std::numeric_limits<double>::max_exponent10 + 1U, fixed_text(std::numeric_limits<double>::max(), 0).size());
+    EXPECT_EQ(std::numeric_limits<double>::max_exponent10 + 1U,
+              fixed_text(std::numeric_limits<double>::max(), 0).size());
 }
 
 TEST(concat, joins_texts_characters_and_integers) {
     const std::string text = "text";
-    EXPECT_EQ("a text [x] 12 -7 4294967296", concat("a ", text, " [", std::string_view("x"), "] ", 12, ' ', -7L, ' ',
-                                                    std::size_t{4294967296}));
+    EXPECT_EQ("a text [x] 12 -7 4294967296",
+              concat("a ", text, " [", std::string_view("x"), "] ", 12, ' ', -7L, ' ', std::size_t{4294967296}));
     EXPECT_EQ("c", concat('c'));
 }
 

@@ -249,7 +249,8 @@ class switch_rates : public ::testing::Test, protected model_run {
                 ASSERT_EQ(model.n_sites(), model.hap_gap.size());
                 for (std::size_t v = 0; v < model.n_sites(); ++v) {
                     SCOPED_TRACE(std::to_string(panel) + std::to_string(cond) + " at " + std::to_string(model.site[v]));
-                    expect_table(plain.sites[static_cast<std::size_t>(model.site[v])].hap[panel][cond], model.hap_gap[v]);
+                    expect_table(plain.sites[static_cast<std::size_t>(model.site[v])].hap[panel][cond],
+                                 model.hap_gap[v]);
                 }
             }
             if (panel == 0) continue;
@@ -326,7 +327,8 @@ TEST_F(switch_rates, the_first_site_starts_the_study_chain_even_as_a_placeholder
     run.set_switch_rates(false);
     EXPECT_EQ(make_diploid_gap(2.0, at(run.k_states, 1, 2, 2)).both_stay, dip(2, 20).both_stay);
     EXPECT_EQ(0.0, dip(1, 20).both_stay) << "the chain of Panel 1 only starts here";
-    EXPECT_EQ(make_diploid_gap(3.0, at(run.k_states, 1, 2, 2)).both_stay, dip(2, 40).both_stay) << "across a placeholder";
+    EXPECT_EQ(make_diploid_gap(3.0, at(run.k_states, 1, 2, 2)).both_stay, dip(2, 40).both_stay)
+        << "across a placeholder";
     EXPECT_EQ(make_diploid_gap(3.0, at(run.k_states, 1, 1, 1)).both_stay, dip(1, 40).both_stay);
     expect_all(false);
 }
@@ -386,7 +388,8 @@ TEST_F(switch_rates, a_negative_distance_is_replaced_and_told_by_each_chain) {
     finish();
     run.set_switch_rates(false);
     const std::string line =
-        "WARNING: Positions 1000 and 2000 (with genetic map positions 2.500000 and 1.250000, respectively) are separated by "
+        "WARNING: Positions 1000 and 2000 (with genetic map positions 2.500000 and 1.250000, respectively) are "
+        "separated by "
         "negative genetic distance 0.000000; this will be set to a positive number just slightly larger than zero.\n";
     EXPECT_EQ(line + line, capture.warnings());
     EXPECT_EQ(2, run.log.warning_count());
@@ -405,7 +408,8 @@ TEST_F(switch_rates, a_negative_distance_names_the_neighbours_in_the_chain) {
     run.set_switch_rates(false);
     const auto line = [](const std::string& p1, const std::string& p2, const std::string& g1, const std::string& g2) {
         return "WARNING: Positions " + p1 + " and " + p2 + " (with genetic map positions " + g1 + " and " + g2 +
-               ", respectively) are separated by negative genetic distance 0.000000; this will be set to a positive number "
+               ", respectively) are separated by negative genetic distance 0.000000; this will be set to a positive "
+               "number "
                "just slightly larger than zero.\n";
     };
     EXPECT_EQ(line("1500", "2000", "3.000000", "2.500000") + line("2000", "2500", "2.500000", "2.250000") +
@@ -465,14 +469,14 @@ class filling_rates : public switch_rates {
         double gen_pos = 1.0;
         long position = 10;
         for (const auto& [type, hole, placeholder] : std::vector<std::tuple<int, bool, bool>>{{0, false, false},
-                                                                                             {1, true, false},
-                                                                                             {2, false, true},
-                                                                                             {3, false, false},
-                                                                                             {0, true, false},
-                                                                                             {2, true, false},
-                                                                                             {1, false, true},
-                                                                                             {1, false, false},
-                                                                                             {2, false, false}}) {
+                                                                                              {1, true, false},
+                                                                                              {2, false, true},
+                                                                                              {3, false, false},
+                                                                                              {0, true, false},
+                                                                                              {2, true, false},
+                                                                                              {1, false, true},
+                                                                                              {1, false, false},
+                                                                                              {2, false, false}}) {
             snp& site = add(position, type, gen_pos);
             site.ref_alleles_missing = hole;
             site.panel1_placeholder = placeholder;
@@ -487,7 +491,8 @@ class filling_rates : public switch_rates {
                 model.site.clear();
                 for (const snp* site : run.sites) {
                     const bool hidden = from == 1 && site->panel1_placeholder;
-                    if (site->type >= static_cast<int>(from) && site->type != 3 && !hidden) model.site.push_back(site->index);
+                    if (site->type >= static_cast<int>(from) && site->type != 3 && !hidden)
+                        model.site.push_back(site->index);
                 }
             }
         }
@@ -508,9 +513,12 @@ class filling_rates : public switch_rates {
                     EXPECT_EQ(make_haploid_gap(d, counts[0][0][0]).diff, own.hap_gap[v].diff) << "own site " << v;
                     EXPECT_EQ(make_haploid_gap(d, counts[0][0][0]).stay, own.hap_gap[v].stay) << "own site " << v;
                 } else {
-                    EXPECT_EQ(make_diploid_gap(d, counts[1][1][1]).both_stay, own.dip_gap[v].both_stay) << "own site " << v;
-                    EXPECT_EQ(make_diploid_gap(d, counts[1][1][1]).hap_move, own.dip_gap[v].hap_move) << "own site " << v;
-                    EXPECT_EQ(make_diploid_gap(d, counts[1][1][1]).stay_hom, own.dip_gap[v].stay_hom) << "own site " << v;
+                    EXPECT_EQ(make_diploid_gap(d, counts[1][1][1]).both_stay, own.dip_gap[v].both_stay)
+                        << "own site " << v;
+                    EXPECT_EQ(make_diploid_gap(d, counts[1][1][1]).hap_move, own.dip_gap[v].hap_move)
+                        << "own site " << v;
+                    EXPECT_EQ(make_diploid_gap(d, counts[1][1][1]).stay_hom, own.dip_gap[v].stay_hom)
+                        << "own site " << v;
                 }
             }
             started = true;

@@ -44,7 +44,9 @@ class published_generator {
     std::size_t place_ = 624;
 };
 
-double seed_of(std::uint32_t first_word) { return static_cast<double>(first_word) / 4294967296.0; }
+double seed_of(std::uint32_t first_word) {
+    return static_cast<double>(first_word) / 4294967296.0;
+}
 
 TEST(generator, gives_the_published_outputs) {
     const MT generator(seed_of(5489));
@@ -59,13 +61,18 @@ TEST(generator, takes_any_first_word) {
     for (const std::uint32_t first : {0U, 1U, 123456789U, 0x7fffffffU, 0x80000000U, 0xffffffffU}) {
         const MT generator(seed_of(first));
         published_generator expected(first);
-        for (int i = 0; i < 2000; ++i) ASSERT_EQ(expected.next(), MT::genrand_int32()) << "seed " << first << " output " << i;
+        for (int i = 0; i < 2000; ++i)
+            ASSERT_EQ(expected.next(), MT::genrand_int32()) << "seed " << first << " output " << i;
     }
 }
 
 TEST(generator, cuts_the_seed_to_a_word) {
-    const std::array<std::pair<double, std::uint32_t>, 6> seeds{
-        {{0.0, 0U}, {0.25, 0x40000000U}, {0.999999999, 4294967291U}, {1e-10, 0U}, {2.4e-10, 1U}, {0.5000000001, 0x80000000U}}};
+    const std::array<std::pair<double, std::uint32_t>, 6> seeds{{{0.0, 0U},
+                                                                 {0.25, 0x40000000U},
+                                                                 {0.999999999, 4294967291U},
+                                                                 {1e-10, 0U},
+                                                                 {2.4e-10, 1U},
+                                                                 {0.5000000001, 0x80000000U}}};
     for (const auto& [seed, first] : seeds) {
         const MT generator(seed);
         published_generator expected(first);

@@ -15,6 +15,7 @@ import gzip
 import math
 import os
 import random
+import sys
 
 MUTATION_RATE = 1.25e-8   # per base pair and generation
 EFFECTIVE_SIZE = 10000    # diploid people
@@ -180,16 +181,43 @@ def genotype_line(site, genotypes):
                     [TRIPLES[g] for g in genotypes])
 
 
-def write(folder, name, lines):
+def write(path, text):
     """Writes a text file, through gzip without a time stamp if its name ends in .gz."""
-    data = ''.join(line + '\n' for line in lines).encode('ascii')
-    path = os.path.join(folder, name)
     with open(path, 'wb') as plain:
-        if name.endswith('.gz'):
+        if path.endswith('.gz'):
             with gzip.GzipFile(filename='', mode='wb', fileobj=plain, mtime=0) as zipped:
-                zipped.write(data)
+                zipped.write(text.encode('ascii'))
         else:
-            plain.write(data)
+            plain.write(text.encode('ascii'))
+
+
+def holds(path, text):
+    """Whether a file is there with this text."""
+    if not os.path.exists(path):
+        return False
+    with (gzip.open(path, 'rb') if path.endswith('.gz') else open(path, 'rb')) as f:
+        return f.read() == text.encode('ascii')
+
+
+def make_files(options):
+    """File name -> text."""
+    draws = Draws(options.seed)
+    genetic_map = GeneticMap(*options.region, options.map_points)
+    sites = make_sites(draws, genetic_map, options)
+    typed = choose_typed(sites, options.typed)
+    observed = [[None if draws.uniform() < options.missing else g for g in site.people] for site in typed]
+    lines = {
+        'map.txt': ['position COMBINED_rate(cM/Mb) Genetic_Map(cM)'] +
+                   ['%d %.6f %.8f' % point for point in genetic_map.points],
+        'ref.hap.gz': [' '.join(map(str, s.reference)) for s in sites],
+        'ref.legend.gz': ['id position a0 a1'] + ['%s %d %s %s' % (s.name(), s.position, *s.alleles) for s in sites],
+        'study.gen.gz': [genotype_line(s, g) for s, g in zip(typed, observed)],
+        'study.sample': ['ID_1 ID_2 missing', '0 0 0'] +
+                        ['F%02d P%02d %.4f' % (i + 1, i + 1, sum(g[i] is None for g in observed) / len(observed))
+                         for i in range(options.people)],
+        'truth.gen.gz': [genotype_line(s, s.people) for s in sites],
+    }
+    return {name: ''.join(line + '\n' for line in text) for name, text in lines.items()}
 
 
 def main():
@@ -203,27 +231,19 @@ def main():
     parser.add_argument('--typed', metavar='N', type=int, default=90, help='sites that the study typed')
     parser.add_argument('--missing', metavar='SHARE', type=float, default=0.01, help='share of typed genotypes lost')
     parser.add_argument('--map-points', metavar='N', type=int, default=60)
+    parser.add_argument('--check', action='store_true', help='write nothing; fail unless the folder holds these files')
     options = parser.parse_args()
 
-    draws = Draws(options.seed)
-    genetic_map = GeneticMap(*options.region, options.map_points)
-    sites = make_sites(draws, genetic_map, options)
-    typed = choose_typed(sites, options.typed)
-    observed = [[None if draws.uniform() < options.missing else g for g in site.people] for site in typed]
-
+    files = make_files(options)
+    if options.check:
+        different = [name for name, text in files.items() if not holds(os.path.join(options.folder, name), text)]
+        print('\n'.join('differs: ' + name for name in different) or '%d files are as they should be' % len(files))
+        return 1 if different else 0
     os.makedirs(options.folder, exist_ok=True)
-    write(options.folder, 'map.txt',
-          ['position COMBINED_rate(cM/Mb) Genetic_Map(cM)'] + ['%d %.6f %.8f' % point for point in genetic_map.points])
-    write(options.folder, 'ref.hap.gz', [' '.join(map(str, s.reference)) for s in sites])
-    write(options.folder, 'ref.legend.gz',
-          ['id position a0 a1'] + ['%s %d %s %s' % (s.name(), s.position, *s.alleles) for s in sites])
-    write(options.folder, 'study.gen.gz', [genotype_line(s, g) for s, g in zip(typed, observed)])
-    write(options.folder, 'study.sample',
-          ['ID_1 ID_2 missing', '0 0 0'] +
-          ['F%02d P%02d %.4f' % (i + 1, i + 1, sum(g[i] is None for g in observed) / len(observed))
-           for i in range(options.people)])
-    write(options.folder, 'truth.gen.gz', [genotype_line(s, s.people) for s in sites])
+    for name, text in files.items():
+        write(os.path.join(options.folder, name), text)
+    return 0
 
 
 if __name__ == '__main__':
-    main()
+    sys.exit(main())

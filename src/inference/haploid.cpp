@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "inference/haploid_blocks.h"
 #include "inference/kernels/kernels.h"
@@ -43,6 +44,7 @@ void enter_site(const haploid_problem& problem, haploid_tables& tables, std::siz
         here.alpha *= M[0][unobserved];
         here.beta *= M[0][unobserved];
         here.sum *= M[0][unobserved];
+        if (std::isnan(here.alpha)) here.sum = here.alpha;  // no state explained a site further left
     } else {
         const std::size_t anchor = tables.anchor_sum.size();
         double* out = tables.vectors.data() + anchor * tables.stride;
@@ -59,6 +61,7 @@ void enter_site(const haploid_problem& problem, haploid_tables& tables, std::siz
         } else {
             kernels::active().divide(problem.n_states, here.scale, tables.vectors.data() + here.anchor * tables.stride);
             tables.anchor_sum.back() = 1.0;
+            if (!(here.scale > 0.0)) here.alpha = std::numeric_limits<double>::quiet_NaN();  // as the vector is now
         }
         here.sum = 1.0;
     }

@@ -147,7 +147,8 @@ bool parse_leading_double(std::string_view field, double& value) {
     if (error == std::errc::result_out_of_range) {  // as strtod: an underflow is 0, an overflow is refused
         const std::string_view number(field.data(), static_cast<std::size_t>(end - field.data()));
         const std::size_t exponent = number.find_first_of("eE");
-        if (exponent == std::string_view::npos || number.substr(exponent + 1, 1) != "-") return false;
+        const bool below_one = number.find_first_of("123456789") > number.find('.');  // in plain digits
+        if (exponent == std::string_view::npos ? !below_one : number.substr(exponent + 1, 1) != "-") return false;
         value = 0.0;
         return true;
     }

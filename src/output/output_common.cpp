@@ -33,7 +33,8 @@ void write_site_columns(result_file& file, const snp& site, long position, const
 }
 
 std::vector<char> haploid_individuals(const data& run, int panel) {
-    std::vector<char> haploid(static_cast<std::size_t>(run.n_ind[static_cast<std::size_t>(panel)]));
+    std::vector<char> haploid(panel == 2 ? n_study(run)
+                                         : static_cast<std::size_t>(run.n_ind[static_cast<std::size_t>(panel)]));
     for (std::size_t i = 0; i < haploid.size(); ++i) haploid[i] = run.is_haploid(panel, static_cast<int>(i)) ? 1 : 0;
     return haploid;
 }

@@ -1,3 +1,5 @@
+#include <limits>
+
 #include "output/consensus_phasing.h"
 
 #include "output_fixture.h"
@@ -477,8 +479,7 @@ TEST_F(consensus_phasing, impossible_sums_end_the_run) {
     know({true});
     snp& site = add_site(150, 0);
     allocate();
-    run.params.weight_imputed_gt = 0;  // with a sum of weights of 0
-    add_sums(site, 0, 1.0, 1.0);
+    add_sums(site, 0, std::numeric_limits<double>::quiet_NaN(), 1.0);
     EXPECT_TRUE(ends_with(sum_message("ordered individual 1", "phase_fixed"), [&] { run.phase_fixed(); }));
 }
 

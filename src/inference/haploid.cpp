@@ -61,8 +61,8 @@ void enter_site(const haploid_problem& problem, haploid_tables& tables, std::siz
         } else {
             kernels::active().divide(problem.n_states, here.scale, tables.vectors.data() + here.anchor * tables.stride);
             tables.anchor_sum.back() = 1.0;
-            if (!(here.scale > 0.0)) here.alpha = std::numeric_limits<double>::quiet_NaN();  // as the vector is now
         }
+        if (!(here.scale > 0.0)) here.alpha = std::numeric_limits<double>::quiet_NaN();  // as the vector is now
         here.sum = 1.0;
     }
     tables.at[v] = here;

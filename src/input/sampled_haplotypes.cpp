@@ -6,6 +6,7 @@
 
 #include "input/genotype_calls.h"
 #include "input/haplotype_row.h"
+#include "input/line_start.h"
 #include "input/panel_options.h"
 #include "input/reader_common.h"
 #include "input/readers.h"
@@ -154,31 +155,10 @@ void sampled_reader::read() {
 }
 
 bool sampled_reader::read_site(std::string_view line) {
-    site_line fields = start_site_line(file_, line);
-    const long position = fields.position;
-    const region_side side = region_.of(file_, position);
-    if (side != region_side::inside) return side == region_side::below;
-    ++counts_.read;
-    if (is_excluded(run_, context_, panel_, fields.snp_id, fields.rs_id, position)) {
-        ++counts_.on_list;
-        return true;
-    }
-    if (panel_ == 2 && warn_if_duplicate(run_, position)) return true;
-    take_alleles(file_, fields);
-    snp site;
-    site.snp_id = fields.snp_id;
-    site.rs_id = fields.rs_id;
-    panel_labels& labels = site.labels[p_];
-    labels.a0 = fields.a0;
-    labels.a1 = fields.a1;
-    site_match match;
-    if (panel_ != 2) {
-        if (warn_if_one_label(run_, option_of(panel_), labels, position)) return true;
-        apply_strand_map(context_, position, labels);
-        match = find_site(run_, position, site, panel_);
-    }
-    read_haplotypes(take_characters(file_, fields.rest), site);
-    if (place(std::move(site), position, match)) ++counts_.kept;
+    started_line started = start_line(run_, context_, file_, region_, panel_, option_of(panel_), counts_, line);
+    if (started.fate != line_fate::read) return started.fate == line_fate::skip;
+    read_haplotypes(take_characters(file_, started.rest), started.site);
+    if (place(std::move(started.site), started.position, started.match)) ++counts_.kept;
     return true;
 }
 

@@ -113,6 +113,7 @@ TEST(allele_row, inverted_has_the_other_allele_and_keeps_the_missing_ones) {
             allele_row row = alleles(text);
             row.invert();
             EXPECT_EQ(inverted, text_of(row));
+            for (std::size_t i = 0; i < n; ++i) EXPECT_EQ(inverted[i] == '1', bits::get(row.ones().data(), i));
             expect_clear_tail(row);
             row.invert();
             EXPECT_EQ(text, text_of(row));

@@ -11,11 +11,12 @@ if [[ ${1:-} == --fix ]]; then
     echo "format: ${#files[@]} files laid out"
     exit 0
 fi
+if report=$(printf '%s\0' "${files[@]}" | xargs -0 -n 16 -P "$(nproc)" clang-format --dry-run --Werror 2>&1); then
+    echo "format: all ${#files[@]} files are laid out as they should be"
+    exit 0
+fi
 # clang-format says "FILE:LINE:COLUMN: error: ..." for each place that differs.
-mapfile -t wrong < <(printf '%s\0' "${files[@]}" |
-    xargs -0 -n 16 -P "$(nproc)" clang-format --dry-run --Werror 2>&1 | sed -n 's/:[0-9]*:[0-9]*: error: .*//p' | sort -u)
-for file in "${wrong[@]}"; do
-    echo "format: $file differs; scripts/check_format.sh --fix mends it"
-done
-echo "format: ${#files[@]} files checked, ${#wrong[@]} differ"
-[[ ${#wrong[@]} -eq 0 ]]
+differing=$(sed -n 's/:[0-9]*:[0-9]*: error: .*//p' <<<"$report" | sort -u)
+echo "format: these files differ; scripts/check_format.sh --fix mends them"
+echo "${differing:-$report}"
+exit 1

@@ -161,11 +161,11 @@ constexpr std::array<walk_kind, 6> all_kinds{{{true, true, false},
 
 std::array<double, 4> shares(const pair_problem& problem, std::array<double, 4> weights) {
     double sum = 0.0;
-    for (const double w : weights) sum += w;
-    for (double& w : weights) w /= sum;
     if (!problem.ordered) {
         EXPECT_EQ(0.0, weights[2]) << "all that is heterozygous stands at one place";
     }
+    for (const double w : weights) sum += w;
+    for (double& w : weights) w /= sum;
     return weights;
 }
 
@@ -204,7 +204,10 @@ void expect_agreement(Case& c, const walk_kind& kind, int seed, pair_tables& tab
         if (!kind.backward || c.plain.K < 1) continue;
         const auto expected = told_apart(Case::ordered, slow::pair_shares(s));
         const auto found = shares(problem, results.weights[v]);
-        for (std::size_t i = 0; i < 4; ++i) EXPECT_NEAR(expected[i], found[i], 1e-12) << "site " << v << " class " << i;
+        for (std::size_t i = 0; i < 4; ++i) {
+            if (i == 2 && !Case::ordered) continue;
+            EXPECT_PRED3(nearly_equal, expected[i], found[i], 1e-12) << "site " << v << " class " << i;
+        }
     }
     if (kind.sample) {
         EXPECT_EQ(c.plain.stay_count, results.stay_count);
@@ -416,7 +419,8 @@ unordered_case small_case(input_source& source, int K, int n_sites, int K_gap) {
 
 TEST(unordered_pairs, equal_the_sum_over_all_pairs_of_paths) {
     input_source source(29);
-    for (const auto& [K, n_sites] : {std::pair{1, 5}, {2, 1}, {2, 3}, {2, 5}, {3, 2}, {3, 4}, {4, 3}, {4, 4}}) {
+    for (const auto& [n_states, n_sites] : {std::pair{1, 5}, {2, 1}, {2, 3}, {2, 5}, {3, 2}, {3, 4}, {4, 3}, {4, 4}}) {
+        const int K = n_states;
         for (const int K_gap : {K, K + 7}) {
             const unordered_case c = small_case(source, K, n_sites, K_gap);
             double total = 0.0;
@@ -558,7 +562,8 @@ TEST(unordered_pairs, alleles_are_drawn_by_the_copied_pair) {
 TEST(pair_checkpoints, agree_with_the_plain_recursion_left_of_the_last_one_too) {
     input_source source(33);
     for (const int K : {1, 3, 8, 9, 17}) {
-        for (const auto& [n_sites, interval] : {std::pair{4, 2}, {5, 2}, {9, 3}, {11, 3}, {12, 3}, {26, 5}, {8, 1}}) {
+        for (const auto& [n_sites, interval] :
+             {std::pair{3, 4}, {4, 2}, {5, 2}, {9, 3}, {11, 3}, {12, 3}, {26, 5}, {8, 1}}) {
             unordered_case c = random_case<unordered_case>(source, K, n_sites, 1e-3, 0.3);
             set_checkpoints(c, static_cast<std::size_t>(interval));
             SCOPED_TRACE("K " + std::to_string(K) + " sites " + std::to_string(n_sites) + " interval " +

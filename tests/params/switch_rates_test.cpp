@@ -101,7 +101,7 @@ class plain_pass {
     std::vector<stored> sites;
     int n_negative = 0;
 
-    plain_pass(const data& run, bool full) : run_(run), k_(full ? run.k_states_full : run.k_states) {
+    plain_pass(const data& run, bool full) : k_(full ? run.k_states_full : run.k_states) {
         const parameters& p = run.params;
         const bool has0 = run.panel0_given(), has1 = run.panel1_given();
         const bool haploid = p.haploid_g || (run.chrx_haploid && run.n_males[1] >= 1);
@@ -163,7 +163,6 @@ class plain_pass {
         now_.hap[panel][cond] = {{e + s, s}, e};
     }
 
-    const data& run_;
     const model_table<int>& k_;
     stored now_;
     double d_ = 0.0;

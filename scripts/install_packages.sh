@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
 # Installs what building and testing ORVIDE needs on Debian 12, and nothing when all of it is there.
 #
-# usage: scripts/install_packages.sh
+# usage: scripts/install_packages.sh [FURTHER PACKAGE ...]
 set -euo pipefail
 
 packages=(g++ cmake ninja-build libboost-iostreams-dev zlib1g-dev libgtest-dev libgmock-dev libbenchmark-dev python3
-    clang-format)
+    clang-format "$@")
 
 if ! command -v dpkg-query >/dev/null || ! command -v apt-get >/dev/null; then
     echo "packages: no apt-get here; these Debian packages, or what corresponds to them, must be there: ${packages[*]}"

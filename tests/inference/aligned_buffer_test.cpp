@@ -29,4 +29,11 @@ TEST(aligned_buffer, grows_when_it_must_and_keeps_its_values) {
     EXPECT_EQ(0U, reinterpret_cast<std::uintptr_t>(buffer.data()) % 64);
 }
 
+// So a buffer may take over the storage of another one, whatever allocator made it.
+TEST(aligned_buffer, storage_may_be_given_back_through_any_allocator) {
+    aligned_allocator<double> one, other;
+    other.deallocate(one.allocate(100), 100);
+    EXPECT_TRUE(one == other);
+}
+
 }  // namespace

@@ -249,6 +249,20 @@ TEST(haploid_sweeps, agree_where_the_tables_were_used_before) {
     }
 }
 
+// With rates of more states than are copied a sum shrinks over every gap: here, between two observations, through the
+// whole range of a double.
+TEST(haploid_sweeps, agree_where_sums_vanish_between_observations) {
+    input_source source(22);
+    for (const int K : {1, 3, 20}) {
+        haploid_case c = random_case(source, K, 240, 1e-3, 1.0);
+        const double all_but_a_fiftieth = std::log(50.0) * 1000 * K;
+        for (std::size_t v = 0; v < 240; ++v) c.set_gap(v, v % 7 == 0 ? 0.5 * K : all_but_a_fiftieth, 1000 * K);
+        for (const std::size_t v : {1U, 237U}) c.plain.sites[v].obs = source.integer(0, 1);
+        c.finish();
+        expect_agreement_of_all_kinds(c, K);
+    }
+}
+
 TEST(haploid_sweeps, do_not_divide_a_sum_at_the_limit) {
     for (const double first : {1e-50, 0.999e-50}) {
         haploid_case c;

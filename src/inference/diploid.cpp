@@ -2,108 +2,51 @@
 
 #include <algorithm>
 #include <cmath>
-#include <utility>
 
-#include "inference/block_walk.h"
 #include "inference/haploid.h"
 #include "inference/kernels/kernels.h"
+#include "inference/pair_store.h"
 #include "random/random.h"
 
 namespace {
-
-std::size_t table_size(const pair_problem& p) {
-    return p.ordered ? p.n_states * kernels::padded(p.n_states) : kernels::triangle_size(p.n_states);
-}
 
 std::array<double, 3> by_sum(const std::array<double, 4>& e) {
     return {e[0], e[1], e[3]};
 }
 
-void size_tables(const pair_problem& p, pair_tables& t) {
-    const std::size_t K8 = kernels::padded(p.n_states);
-    t.table_size = table_size(p);
-    for (aligned_buffer* vector : {&t.row, &t.row_next, &t.diag, &t.diag_next, &t.shared}) ensure_size(*vector, K8);
-    ensure_size(t.work, t.table_size);
-    t.scale.assign(p.n_sites, 1.0);
-    t.kept_row.assign(p.n_sites, 0);
-    std::size_t n_kept = p.n_sites;
-    if (p.checkpoint != nullptr) {
-        n_kept = static_cast<std::size_t>(std::count(p.checkpoint->begin(), p.checkpoint->end(), true));
-        ensure_size(t.local, std::max<std::size_t>(p.interval, 1) * t.table_size);
-    }
-    ensure_size(t.tables, n_kept * t.table_size);
-}
-
-// One forward sweep: the sums that belong to the table entered last stand in row and diag.
+// One forward sweep: the sums that belong to the table entered last stand in row and sum.
 class forward_sweep {
   public:
-    forward_sweep(const pair_problem& p, pair_tables& t) : p_(p), t_(t), K_(p.n_states) {}
+    forward_sweep(const pair_problem& p, pair_tables& t) : p_(p), t_(t) {}
 
     // The first visited site: every ordered pair has the same chance.
     void start(double* out) {
         std::fill_n(out, t_.table_size, 0.0);
-        for (aligned_buffer* vector : {&t_.shared, &t_.diag}) std::fill(vector->begin(), vector->end(), 0.0);
-        const auto n_pairs = static_cast<double>(K_ * K_);
-        enter(0, out, 0.0, (p_.ordered ? 1.0 : 2.0) / n_pairs, out);
-        scale_ = 1.0;
-        sum_ = entered_;
+        std::fill_n(t_.shared.data(), t_.stride, 0.0);
+        t_.constant[0] = ways() / static_cast<double>(p_.n_states * p_.n_states);
+        sum_ = enter_table(p_, t_, 0, out, out);
     }
 
     void step(std::size_t v, const double* from, double* out) {
         const diploid_gap& gap = p_.gap[v];
-        for (std::size_t k = 0; k < K_; ++k) {
-            t_.shared[k] = gap.one_moves * (p_.ordered ? t_.row[k] : t_.row[k] + t_.diag[k]);
-        }
-        enter(v, from, gap.both_stay, (p_.ordered ? 1.0 : 2.0) * gap.both_move * sum_, out);
-        scale_ = 1.0;
-        sum_ = entered_;
-        if (entered_ >= rescale_below) return;
-        scale_ = entered_;
-        kernels::active().divide(t_.table_size, entered_, out);
-        kernels::active().divide(K_, entered_, t_.row.data());
-        kernels::active().divide(K_, entered_, t_.diag.data());
+        double* shared = t_.shared.data() + v * t_.stride;
+        for (std::size_t k = 0; k < t_.stride; ++k) shared[k] = k < p_.n_states ? gap.one_moves * t_.row[k] : 0.0;
+        t_.constant[v] = ways() * gap.both_move * sum_;
+        sum_ = enter_table(p_, t_, v, from, out);
+        if (sum_ >= rescale_below) return;
+        t_.scale[v] = sum_;
+        kernels::active().divide(t_.table_size, sum_, out);
+        kernels::active().divide(p_.n_states, sum_, t_.row.data());
         sum_ = 1.0;
     }
 
-    // Takes up a kept table: sums as the table stands.
-    void resume(const double* table) {
-        std::fill(t_.row.begin(), t_.row.end(), 0.0);
-        sum_ = 0.0;
-        for (std::size_t a = 0; a < K_; ++a) {
-            const double* values = table + kernels::triangle_row(a);
-            for (std::size_t b = 0; b < a; ++b) {
-                t_.row[a] += values[b];
-                t_.row[b] += values[b];
-                sum_ += values[b];
-            }
-            t_.diag[a] = values[a];
-            t_.row[a] += values[a];
-            sum_ += values[a];
-        }
-    }
-
-    double scale() const { return scale_; }
     double sum() const { return sum_; }
 
   private:
-    void enter(std::size_t v, const double* from, double t0, double c, double* out) {
-        const kernels::table& k = kernels::active();
-        if (p_.ordered) {
-            entered_ = k.ordered_forward(K_, from, t_.shared.data(), t0, c, p_.bits(v), p_.emission[v].data(), out,
-                                         t_.row_next.data());
-        } else {
-            entered_ = k.diploid_forward(K_, from, t_.diag.data(), t_.shared.data(), t0, c, p_.bits(v),
-                                         by_sum(p_.emission[v]).data(), out, t_.row_next.data(), t_.diag_next.data());
-            std::swap(t_.diag, t_.diag_next);
-        }
-        std::swap(t_.row, t_.row_next);
-    }
+    double ways() const { return p_.ordered ? 1.0 : 2.0; }
 
     const pair_problem& p_;
     pair_tables& t_;
-    const std::size_t K_;
-    double entered_ = 0.0;
-    double scale_ = 1.0;
     double sum_ = 0.0;
 };
 
@@ -116,21 +59,17 @@ class pair_walker {
           options_(options),
           requests_(requests),
           r_(results),
+          store_(problem, tables),
           K_(static_cast<int>(p_.n_states)) {}
 
     void run() {
-        static const std::vector<bool> nothing(1, true);
-        block_walk blocks(p_.checkpoint != nullptr ? *p_.checkpoint : nothing);
         for (std::size_t v = p_.n_sites; v-- > 0;) {
-            if (p_.checkpoint != nullptr && blocks.enter(v)) rebuild(blocks.first(), blocks.n_local());
-            const bool kept = p_.checkpoint == nullptr || blocks.is_kept(v);
-            double* f = kept ? t_.tables.data() + t_.kept_row[v] * t_.table_size
-                             : t_.local.data() + blocks.local_index() * t_.table_size;
+            store_.enter(v);
             if (options_.sample) {
-                draw_states(v, f);
+                draw_states(v);
                 if (!options_.alleles_after_states) draw_alleles(v);
             }
-            if (options_.backward) pass_back(v, f, !kept || options_.keep_products);
+            if (options_.backward) pass_back(v);
         }
         if (options_.sample && options_.alleles_after_states) {
             for (std::size_t v = 0; v < p_.n_sites; ++v) draw_alleles(v);
@@ -138,50 +77,47 @@ class pair_walker {
     }
 
   private:
-    void rebuild(std::size_t first, std::size_t n) {
-        forward_sweep forward(p_, t_);
-        const double* from = t_.tables.data() + t_.kept_row[first] * t_.table_size;
-        forward.resume(from);
-        for (std::size_t j = 0; j < n; ++j) {
-            double* out = t_.local.data() + j * t_.table_size;
-            forward.step(first + 1 + j, from, out);
-            t_.scale[first + 1 + j] = forward.scale();
-            from = out;
-        }
-    }
-
-    void draw_states(std::size_t v, const double* f) {
+    void draw_states(std::size_t v) {
         if (v + 1 == p_.n_sites) {
-            const auto [a, b] = first_pair(f);
+            const auto [a, b] = first_pair(store_.table());
             k1_ = a;
             k2_ = b;
             r_.state[v] = {a, b};
         } else {
-            next_pair(v, f);
+            next_pair(v);
             r_.state[v] = p_.ordered ? std::array<int, 2>{k1_, k2_} : ordered_pair(v);
         }
-        if (K_ > 0) right_value_ = f[pair_place(p_, k1_, k2_)];
+        if (K_ > 0) right_value_ = store_.value(k1_, k2_);
     }
 
     int last_of_row(int a) const { return p_.ordered ? K_ - 1 : a; }
 
+    // Sum of a row; what pads it is zero.
+    double sum_of_row(const double* row, int a) const {
+        return kernels::active().sum_of(static_cast<std::size_t>(last_of_row(a)) + 1, row);
+    }
+
     std::array<int, 2> first_pair(const double* f) const {
         const double u = Random::RNG->Next();
         double z = 0.0;
-        for (int a = 0; a < K_; ++a) {
-            for (int b = 0; b <= last_of_row(a); ++b) z += f[pair_place(p_, a, b)];
-        }
+        for (int a = 0; a < K_; ++a) z += sum_of_row(f + pair_place(p_, a, 0), a);
         double sum = 0.0;
         for (int a = 0; a < K_; ++a) {
+            const double* row = f + pair_place(p_, a, 0);
+            const double after_row = sum + sum_of_row(row, a) / z;
+            if (after_row < u) {
+                sum = after_row;
+                continue;
+            }
             for (int b = 0; b <= last_of_row(a); ++b) {
-                sum += f[pair_place(p_, a, b)] / z;
+                sum += row[b] / z;
                 if (u <= sum) return {a, b};
             }
         }
         return {K_ - 1, K_ - 1};
     }
 
-    void next_pair(std::size_t v, const double* f) {
+    void next_pair(std::size_t v) {
         const double u = Random::RNG->Next();
         const diploid_gap& gap = p_.gap[v + 1];
         if (K_ == 0) {
@@ -191,18 +127,20 @@ class pair_walker {
         const double e = p_.pair_emission(v + 1, k1_, k2_);
         const double den = t_.scale[v + 1] * right_value_ / e;
         const double stay = p_.ordered || k1_ == k2_ ? gap.stay_hom : gap.stay_het;
-        double sum = f[pair_place(p_, k1_, k2_)] * stay / den;
+        double sum = store_.value(k1_, k2_) * stay / den;
         if (sum >= u) {
             ++r_.stay_count;
             return;
         }
         ++r_.switch_count;
-        switch_pair(gap, f, u, sum, den);
+        switch_pair(gap, store_.table(), u, sum, den);
     }
 
+    using chance_table = std::array<std::array<double, 2>, 2>;
+
     // Chance of going from the pair in hand to (a, b), by whether b differs from k1 and from k2.
-    std::array<std::array<double, 2>, 2> row_chances(const diploid_gap& gap, int a) const {
-        std::array<std::array<double, 2>, 2> chance{};
+    chance_table row_chances(const diploid_gap& gap, int a) const {
+        chance_table chance{};
         for (const bool b_not_k1 : {false, true}) {
             for (const bool b_not_k2 : {false, true}) {
                 double& c = chance[b_not_k1 ? 1 : 0][b_not_k2 ? 1 : 0];
@@ -216,13 +154,32 @@ class pair_walker {
         return chance;
     }
 
+    // Weight of the pair (a, b) as the next one; the pair in hand has had its turn.
+    double weight(const double* row, const chance_table& chance, int a, int b) const {
+        return a == k1_ && b == k2_ ? 0.0 : row[b] * chance[b != k1_ ? 1 : 0][b != k2_ ? 1 : 0];
+    }
+
+    double weight_of_row(const double* row, const chance_table& chance, int a) const {
+        double sum = sum_of_row(row, a) * chance[1][1];
+        for (const int b : {k1_, k2_}) {
+            if (b <= last_of_row(a)) sum += weight(row, chance, a, b) - row[b] * chance[1][1];
+            if (k1_ == k2_) break;
+        }
+        return sum;
+    }
+
     void switch_pair(const diploid_gap& gap, const double* f, double u, double sum, double den) {
         for (int a = 0; a < K_; ++a) {
-            const auto chance = row_chances(gap, a);
+            const chance_table chance = row_chances(gap, a);
             const double* row = f + pair_place(p_, a, 0);
+            const double after_row = sum + weight_of_row(row, chance, a) / den;
+            if (after_row < u) {
+                sum = after_row;
+                continue;
+            }
             for (int b = 0; b <= last_of_row(a); ++b) {
                 if (a == k1_ && b == k2_) continue;
-                sum += row[b] * chance[b != k1_ ? 1 : 0][b != k2_ ? 1 : 0] / den;
+                sum += weight(row, chance, a, b) / den;
                 if (u <= sum) {
                     k1_ = a;
                     k2_ = b;
@@ -268,13 +225,18 @@ class pair_walker {
         }
     }
 
-    void pass_back(std::size_t v, double* f, bool keep_product) {
+    void pass_back(std::size_t v) {
         if (v + 1 == p_.n_sites) {
             start_backward();
         } else {
             step_backward(v);
         }
-        double* b = t_.backward.data();
+        // Without a checkpoint the walk leaves products in the local store, where the sites left of all checkpoints
+        // will read them.
+        const bool keep_product = options_.keep_products || (p_.checkpoint != nullptr && !store_.is_kept());
+        if (!keep_product && !requests_[v].posterior) return;
+        double* f = store_.table();
+        const double* b = t_.backward.data();
         if (requests_[v].posterior) report_posterior(v, f, b);
         if (keep_product) {
             for (std::size_t i = 0; i < t_.table_size; ++i) f[i] *= b[i];
@@ -283,6 +245,7 @@ class pair_walker {
 
     void start_backward() {
         ensure_size(t_.backward, t_.table_size);
+        ensure_size(t_.backward_shared, t_.stride);
         std::fill_n(t_.backward.begin(), t_.table_size, 0.0);
         for (int a = 0; a < K_; ++a) {
             for (int b = 0; b <= last_of_row(a); ++b) t_.backward[pair_place(p_, a, b)] = 1.0;
@@ -303,11 +266,12 @@ class pair_walker {
             sum = 1.0;
         }
         const diploid_gap& gap = p_.gap[v + 1];
-        for (std::size_t a = 0; a < K; ++a) t_.shared[a] = gap.one_moves * t_.row[a];
+        double* shared = t_.backward_shared.data();
+        for (std::size_t a = 0; a < t_.stride; ++a) shared[a] = a < K ? gap.one_moves * t_.row[a] : 0.0;
         if (p_.ordered) {
-            k.ordered_backward_move(K, t_.shared.data(), gap.both_stay, gap.both_move * sum, b);
+            k.ordered_backward_move(K, shared, gap.both_stay, gap.both_move * sum, b);
         } else {
-            k.diploid_backward_move(K, t_.shared.data(), gap.both_stay, gap.both_move * sum, b);
+            k.diploid_backward_move(K, shared, gap.both_stay, gap.both_move * sum, b);
         }
     }
 
@@ -327,6 +291,7 @@ class pair_walker {
     const pair_walk_options& options_;
     const std::vector<pair_request>& requests_;
     pair_results& r_;
+    pair_store store_;
     const int K_;
     int k1_ = -1, k2_ = -1;  // the pair in table order
     double right_value_ = 0.0;
@@ -345,18 +310,15 @@ double pair_forward(const pair_problem& problem, pair_tables& tables) {
     forward_sweep forward(problem, tables);
     double log10_likelihood = 0.0;
     const double* from = nullptr;
-    std::size_t n_kept = 0;
     for (std::size_t v = 0; v < problem.n_sites; ++v) {
-        const bool keep = problem.checkpoint == nullptr || (*problem.checkpoint)[v];
-        double* out = keep ? tables.tables.data() + n_kept * tables.table_size : tables.work.data();
-        if (keep) tables.kept_row[v] = n_kept++;
+        double* out =
+            keeps_table(problem, v) ? tables.kept.data() + tables.kept_row[v] * tables.table_size : tables.work.data();
         if (v == 0) {
             forward.start(out);
         } else {
             forward.step(v, from, out);
         }
-        tables.scale[v] = forward.scale();
-        if (forward.scale() != 1.0) log10_likelihood += std::log10(forward.scale());
+        if (tables.scale[v] != 1.0) log10_likelihood += std::log10(tables.scale[v]);
         from = out;
     }
     const bool rest = problem.n_sites > 0 && std::abs(forward.sum() - 1.0) > 1e-10;

@@ -25,7 +25,9 @@ struct pair_problem {
     const std::array<double, 4>* emission = nullptr;
     // Chance of the ordered observed alleles 00, 01, 10 given the copied ones, for the allele draws.
     allele_pair_table pr_00{}, pr_01{}, pr_10{};
-    // Under memory saving, unordered pairs only: where tables are kept, and the distance of these sites.
+    // Forward tables are kept at the first visited site and at every so many from there on.
+    std::size_t keep_every = 8;
+    // Under memory saving, unordered pairs only: where they are kept instead, and the distance of these sites.
     const std::vector<bool>* checkpoint = nullptr;
     std::size_t interval = 0;
 
@@ -47,7 +49,7 @@ struct pair_walk_options {
     bool sample = false;
     bool backward = false;
     bool alleles_after_states = false;  // draw all states of the path first, then the alleles from left to right
-    bool keep_products = false;         // leave forward times backward in the tables
+    bool keep_products = false;         // leave forward times backward in the tables, which are all kept
 };
 
 struct pair_results {
@@ -60,15 +62,21 @@ struct pair_results {
 };
 
 struct pair_tables {
-    aligned_buffer tables;              // [kept site][table]
-    aligned_buffer local;               // [site of the block][table]
+    aligned_buffer kept;                // [kept site][table]
     std::vector<std::size_t> kept_row;  // by visited site
-    std::vector<double> scale;          // fwd_scale by visited site
-    aligned_buffer work;                // one table: the running one of a forward sweep that keeps checkpoints only
-    aligned_buffer backward;            // the backward table of the walk (dip_work)
-    aligned_buffer row, row_next, diag, diag_next,
-        shared;  // dip_row, dip_row_next, dip_diag, dip_diag_next; [padded K]
+    aligned_buffer local;               // [site of the block][table]
+    aligned_buffer work;                // the running table of the forward sweep
+    // What leads into each visited site: the share of each state in the pairs of which one moves, and that of every
+    // pair in those of which both move.
+    aligned_buffer shared;         // [visited site][padded K]
+    std::vector<double> constant;  // by visited site
+    std::vector<double> scale;     // fwd_scale by visited site
+    aligned_buffer backward;       // the backward table of the walk (dip_work)
+    aligned_buffer row;            // dip_row, with dip_diag added for unordered pairs; [padded K]
+    aligned_buffer backward_shared;
+    aligned_buffer emission_rows;
     std::size_t table_size = 0;
+    std::size_t stride = 0;  // padded K
 };
 
 // Fills the tables. Returns the log10 likelihood of the observations.

@@ -29,6 +29,8 @@ struct haploid_problem {
     const std::uint64_t* alleles = nullptr;  // [n_sites][words]: bit k is the allele of state k
     std::size_t words = 0;
     std::array<std::array<double, 3>, 2> emission{};  // [copied allele][observed allele]
+    // The vectors of observed sites are kept at every so many of these; the others are computed anew in the walk.
+    std::size_t keep_every = 8;
     // Under memory saving: where forward vectors are kept, and the distance of these sites. Null: everywhere.
     const std::vector<bool>* checkpoint = nullptr;
     std::size_t interval = 0;
@@ -70,12 +72,21 @@ struct haploid_tables {
         double scale = 1.0;  // fwd_scale: by what the values at this site were divided
         std::size_t anchor = 0;
     };
-    std::vector<affine> at;           // by visited site
-    std::vector<double> anchor_sum;   // sum of each anchor
-    aligned_buffer vectors;           // [anchor][padded K]
-    aligned_buffer right, right_new;  // backward vector of the walk
+    std::vector<affine> at;  // by visited site
+    // An anchor's vector is (alpha f + beta) times the emission of its site, divided by the site's scale, f being the
+    // anchor before it.
+    struct anchor {
+        std::size_t site = 0;
+        double alpha = 0.0, beta = 0.0;
+        double sum = 0.0;  // of the vector
+    };
+    std::vector<anchor> anchors;
+    aligned_buffer vectors;           // [anchor / keep_every][padded K]
+    aligned_buffer block;             // [keep_every - 1][padded K]: of the anchors between two kept ones
+    aligned_buffer work;              // [padded K]: the running vector of the forward sweep
+    aligned_buffer right, right_new;  // [padded K]: backward vector of the walk
+    aligned_buffer products;          // [padded K]: of forward and backward vector
     std::size_t stride = 0;
-    const double* vector(std::size_t anchor) const { return vectors.data() + anchor * stride; }
 
     // Under memory saving: vectors at the kept sites, and those of the block in hand.
     std::vector<std::size_t> kept_row;  // by visited site with a checkpoint
@@ -93,7 +104,7 @@ void haploid_walk(const haploid_problem& problem, haploid_tables& tables, const 
 
 // Forward times backward (forward alone without backward) of every state at every visited site, [n_sites][K], each site
 // in its own unit. Needs tables without checkpoints.
-void haploid_state_posteriors(const haploid_problem& problem, const haploid_tables& tables, bool backward,
+void haploid_state_posteriors(const haploid_problem& problem, haploid_tables& tables, bool backward,
                               std::vector<double>& posteriors);
 
 // The allele that a sampled state passes on at a site through the mutation model; takes one draw. State -1 stands for

@@ -231,12 +231,13 @@ class pair_run {
     }
 
     double perform() {
-        const pair_problem problem = make_problem();
-        const double likelihood = pair_forward(problem, w_.pairs);
-        make_requests();
         const parameters& p = run_.params;
         const bool copy_probs = !ordered_ && u_.panel == 2 && p.use_old_code && u_.backward && p.show_all_copy_probs &&
                                 run_.all_copy_out && !run_.chrx_haploid;
+        pair_problem problem = make_problem();
+        if (copy_probs) problem.keep_every = 1;
+        const double likelihood = pair_forward(problem, w_.pairs);
+        make_requests();
         const pair_walk_options options{true, u_.backward, p.use_old_code || ordered_, copy_probs};
         pair_walk(problem, w_.pairs, options, w_.pair_requests, w_.pairs_out);
         run_.dip_stay_count += w_.pairs_out.stay_count;
@@ -354,7 +355,7 @@ class pair_run {
         for (std::size_t v = 0; v < model_.n_sites(); ++v) {
             const auto s = at(model_.site[v]);
             if (s < first || s >= last || run_.sites[s]->type != 2) continue;
-            const double* table = w_.pairs.tables.data() + w_.pairs.kept_row[v] * w_.pairs.table_size;
+            const double* table = w_.pairs.kept.data() + w_.pairs.kept_row[v] * w_.pairs.table_size;
             std::fill(posterior.begin(), posterior.end(), 0.0);
             for (std::size_t a = 0; a < problem.n_states; ++a) {
                 for (std::size_t b = 0; b <= a; ++b) {

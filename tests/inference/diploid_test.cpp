@@ -331,11 +331,12 @@ TYPED_TEST(pair_sweeps, products_are_left_in_the_tables_when_asked) {
     c.plain.walk_by_site(false, true);
     pair_tables tables;
     pair_results results;
-    const pair_problem problem = c.problem();
+    pair_problem problem = c.problem();
+    problem.keep_every = 1;
     pair_forward(problem, tables);
     pair_walk(problem, tables, {false, true, false, true}, c.requests, results);
     for (std::size_t v = 0; v < 7; ++v) {
-        const double* table = tables.tables.data() + tables.kept_row[v] * tables.table_size;
+        const double* table = tables.kept.data() + tables.kept_row[v] * tables.table_size;
         double plain_sum = 0.0, sum = 0.0;
         for (int a = 0; a < 9; ++a) {
             for (int b = 0; b < (TypeParam::ordered ? 9 : a + 1); ++b) {

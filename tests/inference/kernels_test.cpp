@@ -57,7 +57,6 @@ struct kernel_inputs {
         f = vector(source);
         c = vector(source);
         g = vector(source);
-        diag = vector(source);
         bits.assign(bits::words_for(K), 0);
         const double frequency = source.uniform();
         for (std::size_t k = 0; k < K; ++k) bits::set(bits.data(), k, source.chance(frequency));
@@ -76,7 +75,7 @@ struct kernel_inputs {
     std::size_t in_square(std::size_t a, std::size_t b) const { return a * padded(K) + b; }
 
     std::size_t K;
-    aligned_buffer f, c, g, diag, triangle_f, triangle_b, square_f, square_b;
+    aligned_buffer f, c, g, triangle_f, triangle_b, square_f, square_b;
     std::vector<std::uint64_t> bits;
     double alpha = 0.0, beta = 0.0, m0 = 0.0, m1 = 0.0;
     std::array<double, 4> e{};
@@ -185,7 +184,10 @@ TEST(kernel_levels, haploid_backward) {
 TEST(kernel_levels, sum_carriers) {
     for_all_sizes(3, [](kernel_inputs& in) {
         const auto found = same_at_all_levels([&](const kernels::table& t) {
-            const kernels::carrier_sums s = t.sum_carriers(in.K, in.bits.data(), in.f.data(), in.c.data());
+            aligned_buffer products(padded(in.K));
+            t.multiply(in.K, in.f.data(), in.c.data(), products.data());
+            const kernels::carrier_sums s =
+                t.sum_carriers(in.K, in.bits.data(), in.f.data(), in.c.data(), products.data());
             return std::vector<double>{s.product, s.forward, s.backward, static_cast<double>(s.n), s.ones ? 1.0 : 0.0};
         });
         const int rarer = found[4] == 1.0 ? 1 : 0;
@@ -205,50 +207,61 @@ TEST(kernel_levels, sum_carriers) {
     });
 }
 
-TEST(kernel_levels, dot_and_divide) {
+TEST(kernel_levels, multiply_sum_and_divide) {
     for_all_sizes(4, [](kernel_inputs& in) {
         const auto found = same_at_all_levels([&](const kernels::table& t) {
-            std::vector<double> all{t.dot(in.K, in.f.data(), in.c.data())};
+            aligned_buffer products(padded(in.K));
+            std::vector<double> all{t.multiply(in.K, in.f.data(), in.c.data(), products.data()),
+                                    t.sum_of(in.K, in.f.data())};
+            append(all, products, in.K);
             aligned_buffer values = in.f;
             t.divide(in.K, in.m0, values.data());
-            append(all, values, padded(in.K));
+            append(all, values, in.K);
             return all;
         });
-        double sum = 0.0;
+        double sum_of_products = 0.0, sum = 0.0;
         for (std::size_t k = 0; k < in.K; ++k) {
-            sum += in.f[k] * in.c[k];
-            EXPECT_EQ(in.f[k] / in.m0, found[1 + k]);
+            sum_of_products += in.f[k] * in.c[k];
+            sum += in.f[k];
+            EXPECT_EQ(in.f[k] * in.c[k], found[2 + k]);
+            EXPECT_EQ(in.f[k] / in.m0, found[2 + in.K + k]);
         }
-        expect_near(sum, found[0]);
+        expect_near(sum_of_products, found[0]);
+        expect_near(sum, found[1]);
     });
 }
 
 TEST(kernel_levels, diploid_forward) {
     for_all_sizes(5, [](kernel_inputs& in) {
         const std::size_t size = kernels::triangle_size(in.K), p = padded(in.K);
-        const auto found = same_at_all_levels([&](const kernels::table& t) {
-            aligned_buffer out(size), row(p), diag(p);
-            std::vector<double> all{t.diploid_forward(in.K, in.triangle_f.data(), in.diag.data(), in.g.data(), in.alpha,
-                                                      in.beta, in.bits.data(), in.e.data(), out.data(), row.data(),
-                                                      diag.data())};
+        const auto step = [&](const kernels::table& t, const aligned_buffer& from, aligned_buffer& out) {
+            aligned_buffer row(p), emission_rows(2 * p);
+            std::vector<double> all{t.diploid_forward(in.K, from.data(), in.g.data(), in.alpha, in.beta, in.bits.data(),
+                                                      in.e.data(), emission_rows.data(), out.data(), row.data())};
             append(all, out, size);
             append(all, row, in.K);
-            append(all, diag, in.K);
             return all;
+        };
+        const auto found = same_at_all_levels([&](const kernels::table& t) {
+            aligned_buffer out(size);
+            return step(t, in.triangle_f, out);
         });
+        const auto in_place = same_at_all_levels([&](const kernels::table& t) {
+            aligned_buffer table = in.triangle_f;
+            return step(t, table, table);
+        });
+        EXPECT_EQ(found, in_place);
         std::vector<double> row(in.K, 0.0);
         double sum = 0.0;
         for (std::size_t a = 0; a < in.K; ++a) {
             for (std::size_t b = 0; b <= a; ++b) {
-                double w = in.alpha * in.triangle_f[in.in_triangle(a, b)] + in.g[a] + in.g[b] + in.beta;
-                if (a == b) w = (in.alpha * in.diag[a] + w) * 0.5;
+                const double stayed = in.alpha * in.triangle_f[in.in_triangle(a, b)];
+                double w = stayed + in.g[a] + in.g[b] + in.beta;
+                if (a == b) w = (stayed + w) * 0.5;
                 const double v = w * in.e[static_cast<std::size_t>(in.allele(a) + in.allele(b))];
                 expect_near(v, found[1 + in.in_triangle(a, b)]);
                 row[a] += v;
-                if (a != b) row[b] += v;
-                if (a == b) {
-                    expect_near(v, found[1 + size + in.K + a]);
-                }
+                row[b] += v;
                 sum += v;
             }
             for (std::size_t b = a + 1; b < padded(a + 1); ++b) EXPECT_EQ(0.0, found[1 + in.in_triangle(a, b)]);

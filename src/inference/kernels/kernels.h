@@ -47,20 +47,23 @@ struct table {
     // b[k] = alpha c[k] + beta; out[k] = b[k] m. f are the forward values at the site that b belongs to.
     backward_sums (*haploid_backward)(std::size_t K, const double* c, double alpha, double beta, const double* f,
                                       const std::uint64_t* bits, double m0, double m1, double* out);
-    // words 64-bit words of bits; the bits past K are clear.
-    carrier_sums (*sum_carriers)(std::size_t K, const std::uint64_t* bits, const double* f, const double* c);
-    // Sum of f[k] c[k].
-    double (*dot)(std::size_t K, const double* f, const double* c);
+    // products[k] = f[k] c[k]. Returns their sum.
+    double (*multiply)(std::size_t K, const double* f, const double* c, double* products);
+    // The bits past K are clear; products[k] = f[k] c[k].
+    carrier_sums (*sum_carriers)(std::size_t K, const std::uint64_t* bits, const double* f, const double* c,
+                                 const double* products);
     // Divides n values.
     void (*divide)(std::size_t n, double divisor, double* values);
+    // Sum of n values, which are aligned and padded.
+    double (*sum_of)(std::size_t n, const double* values);
 
-    // One forward step of the triangular table of pairs (Marchini and Howie 2010, in the row and diagonal sum form):
+    // One forward step of the triangular table of pairs (Marchini and Howie 2010, in the row sum form):
     // w = t0 f[a][b] + (g[a] + g[b]) + c off the diagonal, (t0 f[a][a] + w) / 2 on it; v = w e[allele sum]. bits are
-    // the alleles of the states at the site. Fills out, row_out[K] (each pair in both its rows, diagonal once),
-    // diag_out[K]. Returns the sum of out.
-    double (*diploid_forward)(std::size_t K, const double* f, const double* diag, const double* g, double t0, double c,
-                              const std::uint64_t* bits, const double* e, double* out, double* row_out,
-                              double* diag_out);
+    // the alleles of the states at the site. Fills out, which may be f, and row_out[K] (each pair in both its rows, the
+    // pair of one state twice). emission_rows is scratch of 2 padded(K) values. Returns the sum of out.
+    double (*diploid_forward)(std::size_t K, const double* f, const double* g, double t0, double c,
+                              const std::uint64_t* bits, const double* e, double* emission_rows, double* out,
+                              double* row_out);
     // First half of a backward step: b *= e[allele sum], with row[K] (off-diagonal pairs in both rows) and the total
     // that counts off-diagonal pairs twice.
     double (*diploid_backward_emit)(std::size_t K, const std::uint64_t* bits, const double* e, double* b, double* row);

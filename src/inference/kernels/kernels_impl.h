@@ -1,6 +1,10 @@
 // The kernels, in a namespace that the including file names by KERNEL_LEVEL. Nothing of the standard library is used
 // here: an inline function compiled for one instruction set must not be shared with the others.
 
+#if defined(__AVX512F__)
+#include <immintrin.h>
+#endif
+
 #include "inference/kernels/kernels.h"
 
 namespace kernels::KERNEL_LEVEL {
@@ -10,67 +14,40 @@ namespace {
 using std::size_t;
 using std::uint64_t;
 
-typedef double lanes __attribute__((vector_size(64), may_alias));
-typedef long long int_lanes __attribute__((vector_size(64), may_alias));
+#include "inference/kernels/lanes.h"
 
-constexpr size_t width = lane_count;
+// (f a + b) e over the blocks of eight states, e by the state's allele.
+struct haploid_step {
+    lanes a, b, e0, e1;
+    const uint64_t* bits;
+    const double* f;
+    double* out;
+    KERNEL_INLINE lanes value(size_t k) const { return (load(f + k) * a + b) * select(mask_at(bits, k), e1, e0); }
+    KERNEL_INLINE lanes operator()(size_t k) const {
+        const lanes v = value(k);
+        store(out + k, v);
+        return v;
+    }
+};
 
-inline lanes load(const double* p) {
-    return *reinterpret_cast<const lanes*>(p);
-}
-inline void store(double* p, lanes v) {
-    *reinterpret_cast<lanes*>(p) = v;
-}
-inline lanes spread(double x) {
-    return lanes{x, x, x, x, x, x, x, x};
-}
-
-inline double total(lanes v) {
-    return ((v[0] + v[4]) + (v[2] + v[6])) + ((v[1] + v[5]) + (v[3] + v[7]));
-}
-
-// The eight bits from state k on, k a multiple of 8.
-inline long long byte_at(const uint64_t* bits, size_t k) {
-    return static_cast<long long>((bits[k / 64] >> (k % 64)) & 0xffU);
-}
-
-// All ones in the lanes whose bit is set.
-inline int_lanes lane_mask(long long byte) {
-    const int_lanes lane_bits{1, 2, 4, 8, 16, 32, 64, 128};
-    const int_lanes spread_byte{byte, byte, byte, byte, byte, byte, byte, byte};
-    return (spread_byte & lane_bits) == lane_bits;
-}
-
-inline lanes select(int_lanes mask, lanes when_set, lanes when_clear) {
-    return reinterpret_cast<lanes>((mask & reinterpret_cast<int_lanes>(when_set)) |
-                                   (~mask & reinterpret_cast<int_lanes>(when_clear)));
-}
-inline lanes keep(int_lanes mask, lanes v) {
-    return reinterpret_cast<lanes>(mask & reinterpret_cast<int_lanes>(v));
-}
-
-// The first n lanes.
-inline int_lanes first_lanes(size_t n) {
-    return lane_mask((1LL << n) - 1);
-}
-
+// Two blocks at a time, each with sums of its own, so that one addition need not wait for the one before.
 double haploid_forward(size_t K, const double* f, double alpha, double beta, const uint64_t* bits, double m0, double m1,
                        double* out) {
-    const lanes a = spread(alpha), b = spread(beta), e0 = spread(m0), e1 = spread(m1);
-    lanes sum = spread(0.0);
+    const haploid_step step{spread(alpha), spread(beta), spread(m0), spread(m1), bits, f, out};
+    lanes even = spread(0.0), odd = spread(0.0);
     const size_t whole = K / width * width;
-    for (size_t k = 0; k < whole; k += width) {
-        const lanes v = (load(f + k) * a + b) * select(lane_mask(byte_at(bits, k)), e1, e0);
-        store(out + k, v);
-        sum += v;
+    size_t k = 0;
+    for (; k + width < whole; k += 2 * width) {
+        even = even + step(k);
+        odd = odd + step(k + width);
     }
+    if (k < whole) even = even + step(k);
     if (whole < K) {
-        const lanes v =
-            keep(first_lanes(K - whole), (load(f + whole) * a + b) * select(lane_mask(byte_at(bits, whole)), e1, e0));
+        const lanes v = keep(first_lanes(K - whole), step.value(whole));
         store(out + whole, v);
-        sum += v;
+        odd = odd + v;
     }
-    return total(sum);
+    return total(even + odd);
 }
 
 backward_sums haploid_backward(size_t K, const double* c, double alpha, double beta, const double* f,
@@ -78,50 +55,109 @@ backward_sums haploid_backward(size_t K, const double* c, double alpha, double b
     const lanes a = spread(alpha), b = spread(beta), e0 = spread(m0), e1 = spread(m1);
     lanes sum = spread(0.0), with_zero = spread(0.0), with_one = spread(0.0);
     for (size_t k = 0; k < K; k += width) {
-        const lanes old = load(c + k);
-        const lanes forward = load(f + k);
-        const int_lanes carriers = lane_mask(byte_at(bits, k));
-        lanes value = old * a + b;
+        const mask carriers = mask_at(bits, k);
+        lanes value = load(c + k) * a + b;
         if (k + width > K) value = keep(first_lanes(K - k), value);
-        const lanes posterior = forward * value;
-        with_zero += keep(~carriers, posterior);
-        with_one += keep(carriers, posterior);
-        value *= select(carriers, e1, e0);
+        const lanes posterior = load(f + k) * value;
+        with_zero = add_kept(with_zero, inverse(carriers), posterior);
+        with_one = add_kept(with_one, carriers, posterior);
+        value = value * select(carriers, e1, e0);
         store(out + k, value);
-        sum += value;
+        sum = sum + value;
     }
     return {total(sum), {total(with_zero), total(with_one)}};
 }
 
-// Two lanes, taken in turn, so that one addition need not wait for the one before.
-carrier_sums sum_carriers(size_t K, const uint64_t* bits, const double* f, const double* c) {
+double multiply(size_t K, const double* f, const double* c, double* products) {
+    lanes even = spread(0.0), odd = spread(0.0);
+    for (size_t k = 0; k < K; k += 2 * width) {
+        const lanes v = load(f + k) * load(c + k);
+        store(products + k, v);
+        even = even + v;
+        if (k + width >= K) break;
+        const lanes w = load(f + k + width) * load(c + k + width);
+        store(products + k + width, w);
+        odd = odd + w;
+    }
+    return total(even + odd);
+}
+
+// Sums over the states of the set bits, one bit after the other: two sums in turn.
+KERNEL_INLINE void sum_few(size_t words, const uint64_t* bits, uint64_t flip, uint64_t last, const double* f,
+                           const double* c, const double* products, carrier_sums& sums) {
+    carrier_sums even{}, odd{};
+    const auto add = [&](size_t k, carrier_sums& to) {
+        to.product += products[k];
+        to.forward += f[k];
+        to.backward += c[k];
+    };
+    for (size_t w = 0; w < words; ++w) {
+        uint64_t left = bits[w] ^ flip;
+        if (w + 1 == words) left &= last;
+        while (left != 0) {
+            add(w * 64 + static_cast<size_t>(__builtin_ctzll(left)), even);
+            left &= left - 1;
+            if (left == 0) break;
+            add(w * 64 + static_cast<size_t>(__builtin_ctzll(left)), odd);
+            left &= left - 1;
+        }
+    }
+    sums.product = even.product + odd.product;
+    sums.forward = even.forward + odd.forward;
+    sums.backward = even.backward + odd.backward;
+}
+
+// The same over all states, eight at a time. States past K have values of zero.
+KERNEL_INLINE void sum_many(size_t K, const uint64_t* bits, unsigned flip, const double* f, const double* c,
+                            const double* products, carrier_sums& sums) {
+    lanes product[2] = {spread(0.0), spread(0.0)}, forward[2] = {spread(0.0), spread(0.0)},
+          backward[2] = {spread(0.0), spread(0.0)};
+    for (size_t k = 0; k < K; k += 2 * width) {
+        const mask first = lane_mask(byte_at(bits, k) ^ flip);
+        product[0] = add_kept(product[0], first, load(products + k));
+        forward[0] = add_kept(forward[0], first, load(f + k));
+        backward[0] = add_kept(backward[0], first, load(c + k));
+        if (k + width >= K) break;
+        const mask second = lane_mask(byte_at(bits, k + width) ^ flip);
+        product[1] = add_kept(product[1], second, load(products + k + width));
+        forward[1] = add_kept(forward[1], second, load(f + k + width));
+        backward[1] = add_kept(backward[1], second, load(c + k + width));
+    }
+    sums.product = total(product[0] + product[1]);
+    sums.forward = total(forward[0] + forward[1]);
+    sums.backward = total(backward[0] + backward[1]);
+}
+
+// Where one state in so many carries the rarer allele, all states are read.
+constexpr size_t many_carriers = 12;
+
+carrier_sums sum_carriers(size_t K, const uint64_t* bits, const double* f, const double* c, const double* products) {
     const size_t words = (K + 63) / 64;
     size_t n_ones = 0;
     for (size_t w = 0; w < words; ++w) n_ones += static_cast<size_t>(__builtin_popcountll(bits[w]));
     const bool ones = 2 * n_ones <= K;
-    double product[2] = {0.0, 0.0}, forward[2] = {0.0, 0.0}, backward[2] = {0.0, 0.0};
-    for (size_t w = 0; w < words; ++w) {
-        uint64_t left = ones ? bits[w] : ~bits[w];
-        if (w + 1 == words && K % 64 != 0) left &= (uint64_t{1} << (K % 64)) - 1;
-        for (size_t lane = 0; left != 0; left &= left - 1, lane ^= 1) {
-            const size_t k = w * 64 + static_cast<size_t>(__builtin_ctzll(left));
-            product[lane] += f[k] * c[k];
-            forward[lane] += f[k];
-            backward[lane] += c[k];
-        }
+    carrier_sums sums{0.0, 0.0, 0.0, ones ? n_ones : K - n_ones, ones};
+    if (sums.n * many_carriers > K) {
+        sum_many(K, bits, ones ? 0 : 0xffU, f, c, products, sums);
+    } else if (sums.n > 0) {
+        const uint64_t last = K % 64 == 0 ? ~uint64_t{0} : (uint64_t{1} << (K % 64)) - 1;
+        sum_few(words, bits, ones ? 0 : ~uint64_t{0}, last, f, c, products, sums);
     }
-    return {product[0] + product[1], forward[0] + forward[1], backward[0] + backward[1], ones ? n_ones : K - n_ones,
-            ones};
-}
-
-double dot(size_t K, const double* f, const double* c) {
-    lanes sum = spread(0.0);
-    for (size_t k = 0; k < K; k += width) sum += load(f + k) * load(c + k);
-    return total(sum);
+    return sums;
 }
 
 void divide(size_t n, double divisor, double* values) {
     for (size_t i = 0; i < n; ++i) values[i] /= divisor;
+}
+
+double sum_of(size_t n, const double* values) {
+    lanes sum = spread(0.0);
+    for (size_t k = 0; k < n; k += width) sum = sum + load(values + k);
+    return total(sum);
+}
+
+KERNEL_INLINE size_t bit_of(const uint64_t* bits, size_t k) {
+    return static_cast<size_t>((bits[k / 64] >> (k % 64)) & 1U);
 }
 
 // Emissions of row a, by the allele of the other state: set bit, clear bit.
@@ -129,48 +165,101 @@ struct row_emission {
     lanes with_one;
     lanes with_zero;
 };
-inline row_emission emission_of_row(const double* e, const uint64_t* bits, size_t a) {
-    const size_t own = static_cast<size_t>((bits[a / 64] >> (a % 64)) & 1U);
+KERNEL_INLINE row_emission emission_of_row(const double* e, const uint64_t* bits, size_t a) {
+    const size_t own = bit_of(bits, a);
     return {spread(e[own + 1]), spread(e[own])};
 }
 
-double diploid_forward(size_t K, const double* f, const double* diag, const double* g, double t0, double c,
-                       const uint64_t* bits, const double* e, double* out, double* row_out, double* diag_out) {
-    const lanes stay = spread(t0);
-    for (size_t k = 0; k < padded(K); k += width) store(row_out + k, spread(0.0));
-    double sum = 0.0;
-    for (size_t a = 0; a < K; ++a) {
-        const double* f_row = f + triangle_row(a);
-        double* out_row = out + triangle_row(a);
-        const lanes constant = spread(g[a] + c);
-        const row_emission emit = emission_of_row(e, bits, a);
-        lanes row_sum = spread(0.0);
-        const size_t last = a / width * width;
-        for (size_t b = 0; b < last; b += width) {
-            const lanes w = stay * load(f_row + b) + (constant + load(g + b));
-            const lanes v = w * select(lane_mask(byte_at(bits, b)), emit.with_one, emit.with_zero);
-            store(out_row + b, v);
-            store(row_out + b, load(row_out + b) + v);
-            row_sum += v;
+// The forward step of the triangle. Several rows of one length are taken together: they share what belongs to a column.
+struct triangle_step {
+    const double* f;
+    const double* g;
+    double c;
+    lanes stay;
+    const uint64_t* bits;
+    const double* by_allele[2];  // emissions of a row by the row's own allele, [padded K]
+    double* out;
+    double* row_out;
+
+    // Rows last + at and on, last a multiple of 8. Returns the sum of their entries, as two parts.
+    template <size_t n_rows>
+    KERNEL_INLINE pair rows(size_t last, size_t at) const {
+        const size_t length = last + width, start = triangle_row(last) + at * length;
+        const double* from = f + start;
+        double* to = out + start;
+        const double* emit[n_rows];
+        lanes constant[n_rows], sum[n_rows], v[n_rows];
+        const unsigned own = byte_at(bits, last) >> at;
+#pragma GCC unroll 4
+        for (size_t i = 0; i < n_rows; ++i) {
+            emit[i] = by_allele[(own >> i) & 1U];
+            constant[i] = spread(g[last + at + i] + c);
+            sum[i] = spread(0.0);
         }
-        // The block of the diagonal: the pairs left of it, then the pair of one state.
-        const lanes w = stay * load(f_row + last) + (constant + load(g + last));
-        const lanes v =
-            keep(first_lanes(a - last), w * select(lane_mask(byte_at(bits, last)), emit.with_one, emit.with_zero));
-        store(row_out + last, load(row_out + last) + v);
-        row_sum += v;
-        const double both = w[a - last];
-        const double on_diagonal =
-            (t0 * diag[a] + both) * 0.5 * e[2 * static_cast<size_t>((bits[a / 64] >> (a % 64)) & 1U)];
-        lanes stored = v;
-        stored[a - last] = on_diagonal;
-        store(out_row + last, stored);
-        diag_out[a] = on_diagonal;
-        const double in_row = total(row_sum) + on_diagonal;
-        row_out[a] += in_row;
-        sum += in_row;
+        for (size_t b = 0; b < last; b += width) {
+            const lanes shared = load(g + b);
+#pragma GCC unroll 4
+            for (size_t i = 0; i < n_rows; ++i) {
+                v[i] = (stay * load(from + i * length + b) + (constant[i] + shared)) * load(emit[i] + b);
+                store(to + i * length + b, v[i]);
+                sum[i] = sum[i] + v[i];
+            }
+            add_to_column(b, v);
+        }
+        // The block of the diagonal: the pairs left of it and the pair of one state, which two pairs make in one way.
+        const lanes shared = load(g + last), half = spread(0.5);
+#pragma GCC unroll 4
+        for (size_t i = 0; i < n_rows; ++i) {
+            const lanes moved = stay * load(from + i * length + last);
+            const lanes w = moved + (constant[i] + shared);
+            const lanes entry = select(lane_mask(1U << (at + i)), (moved + w) * half, w);
+            v[i] = keep(first_lanes(at + i + 1), entry * load(emit[i] + last));
+            store(to + i * length + last, v[i]);
+            sum[i] = sum[i] + v[i];
+        }
+        add_to_column(last, v);
+        return add_to_rows(last + at, sum);
     }
-    return sum;
+
+  private:
+    KERNEL_INLINE void add_to_column(size_t b, const lanes (&v)[4]) const {
+        store(row_out + b, load(row_out + b) + ((v[0] + v[1]) + (v[2] + v[3])));
+    }
+    KERNEL_INLINE void add_to_column(size_t b, const lanes (&v)[1]) const {
+        store(row_out + b, load(row_out + b) + v[0]);
+    }
+    KERNEL_INLINE pair add_to_rows(size_t first, const lanes (&sum)[4]) const {
+        const pair low = totals(sum[0], sum[1]), high = totals(sum[2], sum[3]);
+        stored_pair* place = reinterpret_cast<stored_pair*>(row_out + first);
+        place[0] += low;
+        place[1] += high;
+        return low + high;
+    }
+    KERNEL_INLINE pair add_to_rows(size_t first, const lanes (&sum)[1]) const {
+        const double in_row = total(sum[0]);
+        row_out[first] += in_row;
+        return pair{in_row, 0.0};
+    }
+};
+
+double diploid_forward(size_t K, const double* f, const double* g, double t0, double c, const uint64_t* bits,
+                       const double* e, double* emission_rows, double* out, double* row_out) {
+    const size_t stride = padded(K);
+    for (size_t k = 0; k < stride; k += width) {
+        const mask carriers = mask_at(bits, k);
+        store(emission_rows + k, select(carriers, spread(e[1]), spread(e[0])));
+        store(emission_rows + stride + k, select(carriers, spread(e[2]), spread(e[1])));
+        store(row_out + k, spread(0.0));
+    }
+    const triangle_step step{f, g, c, spread(t0), bits, {emission_rows, emission_rows + stride}, out, row_out};
+    pair sum{};
+    size_t last = 0;
+    for (; last + width <= K; last += width) {
+        sum += step.rows<4>(last, 0);
+        sum += step.rows<4>(last, 4);
+    }
+    for (size_t a = last; a < K; ++a) sum += step.rows<1>(last, a - last);
+    return sum[0] + sum[1];
 }
 
 double diploid_backward_emit(size_t K, const uint64_t* bits, const double* e, double* b, double* row) {
@@ -182,11 +271,11 @@ double diploid_backward_emit(size_t K, const uint64_t* bits, const double* e, do
         lanes row_sum = spread(0.0);
         const size_t last = a / width * width;
         for (size_t k = 0; k <= last; k += width) {
-            lanes v = load(values + k) * select(lane_mask(byte_at(bits, k)), emit.with_one, emit.with_zero);
+            lanes v = load(values + k) * select(mask_at(bits, k), emit.with_one, emit.with_zero);
             store(values + k, v);
             if (k == last) v = keep(first_lanes(a - last), v);
             store(row + k, load(row + k) + v);
-            row_sum += v;
+            row_sum = row_sum + v;
         }
         const double off_diagonal = total(row_sum);
         row[a] += off_diagonal + values[a];
@@ -212,14 +301,14 @@ void diploid_class_sums(size_t K, const double* f, const double* b, const uint64
     lanes with_zero[2] = {spread(0.0), spread(0.0)};
     lanes with_one[2] = {spread(0.0), spread(0.0)};
     for (size_t a = 0; a < K; ++a) {
-        const size_t own = static_cast<size_t>((bits[a / 64] >> (a % 64)) & 1U);
+        const size_t own = bit_of(bits, a);
         const double* f_row = f + triangle_row(a);
         const double* b_row = b + triangle_row(a);
         for (size_t k = 0; k <= a; k += width) {
             const lanes v = load(f_row + k) * load(b_row + k);
-            const int_lanes ones = lane_mask(byte_at(bits, k));
-            with_zero[own] += keep(~ones, v);
-            with_one[own] += keep(ones, v);
+            const mask ones = mask_at(bits, k);
+            with_zero[own] = add_kept(with_zero[own], inverse(ones), v);
+            with_one[own] = add_kept(with_one[own], ones, v);
         }
     }
     sums[0] = total(with_zero[0]);
@@ -228,8 +317,8 @@ void diploid_class_sums(size_t K, const double* f, const double* b, const uint64
 }
 
 // Emissions of row a of the square, by the allele of the second state.
-inline row_emission ordered_emission_of_row(const double* e4, const uint64_t* bits, size_t a) {
-    const size_t own = static_cast<size_t>((bits[a / 64] >> (a % 64)) & 1U);
+KERNEL_INLINE row_emission ordered_emission_of_row(const double* e4, const uint64_t* bits, size_t a) {
+    const size_t own = bit_of(bits, a);
     return {spread(e4[own * 2 + 1]), spread(e4[own * 2])};
 }
 
@@ -245,11 +334,11 @@ double ordered_forward(size_t K, const double* f, const double* g, double t0, do
         lanes row_sum = spread(0.0);
         for (size_t b = 0; b < stride; b += width) {
             lanes v = ((constant + load(g + b)) + stay * load(f + a * stride + b)) *
-                      select(lane_mask(byte_at(bits, b)), emit.with_one, emit.with_zero);
+                      select(mask_at(bits, b), emit.with_one, emit.with_zero);
             if (b + width > K) v = keep(first_lanes(K - b), v);
             store(out + a * stride + b, v);
             store(row_out + b, load(row_out + b) + v);
-            row_sum += v;
+            row_sum = row_sum + v;
         }
         const double in_row = total(row_sum);
         row_out[a] += in_row;
@@ -267,10 +356,10 @@ double ordered_backward_emit(size_t K, const uint64_t* bits, const double* e4, d
         lanes row_sum = spread(0.0);
         for (size_t k = 0; k < stride; k += width) {
             double* place = b + a * stride + k;
-            const lanes v = load(place) * select(lane_mask(byte_at(bits, k)), emit.with_one, emit.with_zero);
+            const lanes v = load(place) * select(mask_at(bits, k), emit.with_one, emit.with_zero);
             store(place, v);
             store(row + k, load(row + k) + v);
-            row_sum += v;
+            row_sum = row_sum + v;
         }
         const double in_row = total(row_sum);
         row[a] += in_row;
@@ -298,12 +387,12 @@ void ordered_class_sums(size_t K, const double* f, const double* b, const uint64
     lanes with_one[2] = {spread(0.0), spread(0.0)};
     const size_t stride = padded(K);
     for (size_t a = 0; a < K; ++a) {
-        const size_t own = static_cast<size_t>((bits[a / 64] >> (a % 64)) & 1U);
+        const size_t own = bit_of(bits, a);
         for (size_t k = 0; k < stride; k += width) {
             const lanes v = load(f + a * stride + k) * load(b + a * stride + k);
-            const int_lanes ones = lane_mask(byte_at(bits, k));
-            with_zero[own] += keep(~ones, v);
-            with_one[own] += keep(ones, v);
+            const mask ones = mask_at(bits, k);
+            with_zero[own] = add_kept(with_zero[own], inverse(ones), v);
+            with_one[own] = add_kept(with_one[own], ones, v);
         }
     }
     for (size_t own = 0; own < 2; ++own) {
@@ -321,18 +410,63 @@ void distances(size_t n_words, const uint64_t* x, size_t n_rows, const uint64_t*
     }
 }
 
-// Swaps ever smaller off-diagonal quarters (Warren 2012, 7-3, for 64 bits, least significant bit first).
-void transpose(uint64_t* block) {
-    uint64_t mask = 0x00000000ffffffffULL;
-    for (size_t span = 32; span != 0; span >>= 1, mask ^= mask << span) {
-        for (size_t base = 0; base < 64; base += 2 * span) {
-            for (size_t i = base; i < base + span; ++i) {
-                const uint64_t swapped = ((block[i] >> span) ^ block[i + span]) & mask;
-                block[i] ^= swapped << span;
-                block[i + span] ^= swapped;
-            }
+// Transposition in three steps between words that are 32, 16 and 8 apart and three between those 4, 2 and 1 apart, each
+// of which swaps the off-diagonal quarters of ever smaller squares (Warren 2012, 7-3, for 64 bits, least significant
+// bit first).
+constexpr size_t part_words = KERNEL_PART;
+typedef unsigned long long word_part __attribute__((vector_size(8 * KERNEL_PART), may_alias));
+
+// The words of a part, each in the place of the one span further.
+template <size_t span>
+KERNEL_INLINE word_part partners(const word_part& x) {
+#if KERNEL_PART == 8
+    return __builtin_shufflevector(x, x, 0 ^ span, 1 ^ span, 2 ^ span, 3 ^ span, 4 ^ span, 5 ^ span, 6 ^ span,
+                                   7 ^ span);
+#elif KERNEL_PART == 4
+    return __builtin_shufflevector(x, x, 0 ^ span, 1 ^ span, 2 ^ span, 3 ^ span);
+#else
+    return __builtin_shufflevector(x, x, 0 ^ span, 1 ^ span);
+#endif
+}
+
+template <size_t span>
+KERNEL_INLINE word_part swap_inside(const word_part& x, uint64_t low) {
+    word_part is_left{};
+    for (size_t i = 0; i < part_words; ++i) is_left[i] = (i & span) == 0 ? ~0ULL : 0ULL;
+    const word_part other = partners<span>(x);
+    const word_part from_right = (x & low) | ((other << span) & ~low);
+    const word_part from_left = (x & ~low) | ((other >> span) & low);
+    return (from_right & is_left) | (from_left & ~is_left);
+}
+
+template <size_t span>
+KERNEL_INLINE void transpose_step(word_part* words, uint64_t low) {
+    constexpr size_t n = 64 / part_words;
+    if constexpr (span < part_words) {
+#pragma GCC unroll 32
+        for (size_t p = 0; p < n; ++p) words[p] = swap_inside<span>(words[p], low);
+    } else {
+        constexpr size_t apart = span / part_words;
+#pragma GCC unroll 32
+        for (size_t p = 0; p < n; ++p) {
+            if ((p & apart) != 0) continue;
+            const word_part swapped = ((words[p] >> span) ^ words[p + apart]) & low;
+            words[p] ^= swapped << span;
+            words[p + apart] ^= swapped;
         }
     }
+}
+
+void transpose(uint64_t* block) {
+    word_part words[64 / part_words];
+    for (size_t p = 0; p < 64 / part_words; ++p) words[p] = reinterpret_cast<const word_part*>(block)[p];
+    transpose_step<32>(words, 0x00000000ffffffffULL);
+    transpose_step<16>(words, 0x0000ffff0000ffffULL);
+    transpose_step<8>(words, 0x00ff00ff00ff00ffULL);
+    transpose_step<4>(words, 0x0f0f0f0f0f0f0f0fULL);
+    transpose_step<2>(words, 0x3333333333333333ULL);
+    transpose_step<1>(words, 0x5555555555555555ULL);
+    for (size_t p = 0; p < 64 / part_words; ++p) reinterpret_cast<word_part*>(block)[p] = words[p];
 }
 
 }  // namespace
@@ -340,9 +474,10 @@ void transpose(uint64_t* block) {
 extern const table kernel_table;
 const table kernel_table{haploid_forward,
                          haploid_backward,
+                         multiply,
                          sum_carriers,
-                         dot,
                          divide,
+                         sum_of,
                          diploid_forward,
                          diploid_backward_emit,
                          diploid_backward_move,

@@ -12,7 +12,9 @@ namespace {
 
 using affine = haploid_tables::affine;
 
-double* kept_vector(haploid_tables& tables, std::size_t keep_every, std::size_t anchor) {
+constexpr std::size_t keep_every = haploid_tables::keep_every;
+
+double* kept_vector(haploid_tables& tables, std::size_t anchor) {
     return tables.vectors.data() + anchor / keep_every * tables.stride;
 }
 
@@ -33,8 +35,8 @@ class anchored_forward {
         t_.stride = kernels::padded(K_);
         std::size_t n_observed = 0;
         for (std::size_t v = 0; v < p_.n_sites; ++v) n_observed += p_.observed[v] != unobserved ? 1U : 0U;
-        ensure_size(t_.vectors, (n_observed / p_.keep_every + 1) * t_.stride);
-        ensure_size(t_.block, (p_.keep_every - 1) * t_.stride);
+        ensure_size(t_.vectors, (n_observed / keep_every + 1) * t_.stride);
+        ensure_size(t_.block, (keep_every - 1) * t_.stride);
         for (aligned_buffer* vector : {&t_.work, &t_.right, &t_.right_new, &t_.products})
             ensure_size(*vector, t_.stride);
         // Anchor 0: ones, padded with zeros.
@@ -75,7 +77,7 @@ class anchored_forward {
     affine observe(std::size_t v, const affine& here) {
         const std::size_t i = t_.anchors.size();
         t_.anchors.push_back({v, here.alpha, here.beta, 0.0});
-        double* out = i % p_.keep_every == 0 ? kept_vector(t_, p_.keep_every, i) : t_.work.data();
+        double* out = i % keep_every == 0 ? kept_vector(t_, i) : t_.work.data();
         const double sum = enter_anchor(p_, t_, i, vector_, out);
         t_.anchors.back().sum = sum;
         vector_ = out;
@@ -107,15 +109,23 @@ class anchor_store {
     anchor_store(const haploid_problem& problem, haploid_tables& tables) : p_(problem), t_(tables) {}
 
     const double* vector(std::size_t anchor) {
-        const std::size_t past = anchor % p_.keep_every;
-        if (past == 0) return kept_vector(t_, p_.keep_every, anchor);
+        if (anchor != anchor_) {
+            anchor_ = anchor;
+            vector_ = find(anchor);
+        }
+        return vector_;
+    }
+
+  private:
+    const double* find(std::size_t anchor) {
+        const std::size_t past = anchor % keep_every;
+        if (past == 0) return kept_vector(t_, anchor);
         if (anchor - past != first_ || past > n_built_) rebuild(anchor - past, past);
         return t_.block.data() + (past - 1) * t_.stride;
     }
 
-  private:
     void rebuild(std::size_t first, std::size_t n) {
-        const double* from = kept_vector(t_, p_.keep_every, first);
+        const double* from = kept_vector(t_, first);
         for (std::size_t i = 0; i < n; ++i) {
             double* out = t_.block.data() + i * t_.stride;
             enter_anchor(p_, t_, first + 1 + i, from, out);
@@ -131,6 +141,8 @@ class anchor_store {
     haploid_tables& t_;
     std::size_t first_ = 0;  // the kept anchor left of the block in hand
     std::size_t n_built_ = 0;
+    std::size_t anchor_ = static_cast<std::size_t>(-1);  // asked for last
+    const double* vector_ = nullptr;
 };
 
 // The walk from right to left over tables that anchors describe.

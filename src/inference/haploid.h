@@ -29,8 +29,6 @@ struct haploid_problem {
     const std::uint64_t* alleles = nullptr;  // [n_sites][words]: bit k is the allele of state k
     std::size_t words = 0;
     std::array<std::array<double, 3>, 2> emission{};  // [copied allele][observed allele]
-    // The vectors of observed sites are kept at every so many of these; the others are computed anew in the walk.
-    std::size_t keep_every = 8;
     // Under memory saving: where forward vectors are kept, and the distance of these sites. Null: everywhere.
     const std::vector<bool>* checkpoint = nullptr;
     std::size_t interval = 0;
@@ -64,6 +62,8 @@ struct haploid_results {
 
 // The forward values of a sweep, kept for the walk that follows it.
 struct haploid_tables {
+    // Vectors are kept at every so many observed sites; the others are computed anew in the walk.
+    static constexpr std::size_t keep_every = 8;
     // The forward vector at a visited site is alpha f + beta, f being its anchor: the vector of the last observed site
     // at or left of it. Anchor 0 is a vector of ones, which stands left of the first observed site.
     struct affine {

@@ -83,17 +83,13 @@ double multiply(size_t K, const double* f, const double* c, double* products) {
 }
 
 // Sums over the states of the set bits, one bit after the other: two sums in turn.
-KERNEL_INLINE void sum_few(size_t words, const uint64_t* bits, uint64_t flip, uint64_t last, const double* f,
-                           const double* c, const double* products, carrier_sums& sums) {
+struct few_states_sums {
+    const double* f;
+    const double* c;
+    const double* products;
     carrier_sums even{}, odd{};
-    const auto add = [&](size_t k, carrier_sums& to) {
-        to.product += products[k];
-        to.forward += f[k];
-        to.backward += c[k];
-    };
-    for (size_t w = 0; w < words; ++w) {
-        uint64_t left = bits[w] ^ flip;
-        if (w + 1 == words) left &= last;
+
+    KERNEL_INLINE void add_word(size_t w, uint64_t left) {
         while (left != 0) {
             add(w * 64 + static_cast<size_t>(__builtin_ctzll(left)), even);
             left &= left - 1;
@@ -102,47 +98,79 @@ KERNEL_INLINE void sum_few(size_t words, const uint64_t* bits, uint64_t flip, ui
             left &= left - 1;
         }
     }
-    sums.product = even.product + odd.product;
-    sums.forward = even.forward + odd.forward;
-    sums.backward = even.backward + odd.backward;
-}
 
-// The same over all states, eight at a time. States past K have values of zero.
-KERNEL_INLINE void sum_many(size_t K, const uint64_t* bits, unsigned flip, const double* f, const double* c,
-                            const double* products, carrier_sums& sums) {
-    lanes product[2] = {spread(0.0), spread(0.0)}, forward[2] = {spread(0.0), spread(0.0)},
-          backward[2] = {spread(0.0), spread(0.0)};
-    for (size_t k = 0; k < K; k += 2 * width) {
-        const mask first = lane_mask(byte_at(bits, k) ^ flip);
-        product[0] = add_kept(product[0], first, load(products + k));
-        forward[0] = add_kept(forward[0], first, load(f + k));
-        backward[0] = add_kept(backward[0], first, load(c + k));
-        if (k + width >= K) break;
-        const mask second = lane_mask(byte_at(bits, k + width) ^ flip);
-        product[1] = add_kept(product[1], second, load(products + k + width));
-        forward[1] = add_kept(forward[1], second, load(f + k + width));
-        backward[1] = add_kept(backward[1], second, load(c + k + width));
+  private:
+    KERNEL_INLINE void add(size_t k, carrier_sums& to) const {
+        to.product += products[k];
+        to.forward += f[k];
+        to.backward += c[k];
     }
-    sums.product = total(product[0] + product[1]);
-    sums.forward = total(forward[0] + forward[1]);
-    sums.backward = total(backward[0] + backward[1]);
+};
+
+// The same over all states, eight at a time and by two sums in turn. States past K have values of zero.
+struct all_states_sums {
+    const double* f;
+    const double* c;
+    const double* products;
+    lanes product[2], forward[2], backward[2];
+
+    KERNEL_INLINE void add(size_t k, size_t turn, unsigned byte) {
+        const mask carriers = lane_mask(byte);
+        product[turn] = add_kept(product[turn], carriers, load(products + k));
+        forward[turn] = add_kept(forward[turn], carriers, load(f + k));
+        backward[turn] = add_kept(backward[turn], carriers, load(c + k));
+    }
+};
+
+KERNEL_INLINE void sum_many(size_t K, const uint64_t* bits, uint64_t flip, const double* f, const double* c,
+                            const double* products, carrier_sums& sums) {
+    const lanes zero = spread(0.0);
+    all_states_sums all{f, c, products, {zero, zero}, {zero, zero}, {zero, zero}};
+    size_t k = 0;
+    for (; k + 64 <= K; k += 64) {
+        const uint64_t word = bits[k / 64] ^ flip;
+#pragma GCC unroll 8
+        for (size_t i = 0; i < 8; ++i) all.add(k + i * width, i % 2, static_cast<unsigned>(word >> (8 * i)) & 0xffU);
+    }
+    for (size_t i = 0; k < K; k += width, ++i) {
+        all.add(k, 0, static_cast<unsigned>((bits[k / 64] ^ flip) >> (8 * i)) & 0xffU);
+    }
+    sums.product = total(all.product[0] + all.product[1]);
+    sums.forward = total(all.forward[0] + all.forward[1]);
+    sums.backward = total(all.backward[0] + all.backward[1]);
 }
 
 // Where one state in so many carries the rarer allele, all states are read.
-constexpr size_t many_carriers = 12;
+constexpr size_t many_carriers = 6;
 
 carrier_sums sum_carriers(size_t K, const uint64_t* bits, const double* f, const double* c, const double* products) {
     const size_t words = (K + 63) / 64;
-    size_t n_ones = 0;
-    for (size_t w = 0; w < words; ++w) n_ones += static_cast<size_t>(__builtin_popcountll(bits[w]));
+    // Most sites have few carriers of allele 1: the words that hold them are noted.
+    unsigned char noted[64];
+    size_t n_noted = 0, n_ones = 0;
+    for (size_t w = 0; w < words; ++w) {
+        noted[n_noted % 64] = static_cast<unsigned char>(w);
+        n_noted += bits[w] != 0 ? 1 : 0;
+        n_ones += static_cast<size_t>(__builtin_popcountll(bits[w]));
+    }
     const bool ones = 2 * n_ones <= K;
     carrier_sums sums{0.0, 0.0, 0.0, ones ? n_ones : K - n_ones, ones};
+    if (sums.n == 0) return sums;
     if (sums.n * many_carriers > K) {
-        sum_many(K, bits, ones ? 0 : 0xffU, f, c, products, sums);
-    } else if (sums.n > 0) {
-        const uint64_t last = K % 64 == 0 ? ~uint64_t{0} : (uint64_t{1} << (K % 64)) - 1;
-        sum_few(words, bits, ones ? 0 : ~uint64_t{0}, last, f, c, products, sums);
+        sum_many(K, bits, ones ? 0 : ~uint64_t{0}, f, c, products, sums);
+        return sums;
     }
+    few_states_sums few{f, c, products};
+    if (ones && words <= 64) {
+        for (size_t i = 0; i < n_noted; ++i) few.add_word(noted[i], bits[noted[i]]);
+    } else {
+        const uint64_t flip = ones ? 0 : ~uint64_t{0};
+        const uint64_t last = K % 64 == 0 ? ~uint64_t{0} : (uint64_t{1} << (K % 64)) - 1;
+        for (size_t w = 0; w < words; ++w) few.add_word(w, (bits[w] ^ flip) & (w + 1 == words ? last : ~uint64_t{0}));
+    }
+    sums.product = few.even.product + few.odd.product;
+    sums.forward = few.even.forward + few.odd.forward;
+    sums.backward = few.even.backward + few.odd.backward;
     return sums;
 }
 

@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "inference/aligned_buffer.h"
+#include "model/aligned_buffer.h"
 #include "inference/kernels/kernels.h"
 #include "inference/state_selection.h"
 

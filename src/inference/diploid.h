@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "inference/aligned_buffer.h"
+#include "model/aligned_buffer.h"
 #include "model/hmm_model.h"
 
 using allele_pair_table = std::array<std::array<double, 2>, 2>;  // [allele of the first state][of the second]
@@ -26,7 +26,7 @@ struct pair_problem {
     // Chance of the ordered observed alleles 00, 01, 10 given the copied ones, for the allele draws.
     allele_pair_table pr_00{}, pr_01{}, pr_10{};
     // Forward tables are kept at the first visited site and at every so many from there on.
-    std::size_t keep_every = 8;
+    std::size_t keep_every = 16;
     // Under memory saving, unordered pairs only: where they are kept instead, and the distance of these sites.
     const std::vector<bool>* checkpoint = nullptr;
     std::size_t interval = 0;

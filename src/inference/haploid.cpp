@@ -258,12 +258,12 @@ class anchored_walk {
         const std::uint8_t seen = p_.observed[v];
         double* out = right_ == t_.right.data() ? t_.right_new.data() : t_.right.data();
         const kernels::backward_sums sums =
-            kernels::active().haploid_backward(n_, right_, alpha_, beta_, store_.vector(t_.at[v].anchor), p_.bits(v),
-                                               p_.emission[0][seen], p_.emission[1][seen], out);
+            k_.haploid_backward(n_, right_, alpha_, beta_, store_.vector(t_.at[v].anchor), p_.bits(v),
+                                p_.emission[0][seen], p_.emission[1][seen], out);
         if (requests_[v].posterior) r_.weights[v] = {sums.carried[0], sums.carried[1]};
         sum_ = sums.total;
         if (!(sum_ >= rescale_below)) {
-            kernels::active().divide(n_, sum_, out);
+            k_.divide(n_, sum_, out);
             sum_ = 1.0;
         }
         right_ = out;
@@ -279,12 +279,11 @@ class anchored_walk {
         const affine& f = t_.at[v];
         const double* left = store_.vector(f.anchor);
         if (!product_known_ || product_anchor_ != f.anchor) {
-            product_ = kernels::active().multiply(n_, left, right_, t_.products.data());
+            product_ = k_.multiply(n_, left, right_, t_.products.data());
             product_anchor_ = f.anchor;
             product_known_ = true;
         }
-        const kernels::carrier_sums rare =
-            kernels::active().sum_carriers(n_, p_.bits(v), left, right_, t_.products.data());
+        const kernels::carrier_sums rare = k_.sum_carriers(n_, p_.bits(v), left, right_, t_.products.data());
         const auto weight = [&](double fc, double sum_f, double sum_c, double n) {
             return f.alpha * alpha_ * fc + f.alpha * beta_ * sum_f + f.beta * alpha_ * sum_c + f.beta * beta_ * n;
         };
@@ -299,6 +298,7 @@ class anchored_walk {
     const std::vector<haploid_request>& requests_;
     haploid_results& r_;
     const std::size_t n_;
+    const kernels::table& k_ = kernels::active();
     anchor_store store_;
     const double* left_ = nullptr;  // vector of the anchor of the site in hand
     double right_value_ = 0.0;      // forward value of the sampled state at the site to the right

@@ -12,7 +12,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "inference/aligned_buffer.h"
+#include "model/aligned_buffer.h"
 #include "model/hmm_model.h"
 
 // Sums below this are brought back to 1 by a division.

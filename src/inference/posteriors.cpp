@@ -66,16 +66,6 @@ std::array<double, 2> normalised(std::array<double, 2> chances) {
 
 }  // namespace
 
-double allele_one_chance(const allele_weights& weights, const emission_table& M, int own) {
-    double a0 = 0.0, a1 = 0.0;
-    for (std::size_t copied = 0; copied < 2; ++copied) {
-        const double w = own < 0 ? weights[copied] : weights[copied] / M[copied][static_cast<std::size_t>(own)];
-        a0 += w * M[copied][0];
-        a1 += w * (1.0 - M[copied][0]);
-    }
-    return a0 + a1 > tol ? a1 / (a0 + a1) : 0.5;
-}
-
 bool haploid_posterior_needed(const data& run, const posterior_target& target, const snp& site) {
     if (!target.genotype_probs || phase_known(target, site)) return false;
     const bool missing = genotype(target, site) == missing_genotype;

@@ -10,7 +10,15 @@
 
 // Chance of allele 1 of a haplotype, from the weights of the copied alleles: each passes through the mutation model.
 // With own, the emission of that observed allele is taken out of the weights first. 0.5 when the weights say nothing.
-double allele_one_chance(const allele_weights& weights, const emission_table& M, int own);
+inline double allele_one_chance(const allele_weights& weights, const emission_table& M, int own) {
+    double a0 = 0.0, a1 = 0.0;
+    for (std::size_t copied = 0; copied < 2; ++copied) {
+        const double w = own < 0 ? weights[copied] : weights[copied] / M[copied][static_cast<std::size_t>(own)];
+        a0 += w * M[copied][0];
+        a1 += w * (1.0 - M[copied][0]);
+    }
+    return a0 + a1 > tol ? a1 / (a0 + a1) : 0.5;
+}
 
 // Whose posterior is added.
 struct posterior_target {

@@ -1,5 +1,7 @@
 #include "inference/updates.h"
 
+#include <algorithm>
+
 #include "inference/posteriors.h"
 #include "inference/state_alleles.h"
 #include "inference/workspace.h"
@@ -62,17 +64,24 @@ bool draws_allele_old(const data& run, const haploid_update& u, std::size_t s) {
     return (run.params.use_panel1_for_type0_imputation ? traits.top_panel : traits.type) == u.cond_panel;
 }
 
-// Whether the allele posterior at a site is wanted, and whether without its own observation.
-struct allele_posterior {
-    bool wanted;
-    bool own;
+// Where the allele posterior is wanted, and where without its own observation.
+class allele_posteriors {
+  public:
+    allele_posteriors(const data& run, const haploid_update& u)
+        : cond_(u.cond_panel),
+          wanted_(u.allele_probs),
+          selfcheck_(u.selfcheck),
+          cond_used_(run.output_types[at(u.cond_panel)] || run.params.weight_panel == u.cond_panel) {}
+
+    bool without_own(const site_traits& site) const { return selfcheck_ && site.type == 2; }
+    bool wanted(const site_traits& site) const {
+        return wanted_ && (site.top_panel == cond_ || (without_own(site) && cond_used_));
+    }
+
+  private:
+    int cond_;
+    bool wanted_, selfcheck_, cond_used_;
 };
-allele_posterior wanted_posterior(const data& run, const haploid_update& u, std::size_t s) {
-    const site_traits& traits = run.traits[s];
-    const bool own = u.selfcheck && traits.type == 2;
-    const bool cond_used = run.output_types[at(u.cond_panel)] || run.params.weight_panel == u.cond_panel;
-    return {u.allele_probs && (traits.top_panel == u.cond_panel || (own && cond_used)), own};
-}
 
 posterior_target target_of(const haploid_update& u) {
     return {u.ind, u.hap, u.panel, u.known_index, u.genotype_probs};
@@ -81,10 +90,14 @@ posterior_target target_of(const haploid_update& u) {
 class haploid_run {
   public:
     haploid_run(data& run, const haploid_update& update, const hmm_model& model)
-        : run_(run), u_(update), model_(model), w_(*run.work) {
+        : run_(run), u_(update), model_(model), w_(*run.work), wanted_(run, update) {
         const auto [first, last] = run.site_range(run.haps_interval());
-        first_output_ = first;
-        last_output_ = last;
+        const auto place = [&](std::size_t s) {
+            return at(static_cast<int>(std::lower_bound(model.site.begin(), model.site.end(), static_cast<int>(s)) -
+                                       model.site.begin()));
+        };
+        first_output_ = place(first);
+        last_output_ = std::max(first_output_, place(last));
     }
 
     double perform() {
@@ -107,10 +120,8 @@ class haploid_run {
 
   private:
     const snp& site(std::size_t v) const { return *run_.sites[at(model_.site[v])]; }
-    bool in_output(std::size_t v) const {
-        const auto s = at(model_.site[v]);
-        return s >= first_output_ && s < last_output_;
-    }
+    bool in_output(std::size_t v) const { return v >= first_output_ && v < last_output_; }
+    const site_traits& traits(std::size_t v) const { return run_.traits[at(model_.site[v])]; }
 
     haploid_problem make_problem() {
         const auto& tables = run_.mutation_matrix[0][at(u_.panel)][at(u_.cond_panel)];
@@ -138,17 +149,18 @@ class haploid_run {
 
     void make_requests() {
         w_.haploid_requests.assign(model_.n_sites(), {});
-        for (std::size_t v = 0; v < model_.n_sites(); ++v) {
-            haploid_request& request = w_.haploid_requests[v];
-            if (u_.sample) {
+        if (u_.sample) {
+            for (std::size_t v = 0; v < model_.n_sites(); ++v) {
                 const auto s = at(model_.site[v]);
-                request.draw_allele =
+                w_.haploid_requests[v].draw_allele =
                     run_.params.use_old_code ? draws_allele_old(run_, u_, s) : draws_allele(run_, u_, s);
             }
-            if (u_.backward && in_output(v)) {
-                request.posterior = wanted_posterior(run_, u_, at(model_.site[v])).wanted ||
-                                    (u_.genotype_probs && haploid_posterior_needed(run_, target_of(u_), site(v)));
-            }
+        }
+        if (!u_.backward) return;
+        for (std::size_t v = first_output_; v < last_output_; ++v) {
+            w_.haploid_requests[v].posterior =
+                wanted_.wanted(traits(v)) ||
+                (u_.genotype_probs && haploid_posterior_needed(run_, target_of(u_), site(v)));
         }
     }
 
@@ -177,18 +189,18 @@ class haploid_run {
     void keep_posteriors() {
         const emission_table& M = run_.mutation_matrix[0][at(u_.panel)][at(u_.cond_panel)];
         const posterior_target target = target_of(u_);
-        for (std::size_t v = 0; v < model_.n_sites(); ++v) {
-            if (!in_output(v)) continue;
+        double* chance = w_.allele_prob[at(u_.strand)].data();
+        double* chance_without_own = w_.allele_acc[at(u_.cond_panel)][at(u_.strand)].data();
+        for (std::size_t v = first_output_; v < last_output_; ++v) {
             const auto s = at(model_.site[v]);
             const allele_weights* weights = w_.haploid_requests[v].posterior ? &w_.haploid_out.weights[v] : nullptr;
             if (u_.genotype_probs) add_haploid_posterior(run_, target, site(v), weights);
-            const allele_posterior allele = wanted_posterior(run_, u_, s);
-            if (!allele.wanted) continue;
-            if (allele.own) {
+            if (!wanted_.wanted(run_.traits[s])) continue;
+            if (wanted_.without_own(run_.traits[s])) {
                 const int own = run_.haps[at(u_.panel)].allele(at(u_.hap), s);
-                w_.allele_acc[at(u_.cond_panel)][at(u_.strand)][s] = allele_one_chance(*weights, M, own);
+                chance_without_own[s] = allele_one_chance(*weights, M, own);
             } else {
-                w_.allele_prob[at(u_.strand)][s] = allele_one_chance(*weights, M, -1);
+                chance[s] = allele_one_chance(*weights, M, -1);
             }
         }
     }
@@ -211,7 +223,8 @@ class haploid_run {
     const haploid_update& u_;
     const hmm_model& model_;
     sweep_workspace& w_;
-    std::size_t first_output_ = 0, last_output_ = 0;
+    const allele_posteriors wanted_;
+    std::size_t first_output_ = 0, last_output_ = 0;  // the visited sites of the results
 };
 
 // The sweep of an individual over pairs of states, ordered or not.

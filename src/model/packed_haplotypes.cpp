@@ -6,7 +6,7 @@
 packed_haplotypes::packed_haplotypes(std::size_t n_hap, std::size_t n_sites)
     : n_hap_(n_hap),
       n_sites_(n_sites),
-      row_words_(bits::words_for(n_sites)),
+      row_words_((bits::words_for(n_sites) + 7) / 8 * 8),
       bits_(n_hap * row_words_, 0),
       present_(row_words_, 0),
       version_(n_hap, 0) {}

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "model/aligned_buffer.h"
 #include "model/allele_row.h"
 
 class packed_haplotypes {
@@ -16,7 +17,8 @@ class packed_haplotypes {
 
     std::size_t n_hap() const { return n_hap_; }
     std::size_t n_sites() const { return n_sites_; }
-    // Words of one row; the bits past the last site are clear.
+    // Words of one row, a multiple of eight so that rows begin at 64-byte boundaries; the bits past the last site are
+    // clear.
     std::size_t row_words() const { return row_words_; }
 
     // Row of one haplotype: bit s is its allele at site s; clear where the panel does not hold the site.
@@ -40,7 +42,7 @@ class packed_haplotypes {
     std::size_t n_hap_ = 0;
     std::size_t n_sites_ = 0;
     std::size_t row_words_ = 0;
-    std::vector<std::uint64_t> bits_;
+    std::vector<std::uint64_t, aligned_allocator<std::uint64_t>> bits_;
     std::vector<std::uint64_t> present_;
     std::vector<std::uint32_t> version_;
 };

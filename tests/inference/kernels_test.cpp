@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "inference/aligned_buffer.h"
+#include "model/aligned_buffer.h"
 #include "inference/inference_tools.h"
 
 namespace {

@@ -13,7 +13,7 @@ TEST(packed_haplotypes, begin_with_zeros_and_no_site) {
     const packed_haplotypes haps(3, 130);
     EXPECT_EQ(3U, haps.n_hap());
     EXPECT_EQ(130U, haps.n_sites());
-    EXPECT_EQ(3U, haps.row_words());
+    EXPECT_EQ(8U, haps.row_words());
     for (std::size_t s = 0; s < 130; ++s) {
         EXPECT_FALSE(haps.holds(s));
         for (std::size_t h = 0; h < 3; ++h) EXPECT_EQ(0, haps.allele(h, s));

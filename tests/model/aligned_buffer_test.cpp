@@ -1,4 +1,4 @@
-#include "inference/aligned_buffer.h"
+#include "model/aligned_buffer.h"
 
 #include <gtest/gtest.h>
 

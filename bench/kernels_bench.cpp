@@ -132,7 +132,7 @@ BENCHMARK(distances)->Args({1000, 900})->Args({5000, 900})->Args({50000, 900});
 void selection_of_nearest(benchmark::State& state) {
     const auto n = static_cast<std::size_t>(state.range(0));
     std::vector<int> figures(n);
-    for (int& figure : figures) figure = 300 + static_cast<int>(generator()() % 100000);
+    for (int& figure : figures) figure = static_cast<int>(generator()() % 900);
     std::vector<bool> keep;
     for (auto _ : state) {
         select_nearest(figures, 500, keep);

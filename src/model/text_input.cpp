@@ -14,7 +14,8 @@
 namespace {
 
 constexpr std::size_t initial_buffer = std::size_t{1} << 18;
-constexpr std::streamsize gzip_buffer = 4096;
+constexpr std::streamsize gzip_buffer = 1 << 16;
+constexpr std::streamsize text_buffer = 1 << 17;  // small ones make the decompressor copy its window often
 constexpr std::streamsize file_buffer = 1 << 16;
 
 }  // namespace
@@ -40,7 +41,7 @@ void text_input::open() {
     if (is_gzipped(name_)) {
         boost::iostreams::gzip_params params;
         params.window_bits = 15;
-        stream.push(boost::iostreams::gzip_decompressor(params.window_bits, gzip_buffer));
+        stream.push(boost::iostreams::gzip_decompressor(params.window_bits, gzip_buffer), text_buffer);
     }
     boost::iostreams::file_source source(name_, std::ios_base::in | std::ios_base::binary);
     if (!source.is_open()) log_.fatal(unopened_message_);

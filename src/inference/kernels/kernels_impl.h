@@ -433,6 +433,7 @@ void distances(size_t n_words, const uint64_t* x, size_t n_rows, const uint64_t*
     for (size_t r = 0; r < n_rows; ++r) {
         const uint64_t* row = rows + r * n_words;
         size_t n = 0;
+#pragma GCC unroll 8
         for (size_t w = 0; w < n_words; ++w) n += static_cast<size_t>(__builtin_popcountll(x[w] ^ row[w]));
         counts[r] = static_cast<int>(n);
     }

@@ -10,9 +10,9 @@
 #include <utility>
 #include <vector>
 
-#include "model/aligned_buffer.h"
 #include "inference/kernels/kernels.h"
 #include "inference/state_selection.h"
+#include "model/aligned_buffer.h"
 
 namespace {
 
@@ -133,7 +133,7 @@ void selection_of_nearest(benchmark::State& state) {
     const auto n = static_cast<std::size_t>(state.range(0));
     std::vector<int> figures(n);
     for (int& figure : figures) figure = static_cast<int>(generator()() % 900);
-    std::vector<bool> keep;
+    std::vector<std::uint8_t> keep;
     for (auto _ : state) {
         select_nearest(figures, 500, keep);
         benchmark::ClobberMemory();

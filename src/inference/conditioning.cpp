@@ -16,10 +16,6 @@ struct candidate_pool {
     int own_panel = -1;  // the panel of the left-out haplotypes, -1 for none
     int own_first = -1;
     int n_own = 0;
-
-    bool leaves_out(int panel, int hap) const {
-        return panel == own_panel && hap >= own_first && hap < own_first + n_own;
-    }
 };
 
 candidate_pool make_pool(int hap, int n_own, int panel, int cond_panel) {
@@ -43,14 +39,26 @@ int pool_size(const data& run, const candidate_pool& pool) {
     return n;
 }
 
+// Calls visit(panel, first, end) for the candidates in order, stretch by stretch of haplotypes.
+template <typename Visit>
+void for_each_stretch(const data& run, const candidate_pool& pool, Visit visit) {
+    for (int p = pool.first_panel; p <= pool.last_panel; ++p) {
+        const int n = run.n_hap[static_cast<std::size_t>(p)];
+        if (p == pool.own_panel) {
+            visit(p, 0, pool.own_first);
+            visit(p, pool.own_first + pool.n_own, n);
+        } else {
+            visit(p, 0, n);
+        }
+    }
+}
+
 // Calls visit(panel, hap) for every candidate in order.
 template <typename Visit>
 void for_each_candidate(const data& run, const candidate_pool& pool, Visit visit) {
-    for (int p = pool.first_panel; p <= pool.last_panel; ++p) {
-        for (int h = 0; h < run.n_hap[static_cast<std::size_t>(p)]; ++h) {
-            if (!pool.leaves_out(p, h)) visit(p, h);
-        }
-    }
+    for_each_stretch(run, pool, [&visit](int p, int first, int end) {
+        for (int h = first; h < end; ++h) visit(p, h);
+    });
 }
 
 void take_all(data& run, const candidate_pool& pool) {
@@ -140,14 +148,18 @@ void data::choose_informed_conditioning_states(int hap, int ploidy, int panel, i
         return table[static_cast<std::size_t>(p)][static_cast<std::size_t>(h)];
     };
     work->figures.clear();
-    for_each_candidate(*this, pool, [&](int p, int h) {
-        const int a = dist(work->ham_dist_a, p, h);
-        work->figures.push_back(single ? a : std::min(a, dist(work->ham_dist_b, p, h)));
+    for_each_stretch(*this, pool, [&](int p, int first, int end) {
+        const auto a = work->ham_dist_a[static_cast<std::size_t>(p)].begin();
+        const auto b = work->ham_dist_b[static_cast<std::size_t>(p)].begin();
+        work->figures.insert(work->figures.end(), a + first, a + end);
+        if (single) return;
+        const auto out = work->figures.end() - (end - first);
+        for (int i = 0; i < end - first; ++i) out[i] = std::min(out[i], b[first + i]);
     });
     select_nearest(work->figures, static_cast<std::size_t>(K), work->keep);
     std::size_t i = 0;
     for_each_candidate(*this, pool, [&](int p, int h) {
-        if (!work->keep[i++]) return;
+        if (work->keep[i++] == 0) return;
         keep_state(p, h, dist(work->ham_dist_a, p, h), single ? 0 : dist(work->ham_dist_b, p, h));
     });
 }
@@ -213,6 +225,6 @@ void data::choose_conditioning_states_from_dist_matrix(int hap, int ploidy, int 
     select_nearest(work->matrix_figures, static_cast<std::size_t>(K), work->keep);
     std::size_t i = 0;
     for_each_candidate(*this, pool, [&](int p, int h) {
-        if (work->keep[i++]) cond_states.add(p, h);
+        if (work->keep[i++] != 0) cond_states.add(p, h);
     });
 }

@@ -78,6 +78,10 @@ void turn_block(const std::uint64_t* lines, const site_run& run, const int* site
     alignas(64) std::array<std::uint64_t, bits::word_bits> block;
     for (std::size_t j = 0; j < bits::word_bits; ++j) block[j] = lines[j * line_words + run.word % line_words];
     kernels::active().transpose(block.data());
+    if (run.n == bits::word_bits) {
+        for (std::size_t j = 0; j < bits::word_bits; ++j) out[(run.first + j) * words] = block[j];
+        return;
+    }
     const std::size_t end = run.first + run.n;
     for (std::size_t v = run.first; v < end; ++v) {
         out[v * words] = block[static_cast<std::size_t>(sites[v]) % bits::word_bits];

@@ -32,5 +32,5 @@ struct sweep_workspace {
     std::array<std::vector<int>, 3> ham_dist_a, ham_dist_b;  // by panel, mismatches with the target's haplotypes
     std::vector<int> figures;                                // by candidate
     std::vector<double> matrix_figures;
-    std::vector<bool> keep;
+    std::vector<std::uint8_t> keep;  // by candidate, 0 or 1
 };

@@ -15,7 +15,7 @@ namespace {
 
 // The choice as the rule reads: a full sort, the ties around the K-th place, marks for the tied candidates.
 template <typename Figure>
-std::vector<bool> plain_selection(const std::vector<Figure>& figures, std::size_t K) {
+std::vector<std::uint8_t> plain_selection(const std::vector<Figure>& figures, std::size_t K) {
     std::vector<Figure> sorted = figures;
     std::sort(sorted.begin(), sorted.end());
     const Figure T = sorted[K - 1];
@@ -24,23 +24,23 @@ std::vector<bool> plain_selection(const std::vector<Figure>& figures, std::size_
     if (A >= 1 && K >= 2) {
         for (std::size_t i = K - 1; i-- > 0 && sorted[i] == T;) ++B;
     }
-    std::vector<bool> mark(static_cast<std::size_t>(A + B + 1), false);
+    std::vector<std::uint8_t> mark(static_cast<std::size_t>(A + B + 1), 0);
     const bool draw = A + B + 1 != 1;
     if (draw) {
         std::vector<int> drawn(static_cast<std::size_t>(B + 1));
         RandomPermutation2::Next(A + B + 1, B + 1, drawn.data(), 0, -1, -1);
-        for (const int m : drawn) mark[static_cast<std::size_t>(m)] = true;
+        for (const int m : drawn) mark[static_cast<std::size_t>(m)] = 1;
     }
-    std::vector<bool> keep;
+    std::vector<std::uint8_t> keep;
     std::size_t next_mark = 0;
     for (const Figure figure : figures) {
-        keep.push_back(figure < T || (figure == T && (!draw || mark[next_mark++])));
+        keep.push_back(figure < T || (figure == T && (!draw || mark[next_mark++] == 1)) ? 1 : 0);
     }
     return keep;
 }
 
 std::string kept_by(const std::vector<int>& figures, std::size_t K) {
-    std::vector<bool> keep;
+    std::vector<std::uint8_t> keep;
     select_nearest(figures, K, keep);
     std::string text;
     for (const bool k : keep) text += k ? 'x' : '.';
@@ -88,7 +88,7 @@ TEST(state_selection, of_one_state_takes_one_draw_among_the_tied) {
 }
 
 TEST(state_selection, of_candidates_that_are_all_equal_is_one_shuffle) {
-    std::vector<bool> keep;
+    std::vector<std::uint8_t> keep;
     std::vector<int> drawn(3);
     {
         seeded_draws draws(5);
@@ -105,9 +105,9 @@ TEST(state_selection, of_candidates_that_are_all_equal_is_one_shuffle) {
 
 TEST(state_selection, replaces_what_stood_in_the_list) {
     listed_draws draws({});
-    std::vector<bool> keep(20, true);
+    std::vector<std::uint8_t> keep(20, 1);
     select_nearest(std::vector<int>{3, 1, 2}, 1, keep);
-    EXPECT_EQ((std::vector<bool>{false, true, false}), keep);
+    EXPECT_EQ((std::vector<std::uint8_t>{0, 1, 0}), keep);
 }
 
 TEST(state_selection, agrees_with_a_full_sort) {
@@ -119,7 +119,7 @@ TEST(state_selection, agrees_with_a_full_sort) {
         std::vector<int> figures;
         for (std::size_t i = 0; i < n; ++i) figures.push_back(source.integer(0, largest));
         const std::vector<double> doubles(figures.begin(), figures.end());
-        std::vector<bool> expected, expected_doubles, keep;
+        std::vector<std::uint8_t> expected, expected_doubles, keep;
         double next = 0.0;
         {
             seeded_draws draws(repeat);
@@ -138,15 +138,15 @@ TEST(state_selection, agrees_with_a_full_sort) {
             EXPECT_EQ(next, draws.next());
             EXPECT_EQ(expected, keep);
         }
-        EXPECT_EQ(K, static_cast<std::size_t>(std::count(keep.begin(), keep.end(), true)));
+        EXPECT_EQ(K, static_cast<std::size_t>(std::count(keep.begin(), keep.end(), 1)));
     }
 }
 
 TEST(state_selection, ranks_doubles_that_differ_little) {
     listed_draws draws({});
-    std::vector<bool> keep;
+    std::vector<std::uint8_t> keep;
     select_nearest(std::vector<double>{0.5, 0.25 + 1e-15, 0.25, -1.0}, 2, keep);
-    EXPECT_EQ((std::vector<bool>{false, false, true, true}), keep);
+    EXPECT_EQ((std::vector<std::uint8_t>{0, 0, 1, 1}), keep);
 }
 
 TEST(state_selection, breaks_ties_uniformly) {
@@ -158,7 +158,7 @@ TEST(state_selection, breaks_ties_uniformly) {
     }
     seeded_draws draws(8);
     for (int n = 0; n < n_draws; ++n) {
-        std::vector<bool> keep;
+        std::vector<std::uint8_t> keep;
         select_nearest(std::vector<int>{6, 6, 1, 6, 6, 6}, 3, keep);
         EXPECT_TRUE(keep[2]);
         keep.erase(keep.begin() + 2);

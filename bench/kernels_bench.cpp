@@ -12,6 +12,7 @@
 
 #include "inference/kernels/kernels.h"
 #include "inference/state_selection.h"
+#include "random/random.h"
 #include "model/aligned_buffer.h"
 
 namespace {
@@ -177,6 +178,8 @@ int main(int argc, char** argv) {
             return 1;
         }
     }
+    MT draws(1.0);  // ties are broken at random
+    Random::RNG = &draws;
     benchmark::RunSpecifiedBenchmarks();
     return 0;
 }

@@ -3,10 +3,37 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <string_view>
+#include <variant>
 
 #include "model/text.h"
 
 namespace {
+
+// What an option does with the entries that follow it.
+enum class option_kind {
+    text,          // one value, kept as text
+    real,          // one value, a double
+    integer,       // one value, an int
+    interval,      // two values, the analysis interval
+    texts,         // all values up to the next entry that begins with "-", appended
+    integers,      // likewise, integers
+    state_counts,  // likewise; the first one replaces element 0
+    seed,          // one value, the seed
+    flag,          // no value
+};
+
+struct option {
+    std::string_view name;
+    option_kind kind;
+    // Where the value goes; a flag writes flag_value.
+    std::variant<std::monostate, std::string parameters::*, double parameters::*, int parameters::*, bool parameters::*,
+                 std::vector<std::string> parameters::*, std::vector<int> parameters::*>
+        target;
+    bool flag_value;
+    std::string_view echo;  // appended to active_flags; empty for none
+    std::string_view help;
+};
 
 constexpr option text(std::string_view name, std::string parameters::*target, std::string_view help) {
     return {name, option_kind::text, target, false, {}, help};
@@ -265,10 +292,6 @@ class scan {
 };
 
 }  // namespace
-
-std::span<const option> all_options() {
-    return option_table;
-}
 
 command_line read_command_line(const std::vector<std::string>& entries) {
     command_line result;

@@ -13,7 +13,7 @@ void progress_line::start_iteration(int iteration, int n_iterations) {
 
 void progress_line::update(std::string_view what, int member, int n_members) {
     if (!shown_) return;
-    const clock::time_point now = clock::now();
+    const clock::time_point now = now_();
     if (now - last_ < std::chrono::milliseconds(200)) return;
     last_ = now;
     std::string text =

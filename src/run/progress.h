@@ -1,14 +1,19 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <iosfwd>
 #include <string_view>
+#include <utility>
 
 // One line on standard error that overwrites itself while the iterations run, for people who watch a terminal:
 // iteration, member of the panel, estimated time left. Nothing is written when standard error is no terminal.
 class progress_line {
   public:
-    progress_line(std::ostream& out, bool shown) : out_(out), shown_(shown) {}
+    using clock = std::chrono::steady_clock;
+    // now is read for the pace of the line and the time left.
+    progress_line(std::ostream& out, bool shown, std::function<clock::time_point()> now = clock::now)
+        : out_(out), shown_(shown), now_(std::move(now)) {}
     void start_iteration(int iteration, int n_iterations);
     // member of n_members, for one of the passes of the iteration.
     void update(std::string_view what, int member, int n_members);
@@ -16,14 +21,14 @@ class progress_line {
     void finish();
 
   private:
-    using clock = std::chrono::steady_clock;
     void write(std::string_view text);
 
     std::ostream& out_;
     bool shown_;
+    std::function<clock::time_point()> now_;
     int iteration_ = 0;
     int n_iterations_ = 0;
-    clock::time_point start_ = clock::now();
+    clock::time_point start_ = now_();
     clock::time_point last_ = start_ - std::chrono::hours(1);
     std::size_t width_ = 0;
 };

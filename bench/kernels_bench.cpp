@@ -12,8 +12,8 @@
 
 #include "inference/kernels/kernels.h"
 #include "inference/state_selection.h"
-#include "random/random.h"
 #include "model/aligned_buffer.h"
+#include "random/random.h"
 
 namespace {
 

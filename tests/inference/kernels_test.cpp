@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "model/aligned_buffer.h"
 #include "inference/inference_tools.h"
+#include "model/aligned_buffer.h"
 
 namespace {
 

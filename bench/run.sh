@@ -28,5 +28,6 @@ if [[ $what != runs ]]; then
 fi
 if [[ $what != kernels ]]; then
     printf '\n== whole runs\n'
-    bench/whole_runs.py --plot build/bench/growth.svg "$@"
+    [[ $# -gt 0 ]] || set -- --plot build/bench/growth.svg
+    /usr/bin/python3 bench/whole_runs.py "$@" # the one for which Debian's packages are installed
 fi

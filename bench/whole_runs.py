@@ -140,6 +140,8 @@ def main():
     unknown = [c for c in cases if c not in CASES and c not in REAL]
     if unknown:
         parser.error('no such case: ' + ', '.join(unknown))
+    if options.plot and not all(c in cases for c in CASES if c.startswith('growth_')):
+        parser.error('--plot needs the growth cases')
 
     print('| case | processor s | wall s | peak MB |' + (' against: processor s | ratio |' if options.against else ''))
     print('| --- | ---: | ---: | ---: |' + (' ---: | ---: |' if options.against else ''))

@@ -443,7 +443,9 @@ void distances(size_t n_words, const uint64_t* x, size_t n_rows, const uint64_t*
 // of which swaps the off-diagonal quarters of ever smaller squares (Warren 2012, 7-3, for 64 bits, least significant
 // bit first).
 constexpr size_t part_words = KERNEL_PART;
-typedef unsigned long long word_part __attribute__((vector_size(8 * KERNEL_PART), may_alias));
+typedef unsigned long long word_part __attribute__((vector_size(8 * KERNEL_PART)));
+// The same in memory, at any word.
+typedef unsigned long long stored_word_part __attribute__((vector_size(8 * KERNEL_PART), may_alias, aligned(8)));
 
 // The words of a part, each in the place of the one span further.
 template <size_t span>
@@ -488,14 +490,14 @@ KERNEL_INLINE void transpose_step(word_part* words, uint64_t low) {
 
 void transpose(uint64_t* block) {
     word_part words[64 / part_words];
-    for (size_t p = 0; p < 64 / part_words; ++p) words[p] = reinterpret_cast<const word_part*>(block)[p];
+    for (size_t p = 0; p < 64 / part_words; ++p) words[p] = reinterpret_cast<const stored_word_part*>(block)[p];
     transpose_step<32>(words, 0x00000000ffffffffULL);
     transpose_step<16>(words, 0x0000ffff0000ffffULL);
     transpose_step<8>(words, 0x00ff00ff00ff00ffULL);
     transpose_step<4>(words, 0x0f0f0f0f0f0f0f0fULL);
     transpose_step<2>(words, 0x3333333333333333ULL);
     transpose_step<1>(words, 0x5555555555555555ULL);
-    for (size_t p = 0; p < 64 / part_words; ++p) reinterpret_cast<word_part*>(block)[p] = words[p];
+    for (size_t p = 0; p < 64 / part_words; ++p) reinterpret_cast<stored_word_part*>(block)[p] = words[p];
 }
 
 }  // namespace

@@ -46,7 +46,7 @@ void for_each_stretch(const data& run, const candidate_pool& pool, Visit visit) 
         const int n = run.n_hap[static_cast<std::size_t>(p)];
         if (p == pool.own_panel) {
             visit(p, 0, pool.own_first);
-            visit(p, pool.own_first + pool.n_own, n);
+            visit(p, std::min(pool.own_first + pool.n_own, n), n);
         } else {
             visit(p, 0, n);
         }

@@ -231,8 +231,8 @@ class pair_walker {
         } else {
             step_backward(v);
         }
-        // Without a checkpoint the walk leaves products in the local store, where the sites left of all checkpoints
-        // will read them.
+        // Under memory saving the walk leaves products in the local store, where the sites left of all checkpoints will
+        // read them.
         const bool keep_product = options_.keep_products || (p_.checkpoint != nullptr && !store_.is_kept());
         if (!keep_product && !requests_[v].posterior) return;
         double* f = store_.table();

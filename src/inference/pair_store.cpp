@@ -42,7 +42,8 @@ void size_tables(const pair_problem& problem, pair_tables& tables) {
         if (keeps_table(problem, v)) tables.kept_row[v] = n_kept++;
     }
     ensure_size(tables.kept, n_kept * tables.table_size);
-    const std::size_t interval = problem.checkpoint != nullptr ? problem.interval : problem.keep_every - 1;
+    const std::size_t interval =
+        problem.checkpoint != nullptr ? std::max<std::size_t>(problem.interval, 1) : problem.keep_every - 1;
     ensure_size(tables.local, interval * tables.table_size);
 }
 

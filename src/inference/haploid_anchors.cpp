@@ -4,8 +4,8 @@
 #include <cmath>
 #include <limits>
 
+#include "inference/haploid_draws.h"
 #include "inference/kernels/kernels.h"
-#include "random/random.h"
 
 namespace {
 
@@ -176,45 +176,12 @@ class anchored_walk {
     double forward(std::size_t v, std::size_t k) const { return t_.at[v].alpha * left_[k] + t_.at[v].beta; }
 
     void draw_state(std::size_t v) {
-        const double u = Random::RNG->Next();
-        const int k = v + 1 == p_.n_sites ? first_state(v, u) : next_state(v, u);
+        const auto value = [this, v](std::size_t k) { return forward(v, k); };
+        const int k = v + 1 == p_.n_sites
+                          ? draw_first_state(p_, value)
+                          : draw_next_state(p_, v, r_.state[v + 1], right_value_, t_.at[v + 1].scale, value, r_);
         r_.state[v] = k;
         if (k >= 0) right_value_ = forward(v, static_cast<std::size_t>(k));
-    }
-
-    int next_state(std::size_t v, double u) {
-        const int k = r_.state[v + 1];
-        if (k < 0) {
-            ++r_.switch_count;
-            return -1;
-        }
-        const auto right_state = static_cast<std::size_t>(k);
-        const double e = p_.emission[static_cast<std::size_t>(p_.allele(v + 1, right_state))][p_.observed[v + 1]];
-        const double den = t_.at[v + 1].scale * right_value_ / e;
-        double sum = forward(v, right_state) * p_.gap[v + 1].stay / den;
-        if (sum >= u) {
-            ++r_.stay_count;
-            return k;
-        }
-        ++r_.switch_count;
-        const double move = p_.gap[v + 1].move;
-        for (std::size_t j = 0; j < n_; ++j) {
-            if (j == right_state) continue;
-            sum += forward(v, j) * move / den;
-            if (u <= sum) return static_cast<int>(j);
-        }
-        return static_cast<int>(n_) - 1;
-    }
-
-    int first_state(std::size_t v, double u) const {
-        double z = 0.0;
-        for (std::size_t k = 0; k < n_; ++k) z += forward(v, k);
-        double sum = 0.0;
-        for (std::size_t k = 0; k < n_; ++k) {
-            sum += forward(v, k) / z;
-            if (u <= sum) return static_cast<int>(k);
-        }
-        return static_cast<int>(n_) - 1;
     }
 
     void draw_allele(std::size_t v) {

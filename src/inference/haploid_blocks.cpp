@@ -4,8 +4,8 @@
 #include <cmath>
 
 #include "inference/block_walk.h"
+#include "inference/haploid_draws.h"
 #include "inference/kernels/kernels.h"
-#include "random/random.h"
 
 namespace {
 
@@ -55,7 +55,10 @@ class kept_walk {
             double* f = blocks.is_kept(v) ? t_.kept.data() + t_.kept_row[v] * t_.stride
                                           : t_.local.data() + blocks.local_index() * t_.stride;
             if (options_.sample) {
-                r_.state[v] = v + 1 == p_.n_sites ? first_state(f) : next_state(v, f);
+                const auto value = [f](std::size_t k) { return f[k]; };
+                r_.state[v] = v + 1 == p_.n_sites
+                                  ? draw_first_state(p_, value)
+                                  : draw_next_state(p_, v, r_.state[v + 1], right_value_, t_.scale[v + 1], value, r_);
                 if (requests_[v].draw_allele) r_.allele[v] = haploid_allele_draw(p_, v, r_.state[v]);
                 if (r_.state[v] >= 0) right_value_ = f[r_.state[v]];
             }
@@ -75,42 +78,6 @@ class kept_walk {
             t_.scale[first + 1 + j] = forward.scale;
             from = out;
         }
-    }
-
-    int first_state(const double* f) const {
-        const double u = Random::RNG->Next();
-        double z = 0.0;
-        for (std::size_t k = 0; k < n_; ++k) z += f[k];
-        double sum = 0.0;
-        for (std::size_t k = 0; k < n_; ++k) {
-            sum += f[k] / z;
-            if (u <= sum) return static_cast<int>(k);
-        }
-        return static_cast<int>(n_) - 1;
-    }
-
-    int next_state(std::size_t v, const double* f) {
-        const double u = Random::RNG->Next();
-        const int k = r_.state[v + 1];
-        if (k < 0) {
-            ++r_.switch_count;
-            return -1;
-        }
-        const auto right_state = static_cast<std::size_t>(k);
-        const double e = p_.emission[static_cast<std::size_t>(p_.allele(v + 1, right_state))][p_.observed[v + 1]];
-        const double den = t_.scale[v + 1] * right_value_ / e;
-        double sum = f[right_state] * p_.gap[v + 1].stay / den;
-        if (sum >= u) {
-            ++r_.stay_count;
-            return k;
-        }
-        ++r_.switch_count;
-        for (std::size_t j = 0; j < n_; ++j) {
-            if (j == right_state) continue;
-            sum += f[j] * p_.gap[v + 1].move / den;
-            if (u <= sum) return static_cast<int>(j);
-        }
-        return static_cast<int>(n_) - 1;
     }
 
     // The backward vector of the site in hand; the forward table becomes forward times backward.

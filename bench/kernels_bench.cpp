@@ -3,6 +3,8 @@
 
 #include <benchmark/benchmark.h>
 
+#include <array>
+#include <cmath>
 #include <cstdint>
 #include <iostream>
 #include <random>
@@ -72,6 +74,16 @@ void haploid_backward_with_posterior(benchmark::State& state) {
 }
 BENCHMARK(haploid_backward_with_posterior)->Arg(80)->Arg(500)->Arg(2000);
 
+// Sets n of the first K bits.
+void set_random_bits(std::size_t K, std::size_t n, std::uint64_t* bits) {
+    while (n > 0) {
+        const std::size_t k = generator()() % K;
+        if (((bits[k / 64] >> (k % 64)) & 1U) != 0) continue;
+        bits[k / 64] |= std::uint64_t{1} << (k % 64);
+        --n;
+    }
+}
+
 // Arguments: states, and how many of them carry the rarer allele. The unit is the whole site.
 void posterior_at_unobserved_site(benchmark::State& state) {
     const auto K = static_cast<std::size_t>(state.range(0));
@@ -79,19 +91,45 @@ void posterior_at_unobserved_site(benchmark::State& state) {
     const aligned_buffer c = random_values(kernels::padded(K), K);
     aligned_buffer products(kernels::padded(K));
     kernels::active().multiply(K, f.data(), c.data(), products.data());
-    std::vector<std::uint64_t> bits((K + 63) / 64);
-    for (std::int64_t n = 0; n < state.range(1);) {
-        const std::size_t k = generator()() % K;
-        if (((bits[k / 64] >> (k % 64)) & 1U) != 0) continue;
-        bits[k / 64] |= std::uint64_t{1} << (k % 64);
-        ++n;
+    const std::size_t words = (K + 63) / 64;
+    std::array<kernels::carrier_sums, 8> sums{};
+    std::vector<std::uint64_t> bits(sums.size() * words);
+    for (std::size_t v = 0; v < sums.size(); ++v) {
+        set_random_bits(K, static_cast<std::size_t>(state.range(1)), &bits[v * words]);
     }
     for (auto _ : state) {
-        benchmark::DoNotOptimize(kernels::active().sum_carriers(K, bits.data(), f.data(), c.data(), products.data()));
+        kernels::active().sum_carriers(K, sums.size(), bits.data(), f.data(), c.data(), products.data(), sums.data());
+        benchmark::DoNotOptimize(sums);
     }
-    set_unit(state, 1.0);
+    set_unit(state, static_cast<double>(sums.size()));
 }
 BENCHMARK(posterior_at_unobserved_site)->ArgsProduct({{500}, {1, 5, 10, 20, 40, 60, 100, 250}});
+
+// One site after the other as sequenced panels have them: every second one without carriers, the others with 1 to K / 2,
+// as many from 1 to 2 as from 2 to 4, and so on.
+void posteriors_at_mixed_sites(benchmark::State& state) {
+    constexpr std::size_t K = 500, words = (K + 63) / 64, n_sites = 4096;
+    const aligned_buffer f = random_values(kernels::padded(K), K);
+    const aligned_buffer c = random_values(kernels::padded(K), K);
+    aligned_buffer products(kernels::padded(K));
+    kernels::active().multiply(K, f.data(), c.data(), products.data());
+    std::uniform_real_distribution<double> exponent(0.0, std::log2(K / 2));
+    std::vector<std::uint64_t> bits(n_sites * words);
+    for (std::size_t v = 0; v < n_sites; ++v) {
+        if (generator()() % 2 == 0) continue;
+        set_random_bits(K, static_cast<std::size_t>(std::exp2(exponent(generator()))), &bits[v * words]);
+    }
+    std::array<kernels::carrier_sums, 8> sums{};
+    for (auto _ : state) {
+        for (std::size_t v = 0; v < n_sites; v += sums.size()) {
+            kernels::active().sum_carriers(K, sums.size(), &bits[v * words], f.data(), c.data(), products.data(),
+                                           sums.data());
+            benchmark::DoNotOptimize(sums);
+        }
+    }
+    set_unit(state, static_cast<double>(n_sites));
+}
+BENCHMARK(posteriors_at_mixed_sites);
 
 void diploid_forward(benchmark::State& state) {
     const auto K = static_cast<std::size_t>(state.range(0));

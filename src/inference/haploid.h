@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "inference/kernels/kernels.h"
 #include "model/aligned_buffer.h"
 #include "model/hmm_model.h"
 
@@ -64,21 +65,16 @@ struct haploid_results {
 struct haploid_tables {
     // Vectors are kept at every so many observed sites; the others are computed anew in the walk.
     static constexpr std::size_t keep_every = 8;
-    // The forward vector at a visited site is alpha f + beta, f being its anchor: the vector of the last observed site
-    // at or left of it. Anchor 0 is a vector of ones, which stands left of the first observed site.
-    struct affine {
-        double alpha = 0.0, beta = 0.0;
-        double sum = 0.0;    // of the forward vector
-        double scale = 1.0;  // fwd_scale: by what the values at this site were divided
-        std::size_t anchor = 0;
-    };
-    std::vector<affine> at;  // by visited site
-    // An anchor's vector is (alpha f + beta) times the emission of its site, divided by the site's scale, f being the
-    // anchor before it.
+    // The forward vector at a visited site is alpha f + mu sum, f being the vector of its anchor and sum that vector's
+    // sum. Anchors are the observed sites, and sites at which the values have become small; the anchor of a site is the
+    // last one at or left of it. Anchor 0 is a vector of ones, which stands left of the first site.
+    std::vector<double> alpha, mu;  // by visited site
     struct anchor {
         std::size_t site = 0;
-        double alpha = 0.0, beta = 0.0;
-        double sum = 0.0;  // of the vector
+        // Its vector is alpha f + mu sum, of the anchor before it, times the emission of its site, divided by scale.
+        double alpha = 0.0, mu = 0.0;
+        double sum = 0.0;    // of its vector
+        double scale = 1.0;  // fwd_scale
     };
     std::vector<anchor> anchors;
     aligned_buffer vectors;           // [anchor / keep_every][padded K]
@@ -86,6 +82,7 @@ struct haploid_tables {
     aligned_buffer work;              // [padded K]: the running vector of the forward sweep
     aligned_buffer right, right_new;  // [padded K]: backward vector of the walk
     aligned_buffer products;          // [padded K]: of forward and backward vector
+    std::vector<kernels::carrier_sums> sums;  // by site of a stretch between anchors
     std::size_t stride = 0;
 
     // Under memory saving: vectors at the kept sites, and those of the block in hand.

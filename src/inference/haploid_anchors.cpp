@@ -3,13 +3,12 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <limits>
 
 #include "inference/haploid_draws.h"
 #include "inference/kernels/kernels.h"
 
 namespace {
-
-using affine = haploid_tables::affine;
 
 constexpr std::size_t keep_every = haploid_tables::keep_every;
 
@@ -22,84 +21,80 @@ double enter_anchor(const haploid_problem& problem, const haploid_tables& tables
                     double* out) {
     const haploid_tables::anchor& anchor = tables.anchors[i];
     const std::uint8_t seen = problem.observed[anchor.site];
-    return kernels::active().haploid_forward(problem.n_states, from, anchor.alpha, anchor.beta,
-                                             problem.bits(anchor.site), problem.emission[0][seen],
-                                             problem.emission[1][seen], out);
+    return kernels::active().haploid_forward(problem.n_states, from, anchor.alpha,
+                                             anchor.mu * tables.anchors[i - 1].sum, problem.bits(anchor.site),
+                                             problem.emission[0][seen], problem.emission[1][seen], out);
 }
+
+// What stands between a vector and a site some gaps away, all of them without emissions: alpha times the vector, plus mu
+// times its sum, of sum growth times its sum.
+struct distant {
+    double alpha = 1.0, mu = 0.0, growth = 1.0;
+    void pass(const haploid_gap& gap, double n_states) {
+        alpha *= gap.diff;
+        mu = mu * gap.diff + growth * gap.move;
+        growth *= gap.diff + n_states * gap.move;
+    }
+};
 
 class anchored_forward {
   public:
     anchored_forward(const haploid_problem& problem, haploid_tables& tables)
         : p_(problem), t_(tables), K_(problem.n_states) {
         t_.stride = kernels::padded(K_);
-        std::size_t n_observed = 0;
-        for (std::size_t v = 0; v < p_.n_sites; ++v) n_observed += p_.observed[v] != unobserved ? 1U : 0U;
-        ensure_size(t_.vectors, (n_observed / keep_every + 1) * t_.stride);
         ensure_size(t_.block, (keep_every - 1) * t_.stride);
-        for (aligned_buffer* vector : {&t_.work, &t_.right, &t_.right_new, &t_.products})
+        for (aligned_buffer* vector : {&t_.vectors, &t_.work, &t_.right, &t_.right_new, &t_.products})
             ensure_size(*vector, t_.stride);
         // Anchor 0: ones, padded with zeros.
         std::fill_n(t_.vectors.begin(), K_, 1.0);
         std::fill_n(t_.vectors.begin() + static_cast<std::ptrdiff_t>(K_), t_.stride - K_, 0.0);
-        t_.anchors.assign(1, {0, 0.0, 0.0, static_cast<double>(K_)});
-        t_.at.resize(p_.n_sites);
-        vector_ = t_.vectors.data();
+        t_.anchors.assign(1, {0, 0.0, 0.0, static_cast<double>(K_), 1.0});
+        t_.alpha.resize(p_.n_sites);
+        t_.mu.resize(p_.n_sites);
     }
 
-    void enter(std::size_t v) {
-        affine here = move_into(v);
-        const std::uint8_t seen = p_.observed[v];
-        if (seen == unobserved) {
-            const double neutral = p_.emission[0][unobserved];
-            here.alpha *= neutral;
-            here.beta *= neutral;
-            here.sum *= neutral;
-            if (std::isnan(here.alpha)) here.sum = here.alpha;  // no state explained a site further left
-        } else {
-            here = observe(v, here);
+    // Returns the log10 likelihood.
+    double run() {
+        const auto n_states = static_cast<double>(K_);
+        distant here{1.0 / n_states, 0.0, 1.0 / n_states};
+        for (std::size_t v = 0; v < p_.n_sites; ++v) {
+            if (v > 0) here.pass(p_.gap[v], n_states);
+            const bool small = v > 0 && !(t_.anchors.back().sum * here.growth >= rescale_below);
+            if (p_.observed[v] != unobserved || small) {
+                set_anchor(v, here);
+                here = {};
+                // Where no state explains the data all values are undefined, here and further right.
+                if (!(t_.anchors.back().scale > 0.0)) here.growth = std::numeric_limits<double>::quiet_NaN();
+            }
+            t_.alpha[v] = here.alpha;
+            t_.mu[v] = here.mu;
         }
-        if (v > 0 && !(here.sum >= rescale_below)) rescale(here, seen != unobserved);
-        t_.at[v] = here;
+        const double sum = t_.anchors.back().sum * here.growth;
+        return std::abs(sum - 1.0) > 1e-10 ? log10_likelihood_ + std::log10(sum) : log10_likelihood_;
     }
 
   private:
-    // The vector before the site's emission, from the site to the left; at the first site the uniform prior.
-    affine move_into(std::size_t v) const {
-        if (v == 0) return {1.0 / static_cast<double>(K_), 0.0, 1.0, 1.0, 0};
-        const affine& left = t_.at[v - 1];
-        const haploid_gap& gap = p_.gap[v];
-        const double to_each = left.sum * gap.move;
-        return {left.alpha * gap.diff, left.beta * gap.diff + to_each,
-                left.sum * gap.diff + static_cast<double>(K_) * to_each, 1.0, left.anchor};
-    }
-
-    affine observe(std::size_t v, const affine& here) {
+    void set_anchor(std::size_t v, const distant& here) {
         const std::size_t i = t_.anchors.size();
-        t_.anchors.push_back({v, here.alpha, here.beta, 0.0});
-        double* out = i % keep_every == 0 ? kept_vector(t_, i) : t_.work.data();
-        const double sum = enter_anchor(p_, t_, i, vector_, out);
-        t_.anchors.back().sum = sum;
-        vector_ = out;
-        return {1.0, 0.0, sum, 1.0, i};
+        t_.anchors.push_back({v, here.alpha, here.mu, 0.0, 1.0});
+        ensure_size(t_.vectors, (i / keep_every + 1) * t_.stride);
+        double* out = vector(i);
+        haploid_tables::anchor& anchor = t_.anchors.back();
+        anchor.sum = enter_anchor(p_, t_, i, vector(i - 1), out);
+        if (v == 0 || anchor.sum >= rescale_below) return;
+        anchor.scale = anchor.sum;
+        kernels::active().divide(K_, anchor.scale, out);
+        anchor.sum = 1.0;
+        log10_likelihood_ += std::log10(anchor.scale);
     }
 
-    void rescale(affine& here, bool observed) {
-        here.scale = here.sum;
-        if (observed) {
-            kernels::active().divide(K_, here.scale, vector_);
-            t_.anchors.back().sum = 1.0;
-        } else {
-            here.alpha /= here.scale;
-            here.beta /= here.scale;
-        }
-        if (!(here.scale > 0.0)) here.alpha = std::numeric_limits<double>::quiet_NaN();  // as the vector is now
-        here.sum = 1.0;
-    }
+    // Where the vector of the anchor in hand or of the one before stands.
+    double* vector(std::size_t i) { return i % keep_every == 0 ? kept_vector(t_, i) : t_.work.data(); }
 
     const haploid_problem& p_;
     haploid_tables& t_;
     const std::size_t K_;
-    double* vector_;  // of the last anchor
+    double log10_likelihood_ = 0.0;
 };
 
 // Gives a walk from right to left the vectors of the anchors.
@@ -128,7 +123,7 @@ class anchor_store {
         for (std::size_t i = 0; i < n; ++i) {
             double* out = t_.block.data() + i * t_.stride;
             enter_anchor(p_, t_, first + 1 + i, from, out);
-            const double scale = t_.at[t_.anchors[first + 1 + i].site].scale;
+            const double scale = t_.anchors[first + 1 + i].scale;
             if (scale != 1.0) kernels::active().divide(p_.n_states, scale, out);
             from = out;
         }
@@ -144,7 +139,8 @@ class anchor_store {
     const double* vector_ = nullptr;
 };
 
-// The walk from right to left over tables that anchors describe.
+// The walk from right to left over tables that anchors describe: one anchor after the other, each after the stretch of
+// sites between it and the next.
 class anchored_walk {
   public:
     anchored_walk(const haploid_problem& problem, haploid_tables& tables, const haploid_walk_options& options,
@@ -158,13 +154,19 @@ class anchored_walk {
           store_(problem, tables) {}
 
     void run() {
-        for (std::size_t v = p_.n_sites; v-- > 0;) {
+        right_ = store_.vector(0);
+        right_sum_ = static_cast<double>(n_);
+        std::size_t end = p_.n_sites;
+        for (std::size_t i = t_.anchors.size(); i-- > 0;) {
+            const std::size_t site = t_.anchors[i].site, first = i == 0 ? 0 : site + 1;
             if (options_.sample) {
-                left_ = store_.vector(t_.at[v].anchor);
-                draw_state(v);
-                if (!options_.alleles_after_states) draw_allele(v);
+                for (std::size_t v = end; v-- > site;) draw(v, i);
             }
-            if (options_.backward) pass_back(v);
+            if (options_.backward) {
+                pass_stretch(i, first, end);
+                if (i > 0) emit_anchor(i);
+            }
+            end = site;
         }
         if (options_.sample && options_.alleles_after_states) {
             for (std::size_t v = 0; v < p_.n_sites; ++v) draw_allele(v);
@@ -172,90 +174,80 @@ class anchored_walk {
     }
 
   private:
-    // Forward value of the site in hand.
-    double forward(std::size_t v, std::size_t k) const { return t_.at[v].alpha * left_[k] + t_.at[v].beta; }
-
-    void draw_state(std::size_t v) {
-        const auto value = [this, v](std::size_t k) { return forward(v, k); };
+    // Draws the state at site v, whose anchor is i.
+    void draw(std::size_t v, std::size_t i) {
+        const double* left = store_.vector(i);
+        const double alpha = t_.alpha[v], beta = t_.mu[v] * t_.anchors[i].sum;
+        const auto value = [=](std::size_t k) { return alpha * left[k] + beta; };
+        const bool before_anchor = i + 1 < t_.anchors.size() && t_.anchors[i + 1].site == v + 1;
+        const double right_scale = before_anchor ? t_.anchors[i + 1].scale : 1.0;
         const int k = v + 1 == p_.n_sites
                           ? draw_first_state(p_, value)
-                          : draw_next_state(p_, v, r_.state[v + 1], right_value_, t_.at[v + 1].scale, value, r_);
+                          : draw_next_state(p_, v, r_.state[v + 1], right_value_, right_scale, value, r_);
         r_.state[v] = k;
-        if (k >= 0) right_value_ = forward(v, static_cast<std::size_t>(k));
+        if (k >= 0) right_value_ = value(static_cast<std::size_t>(k));
+        if (!options_.alleles_after_states) draw_allele(v);
     }
 
     void draw_allele(std::size_t v) {
         if (requests_[v].draw_allele) r_.allele[v] = haploid_allele_draw(p_, v, r_.state[v]);
     }
 
-    // Takes the backward vector from the right to this site, reports the posterior, and adds the site's emission.
-    void pass_back(std::size_t v) {
-        if (v + 1 == p_.n_sites) {
-            right_ = store_.vector(0);
-            right_sum_ = sum_ = static_cast<double>(n_);
-            alpha_ = 1.0;
-            beta_ = 0.0;
-        } else {
-            const haploid_gap& gap = p_.gap[v + 1];
-            alpha_ *= gap.diff;
-            beta_ = beta_ * gap.diff + sum_ * gap.move;
-            sum_ = sum_ * gap.diff + static_cast<double>(n_) * (sum_ * gap.move);
-        }
-        if (p_.observed[v] == unobserved) {
-            if (requests_[v].posterior) r_.weights[v] = weights_by_carriers(v);
-            stay_unobserved();
-        } else {
-            emit_observed(v);
+    // Takes the backward vector through a stretch of sites of anchor i, and reports the posteriors that are wanted there.
+    void pass_stretch(std::size_t i, std::size_t first, std::size_t end) {
+        from_right_ = {};
+        const auto wanted = [this](std::size_t v) { return requests_[v].posterior; };
+        while (first < end && !wanted(end - 1)) pass_gap(end--);
+        std::size_t first_wanted = first;
+        while (first_wanted < end && !wanted(first_wanted)) ++first_wanted;
+        if (first_wanted < end) report_posteriors(i, first_wanted, end);
+        for (std::size_t v = first_wanted; v > first; --v) pass_gap(v);
+        if (i > 0) pass_gap(first);
+    }
+
+    // The gap that ends at site v; nothing lies right of the last site.
+    void pass_gap(std::size_t v) {
+        if (v < p_.n_sites) from_right_.pass(p_.gap[v], static_cast<double>(n_));
+    }
+
+    // Posterior weights at the sites from first to before end, of anchor i: sums over the states with the rarer allele,
+    // the others by subtraction from all. The sum over all states is the same at every site of a stretch.
+    void report_posteriors(std::size_t i, std::size_t first, std::size_t end) {
+        const double* left = store_.vector(i);
+        const double left_sum = t_.anchors[i].sum;
+        const double product = k_.multiply(n_, left, right_, t_.products.data());
+        if (t_.sums.size() < end - first) t_.sums.resize(end - first);
+        k_.sum_carriers(n_, end - first, p_.bits(first), left, right_, t_.products.data(), t_.sums.data());
+        double all = 0.0;
+        for (std::size_t v = end; v-- > first;) {
+            pass_gap(v + 1);
+            const double alpha = t_.alpha[v], beta = t_.mu[v] * left_sum;
+            const double right_alpha = from_right_.alpha, right_beta = from_right_.mu * right_sum_;
+            const auto weight = [&](double fc, double sum_f, double sum_c, double n) {
+                return alpha * (right_alpha * fc + right_beta * sum_f) + beta * (right_alpha * sum_c + right_beta * n);
+            };
+            if (v + 1 == end) all = weight(product, left_sum, right_sum_, static_cast<double>(n_));
+            const kernels::carrier_sums& rare = t_.sums[v - first];
+            const double carried = weight(rare.product, rare.forward, rare.backward, static_cast<double>(rare.n));
+            r_.weights[v] = rare.ones ? allele_weights{all - carried, carried} : allele_weights{carried, all - carried};
         }
     }
 
-    void stay_unobserved() {
-        const double neutral = p_.emission[0][unobserved];
-        alpha_ *= neutral;
-        beta_ *= neutral;
-        sum_ *= neutral;
-        if (sum_ >= rescale_below) return;
-        alpha_ /= sum_;
-        beta_ /= sum_;
-        sum_ = 1.0;
-    }
-
-    void emit_observed(std::size_t v) {
+    // The backward vector at the site of an anchor, with the posterior there; then with the site's emission.
+    void emit_anchor(std::size_t i) {
+        const std::size_t v = t_.anchors[i].site;
         const std::uint8_t seen = p_.observed[v];
         double* out = right_ == t_.right.data() ? t_.right_new.data() : t_.right.data();
         const kernels::backward_sums sums =
-            k_.haploid_backward(n_, right_, alpha_, beta_, store_.vector(t_.at[v].anchor), p_.bits(v),
-                                p_.emission[0][seen], p_.emission[1][seen], out);
+            k_.haploid_backward(n_, right_, from_right_.alpha, from_right_.mu * right_sum_, store_.vector(i),
+                                p_.bits(v), p_.emission[0][seen], p_.emission[1][seen], out);
         if (requests_[v].posterior) r_.weights[v] = {sums.carried[0], sums.carried[1]};
-        sum_ = sums.total;
-        if (!(sum_ >= rescale_below)) {
-            k_.divide(n_, sum_, out);
-            sum_ = 1.0;
+        right_sum_ = sums.total;
+        if (!(right_sum_ >= rescale_below)) {
+            k_.divide(n_, right_sum_, out);
+            right_sum_ = 1.0;
         }
         right_ = out;
-        right_sum_ = sum_;
-        alpha_ = 1.0;
-        beta_ = 0.0;
-        product_known_ = false;
-    }
-
-    // Posterior weights at a site without observation: sums over the states with the rarer allele, the others by
-    // subtraction from all.
-    allele_weights weights_by_carriers(std::size_t v) {
-        const affine& f = t_.at[v];
-        const double* left = store_.vector(f.anchor);
-        if (!product_known_ || product_anchor_ != f.anchor) {
-            product_ = k_.multiply(n_, left, right_, t_.products.data());
-            product_anchor_ = f.anchor;
-            product_known_ = true;
-        }
-        const kernels::carrier_sums rare = k_.sum_carriers(n_, p_.bits(v), left, right_, t_.products.data());
-        const auto weight = [&](double fc, double sum_f, double sum_c, double n) {
-            return f.alpha * alpha_ * fc + f.alpha * beta_ * sum_f + f.beta * alpha_ * sum_c + f.beta * beta_ * n;
-        };
-        const double carried = weight(rare.product, rare.forward, rare.backward, static_cast<double>(rare.n));
-        const double all = weight(product_, t_.anchors[f.anchor].sum, right_sum_, static_cast<double>(n_));
-        return rare.ones ? allele_weights{all - carried, carried} : allele_weights{carried, all - carried};
     }
 
     const haploid_problem& p_;
@@ -266,36 +258,24 @@ class anchored_walk {
     const std::size_t n_;
     const kernels::table& k_ = kernels::active();
     anchor_store store_;
-    const double* left_ = nullptr;  // vector of the anchor of the site in hand
-    double right_value_ = 0.0;      // forward value of the sampled state at the site to the right
-    // The backward vector of the site in hand is alpha right + beta; right belongs to the next observed site.
+    double right_value_ = 0.0;  // forward value of the sampled state at the site to the right
+    // Backward vector of the next anchor to the right, its own emission included.
     const double* right_ = nullptr;
     double right_sum_ = 0.0;
-    double alpha_ = 1.0, beta_ = 0.0;
-    double sum_ = 0.0;  // of the backward vector times the site's emission
-    double product_ = 0.0;
-    std::size_t product_anchor_ = 0;
-    bool product_known_ = false;
+    distant from_right_;  // the site in hand as seen from there
 };
 
 }  // namespace
 
 double haploid_forward_anchored(const haploid_problem& problem, haploid_tables& tables) {
     if (problem.n_states == 0) {  // no state explains anything
-        tables.at.assign(problem.n_sites, affine{});
         tables.anchors.assign(1, {});
-        for (std::size_t v = 1; v < problem.n_sites; ++v) tables.at[v].scale = 0.0;
+        tables.alpha.assign(problem.n_sites, 0.0);
+        tables.mu.assign(problem.n_sites, 0.0);
         return problem.n_sites > 0 ? std::log10(0.0) : 0.0;
     }
     if (problem.n_sites == 0) return 0.0;
-    anchored_forward forward(problem, tables);
-    double log10_likelihood = 0.0;
-    for (std::size_t v = 0; v < problem.n_sites; ++v) {
-        forward.enter(v);
-        if (tables.at[v].scale != 1.0) log10_likelihood += std::log10(tables.at[v].scale);
-    }
-    const double sum = tables.at.back().sum;
-    return std::abs(sum - 1.0) > 1e-10 ? log10_likelihood + std::log10(sum) : log10_likelihood;
+    return anchored_forward(problem, tables).run();
 }
 
 void haploid_walk_anchored(const haploid_problem& problem, haploid_tables& tables, const haploid_walk_options& options,
@@ -309,7 +289,9 @@ void haploid_state_posteriors(const haploid_problem& problem, haploid_tables& ta
     posteriors.assign(problem.n_sites * K, 0.0);
     std::vector<double> b(K, 1.0);
     anchor_store store(problem, tables);
+    std::size_t i = tables.anchors.size() - 1;  // the anchor of the site in hand
     for (std::size_t v = problem.n_sites; v-- > 0;) {
+        while (i > 0 && tables.anchors[i].site > v) --i;
         if (v + 1 < problem.n_sites && backward) {
             double sum = 0.0;
             for (std::size_t k = 0; k < K; ++k) {
@@ -318,8 +300,8 @@ void haploid_state_posteriors(const haploid_problem& problem, haploid_tables& ta
             }
             for (double& value : b) value = value / sum * problem.gap[v + 1].diff + problem.gap[v + 1].move;
         }
-        const affine& f = tables.at[v];
-        const double* left = store.vector(f.anchor);
-        for (std::size_t k = 0; k < K; ++k) posteriors[v * K + k] = (f.alpha * left[k] + f.beta) * b[k];
+        const double* left = store.vector(i);
+        const double alpha = tables.alpha[v], beta = tables.mu[v] * tables.anchors[i].sum;
+        for (std::size_t k = 0; k < K; ++k) posteriors[v * K + k] = (alpha * left[k] + beta) * b[k];
     }
 }

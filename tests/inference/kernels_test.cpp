@@ -186,8 +186,8 @@ TEST(kernel_levels, sum_carriers) {
         const auto found = same_at_all_levels([&](const kernels::table& t) {
             aligned_buffer products(padded(in.K));
             t.multiply(in.K, in.f.data(), in.c.data(), products.data());
-            const kernels::carrier_sums s =
-                t.sum_carriers(in.K, in.bits.data(), in.f.data(), in.c.data(), products.data());
+            kernels::carrier_sums s{};
+            t.sum_carriers(in.K, 1, in.bits.data(), in.f.data(), in.c.data(), products.data(), &s);
             return std::vector<double>{s.product, s.forward, s.backward, static_cast<double>(s.n), s.ones ? 1.0 : 0.0};
         });
         const int rarer = found[4] == 1.0 ? 1 : 0;

@@ -49,9 +49,9 @@ struct table {
                                       const std::uint64_t* bits, double m0, double m1, double* out);
     // products[k] = f[k] c[k]. Returns their sum.
     double (*multiply)(std::size_t K, const double* f, const double* c, double* products);
-    // The bits past K are clear; products[k] = f[k] c[k].
-    carrier_sums (*sum_carriers)(std::size_t K, const std::uint64_t* bits, const double* f, const double* c,
-                                 const double* products);
+    // Of n_sites sites, whose rows of bits follow each other; the bits past K are clear, products[k] = f[k] c[k].
+    void (*sum_carriers)(std::size_t K, std::size_t n_sites, const std::uint64_t* bits, const double* f,
+                         const double* c, const double* products, carrier_sums* sums);
     // Divides n values.
     void (*divide)(std::size_t n, double divisor, double* values);
     // Sum of n values, which are aligned and padded.

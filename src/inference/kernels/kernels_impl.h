@@ -82,96 +82,113 @@ double multiply(size_t K, const double* f, const double* c, double* products) {
     return total(even + odd);
 }
 
-// Sums over the states of the set bits, one bit after the other: two sums in turn.
-struct few_states_sums {
+// A sum over some states as sixteen partial sums, state k belonging to that of k mod 16.
+struct partial_sums {
+    lanes even, odd;
+    KERNEL_INLINE double sum() const { return total(even + odd); }
+};
+constexpr size_t n_partial = 2 * width;
+
+// Sums over the states of the set bits of a row, or with flip of the clear ones.
+struct carrier_step {
+    size_t K;
     const double* f;
     const double* c;
     const double* products;
-    carrier_sums even{}, odd{};
 
-    KERNEL_INLINE void add_word(size_t w, uint64_t left) {
-        while (left != 0) {
-            add(w * 64 + static_cast<size_t>(__builtin_ctzll(left)), even);
-            left &= left - 1;
-            if (left == 0) break;
-            add(w * 64 + static_cast<size_t>(__builtin_ctzll(left)), odd);
-            left &= left - 1;
+    struct running_sums {
+        partial_sums product{spread(0.0), spread(0.0)}, forward = product, backward = product;
+    };
+
+    KERNEL_INLINE void add_eight(size_t k, unsigned states, lanes& product, lanes& forward, lanes& backward) const {
+        const mask in = lane_mask(states);
+        product = add_kept(product, in, load(products + k));
+        forward = add_kept(forward, in, load(f + k));
+        backward = add_kept(backward, in, load(c + k));
+    }
+    KERNEL_INLINE void add(size_t k, unsigned in_even, unsigned in_odd, running_sums& to) const {
+        add_eight(k, in_even, to.product.even, to.forward.even, to.backward.even);
+        add_eight(k + width, in_odd, to.product.odd, to.forward.odd, to.backward.odd);
+    }
+
+    // The states past the last whole sixteen.
+    KERNEL_INLINE void add_rest(const uint64_t* bits, uint64_t flip, running_sums& to) const {
+        const size_t first = K / n_partial * n_partial, n = K - first;
+        if (n == 0) return;
+        const unsigned states = static_cast<unsigned>((bits[first / 64] ^ flip) >> (first % 64)) & ((1U << n) - 1);
+        if (n > width) {
+            add(first, states & 0xffU, states >> 8, to);
+        } else {
+            add_eight(first, states, to.product.even, to.forward.even, to.backward.even);
         }
     }
 
-  private:
-    KERNEL_INLINE void add(size_t k, carrier_sums& to) const {
-        to.product += products[k];
-        to.forward += f[k];
-        to.backward += c[k];
+#if KERNEL_PART == 8
+    // Sixteens without carriers are passed over.
+    KERNEL_INLINE void add_all(const uint64_t* bits, uint64_t flip, size_t /*n*/, running_sums& to) const {
+        constexpr size_t at_once = 32;  // sixteens in 512 bits
+        const size_t n_units = K / n_partial;
+        for (size_t first = 0; first < n_units; first += at_once) {
+            const size_t here = n_units - first < at_once ? n_units - first : at_once;
+            const __m512i words = _mm512_xor_si512(
+                _mm512_maskz_loadu_epi16(static_cast<__mmask32>((uint64_t{1} << here) - 1), bits + first / 4),
+                _mm512_set1_epi64(static_cast<long long>(flip)));
+            alignas(64) unsigned char own[2 * at_once];
+            _mm512_store_si512(own, words);
+            uint64_t left = _mm512_test_epi16_mask(words, words) & ((uint64_t{1} << here) - 1);
+            for (; left != 0; left &= left - 1) {
+                const auto unit = static_cast<size_t>(__builtin_ctzll(left));
+                add((first + unit) * n_partial, own[2 * unit], own[2 * unit + 1], to);
+            }
+        }
+        add_rest(bits, flip, to);
     }
+#else
+    // Few are taken one by one.
+    KERNEL_INLINE void add_all(const uint64_t* bits, uint64_t flip, size_t n, running_sums& to) const {
+        if (n * 6 > K) {
+            for (size_t unit = 0; unit < K / n_partial; ++unit) {
+                const auto states = static_cast<unsigned>((bits[unit / 4] ^ flip) >> (unit % 4 * n_partial));
+                add(unit * n_partial, states & 0xffU, states >> 8 & 0xffU, to);
+            }
+            add_rest(bits, flip, to);
+            return;
+        }
+        alignas(64) double sums[3][n_partial] = {};
+        for (size_t w = 0; w * 64 < K; ++w) {
+            uint64_t left = bits[w] ^ flip;
+            if (w * 64 + 64 > K) left &= (uint64_t{1} << (K % 64)) - 1;
+            for (; left != 0; left &= left - 1) {
+                const size_t k = w * 64 + static_cast<size_t>(__builtin_ctzll(left)), place = k % n_partial;
+                sums[0][place] += products[k];
+                sums[1][place] += f[k];
+                sums[2][place] += c[k];
+            }
+        }
+        to.product = {load(sums[0]), load(sums[0] + width)};
+        to.forward = {load(sums[1]), load(sums[1] + width)};
+        to.backward = {load(sums[2]), load(sums[2] + width)};
+    }
+#endif
 };
 
-// The same over all states, eight at a time and by two sums in turn. States past K have values of zero.
-struct all_states_sums {
-    const double* f;
-    const double* c;
-    const double* products;
-    lanes product[2], forward[2], backward[2];
-
-    KERNEL_INLINE void add(size_t k, size_t turn, unsigned byte) {
-        const mask carriers = lane_mask(byte);
-        product[turn] = add_kept(product[turn], carriers, load(products + k));
-        forward[turn] = add_kept(forward[turn], carriers, load(f + k));
-        backward[turn] = add_kept(backward[turn], carriers, load(c + k));
-    }
-};
-
-KERNEL_INLINE void sum_many(size_t K, const uint64_t* bits, uint64_t flip, const double* f, const double* c,
-                            const double* products, carrier_sums& sums) {
-    const lanes zero = spread(0.0);
-    all_states_sums all{f, c, products, {zero, zero}, {zero, zero}, {zero, zero}};
-    size_t k = 0;
-    for (; k + 64 <= K; k += 64) {
-        const uint64_t word = bits[k / 64] ^ flip;
-#pragma GCC unroll 8
-        for (size_t i = 0; i < 8; ++i) all.add(k + i * width, i % 2, static_cast<unsigned>(word >> (8 * i)) & 0xffU);
-    }
-    for (size_t i = 0; k < K; k += width, ++i) {
-        all.add(k, 0, static_cast<unsigned>((bits[k / 64] ^ flip) >> (8 * i)) & 0xffU);
-    }
-    sums.product = total(all.product[0] + all.product[1]);
-    sums.forward = total(all.forward[0] + all.forward[1]);
-    sums.backward = total(all.backward[0] + all.backward[1]);
-}
-
-// Where one state in so many carries the rarer allele, all states are read.
-constexpr size_t many_carriers = 6;
-
-carrier_sums sum_carriers(size_t K, const uint64_t* bits, const double* f, const double* c, const double* products) {
+void sum_carriers(size_t K, size_t n_sites, const uint64_t* bits, const double* f, const double* c,
+                  const double* products, carrier_sums* sums) {
+    const carrier_step step{K, f, c, products};
     const size_t words = (K + 63) / 64;
-    // Most sites have few carriers of allele 1: the words that hold them are noted.
-    unsigned char noted[64];
-    size_t n_noted = 0, n_ones = 0;
-    for (size_t w = 0; w < words; ++w) {
-        noted[n_noted % 64] = static_cast<unsigned char>(w);
-        n_noted += bits[w] != 0 ? 1 : 0;
-        n_ones += static_cast<size_t>(__builtin_popcountll(bits[w]));
+    for (size_t i = 0; i < n_sites; ++i, bits += words) {
+        size_t n_ones = 0;
+#pragma GCC unroll 8
+        for (size_t w = 0; w < words; ++w) n_ones += static_cast<size_t>(__builtin_popcountll(bits[w]));
+        const bool ones = 2 * n_ones <= K;
+        sums[i] = {0.0, 0.0, 0.0, ones ? n_ones : K - n_ones, ones};
+        if (sums[i].n == 0) continue;
+        carrier_step::running_sums rarer;
+        step.add_all(bits, ones ? 0 : ~uint64_t{0}, sums[i].n, rarer);
+        sums[i].product = rarer.product.sum();
+        sums[i].forward = rarer.forward.sum();
+        sums[i].backward = rarer.backward.sum();
     }
-    const bool ones = 2 * n_ones <= K;
-    carrier_sums sums{0.0, 0.0, 0.0, ones ? n_ones : K - n_ones, ones};
-    if (sums.n == 0) return sums;
-    if (sums.n * many_carriers > K) {
-        sum_many(K, bits, ones ? 0 : ~uint64_t{0}, f, c, products, sums);
-        return sums;
-    }
-    few_states_sums few{f, c, products};
-    if (ones && words <= 64) {
-        for (size_t i = 0; i < n_noted; ++i) few.add_word(noted[i], bits[noted[i]]);
-    } else {
-        const uint64_t flip = ones ? 0 : ~uint64_t{0};
-        const uint64_t last = K % 64 == 0 ? ~uint64_t{0} : (uint64_t{1} << (K % 64)) - 1;
-        for (size_t w = 0; w < words; ++w) few.add_word(w, (bits[w] ^ flip) & (w + 1 == words ? last : ~uint64_t{0}));
-    }
-    sums.product = few.even.product + few.odd.product;
-    sums.forward = few.even.forward + few.odd.forward;
-    sums.backward = few.even.backward + few.odd.backward;
-    return sums;
 }
 
 void divide(size_t n, double divisor, double* values) {

@@ -92,13 +92,15 @@ void posterior_at_unobserved_site(benchmark::State& state) {
     aligned_buffer products(kernels::padded(K));
     kernels::active().multiply(K, f.data(), c.data(), products.data());
     const std::size_t words = (K + 63) / 64;
-    std::array<kernels::carrier_sums, 8> sums{};
+    std::array<kernels::state_weight, 8> weights{};
+    std::array<kernels::carried_weight, 8> sums{};
     std::vector<std::uint64_t> bits(sums.size() * words);
     for (std::size_t v = 0; v < sums.size(); ++v) {
         set_random_bits(K, static_cast<std::size_t>(state.range(1)), &bits[v * words]);
     }
     for (auto _ : state) {
-        kernels::active().sum_carriers(K, sums.size(), bits.data(), f.data(), c.data(), products.data(), sums.data());
+        kernels::active().weigh_carriers(K, sums.size(), bits.data(), f.data(), c.data(), products.data(),
+                                         weights.data(), sums.data());
         benchmark::DoNotOptimize(sums);
     }
     set_unit(state, static_cast<double>(sums.size()));
@@ -119,11 +121,12 @@ void posteriors_at_mixed_sites(benchmark::State& state) {
         if (generator()() % 2 == 0) continue;
         set_random_bits(K, static_cast<std::size_t>(std::exp2(exponent(generator()))), &bits[v * words]);
     }
-    std::array<kernels::carrier_sums, 8> sums{};
+    std::array<kernels::state_weight, 8> weights{};
+    std::array<kernels::carried_weight, 8> sums{};
     for (auto _ : state) {
         for (std::size_t v = 0; v < n_sites; v += sums.size()) {
-            kernels::active().sum_carriers(K, sums.size(), &bits[v * words], f.data(), c.data(), products.data(),
-                                           sums.data());
+            kernels::active().weigh_carriers(K, sums.size(), &bits[v * words], f.data(), c.data(), products.data(),
+                                             weights.data(), sums.data());
             benchmark::DoNotOptimize(sums);
         }
     }

@@ -215,22 +215,31 @@ class anchored_walk {
     void report_posteriors(std::size_t i, std::size_t first, std::size_t end) {
         const double* left = store_.vector(i);
         const double left_sum = t_.anchors[i].sum;
-        const double product = k_.multiply(n_, left, right_, t_.products.data());
-        if (t_.sums.size() < end - first) t_.sums.resize(end - first);
-        k_.sum_carriers(n_, end - first, p_.bits(first), left, right_, t_.products.data(), t_.sums.data());
-        double all = 0.0;
+        const std::size_t n_sites = end - first;
+        if (t_.carried.size() < n_sites) {
+            t_.carried.resize(n_sites);
+            t_.state_weights.resize(n_sites);
+        }
         for (std::size_t v = end; v-- > first;) {
             pass_gap(v + 1);
             const double alpha = t_.alpha[v], beta = t_.mu[v] * left_sum;
             const double right_alpha = from_right_.alpha, right_beta = from_right_.mu * right_sum_;
-            const auto weight = [&](double fc, double sum_f, double sum_c, double n) {
-                return alpha * (right_alpha * fc + right_beta * sum_f) + beta * (right_alpha * sum_c + right_beta * n);
-            };
-            if (v + 1 == end) all = weight(product, left_sum, right_sum_, static_cast<double>(n_));
-            const kernels::carrier_sums& rare = t_.sums[v - first];
-            const double carried = weight(rare.product, rare.forward, rare.backward, static_cast<double>(rare.n));
-            r_.weights[v] = rare.ones ? allele_weights{all - carried, carried} : allele_weights{carried, all - carried};
+            t_.state_weights[v - first] = {alpha * right_alpha, alpha * right_beta, beta * right_alpha,
+                                           beta * right_beta};
         }
+        const double product = k_.multiply(n_, left, right_, t_.products.data());
+        const kernels::state_weight& w = t_.state_weights[n_sites - 1];
+        const double all = (w.product * product + w.each * static_cast<double>(n_)) +
+                           (w.forward * left_sum + w.backward * right_sum_);
+        k_.weigh_carriers(n_, n_sites, p_.bits(first), left, right_, t_.products.data(), t_.state_weights.data(),
+                          t_.carried.data());
+        for (std::size_t v = first; v < end; ++v) r_.weights[v] = weights_of(t_.carried[v - first], all);
+    }
+
+    // Of the two alleles, when those of the rarer one and of all states are known.
+    static allele_weights weights_of(const kernels::carried_weight& rare, double all) {
+        if (rare.n == 0 && all > 0.0) all = 1.0;  // the same everywhere, not up to rounding
+        return rare.ones ? allele_weights{all - rare.sum, rare.sum} : allele_weights{rare.sum, all - rare.sum};
     }
 
     // The backward vector at the site of an anchor, with the posterior there; then with the site's emission.

@@ -181,29 +181,43 @@ TEST(kernel_levels, haploid_backward) {
     });
 }
 
-TEST(kernel_levels, sum_carriers) {
+TEST(kernel_levels, weigh_carriers) {
     for_all_sizes(3, [](kernel_inputs& in) {
+        // The given row, its complement, no carrier, one carrier.
+        const std::size_t words = bits::words_for(in.K);
+        std::vector<std::uint64_t> rows(4 * words);
+        for (std::size_t k = 0; k < in.K; ++k) {
+            bits::set(rows.data(), k, in.allele(k) == 1);
+            bits::set(rows.data() + words, k, in.allele(k) == 0);
+        }
+        bits::set(rows.data() + 3 * words, in.K / 2, true);
+        const std::vector<kernels::state_weight> weights{
+            {0.7, 0.02, 0.03, 1e-3}, {0.5, 0.0, 0.3, 1e-4}, {0.2, 0.1, 0.1, 1.0}, {1.0, 1.0, 1.0, 1.0}};
         const auto found = same_at_all_levels([&](const kernels::table& t) {
             aligned_buffer products(padded(in.K));
             t.multiply(in.K, in.f.data(), in.c.data(), products.data());
-            kernels::carrier_sums s{};
-            t.sum_carriers(in.K, 1, in.bits.data(), in.f.data(), in.c.data(), products.data(), &s);
-            return std::vector<double>{s.product, s.forward, s.backward, static_cast<double>(s.n), s.ones ? 1.0 : 0.0};
+            std::vector<kernels::carried_weight> carried(4);
+            t.weigh_carriers(in.K, 4, rows.data(), in.f.data(), in.c.data(), products.data(), weights.data(),
+                             carried.data());
+            std::vector<double> all;
+            for (const kernels::carried_weight& w : carried) {
+                append(all, {w.sum, static_cast<double>(w.n), w.ones ? 1.0 : 0.0}, 3);
+            }
+            return all;
         });
-        const int rarer = found[4] == 1.0 ? 1 : 0;
-        double product = 0.0, forward = 0.0, backward = 0.0, n = 0.0;
-        for (std::size_t k = 0; k < in.K; ++k) {
-            if (in.allele(k) != rarer) continue;
-            product += in.f[k] * in.c[k];
-            forward += in.f[k];
-            backward += in.c[k];
-            n += 1.0;
+        for (std::size_t v = 0; v < 4; ++v) {
+            const bool rarer = found[3 * v + 2] == 1.0;
+            double sum = 0.0, n = 0.0;
+            for (std::size_t k = 0; k < in.K; ++k) {
+                if (bits::get(rows.data() + v * words, k) != rarer) continue;
+                const kernels::state_weight& w = weights[v];
+                sum += w.product * in.f[k] * in.c[k] + w.forward * in.f[k] + w.backward * in.c[k] + w.each;
+                n += 1.0;
+            }
+            expect_near(sum, found[3 * v]);
+            EXPECT_EQ(n, found[3 * v + 1]);
+            EXPECT_LE(2.0 * n, static_cast<double>(in.K));
         }
-        expect_near(product, found[0]);
-        expect_near(forward, found[1]);
-        expect_near(backward, found[2]);
-        EXPECT_EQ(n, found[3]);
-        EXPECT_LE(2.0 * n, static_cast<double>(in.K));
     });
 }
 

@@ -31,13 +31,16 @@ struct backward_sums {
     double carried[2];  // sum of f * b over the states with allele 0, with allele 1
 };
 
-// Sums over the states that carry the rarer allele of a site.
-struct carrier_sums {
-    double product;   // of f c
-    double forward;   // of f
-    double backward;  // of c
-    std::size_t n;    // number of these states
-    bool ones;        // the rarer allele is 1
+// Forward times backward value of a state at a site without observation, by the forward value f and the backward value c
+// of the state at the observed sites beside it: product f c + forward f + backward c + each.
+struct state_weight {
+    double product, forward, backward, each;
+};
+// The weights of the states that carry the rarer allele of a site.
+struct carried_weight {
+    double sum;
+    std::size_t n;  // number of these states
+    bool ones;      // the rarer allele is 1
 };
 
 struct table {
@@ -49,9 +52,10 @@ struct table {
                                       const std::uint64_t* bits, double m0, double m1, double* out);
     // products[k] = f[k] c[k]. Returns their sum.
     double (*multiply)(std::size_t K, const double* f, const double* c, double* products);
-    // Of n_sites sites, whose rows of bits follow each other; the bits past K are clear, products[k] = f[k] c[k].
-    void (*sum_carriers)(std::size_t K, std::size_t n_sites, const std::uint64_t* bits, const double* f,
-                         const double* c, const double* products, carrier_sums* sums);
+    // At n_sites sites, whose rows of bits follow each other; the bits past K are clear, products[k] = f[k] c[k].
+    void (*weigh_carriers)(std::size_t K, std::size_t n_sites, const std::uint64_t* bits, const double* f,
+                           const double* c, const double* products, const state_weight* weights,
+                           carried_weight* carried);
     // Divides n values.
     void (*divide)(std::size_t n, double divisor, double* values);
     // Sum of n values, which are aligned and padded.

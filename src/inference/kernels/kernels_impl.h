@@ -85,7 +85,6 @@ double multiply(size_t K, const double* f, const double* c, double* products) {
 // A sum over some states as sixteen partial sums, state k belonging to that of k mod 16.
 struct partial_sums {
     lanes even, odd;
-    KERNEL_INLINE double sum() const { return total(even + odd); }
 };
 constexpr size_t n_partial = 2 * width;
 
@@ -100,15 +99,24 @@ struct carrier_step {
         partial_sums product{spread(0.0), spread(0.0)}, forward = product, backward = product;
     };
 
+    KERNEL_INLINE void add(size_t k, unsigned in_even, unsigned in_odd, running_sums& to) const {
+        const double* p = products + k;
+        const double* q = f + k;
+        const double* r = c + k;
+        asm("" : "+r"(p), "+r"(q), "+r"(r));  // one register each: an address of two parts makes every sum a step more
+        const mask even = lane_mask(in_even), odd = lane_mask(in_odd);
+        to.product.even = add_kept(to.product.even, even, load(p));
+        to.forward.even = add_kept(to.forward.even, even, load(q));
+        to.backward.even = add_kept(to.backward.even, even, load(r));
+        to.product.odd = add_kept(to.product.odd, odd, load(p + width));
+        to.forward.odd = add_kept(to.forward.odd, odd, load(q + width));
+        to.backward.odd = add_kept(to.backward.odd, odd, load(r + width));
+    }
     KERNEL_INLINE void add_eight(size_t k, unsigned states, lanes& product, lanes& forward, lanes& backward) const {
         const mask in = lane_mask(states);
         product = add_kept(product, in, load(products + k));
         forward = add_kept(forward, in, load(f + k));
         backward = add_kept(backward, in, load(c + k));
-    }
-    KERNEL_INLINE void add(size_t k, unsigned in_even, unsigned in_odd, running_sums& to) const {
-        add_eight(k, in_even, to.product.even, to.forward.even, to.backward.even);
-        add_eight(k + width, in_odd, to.product.odd, to.forward.odd, to.backward.odd);
     }
 
     // The states past the last whole sixteen.
@@ -125,23 +133,31 @@ struct carrier_step {
 
 #if KERNEL_PART == 8
     // Sixteens without carriers are passed over.
-    KERNEL_INLINE void add_all(const uint64_t* bits, uint64_t flip, size_t /*n*/, running_sums& to) const {
+    template <bool flip>
+    KERNEL_INLINE void add_present(const uint64_t* bits, running_sums& to) const {
         constexpr size_t at_once = 32;  // sixteens in 512 bits
         const size_t n_units = K / n_partial;
         for (size_t first = 0; first < n_units; first += at_once) {
             const size_t here = n_units - first < at_once ? n_units - first : at_once;
-            const __m512i words = _mm512_xor_si512(
-                _mm512_maskz_loadu_epi16(static_cast<__mmask32>((uint64_t{1} << here) - 1), bits + first / 4),
-                _mm512_set1_epi64(static_cast<long long>(flip)));
-            alignas(64) unsigned char own[2 * at_once];
-            _mm512_store_si512(own, words);
-            uint64_t left = _mm512_test_epi16_mask(words, words) & ((uint64_t{1} << here) - 1);
+            const auto in_reach = static_cast<__mmask32>((uint64_t{1} << here) - 1);
+            const auto* bytes = reinterpret_cast<const unsigned char*>(bits) + first * 2;
+            const __m512i words = _mm512_maskz_loadu_epi16(in_reach, bytes);
+            uint64_t left = flip ? _mm512_mask_cmpneq_epi16_mask(in_reach, words, _mm512_set1_epi16(-1))
+                                 : _mm512_test_epi16_mask(words, words);
             for (; left != 0; left &= left - 1) {
                 const auto unit = static_cast<size_t>(__builtin_ctzll(left));
-                add((first + unit) * n_partial, own[2 * unit], own[2 * unit + 1], to);
+                const unsigned even = bytes[2 * unit], odd = bytes[2 * unit + 1];
+                add((first + unit) * n_partial, flip ? ~even & 0xffU : even, flip ? ~odd & 0xffU : odd, to);
             }
         }
-        add_rest(bits, flip, to);
+        add_rest(bits, flip ? ~uint64_t{0} : 0, to);
+    }
+    KERNEL_INLINE void add_all(const uint64_t* bits, uint64_t flip, size_t /*n*/, running_sums& to) const {
+        if (flip == 0) {
+            add_present<false>(bits, to);
+        } else {
+            add_present<true>(bits, to);
+        }
     }
 #else
     // Few are taken one by one.
@@ -172,8 +188,8 @@ struct carrier_step {
 #endif
 };
 
-void sum_carriers(size_t K, size_t n_sites, const uint64_t* bits, const double* f, const double* c,
-                  const double* products, carrier_sums* sums) {
+void weigh_carriers(size_t K, size_t n_sites, const uint64_t* bits, const double* f, const double* c,
+                    const double* products, const state_weight* weights, carried_weight* carried) {
     const carrier_step step{K, f, c, products};
     const size_t words = (K + 63) / 64;
     for (size_t i = 0; i < n_sites; ++i, bits += words) {
@@ -181,13 +197,16 @@ void sum_carriers(size_t K, size_t n_sites, const uint64_t* bits, const double* 
 #pragma GCC unroll 8
         for (size_t w = 0; w < words; ++w) n_ones += static_cast<size_t>(__builtin_popcountll(bits[w]));
         const bool ones = 2 * n_ones <= K;
-        sums[i] = {0.0, 0.0, 0.0, ones ? n_ones : K - n_ones, ones};
-        if (sums[i].n == 0) continue;
+        const size_t n = ones ? n_ones : K - n_ones;
+        carried[i] = {0.0, n, ones};
+        if (n == 0) continue;
         carrier_step::running_sums rarer;
-        step.add_all(bits, ones ? 0 : ~uint64_t{0}, sums[i].n, rarer);
-        sums[i].product = rarer.product.sum();
-        sums[i].forward = rarer.forward.sum();
-        sums[i].backward = rarer.backward.sum();
+        step.add_all(bits, ones ? 0 : ~uint64_t{0}, n, rarer);
+        const state_weight& w = weights[i];
+        const lanes sum = (rarer.product.even + rarer.product.odd) * spread(w.product) +
+                          ((rarer.forward.even + rarer.forward.odd) * spread(w.forward) +
+                           (rarer.backward.even + rarer.backward.odd) * spread(w.backward));
+        carried[i].sum = total(sum) + static_cast<double>(n) * w.each;
     }
 }
 
@@ -523,7 +542,7 @@ extern const table kernel_table;
 const table kernel_table{haploid_forward,
                          haploid_backward,
                          multiply,
-                         sum_carriers,
+                         weigh_carriers,
                          divide,
                          sum_of,
                          diploid_forward,

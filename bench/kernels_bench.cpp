@@ -188,7 +188,7 @@ void bit_transposition(benchmark::State& state) {
     alignas(64) std::uint64_t block[64];
     for (auto& word : block) word = generator()();
     for (auto _ : state) {
-        kernels::active().transpose(block);
+        kernels::active().transpose(block, block);
         benchmark::ClobberMemory();
     }
     set_unit(state, 1.0);

@@ -15,10 +15,13 @@ struct site_run {
 
 std::vector<site_run> runs_of(const std::vector<int>& sites) {
     std::vector<site_run> runs;
-    for (std::size_t v = 0; v < sites.size(); ++v) {
+    for (std::size_t v = 0; v < sites.size();) {
         const std::size_t word = static_cast<std::size_t>(sites[v]) / bits::word_bits;
-        if (runs.empty() || runs.back().word != word) runs.push_back({word, v, 0});
-        ++runs.back().n;
+        const auto past = static_cast<int>((word + 1) * bits::word_bits);
+        std::size_t end = std::min(v + bits::word_bits, sites.size());
+        while (sites[end - 1] >= past) --end;
+        runs.push_back({word, v, end - v});
+        v = end;
     }
     return runs;
 }
@@ -34,57 +37,61 @@ std::vector<const std::uint64_t*> rows_of(const std::array<packed_haplotypes, 3>
     return rows;
 }
 
-// So many words of a row are read at once: rows lie anywhere in memory, and each should be visited seldom.
+// So many words of a row are read at once: rows lie anywhere in memory, and each cache line should be visited once.
 constexpr std::size_t line_words = 8;
 
-// The same words of all rows, one row after the other.
-class row_lines {
+// Some words of all rows, word by word.
+class row_words {
   public:
-    explicit row_lines(const std::vector<const std::uint64_t*>& rows, std::size_t n_words)
-        : rows_(rows), n_words_(n_words), lines_(rows.size() * line_words) {}
+    // Rows are whole lines long.
+    row_words(const std::vector<const std::uint64_t*>& rows, std::size_t n_lines)
+        : rows_(rows), n_lines_(n_lines), words_(rows.size() * line_words) {}
 
-    void read(std::size_t first_word) {
-        const std::size_t n = std::min(line_words, n_words_ - first_word);
-        for (std::size_t k = 0; k < rows_.size(); ++k) {
-            if (n == line_words) {
-                std::copy_n(rows_[k] + first_word, line_words, &lines_[k * line_words]);
-            } else {
-                std::copy_n(rows_[k] + first_word, n, &lines_[k * line_words]);
-            }
+    void read(std::size_t line) {
+        std::array<const std::uint64_t*, line_words> from{};
+        for (std::size_t k = 0; k < rows_.size(); k += line_words) {
+            for (std::size_t j = 0; j < line_words; ++j) from[j] = rows_[k + j] + line * line_words;
+            kernels::active().transpose_words(from.data(), &words_[k], rows_.size());
         }
-        next_ = first_word + line_words;
+        next_ = line + 1;
         n_called_ = 0;
     }
-    // Calls for the next words of some more rows, while others are worked on.
+    // Calls for the next line of some more rows, while others are worked on.
     void call_ahead() {
-        if (next_ >= n_words_) return;
+        if (next_ >= n_lines_) return;
         for (std::size_t i = 0; i < line_words && n_called_ < rows_.size(); ++i) {
-            __builtin_prefetch(rows_[n_called_++] + next_);
+            __builtin_prefetch(rows_[n_called_++] + next_ * line_words);
         }
     }
-    const std::uint64_t* line(std::size_t k) const { return &lines_[k * line_words]; }
+    // The same word of 64 rows.
+    const std::uint64_t* block(std::size_t word, std::size_t first_row) const {
+        return &words_[word % line_words * rows_.size() + first_row];
+    }
 
   private:
     const std::vector<const std::uint64_t*>& rows_;
-    const std::size_t n_words_;
-    std::vector<std::uint64_t> lines_;
+    const std::size_t n_lines_;
+    std::vector<std::uint64_t> words_;  // [word of the line][row]
     std::size_t next_ = 0;
     std::size_t n_called_ = 0;
 };
 
-// The alleles of 64 states at the sites of one run: one word a visited site, words apart.
-void turn_block(const std::uint64_t* lines, const site_run& run, const int* sites, std::size_t words,
-                std::uint64_t* out) {
-    alignas(64) std::array<std::uint64_t, bits::word_bits> block;
-    for (std::size_t j = 0; j < bits::word_bits; ++j) block[j] = lines[j * line_words + run.word % line_words];
-    kernels::active().transpose(block.data());
-    if (run.n == bits::word_bits) {
-        for (std::size_t j = 0; j < bits::word_bits; ++j) out[(run.first + j) * words] = block[j];
-        return;
+// Writes the alleles at the sites of a run, one row a visited site, from blocks with one word a site of the store.
+void write_run(const std::vector<std::uint64_t>& blocks, const site_run& run, const int* sites, std::size_t words,
+               std::uint64_t* out) {
+    std::size_t w = 0;
+    for (; run.n == bits::word_bits && w + line_words <= words; w += line_words) {
+        for (std::size_t j = 0; j < run.n; j += line_words) {
+            std::array<const std::uint64_t*, line_words> from{};
+            for (std::size_t i = 0; i < line_words; ++i) from[i] = &blocks[(w + i) * bits::word_bits + j];
+            kernels::active().transpose_words(from.data(), out + (run.first + j) * words + w, words);
+        }
     }
-    const std::size_t end = run.first + run.n;
-    for (std::size_t v = run.first; v < end; ++v) {
-        out[v * words] = block[static_cast<std::size_t>(sites[v]) % bits::word_bits];
+    for (; w < words; ++w) {
+        const std::uint64_t* block = &blocks[w * bits::word_bits];
+        for (std::size_t v = run.first; v < run.first + run.n; ++v) {
+            out[v * words + w] = block[static_cast<std::size_t>(sites[v]) % bits::word_bits];
+        }
     }
 }
 
@@ -96,21 +103,23 @@ void gather_state_alleles(const std::array<packed_haplotypes, 3>& haps, const co
     alleles.resize(sites.size() * words);
     if (words == 0 || sites.empty()) return;
     const std::vector<site_run> runs = runs_of(sites);
-    const std::size_t n_words = runs.back().word + 1;
-    const std::vector<std::uint64_t> zeros(n_words, 0);
+    const std::size_t n_lines = runs.back().word / line_words + 1;
+    const std::vector<std::uint64_t> zeros(n_lines * line_words, 0);
     std::vector<const std::uint64_t*> rows = rows_of(haps, states, words * bits::word_bits, zeros);
     std::fill(rows.begin() + static_cast<std::ptrdiff_t>(n_states), rows.end(), zeros.data());
 
-    row_lines lines(rows, n_words);
-    std::size_t line = n_words;  // none yet
+    row_words from(rows, n_lines);
+    std::vector<std::uint64_t> blocks(words * bits::word_bits);
+    std::size_t line = n_lines;  // none yet
     for (const site_run& run : runs) {
         if (run.word / line_words != line) {
             line = run.word / line_words;
-            lines.read(line * line_words);
+            from.read(line);
         }
         for (std::size_t w = 0; w < words; ++w) {
-            lines.call_ahead();
-            turn_block(lines.line(w * bits::word_bits), run, sites.data(), words, alleles.data() + w);
+            from.call_ahead();
+            kernels::active().transpose(from.block(run.word, w * bits::word_bits), &blocks[w * bits::word_bits]);
         }
+        write_run(blocks, run, sites.data(), words, alleles.data());
     }
 }

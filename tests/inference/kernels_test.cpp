@@ -444,10 +444,31 @@ TEST(kernel_levels, transpose) {
     for (auto& word : block) word = source.word();
     for (const auto l : levels()) {
         auto turned = block;
-        kernels::at(l).transpose(turned.data());
+        kernels::at(l).transpose(turned.data(), turned.data());
         for (std::size_t i = 0; i < 64; ++i) {
             for (std::size_t j = 0; j < 64; ++j) {
                 ASSERT_EQ((block[i] >> j) & 1U, (turned[j] >> i) & 1U) << "level " << static_cast<int>(l);
+            }
+        }
+    }
+}
+
+TEST(kernel_levels, transpose_words) {
+    input_source source(13);
+    std::array<std::array<std::uint64_t, 9>, 8> rows{};
+    std::array<const std::uint64_t*, 8> from{};
+    for (std::size_t i = 0; i < 8; ++i) {
+        for (auto& word : rows[i]) word = source.word();
+        from[i] = rows[i].data() + i % 2;
+    }
+    for (const auto l : levels()) {
+        for (const std::size_t stride : {8U, 11U}) {
+            std::vector<std::uint64_t> turned(8 * stride, 5);
+            kernels::at(l).transpose_words(from.data(), turned.data(), stride);
+            for (std::size_t j = 0; j < 8; ++j) {
+                for (std::size_t i = 0; i < stride; ++i) {
+                    ASSERT_EQ(i < 8 ? from[i][j] : 5, turned[j * stride + i]) << "level " << static_cast<int>(l);
+                }
             }
         }
     }

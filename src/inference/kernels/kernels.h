@@ -90,8 +90,10 @@ struct table {
     // Numbers of bits in which row x differs from each of n_rows rows of n_words words.
     void (*distances)(std::size_t n_words, const std::uint64_t* x, std::size_t n_rows, const std::uint64_t* rows,
                       int* counts);
-    // Transposes a 64 x 64 bit block in place: bit j of word i goes to bit i of word j.
-    void (*transpose)(std::uint64_t* block);
+    // Transposes a 64 x 64 bit block: bit j of word i of from goes to bit i of word j of to, which may be from.
+    void (*transpose)(const std::uint64_t* from, std::uint64_t* to);
+    // Transposes 8 x 8 words: to[j * stride + i] = from[i][j].
+    void (*transpose_words)(const std::uint64_t* const* from, std::uint64_t* to, std::size_t stride);
 };
 
 enum class level { baseline, avx2, avx512 };

@@ -496,14 +496,34 @@ KERNEL_INLINE word_part partners(const word_part& x) {
 #endif
 }
 
+// The bits of own where those of from_own are set, else those of other.
+KERNEL_INLINE word_part mix(const word_part& from_own, const word_part& own, const word_part& other) {
+#if KERNEL_PART == 8
+    return reinterpret_cast<word_part>(
+        _mm512_ternarylogic_epi64(reinterpret_cast<__m512i>(from_own), reinterpret_cast<__m512i>(own),
+                                  reinterpret_cast<__m512i>(other), 0xca));
+#else
+    return ((own ^ other) & from_own) ^ other;
+#endif
+}
+
+// Left words keep their low bits and take those of their partners as high ones, right words the other way round. What a
+// rotation brings in at the other end is masked away.
 template <size_t span>
 KERNEL_INLINE word_part swap_inside(const word_part& x, uint64_t low) {
-    word_part is_left{};
-    for (size_t i = 0; i < part_words; ++i) is_left[i] = (i & span) == 0 ? ~0ULL : 0ULL;
+    word_part kept{}, to_left{};
+    for (size_t i = 0; i < part_words; ++i) {
+        kept[i] = (i & span) == 0 ? low : ~low;
+        to_left[i] = (i & span) == 0 ? span : 64 - span;
+    }
     const word_part other = partners<span>(x);
-    const word_part from_right = (x & low) | ((other << span) & ~low);
-    const word_part from_left = (x & ~low) | ((other >> span) & low);
-    return (from_right & is_left) | (from_left & ~is_left);
+#if KERNEL_PART == 8
+    const word_part turned = reinterpret_cast<word_part>(
+        _mm512_maskz_rolv_epi64(0xff, reinterpret_cast<__m512i>(other), reinterpret_cast<__m512i>(to_left)));
+#else
+    const word_part turned = (other << to_left) | (other >> (64 - to_left));
+#endif
+    return mix(kept, x, turned);
 }
 
 template <size_t span>
@@ -517,24 +537,76 @@ KERNEL_INLINE void transpose_step(word_part* words, uint64_t low) {
 #pragma GCC unroll 32
         for (size_t p = 0; p < n; ++p) {
             if ((p & apart) != 0) continue;
-            const word_part swapped = ((words[p] >> span) ^ words[p + apart]) & low;
-            words[p] ^= swapped << span;
-            words[p + apart] ^= swapped;
+            const word_part left = words[p], right = words[p + apart], kept = word_part{} + low;
+            words[p] = mix(kept, left, right << span);
+            words[p + apart] = mix(kept, left >> span, right);
         }
     }
 }
 
-void transpose(uint64_t* block) {
+void transpose(const uint64_t* from, uint64_t* to) {
     word_part words[64 / part_words];
-    for (size_t p = 0; p < 64 / part_words; ++p) words[p] = reinterpret_cast<const stored_word_part*>(block)[p];
+    for (size_t p = 0; p < 64 / part_words; ++p) words[p] = reinterpret_cast<const stored_word_part*>(from)[p];
     transpose_step<32>(words, 0x00000000ffffffffULL);
     transpose_step<16>(words, 0x0000ffff0000ffffULL);
     transpose_step<8>(words, 0x00ff00ff00ff00ffULL);
     transpose_step<4>(words, 0x0f0f0f0f0f0f0f0fULL);
     transpose_step<2>(words, 0x3333333333333333ULL);
     transpose_step<1>(words, 0x5555555555555555ULL);
-    for (size_t p = 0; p < 64 / part_words; ++p) reinterpret_cast<stored_word_part*>(block)[p] = words[p];
+    for (size_t p = 0; p < 64 / part_words; ++p) reinterpret_cast<stored_word_part*>(to)[p] = words[p];
 }
+
+#if KERNEL_PART == 8
+void transpose_words(const uint64_t* const* from, uint64_t* to, size_t stride) {
+    word_part rows[8], pairs[8], quads[8];
+    for (size_t i = 0; i < 8; ++i) rows[i] = *reinterpret_cast<const stored_word_part*>(from[i]);
+#pragma GCC unroll 4
+    for (size_t i = 0; i < 8; i += 2) {
+        pairs[i] = __builtin_shufflevector(rows[i], rows[i + 1], 0, 8, 2, 10, 4, 12, 6, 14);
+        pairs[i + 1] = __builtin_shufflevector(rows[i], rows[i + 1], 1, 9, 3, 11, 5, 13, 7, 15);
+    }
+#pragma GCC unroll 4
+    for (size_t i = 0; i < 4; ++i) {
+        const size_t at = i / 2 * 4 + i % 2;
+        quads[at] = __builtin_shufflevector(pairs[at], pairs[at + 2], 0, 1, 8, 9, 4, 5, 12, 13);
+        quads[at + 2] = __builtin_shufflevector(pairs[at], pairs[at + 2], 2, 3, 10, 11, 6, 7, 14, 15);
+    }
+#pragma GCC unroll 4
+    for (size_t i = 0; i < 4; ++i) {
+        stored_word_part* low = reinterpret_cast<stored_word_part*>(to + i * stride);
+        stored_word_part* high = reinterpret_cast<stored_word_part*>(to + (i + 4) * stride);
+        *low = __builtin_shufflevector(quads[i], quads[i + 4], 0, 1, 2, 3, 8, 9, 10, 11);
+        *high = __builtin_shufflevector(quads[i], quads[i + 4], 4, 5, 6, 7, 12, 13, 14, 15);
+    }
+}
+#elif KERNEL_PART == 4
+void transpose_words(const uint64_t* const* from, uint64_t* to, size_t stride) {
+    for (size_t first = 0; first < 8; first += 4) {
+        for (size_t word = 0; word < 8; word += 4) {
+            word_part rows[4], pairs[4];
+            for (size_t i = 0; i < 4; ++i) {
+                rows[i] = *reinterpret_cast<const stored_word_part*>(from[first + i] + word);
+            }
+            for (size_t i = 0; i < 4; i += 2) {
+                pairs[i] = __builtin_shufflevector(rows[i], rows[i + 1], 0, 4, 2, 6);
+                pairs[i + 1] = __builtin_shufflevector(rows[i], rows[i + 1], 1, 5, 3, 7);
+            }
+            for (size_t i = 0; i < 2; ++i) {
+                uint64_t* place = to + (word + i) * stride + first;
+                *reinterpret_cast<stored_word_part*>(place) = __builtin_shufflevector(pairs[i], pairs[i + 2], 0, 1, 4, 5);
+                *reinterpret_cast<stored_word_part*>(place + 2 * stride) =
+                    __builtin_shufflevector(pairs[i], pairs[i + 2], 2, 3, 6, 7);
+            }
+        }
+    }
+}
+#else
+void transpose_words(const uint64_t* const* from, uint64_t* to, size_t stride) {
+    for (size_t j = 0; j < 8; ++j) {
+        for (size_t i = 0; i < 8; ++i) to[j * stride + i] = from[i][j];
+    }
+}
+#endif
 
 }  // namespace
 
@@ -554,6 +626,7 @@ const table kernel_table{haploid_forward,
                          ordered_backward_move,
                          ordered_class_sums,
                          distances,
-                         transpose};
+                         transpose,
+                         transpose_words};
 
 }  // namespace kernels::KERNEL_LEVEL

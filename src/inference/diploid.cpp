@@ -1,7 +1,9 @@
 #include "inference/diploid.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
+#include <optional>
 
 #include "inference/haploid.h"
 #include "inference/kernels/kernels.h"
@@ -14,30 +16,39 @@ std::array<double, 3> by_sum(const std::array<double, 4>& e) {
     return {e[0], e[1], e[3]};
 }
 
-// One forward sweep: the sums that belong to the table entered last stand in row and sum.
+// One forward sweep. Where all pairs have one emission, as where all states have one allele, the step is only noted: the
+// sums of rows follow without the table, and the table takes several steps at once when it is needed next.
 class forward_sweep {
   public:
-    forward_sweep(const pair_problem& p, pair_tables& t) : p_(p), t_(t) {}
+    forward_sweep(const pair_problem& p, pair_tables& t) : p_(p), t_(t), K_(static_cast<double>(p.n_states)) {
+        noted_shared_.resize(t.stride);
+        shared_.resize(t.stride);
+    }
 
     // The first visited site: every ordered pair has the same chance.
     void start(double* out) {
         std::fill_n(out, t_.table_size, 0.0);
         std::fill_n(t_.shared.data(), t_.stride, 0.0);
-        t_.constant[0] = ways() / static_cast<double>(p_.n_states * p_.n_states);
-        sum_ = enter_table(p_, t_, 0, out, out);
+        t_.constant[0] = ways() / (K_ * K_);
+        sum_ = enter_table(p_, t_, 0, terms_into(p_, t_, 0), out, out);
     }
 
-    void step(std::size_t v, const double* from, double* out) {
+    // Enters site v. Writes its table to out, from that of the last site whose table was written, if it must be written
+    // or the step cannot be noted. Returns whether the table was written.
+    bool step(std::size_t v, bool must_write, const double* from, double* out) {
         const diploid_gap& gap = p_.gap[v];
         double* shared = t_.shared.data() + v * t_.stride;
         for (std::size_t k = 0; k < t_.stride; ++k) shared[k] = k < p_.n_states ? gap.one_moves * t_.row[k] : 0.0;
         t_.constant[v] = ways() * gap.both_move * sum_;
-        sum_ = enter_table(p_, t_, v, from, out);
-        if (sum_ >= rescale_below) return;
-        t_.scale[v] = sum_;
-        kernels::active().divide(t_.table_size, sum_, out);
-        kernels::active().divide(p_.n_states, sum_, t_.row.data());
-        sum_ = 1.0;
+        const std::optional<double> emission = common_emission(v);
+        const bool write = must_write || !emission;
+        if (write) {
+            sum_ = enter_table(p_, t_, v, join_noted(terms_into(p_, t_, v)), from, out);
+        } else {
+            note(v, *emission);
+        }
+        if (!(sum_ >= rescale_below)) rescale(v, write ? out : nullptr);
+        return write;
     }
 
     double sum() const { return sum_; }
@@ -45,9 +56,72 @@ class forward_sweep {
   private:
     double ways() const { return p_.ordered ? 1.0 : 2.0; }
 
+    std::optional<double> common_emission(std::size_t v) const {
+        if (p_.ordered || p_.n_states == 0) return std::nullopt;
+        const std::array<double, 4>& e = p_.emission[v];
+        if (e[0] == e[1] && e[1] == e[3]) return e[0];
+        std::size_t n_ones = 0;
+        for (std::size_t w = 0; w < p_.words; ++w) n_ones += static_cast<std::size_t>(std::popcount(p_.bits(v)[w]));
+        if (n_ones == 0) return e[0];
+        if (n_ones == p_.n_states) return e[3];
+        return std::nullopt;
+    }
+
+    // The terms from the table written last into the site that the given terms lead into.
+    pair_terms join_noted(pair_terms terms) {
+        if (!has_noted_) return terms;
+        for (std::size_t k = 0; k < t_.stride; ++k) shared_[k] = terms.stay * noted_shared_[k] + terms.shared[k];
+        const pair_terms joined{terms.stay * noted_.stay, shared_.data(), terms.stay * noted_.constant + terms.constant};
+        has_noted_ = false;
+        return joined;
+    }
+
+    // Each row has K pairs, of which the pair of one state has its share once and half the constant.
+    void note(std::size_t v, double e) {
+        const pair_terms terms = terms_into(p_, t_, v);
+        double all_shared = 0.0;
+        for (std::size_t k = 0; k < p_.n_states; ++k) all_shared += terms.shared[k];
+        const double in_row = all_shared + K_ * terms.constant;
+        const double* left = row_sums_of(p_, t_, v - (keeps_row_sums(p_) ? 1 : 0));
+        double* sums = row_sums_of(p_, t_, v);
+        double before = 0.0;  // shares of the states before k
+        for (std::size_t k = 0; k < p_.n_states; ++k) {
+            const double share = terms.shared[k], n = static_cast<double>(k);
+            t_.row[k] = e * (terms.stay * t_.row[k] + (K_ * share + in_row));
+            sums[k] = e * (terms.stay * left[k] + (before + ((n + 1.0) * share + (n + 0.5) * terms.constant)));
+            before += share;
+        }
+        sum_ = e * (terms.stay * sum_ + K_ * (all_shared + 0.5 * K_ * terms.constant));
+
+        const pair_terms joined = join_noted(terms);
+        for (std::size_t k = 0; k < t_.stride; ++k) noted_shared_[k] = e * joined.shared[k];
+        noted_ = {e * joined.stay, nullptr, e * joined.constant};
+        has_noted_ = true;
+    }
+
+    void rescale(std::size_t v, double* table) {
+        const kernels::table& k = kernels::active();
+        t_.scale[v] = sum_;
+        k.divide(p_.n_states, sum_, t_.row.data());
+        if (!p_.ordered) k.divide(p_.n_states, sum_, row_sums_of(p_, t_, v));
+        if (table != nullptr) {
+            k.divide(t_.table_size, sum_, table);
+        } else {
+            k.divide(t_.stride, sum_, noted_shared_.data());
+            noted_.stay /= sum_;
+            noted_.constant /= sum_;
+        }
+        sum_ = 1.0;
+    }
+
     const pair_problem& p_;
     pair_tables& t_;
+    const double K_;
     double sum_ = 0.0;
+    // From the table written last to the site in hand.
+    bool has_noted_ = false;
+    pair_terms noted_;
+    aligned_buffer noted_shared_, shared_;
 };
 
 class pair_walker {
@@ -79,7 +153,9 @@ class pair_walker {
   private:
     void draw_states(std::size_t v) {
         if (v + 1 == p_.n_sites) {
-            const auto [a, b] = first_pair(store_.table());
+            const auto [a, b] = store_.has_rows()
+                                    ? first_pair(row_values{store_, row_sums_of(p_, t_, v), nullptr, nullptr})
+                                    : first_pair(table_values{*this, store_.table()});
             k1_ = a;
             k2_ = b;
             r_.state[v] = {a, b};
@@ -97,18 +173,39 @@ class pair_walker {
         return kernels::active().sum_of(static_cast<std::size_t>(last_of_row(a)) + 1, row);
     }
 
-    std::array<int, 2> first_pair(const double* f) const {
+    // Values of the table at a site, had from the table itself or row by row.
+    struct table_values {
+        const pair_walker& walker;
+        const double* f;
+        double row_sum(int a) const { return walker.sum_of_row(row(a), a); }
+        double with_k1(int a) const { return row(a)[walker.k1_]; }
+        double with_k2(int a) const { return row(a)[walker.k2_]; }
+        const double* row(int a) const { return f + pair_place(walker.p_, a, 0); }
+    };
+    struct row_values {
+        pair_store& store;
+        const double* sums;
+        const double* k1_row;
+        const double* k2_row;
+        double row_sum(int a) const { return sums[a]; }
+        double with_k1(int a) const { return k1_row[a]; }
+        double with_k2(int a) const { return k2_row[a]; }
+        const double* row(int a) const { return store.row(a, 2); }
+    };
+
+    template <typename Values>
+    std::array<int, 2> first_pair(const Values& values) const {
         const double u = Random::RNG->Next();
         double z = 0.0;
-        for (int a = 0; a < K_; ++a) z += sum_of_row(f + pair_place(p_, a, 0), a);
+        for (int a = 0; a < K_; ++a) z += values.row_sum(a);
         double sum = 0.0;
         for (int a = 0; a < K_; ++a) {
-            const double* row = f + pair_place(p_, a, 0);
-            const double after_row = sum + sum_of_row(row, a) / z;
+            const double after_row = sum + values.row_sum(a) / z;
             if (after_row < u) {
                 sum = after_row;
                 continue;
             }
+            const double* row = values.row(a);
             for (int b = 0; b <= last_of_row(a); ++b) {
                 sum += row[b] / z;
                 if (u <= sum) return {a, b};
@@ -133,7 +230,13 @@ class pair_walker {
             return;
         }
         ++r_.switch_count;
-        switch_pair(gap, store_.table(), u, sum, den);
+        if (store_.has_rows()) {
+            const double* k1_row = store_.row(k1_, 0);
+            const double* k2_row = k1_ == k2_ ? k1_row : store_.row(k2_, 1);
+            switch_pair(gap, row_values{store_, row_sums_of(p_, t_, v), k1_row, k2_row}, u, sum, den);
+        } else {
+            switch_pair(gap, table_values{*this, store_.table()}, u, sum, den);
+        }
     }
 
     using chance_table = std::array<std::array<double, 2>, 2>;
@@ -154,32 +257,38 @@ class pair_walker {
         return chance;
     }
 
-    // Weight of the pair (a, b) as the next one; the pair in hand has had its turn.
-    double weight(const double* row, const chance_table& chance, int a, int b) const {
-        return a == k1_ && b == k2_ ? 0.0 : row[b] * chance[b != k1_ ? 1 : 0][b != k2_ ? 1 : 0];
+    // Weight of the pair (a, b) of forward value f as the next one; the pair in hand has had its turn.
+    double weight(double f, const chance_table& chance, int a, int b) const {
+        return a == k1_ && b == k2_ ? 0.0 : f * chance[b != k1_ ? 1 : 0][b != k2_ ? 1 : 0];
     }
 
-    double weight_of_row(const double* row, const chance_table& chance, int a) const {
-        double sum = sum_of_row(row, a) * chance[1][1];
-        for (const int b : {k1_, k2_}) {
-            if (b <= last_of_row(a)) sum += weight(row, chance, a, b) - row[b] * chance[1][1];
-            if (k1_ == k2_) break;
+    template <typename Values>
+    double weight_of_row(const Values& values, const chance_table& chance, int a) const {
+        double sum = values.row_sum(a) * chance[1][1];
+        if (k1_ <= last_of_row(a)) {
+            const double f = values.with_k1(a);
+            sum += weight(f, chance, a, k1_) - f * chance[1][1];
+        }
+        if (k1_ != k2_ && k2_ <= last_of_row(a)) {
+            const double f = values.with_k2(a);
+            sum += weight(f, chance, a, k2_) - f * chance[1][1];
         }
         return sum;
     }
 
-    void switch_pair(const diploid_gap& gap, const double* f, double u, double sum, double den) {
+    template <typename Values>
+    void switch_pair(const diploid_gap& gap, const Values& values, double u, double sum, double den) {
         for (int a = 0; a < K_; ++a) {
             const chance_table chance = row_chances(gap, a);
-            const double* row = f + pair_place(p_, a, 0);
-            const double after_row = sum + weight_of_row(row, chance, a) / den;
+            const double after_row = sum + weight_of_row(values, chance, a) / den;
             if (after_row < u) {
                 sum = after_row;
                 continue;
             }
+            const double* row = values.row(a);
             for (int b = 0; b <= last_of_row(a); ++b) {
                 if (a == k1_ && b == k2_) continue;
-                sum += weight(row, chance, a, b) / den;
+                sum += weight(row[b], chance, a, b) / den;
                 if (u <= sum) {
                     k1_ = a;
                     k2_ = b;
@@ -311,15 +420,15 @@ double pair_forward(const pair_problem& problem, pair_tables& tables) {
     double log10_likelihood = 0.0;
     const double* from = nullptr;
     for (std::size_t v = 0; v < problem.n_sites; ++v) {
-        double* out =
-            keeps_table(problem, v) ? tables.kept.data() + tables.kept_row[v] * tables.table_size : tables.work.data();
+        const bool keep = keeps_table(problem, v);
+        double* out = keep ? tables.kept.data() + tables.kept_row[v] * tables.table_size : tables.work.data();
         if (v == 0) {
             forward.start(out);
-        } else {
-            forward.step(v, from, out);
+            from = out;
+        } else if (forward.step(v, keep, from, out)) {
+            from = out;
         }
         if (tables.scale[v] != 1.0) log10_likelihood += std::log10(tables.scale[v]);
-        from = out;
     }
     const bool rest = problem.n_sites > 0 && std::abs(forward.sum() - 1.0) > 1e-10;
     return rest ? log10_likelihood + std::log10(forward.sum()) : log10_likelihood;

@@ -32,6 +32,8 @@ void size_tables(const pair_problem& problem, pair_tables& tables) {
     tables.table_size = table_size(problem);
     ensure_size(tables.row, K8);
     ensure_size(tables.emission_rows, 2 * K8);
+    ensure_size(tables.row_sums, keeps_row_sums(problem) ? problem.n_sites * K8 : K8);
+    for (aligned_buffer& row : tables.followed) ensure_size(row, K8);
     ensure_size(tables.work, tables.table_size);
     ensure_size(tables.shared, problem.n_sites * K8);
     tables.constant.assign(problem.n_sites, 0.0);
@@ -47,18 +49,30 @@ void size_tables(const pair_problem& problem, pair_tables& tables) {
     ensure_size(tables.local, interval * tables.table_size);
 }
 
-double enter_table(const pair_problem& problem, pair_tables& tables, std::size_t v, const double* from, double* out) {
+pair_terms terms_into(const pair_problem& problem, const pair_tables& tables, std::size_t v) {
+    return {both_stay(problem, v), tables.shared.data() + v * tables.stride, tables.constant[v]};
+}
+
+bool keeps_row_sums(const pair_problem& problem) {
+    return !problem.ordered && problem.checkpoint == nullptr;
+}
+
+double* row_sums_of(const pair_problem& problem, pair_tables& tables, std::size_t v) {
+    return tables.row_sums.data() + (keeps_row_sums(problem) ? v * tables.stride : 0);
+}
+
+double enter_table(const pair_problem& problem, pair_tables& tables, std::size_t v, const pair_terms& terms,
+                   const double* from, double* out) {
     const kernels::table& k = kernels::active();
-    const double* shared = tables.shared.data() + v * tables.stride;
     const std::array<double, 4>& e = problem.emission[v];
-    const double t0 = both_stay(problem, v), c = tables.constant[v];
     if (problem.ordered) {
-        return k.ordered_forward(problem.n_states, from, shared, t0, c, problem.bits(v), e.data(), out,
-                                 tables.row.data());
+        return k.ordered_forward(problem.n_states, from, terms.shared, terms.stay, terms.constant, problem.bits(v),
+                                 e.data(), out, tables.row.data());
     }
     const std::array<double, 3> by_sum{e[0], e[1], e[3]};
-    return k.diploid_forward(problem.n_states, from, shared, t0, c, problem.bits(v), by_sum.data(),
-                             tables.emission_rows.data(), out, tables.row.data());
+    return k.diploid_forward(problem.n_states, from, terms.shared, terms.stay, terms.constant, problem.bits(v),
+                             by_sum.data(), tables.emission_rows.data(), out, tables.row.data(),
+                             row_sums_of(problem, tables, v));
 }
 
 pair_store::pair_store(const pair_problem& problem, pair_tables& tables)
@@ -93,13 +107,35 @@ double pair_store::value(int a, int b) {
     return followed_[v_ - first_];
 }
 
+bool pair_store::has_rows() const {
+    return keeps_row_sums(p_) && !kept_ && n_built_ < v_ - first_;
+}
+
+const double* pair_store::row(int a, std::size_t place) {
+    double* row = t_.followed[place].data();
+    const double* from = kept_table(first_);
+    for (int b = 0; b < static_cast<int>(p_.n_states); ++b) row[b] = from[pair_place(p_, std::max(a, b), std::min(a, b))];
+    for (std::size_t v = first_ + 1; v <= v_; ++v) {
+        const pair_terms terms = terms_into(p_, t_, v);
+        const std::array<double, 4>& e = p_.emission[v];
+        const std::array<double, 3> by_sum{e[0], e[1], e[3]};
+        kernels::active().diploid_forward_row(p_.n_states, static_cast<std::size_t>(a), row, terms.shared, terms.stay,
+                                              terms.constant, p_.bits(v), by_sum.data(), row);
+        if (t_.scale[v] != 1.0) kernels::active().divide(p_.n_states, t_.scale[v], row);
+    }
+    return row;
+}
+
 void pair_store::rebuild(std::size_t first, std::size_t n) {
     const double* from = kept_table(first);
     for (std::size_t i = 0; i < n; ++i) {
         const std::size_t v = first + 1 + i;
         double* out = local_table(i);
-        enter_table(p_, t_, v, from, out);
-        if (t_.scale[v] != 1.0) kernels::active().divide(t_.table_size, t_.scale[v], out);
+        enter_table(p_, t_, v, terms_into(p_, t_, v), from, out);
+        if (t_.scale[v] != 1.0) {
+            kernels::active().divide(t_.table_size, t_.scale[v], out);
+            if (!p_.ordered) kernels::active().divide(p_.n_states, t_.scale[v], row_sums_of(p_, t_, v));
+        }
         from = out;
     }
     n_built_ = n;
@@ -114,9 +150,9 @@ void pair_store::follow_pair(int a, int b) {
 
 // One entry of the table, in the order of operations of the kernels.
 double pair_store::next_value(std::size_t v, double value, int a, int b) const {
-    const double* shared = t_.shared.data() + v * t_.stride;
-    const double moved = both_stay(p_, v) * value;
-    double w = moved + ((shared[a] + t_.constant[v]) + shared[b]);
+    const pair_terms terms = terms_into(p_, t_, v);
+    const double moved = terms.stay * value;
+    double w = moved + ((terms.shared[a] + terms.constant) + terms.shared[b]);
     if (!p_.ordered && a == b) w = (moved + w) * 0.5;
     w *= p_.pair_emission(v, a, b);
     return t_.scale[v] != 1.0 ? w / t_.scale[v] : w;

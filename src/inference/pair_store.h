@@ -15,9 +15,23 @@ bool keeps_table(const pair_problem& problem, std::size_t v);
 // Sizes the storage for a problem.
 void size_tables(const pair_problem& problem, pair_tables& tables);
 
-// Enters site v: the table out from that of the site to its left, by the terms in shared and constant. out may be from.
-// Leaves the rows' sums in row. Returns the sum of the table.
-double enter_table(const pair_problem& problem, pair_tables& tables, std::size_t v, const double* from, double* out);
+// What leads into a site: stay times the value of the pair, the shares of both its states, a constant.
+struct pair_terms {
+    double stay = 0.0;
+    const double* shared = nullptr;  // [padded K]
+    double constant = 0.0;
+};
+pair_terms terms_into(const pair_problem& problem, const pair_tables& tables, std::size_t v);
+
+// Whether the sums of the tables' rows are kept for every site.
+bool keeps_row_sums(const pair_problem& problem);
+// Sums of the rows of the table of site v, of unordered pairs.
+double* row_sums_of(const pair_problem& problem, pair_tables& tables, std::size_t v);
+
+// Enters site v: the table out from that of a site to its left, by the terms between them. out may be from. Leaves the
+// rows' sums in row, and of unordered pairs in row_sums. Returns the sum of the table.
+double enter_table(const pair_problem& problem, pair_tables& tables, std::size_t v, const pair_terms& terms,
+                   const double* from, double* out);
 
 // Gives a walk from right to left the tables.
 class pair_store {
@@ -32,6 +46,10 @@ class pair_store {
     double* table();
     // Its entry for the pair (a, b), in table order. Cheaper than the table while the pair stays the same.
     double value(int a, int b);
+    // Whether single rows are had for less than the table; then the sums of rows are known too.
+    bool has_rows() const;
+    // Entries of the pairs of state a with every state, in one of three places.
+    const double* row(int a, std::size_t place);
 
   private:
     double* kept_table(std::size_t v) { return t_.kept.data() + t_.kept_row[v] * t_.table_size; }

@@ -249,11 +249,13 @@ TEST(kernel_levels, diploid_forward) {
     for_all_sizes(5, [](kernel_inputs& in) {
         const std::size_t size = kernels::triangle_size(in.K), p = padded(in.K);
         const auto step = [&](const kernels::table& t, const aligned_buffer& from, aligned_buffer& out) {
-            aligned_buffer row(p), emission_rows(2 * p);
+            aligned_buffer row(p), row_sums(p), emission_rows(2 * p);
             std::vector<double> all{t.diploid_forward(in.K, from.data(), in.g.data(), in.alpha, in.beta, in.bits.data(),
-                                                      in.e.data(), emission_rows.data(), out.data(), row.data())};
+                                                      in.e.data(), emission_rows.data(), out.data(), row.data(),
+                                                      row_sums.data())};
             append(all, out, size);
             append(all, row, in.K);
+            append(all, row_sums, in.K);
             return all;
         };
         const auto found = same_at_all_levels([&](const kernels::table& t) {
@@ -268,6 +270,7 @@ TEST(kernel_levels, diploid_forward) {
         std::vector<double> row(in.K, 0.0);
         double sum = 0.0;
         for (std::size_t a = 0; a < in.K; ++a) {
+            double in_triangle_row = 0.0;
             for (std::size_t b = 0; b <= a; ++b) {
                 const double stayed = in.alpha * in.triangle_f[in.in_triangle(a, b)];
                 double w = stayed + in.g[a] + in.g[b] + in.beta;
@@ -277,11 +280,37 @@ TEST(kernel_levels, diploid_forward) {
                 row[a] += v;
                 row[b] += v;
                 sum += v;
+                in_triangle_row += v;
             }
             for (std::size_t b = a + 1; b < padded(a + 1); ++b) EXPECT_EQ(0.0, found[1 + in.in_triangle(a, b)]);
+            expect_near(in_triangle_row, found[1 + size + in.K + a]);
         }
         for (std::size_t a = 0; a < in.K; ++a) expect_near(row[a], found[1 + size + a]);
         expect_near(sum, found[0]);
+    });
+}
+
+TEST(kernel_levels, diploid_forward_row_has_the_entries_of_the_table) {
+    for_all_sizes(14, [](kernel_inputs& in) {
+        const std::size_t p = padded(in.K);
+        aligned_buffer row(p), row_sums(p), emission_rows(2 * p), table(kernels::triangle_size(in.K));
+        const auto entry = [&in](const aligned_buffer& f, std::size_t a, std::size_t b) {
+            return f[in.in_triangle(std::max(a, b), std::min(a, b))];
+        };
+        kernels::active().diploid_forward(in.K, in.triangle_f.data(), in.g.data(), in.alpha, in.beta, in.bits.data(),
+                                          in.e.data(), emission_rows.data(), table.data(), row.data(), row_sums.data());
+        for (std::size_t a = 0; a < in.K; a += in.K / 4 + 1) {
+            const auto found = same_at_all_levels([&](const kernels::table& t) {
+                aligned_buffer values(p);
+                for (std::size_t b = 0; b < in.K; ++b) values[b] = entry(in.triangle_f, a, b);
+                t.diploid_forward_row(in.K, a, values.data(), in.g.data(), in.alpha, in.beta, in.bits.data(),
+                                      in.e.data(), values.data());
+                std::vector<double> all;
+                append(all, values, in.K);
+                return all;
+            });
+            for (std::size_t b = 0; b < in.K; ++b) expect_near(entry(table, a, b), found[b]);
+        }
     });
 }
 

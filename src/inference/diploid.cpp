@@ -1,13 +1,13 @@
 #include "inference/diploid.h"
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
 #include <optional>
 
 #include "inference/haploid.h"
 #include "inference/kernels/kernels.h"
 #include "inference/pair_store.h"
+#include "model/allele_row.h"
 #include "random/random.h"
 
 namespace {
@@ -37,8 +37,7 @@ class forward_sweep {
     // or the step cannot be noted. Returns whether the table was written.
     bool step(std::size_t v, bool must_write, const double* from, double* out) {
         const diploid_gap& gap = p_.gap[v];
-        double* shared = t_.shared.data() + v * t_.stride;
-        for (std::size_t k = 0; k < t_.stride; ++k) shared[k] = k < p_.n_states ? gap.one_moves * t_.row[k] : 0.0;
+        scale_by(gap.one_moves, t_.row.data(), t_.shared.data() + v * t_.stride);
         t_.constant[v] = ways() * gap.both_move * sum_;
         const std::optional<double> emission = common_emission(v);
         const bool write = must_write || !emission;
@@ -56,21 +55,30 @@ class forward_sweep {
   private:
     double ways() const { return p_.ordered ? 1.0 : 2.0; }
 
+    void scale_by(double factor, const double* from, double* to) const {
+        for (std::size_t k = 0; k < t_.stride; ++k) to[k] = factor * from[k];
+    }
+
     std::optional<double> common_emission(std::size_t v) const {
         if (p_.ordered || p_.n_states == 0) return std::nullopt;
         const std::array<double, 4>& e = p_.emission[v];
         if (e[0] == e[1] && e[1] == e[3]) return e[0];
-        std::size_t n_ones = 0;
-        for (std::size_t w = 0; w < p_.words; ++w) n_ones += static_cast<std::size_t>(std::popcount(p_.bits(v)[w]));
-        if (n_ones == 0) return e[0];
-        if (n_ones == p_.n_states) return e[3];
-        return std::nullopt;
+        const std::uint64_t* alleles = p_.bits(v);
+        const bool one = (alleles[0] & 1U) != 0;
+        for (std::size_t first = 0; first < p_.n_states; first += bits::word_bits) {
+            const std::size_t n = std::min(bits::word_bits, p_.n_states - first);
+            const std::uint64_t all = ~std::uint64_t{0} >> (bits::word_bits - n);
+            if (alleles[first / bits::word_bits] != (one ? all : 0)) return std::nullopt;
+        }
+        return e[one ? 3 : 0];
     }
 
     // The terms from the table written last into the site that the given terms lead into.
     pair_terms join_noted(pair_terms terms) {
         if (!has_noted_) return terms;
-        for (std::size_t k = 0; k < t_.stride; ++k) shared_[k] = terms.stay * noted_shared_[k] + terms.shared[k];
+        const double* noted = noted_shared_.data();
+        double* shared = shared_.data();
+        for (std::size_t k = 0; k < t_.stride; ++k) shared[k] = terms.stay * noted[k] + terms.shared[k];
         const pair_terms joined{terms.stay * noted_.stay, shared_.data(), terms.stay * noted_.constant + terms.constant};
         has_noted_ = false;
         return joined;
@@ -79,22 +87,17 @@ class forward_sweep {
     // Each row has K pairs, of which the pair of one state has its share once and half the constant.
     void note(std::size_t v, double e) {
         const pair_terms terms = terms_into(p_, t_, v);
-        double all_shared = 0.0;
-        for (std::size_t k = 0; k < p_.n_states; ++k) all_shared += terms.shared[k];
-        const double in_row = all_shared + K_ * terms.constant;
-        const double* left = row_sums_of(p_, t_, v - (keeps_row_sums(p_) ? 1 : 0));
-        double* sums = row_sums_of(p_, t_, v);
-        double before = 0.0;  // shares of the states before k
+        const double all_shared = kernels::active().sum_of(p_.n_states, terms.shared);
+        const double in_row = all_shared + K_ * terms.constant, n_states = K_;
+        double* row = t_.row.data();
         for (std::size_t k = 0; k < p_.n_states; ++k) {
-            const double share = terms.shared[k], n = static_cast<double>(k);
-            t_.row[k] = e * (terms.stay * t_.row[k] + (K_ * share + in_row));
-            sums[k] = e * (terms.stay * left[k] + (before + ((n + 1.0) * share + (n + 0.5) * terms.constant)));
-            before += share;
+            row[k] = e * (terms.stay * row[k] + (n_states * terms.shared[k] + in_row));
         }
         sum_ = e * (terms.stay * sum_ + K_ * (all_shared + 0.5 * K_ * terms.constant));
+        t_.noted_emission[v] = e;
 
         const pair_terms joined = join_noted(terms);
-        for (std::size_t k = 0; k < t_.stride; ++k) noted_shared_[k] = e * joined.shared[k];
+        scale_by(e, joined.shared, noted_shared_.data());
         noted_ = {e * joined.stay, nullptr, e * joined.constant};
         has_noted_ = true;
     }
@@ -103,9 +106,9 @@ class forward_sweep {
         const kernels::table& k = kernels::active();
         t_.scale[v] = sum_;
         k.divide(p_.n_states, sum_, t_.row.data());
-        if (!p_.ordered) k.divide(p_.n_states, sum_, row_sums_of(p_, t_, v));
         if (table != nullptr) {
             k.divide(t_.table_size, sum_, table);
+            if (!p_.ordered) k.divide(p_.n_states, sum_, row_sums_of(p_, t_, v));
         } else {
             k.divide(t_.stride, sum_, noted_shared_.data());
             noted_.stay /= sum_;
@@ -154,7 +157,7 @@ class pair_walker {
     void draw_states(std::size_t v) {
         if (v + 1 == p_.n_sites) {
             const auto [a, b] = store_.has_rows()
-                                    ? first_pair(row_values{store_, row_sums_of(p_, t_, v), nullptr, nullptr})
+                                    ? first_pair(row_values{store_, store_.row_sums(), nullptr, nullptr})
                                     : first_pair(table_values{*this, store_.table()});
             k1_ = a;
             k2_ = b;
@@ -233,7 +236,7 @@ class pair_walker {
         if (store_.has_rows()) {
             const double* k1_row = store_.row(k1_, 0);
             const double* k2_row = k1_ == k2_ ? k1_row : store_.row(k2_, 1);
-            switch_pair(gap, row_values{store_, row_sums_of(p_, t_, v), k1_row, k2_row}, u, sum, den);
+            switch_pair(gap, row_values{store_, store_.row_sums(), k1_row, k2_row}, u, sum, den);
         } else {
             switch_pair(gap, table_values{*this, store_.table()}, u, sum, den);
         }

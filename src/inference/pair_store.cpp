@@ -38,6 +38,7 @@ void size_tables(const pair_problem& problem, pair_tables& tables) {
     ensure_size(tables.shared, problem.n_sites * K8);
     tables.constant.assign(problem.n_sites, 0.0);
     tables.scale.assign(problem.n_sites, 1.0);
+    tables.noted_emission.assign(problem.n_sites, -1.0);
     tables.kept_row.assign(problem.n_sites, 0);
     std::size_t n_kept = 0;
     for (std::size_t v = 0; v < problem.n_sites; ++v) {
@@ -124,6 +125,28 @@ const double* pair_store::row(int a, std::size_t place) {
         if (t_.scale[v] != 1.0) kernels::active().divide(p_.n_states, t_.scale[v], row);
     }
     return row;
+}
+
+// Where the forward sweep wrote no table, from the last site where it did: row a has a + 1 pairs, of which the pair of
+// one state has its share once and half the constant.
+const double* pair_store::row_sums() {
+    std::size_t written = v_;
+    while (t_.noted_emission[written] >= 0.0) --written;
+    const double* sums = row_sums_of(p_, t_, written);
+    for (std::size_t v = written + 1; v <= v_; ++v) {
+        const pair_terms terms = terms_into(p_, t_, v);
+        double* here = row_sums_of(p_, t_, v);
+        double before = 0.0;  // shares of the states before a
+        for (std::size_t a = 0; a < p_.n_states; ++a) {
+            const double share = terms.shared[a], n = static_cast<double>(a);
+            const double sum = t_.noted_emission[v] * (terms.stay * sums[a] + (before + ((n + 1.0) * share +
+                                                                                         (n + 0.5) * terms.constant)));
+            here[a] = t_.scale[v] != 1.0 ? sum / t_.scale[v] : sum;
+            before += share;
+        }
+        sums = here;
+    }
+    return sums;
 }
 
 void pair_store::rebuild(std::size_t first, std::size_t n) {

@@ -25,7 +25,7 @@ pair_terms terms_into(const pair_problem& problem, const pair_tables& tables, st
 
 // Whether the sums of the tables' rows are kept for every site.
 bool keeps_row_sums(const pair_problem& problem);
-// Sums of the rows of the table of site v, of unordered pairs.
+// Sums of the rows of the table of site v, of unordered pairs, if the table was written.
 double* row_sums_of(const pair_problem& problem, pair_tables& tables, std::size_t v);
 
 // Enters site v: the table out from that of a site to its left, by the terms between them. out may be from. Leaves the
@@ -46,10 +46,12 @@ class pair_store {
     double* table();
     // Its entry for the pair (a, b), in table order. Cheaper than the table while the pair stays the same.
     double value(int a, int b);
-    // Whether single rows are had for less than the table; then the sums of rows are known too.
+    // Whether single rows are had for less than the table.
     bool has_rows() const;
     // Entries of the pairs of state a with every state, in one of three places.
     const double* row(int a, std::size_t place);
+    // Sums of the rows of the triangle.
+    const double* row_sums();
 
   private:
     double* kept_table(std::size_t v) { return t_.kept.data() + t_.kept_row[v] * t_.table_size; }

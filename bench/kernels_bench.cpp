@@ -93,17 +93,17 @@ void posterior_at_unobserved_site(benchmark::State& state) {
     kernels::active().multiply(K, f.data(), c.data(), products.data());
     const std::size_t words = (K + 63) / 64;
     std::array<kernels::state_weight, 8> weights{};
-    std::array<kernels::carried_weight, 8> sums{};
-    std::vector<std::uint64_t> bits(sums.size() * words);
-    for (std::size_t v = 0; v < sums.size(); ++v) {
+    double sums[8][2];
+    std::vector<std::uint64_t> bits(weights.size() * words);
+    for (std::size_t v = 0; v < weights.size(); ++v) {
         set_random_bits(K, static_cast<std::size_t>(state.range(1)), &bits[v * words]);
     }
     for (auto _ : state) {
-        kernels::active().weigh_carriers(K, sums.size(), bits.data(), f.data(), c.data(), products.data(),
-                                         weights.data(), sums.data());
+        kernels::active().weigh_alleles(K, weights.size(), bits.data(), f.data(), c.data(), products.data(),
+                                        weights.data(), 1.0, sums);
         benchmark::DoNotOptimize(sums);
     }
-    set_unit(state, static_cast<double>(sums.size()));
+    set_unit(state, static_cast<double>(weights.size()));
 }
 BENCHMARK(posterior_at_unobserved_site)->ArgsProduct({{500}, {1, 5, 10, 20, 40, 60, 100, 250}});
 
@@ -122,11 +122,11 @@ void posteriors_at_mixed_sites(benchmark::State& state) {
         set_random_bits(K, static_cast<std::size_t>(std::exp2(exponent(generator()))), &bits[v * words]);
     }
     std::array<kernels::state_weight, 8> weights{};
-    std::array<kernels::carried_weight, 8> sums{};
+    double sums[8][2];
     for (auto _ : state) {
-        for (std::size_t v = 0; v < n_sites; v += sums.size()) {
-            kernels::active().weigh_carriers(K, sums.size(), &bits[v * words], f.data(), c.data(), products.data(),
-                                             weights.data(), sums.data());
+        for (std::size_t v = 0; v < n_sites; v += weights.size()) {
+            kernels::active().weigh_alleles(K, weights.size(), &bits[v * words], f.data(), c.data(), products.data(),
+                                            weights.data(), 1.0, sums);
             benchmark::DoNotOptimize(sums);
         }
     }

@@ -82,9 +82,7 @@ struct haploid_tables {
     aligned_buffer work;              // [padded K]: the running vector of the forward sweep
     aligned_buffer right, right_new;  // [padded K]: backward vector of the walk
     aligned_buffer products;          // [padded K]: of forward and backward vector
-    // By site of a stretch between anchors.
-    std::vector<kernels::state_weight> state_weights;
-    std::vector<kernels::carried_weight> carried;
+    std::vector<kernels::state_weight> state_weights;  // by site of a stretch between anchors
     std::size_t stride = 0;
 
     // Under memory saving: vectors at the kept sites, and those of the block in hand.

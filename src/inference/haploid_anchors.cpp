@@ -210,16 +210,13 @@ class anchored_walk {
         if (v < p_.n_sites) from_right_.pass(p_.gap[v], static_cast<double>(n_));
     }
 
-    // Posterior weights at the sites from first to before end, of anchor i: sums over the states with the rarer allele,
-    // the others by subtraction from all. The sum over all states is the same at every site of a stretch.
+    // Posterior weights at the sites from first to before end, of anchor i. The sum over all states is the same at every
+    // site of a stretch.
     void report_posteriors(std::size_t i, std::size_t first, std::size_t end) {
         const double* left = store_.vector(i);
         const double left_sum = t_.anchors[i].sum;
         const std::size_t n_sites = end - first;
-        if (t_.carried.size() < n_sites) {
-            t_.carried.resize(n_sites);
-            t_.state_weights.resize(n_sites);
-        }
+        if (t_.state_weights.size() < n_sites) t_.state_weights.resize(n_sites);
         for (std::size_t v = end; v-- > first;) {
             pass_gap(v + 1);
             const double alpha = t_.alpha[v], beta = t_.mu[v] * left_sum;
@@ -231,15 +228,9 @@ class anchored_walk {
         const kernels::state_weight& w = t_.state_weights[n_sites - 1];
         const double all = (w.product * product + w.each * static_cast<double>(n_)) +
                            (w.forward * left_sum + w.backward * right_sum_);
-        k_.weigh_carriers(n_, n_sites, p_.bits(first), left, right_, t_.products.data(), t_.state_weights.data(),
-                          t_.carried.data());
-        for (std::size_t v = first; v < end; ++v) r_.weights[v] = weights_of(t_.carried[v - first], all);
-    }
-
-    // Of the two alleles, when those of the rarer one and of all states are known.
-    static allele_weights weights_of(const kernels::carried_weight& rare, double all) {
-        if (rare.n == 0 && all > 0.0) all = 1.0;  // the same everywhere, not up to rounding
-        return rare.ones ? allele_weights{all - rare.sum, rare.sum} : allele_weights{rare.sum, all - rare.sum};
+        static_assert(sizeof(allele_weights) == sizeof(double[2]));
+        k_.weigh_alleles(n_, n_sites, p_.bits(first), left, right_, t_.products.data(), t_.state_weights.data(), all,
+                         reinterpret_cast<double(*)[2]>(&r_.weights[first]));
     }
 
     // The backward vector at the site of an anchor, with the posterior there; then with the site's emission.

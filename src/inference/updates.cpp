@@ -129,9 +129,7 @@ class haploid_run {
         problem.n_states = at(run_.k_states[0][at(u_.panel)][at(u_.cond_panel)]);
         problem.n_sites = model_.n_sites();
         problem.gap = model_.hap_gap.data();
-        w_.observed.resize(model_.n_sites());
-        for (std::size_t v = 0; v < model_.n_sites(); ++v)
-            w_.observed[v] = observed_allele(run_, u_, at(model_.site[v]));
+        fill_observed();
         problem.observed = w_.observed.data();
         gather_state_alleles(run_.haps, run_.cond_states, model_.site, problem.n_states, w_.state_alleles);
         problem.alleles = w_.state_alleles.data();
@@ -147,6 +145,24 @@ class haploid_run {
         return problem;
     }
 
+    void fill_observed() {
+        w_.observed.resize(model_.n_sites());
+        std::uint8_t* observed = w_.observed.data();
+        if (u_.panel < 2 || u_.panel == u_.cond_panel) {
+            for (std::size_t v = 0; v < model_.n_sites(); ++v) {
+                observed[v] = observed_allele(run_, u_, at(model_.site[v]));
+            }
+            return;
+        }
+        // The study haplotypes at all sites of the reference: the most frequent update.
+        const std::uint64_t* alleles = run_.haps[2].row(at(u_.hap));
+        const site_traits* traits = run_.traits.data();
+        for (const int site : model_.site) {
+            const auto s = at(site);
+            *observed++ = traits[s].type >= 2 ? static_cast<std::uint8_t>(bits::get(alleles, s)) : unobserved;
+        }
+    }
+
     void make_requests() {
         w_.haploid_requests.assign(model_.n_sites(), {});
         if (u_.sample) {
@@ -157,10 +173,11 @@ class haploid_run {
             }
         }
         if (!u_.backward) return;
+        const allele_posteriors wanted = wanted_;
+        const bool genotypes = u_.genotype_probs;
         for (std::size_t v = first_output_; v < last_output_; ++v) {
             w_.haploid_requests[v].posterior =
-                wanted_.wanted(traits(v)) ||
-                (u_.genotype_probs && haploid_posterior_needed(run_, target_of(u_), site(v)));
+                wanted.wanted(traits(v)) || (genotypes && haploid_posterior_needed(run_, target_of(u_), site(v)));
         }
     }
 
@@ -187,16 +204,17 @@ class haploid_run {
     }
 
     void keep_posteriors() {
-        const emission_table& M = run_.mutation_matrix[0][at(u_.panel)][at(u_.cond_panel)];
+        const emission_table M = run_.mutation_matrix[0][at(u_.panel)][at(u_.cond_panel)];
         const posterior_target target = target_of(u_);
+        const allele_posteriors wanted = wanted_;
         double* chance = w_.allele_prob[at(u_.strand)].data();
         double* chance_without_own = w_.allele_acc[at(u_.cond_panel)][at(u_.strand)].data();
         for (std::size_t v = first_output_; v < last_output_; ++v) {
             const auto s = at(model_.site[v]);
             const allele_weights* weights = w_.haploid_requests[v].posterior ? &w_.haploid_out.weights[v] : nullptr;
             if (u_.genotype_probs) add_haploid_posterior(run_, target, site(v), weights);
-            if (!wanted_.wanted(run_.traits[s])) continue;
-            if (wanted_.without_own(run_.traits[s])) {
+            if (!wanted.wanted(run_.traits[s])) continue;
+            if (wanted.without_own(run_.traits[s])) {
                 const int own = run_.haps[at(u_.panel)].allele(at(u_.hap), s);
                 chance_without_own[s] = allele_one_chance(*weights, M, own);
             } else {

@@ -181,7 +181,7 @@ TEST(kernel_levels, haploid_backward) {
     });
 }
 
-TEST(kernel_levels, weigh_carriers) {
+TEST(kernel_levels, weigh_alleles) {
     for_all_sizes(3, [](kernel_inputs& in) {
         // The given row, its complement, no carrier, one carrier.
         const std::size_t words = bits::words_for(in.K);
@@ -191,34 +191,51 @@ TEST(kernel_levels, weigh_carriers) {
             bits::set(rows.data() + words, k, in.allele(k) == 0);
         }
         bits::set(rows.data() + 3 * words, in.K / 2, true);
-        const std::vector<kernels::state_weight> weights{
-            {0.7, 0.02, 0.03, 1e-3}, {0.5, 0.0, 0.3, 1e-4}, {0.2, 0.1, 0.1, 1.0}, {1.0, 1.0, 1.0, 1.0}};
+        const kernels::state_weight w{0.7, 0.02, 0.03, 1e-3};
+        const std::vector<kernels::state_weight> weights(4, w);
+        double all = 0.0;
+        for (std::size_t k = 0; k < in.K; ++k) {
+            all += w.product * in.f[k] * in.c[k] + w.forward * in.f[k] + w.backward * in.c[k] + w.each;
+        }
         const auto found = same_at_all_levels([&](const kernels::table& t) {
             aligned_buffer products(padded(in.K));
             t.multiply(in.K, in.f.data(), in.c.data(), products.data());
-            std::vector<kernels::carried_weight> carried(4);
-            t.weigh_carriers(in.K, 4, rows.data(), in.f.data(), in.c.data(), products.data(), weights.data(),
-                             carried.data());
-            std::vector<double> all;
-            for (const kernels::carried_weight& w : carried) {
-                append(all, {w.sum, static_cast<double>(w.n), w.ones ? 1.0 : 0.0}, 3);
-            }
-            return all;
+            double by_allele[4][2];
+            t.weigh_alleles(in.K, 4, rows.data(), in.f.data(), in.c.data(), products.data(), weights.data(), all,
+                            by_allele);
+            return std::vector<double>(&by_allele[0][0], &by_allele[0][0] + 8);
         });
         for (std::size_t v = 0; v < 4; ++v) {
-            const bool rarer = found[3 * v + 2] == 1.0;
-            double sum = 0.0, n = 0.0;
+            double sums[2] = {0.0, 0.0};
             for (std::size_t k = 0; k < in.K; ++k) {
-                if (bits::get(rows.data() + v * words, k) != rarer) continue;
-                const kernels::state_weight& w = weights[v];
-                sum += w.product * in.f[k] * in.c[k] + w.forward * in.f[k] + w.backward * in.c[k] + w.each;
-                n += 1.0;
+                sums[bits::get(rows.data() + v * words, k) ? 1 : 0] +=
+                    w.product * in.f[k] * in.c[k] + w.forward * in.f[k] + w.backward * in.c[k] + w.each;
             }
-            expect_near(sum, found[3 * v]);
-            EXPECT_EQ(n, found[3 * v + 1]);
-            EXPECT_LE(2.0 * n, static_cast<double>(in.K));
+            const bool alike = sums[0] == 0.0 || sums[1] == 0.0;
+            for (const std::size_t allele : {0U, 1U}) {
+                if (alike) {
+                    EXPECT_EQ(sums[allele] > 0.0 ? 1.0 : 0.0, found[2 * v + allele]);
+                } else {
+                    expect_near(sums[allele], found[2 * v + allele]);
+                }
+            }
         }
     });
+}
+
+TEST(kernel_levels, weigh_alleles_of_no_weight) {
+    const std::uint64_t none = 0;
+    const double values[8] = {};
+    const kernels::state_weight w{};
+    for (const double all : {0.0, std::numeric_limits<double>::quiet_NaN()}) {
+        same_at_all_levels([&](const kernels::table& t) {
+            double by_allele[1][2];
+            t.weigh_alleles(3, 1, &none, values, values, values, &w, all, by_allele);
+            EXPECT_EQ(0.0, by_allele[0][1]);
+            EXPECT_FALSE(by_allele[0][0] > 0.0);
+            return std::vector<double>{};
+        });
+    }
 }
 
 TEST(kernel_levels, multiply_sum_and_divide) {

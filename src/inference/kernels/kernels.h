@@ -36,13 +36,6 @@ struct backward_sums {
 struct state_weight {
     double product, forward, backward, each;
 };
-// The weights of the states that carry the rarer allele of a site.
-struct carried_weight {
-    double sum;
-    std::size_t n;  // number of these states
-    bool ones;      // the rarer allele is 1
-};
-
 struct table {
     // out[k] = (alpha f[k] + beta) m, m being m1 if the state's bit is set, else m0. Returns the sum of out.
     double (*haploid_forward)(std::size_t K, const double* f, double alpha, double beta, const std::uint64_t* bits,
@@ -52,10 +45,12 @@ struct table {
                                       const std::uint64_t* bits, double m0, double m1, double* out);
     // products[k] = f[k] c[k]. Returns their sum.
     double (*multiply)(std::size_t K, const double* f, const double* c, double* products);
-    // At n_sites sites, whose rows of bits follow each other; the bits past K are clear, products[k] = f[k] c[k].
-    void (*weigh_carriers)(std::size_t K, std::size_t n_sites, const std::uint64_t* bits, const double* f,
-                           const double* c, const double* products, const state_weight* weights,
-                           carried_weight* carried);
+    // Weights of the states with allele 0 and with allele 1 at n_sites sites, whose rows of bits follow each other: sums
+    // over the states with the rarer allele, the others from the sum over all states. Where all have one allele its
+    // weight is 1, unless all is not positive. The bits past K are clear; products[k] = f[k] c[k].
+    void (*weigh_alleles)(std::size_t K, std::size_t n_sites, const std::uint64_t* bits, const double* f,
+                          const double* c, const double* products, const state_weight* weights, double all,
+                          double (*by_allele)[2]);
     // Divides n values.
     void (*divide)(std::size_t n, double divisor, double* values);
     // Sum of n values, which are aligned and padded.

@@ -188,25 +188,30 @@ struct carrier_step {
 #endif
 };
 
-void weigh_carriers(size_t K, size_t n_sites, const uint64_t* bits, const double* f, const double* c,
-                    const double* products, const state_weight* weights, carried_weight* carried) {
+void weigh_alleles(size_t K, size_t n_sites, const uint64_t* bits, const double* f, const double* c,
+                   const double* products, const state_weight* weights, double all, double (*by_allele)[2]) {
     const carrier_step step{K, f, c, products};
     const size_t words = (K + 63) / 64;
     for (size_t i = 0; i < n_sites; ++i, bits += words) {
         size_t n_ones = 0;
 #pragma GCC unroll 8
         for (size_t w = 0; w < words; ++w) n_ones += static_cast<size_t>(__builtin_popcountll(bits[w]));
-        const bool ones = 2 * n_ones <= K;
-        const size_t n = ones ? n_ones : K - n_ones;
-        carried[i] = {0.0, n, ones};
-        if (n == 0) continue;
-        carrier_step::running_sums rarer;
-        step.add_all(bits, ones ? 0 : ~uint64_t{0}, n, rarer);
+        const size_t rarer = 2 * n_ones <= K ? 1 : 0;
+        const size_t n = rarer == 1 ? n_ones : K - n_ones;
+        if (n == 0) {
+            by_allele[i][rarer] = 0.0;
+            by_allele[i][1 - rarer] = all > 0.0 ? 1.0 : all;
+            continue;
+        }
+        carrier_step::running_sums sums;
+        step.add_all(bits, rarer == 1 ? 0 : ~uint64_t{0}, n, sums);
         const state_weight& w = weights[i];
-        const lanes sum = (rarer.product.even + rarer.product.odd) * spread(w.product) +
-                          ((rarer.forward.even + rarer.forward.odd) * spread(w.forward) +
-                           (rarer.backward.even + rarer.backward.odd) * spread(w.backward));
-        carried[i].sum = total(sum) + static_cast<double>(n) * w.each;
+        const lanes lane_sums = (sums.product.even + sums.product.odd) * spread(w.product) +
+                                ((sums.forward.even + sums.forward.odd) * spread(w.forward) +
+                                 (sums.backward.even + sums.backward.odd) * spread(w.backward));
+        const double carried = total(lane_sums) + static_cast<double>(n) * w.each;
+        by_allele[i][rarer] = carried;
+        by_allele[i][1 - rarer] = all - carried;
     }
 }
 
@@ -633,7 +638,7 @@ extern const table kernel_table;
 const table kernel_table{haploid_forward,
                          haploid_backward,
                          multiply,
-                         weigh_carriers,
+                         weigh_alleles,
                          divide,
                          sum_of,
                          diploid_forward,

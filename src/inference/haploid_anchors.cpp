@@ -238,11 +238,16 @@ class anchored_walk {
         const std::size_t v = t_.anchors[i].site;
         const std::uint8_t seen = p_.observed[v];
         double* out = right_ == t_.right.data() ? t_.right_new.data() : t_.right.data();
-        const kernels::backward_sums sums =
-            k_.haploid_backward(n_, right_, from_right_.alpha, from_right_.mu * right_sum_, store_.vector(i),
-                                p_.bits(v), p_.emission[0][seen], p_.emission[1][seen], out);
-        if (requests_[v].posterior) r_.weights[v] = {sums.carried[0], sums.carried[1]};
-        right_sum_ = sums.total;
+        const double alpha = from_right_.alpha, beta = from_right_.mu * right_sum_;
+        const double m0 = p_.emission[0][seen], m1 = p_.emission[1][seen];
+        if (requests_[v].posterior) {
+            const kernels::backward_sums sums =
+                k_.haploid_backward(n_, right_, alpha, beta, store_.vector(i), p_.bits(v), m0, m1, out);
+            r_.weights[v] = {sums.carried[0], sums.carried[1]};
+            right_sum_ = sums.total;
+        } else {  // the same step without the posterior
+            right_sum_ = k_.haploid_forward(n_, right_, alpha, beta, p_.bits(v), m0, m1, out);
+        }
         if (!(right_sum_ >= rescale_below)) {
             k_.divide(n_, right_sum_, out);
             right_sum_ = 1.0;

@@ -47,9 +47,9 @@ void set_unit(benchmark::State& state, double units_per_pass) {
 
 void haploid_forward(benchmark::State& state) {
     const auto K = static_cast<std::size_t>(state.range(0));
-    const aligned_buffer f = random_values(kernels::padded(K), K);
+    const aligned_buffer f = random_values(kernels::haploid_padded(K), K);
     const auto bits = random_bits(K, 3);
-    aligned_buffer out(kernels::padded(K));
+    aligned_buffer out(kernels::haploid_padded(K));
     for (auto _ : state) {
         benchmark::DoNotOptimize(
             kernels::active().haploid_forward(K, f.data(), 0.99, 1e-3, bits.data(), 0.999, 0.001, out.data()));
@@ -61,10 +61,10 @@ BENCHMARK(haploid_forward)->Arg(80)->Arg(500)->Arg(2000);
 
 void haploid_backward_with_posterior(benchmark::State& state) {
     const auto K = static_cast<std::size_t>(state.range(0));
-    const aligned_buffer f = random_values(kernels::padded(K), K);
-    const aligned_buffer c = random_values(kernels::padded(K), K);
+    const aligned_buffer f = random_values(kernels::haploid_padded(K), K);
+    const aligned_buffer c = random_values(kernels::haploid_padded(K), K);
     const auto bits = random_bits(K, 3);
-    aligned_buffer out(kernels::padded(K));
+    aligned_buffer out(kernels::haploid_padded(K));
     for (auto _ : state) {
         benchmark::DoNotOptimize(kernels::active().haploid_backward(K, c.data(), 0.99, 1e-3, f.data(), bits.data(),
                                                                     0.999, 0.001, out.data()));
@@ -87,9 +87,9 @@ void set_random_bits(std::size_t K, std::size_t n, std::uint64_t* bits) {
 // Arguments: states, and how many of them carry the rarer allele. The unit is the whole site.
 void posterior_at_unobserved_site(benchmark::State& state) {
     const auto K = static_cast<std::size_t>(state.range(0));
-    const aligned_buffer f = random_values(kernels::padded(K), K);
-    const aligned_buffer c = random_values(kernels::padded(K), K);
-    aligned_buffer products(kernels::padded(K));
+    const aligned_buffer f = random_values(kernels::haploid_padded(K), K);
+    const aligned_buffer c = random_values(kernels::haploid_padded(K), K);
+    aligned_buffer products(kernels::haploid_padded(K));
     kernels::active().multiply(K, f.data(), c.data(), products.data());
     const std::size_t words = (K + 63) / 64;
     std::array<kernels::state_weight, 8> weights{};
@@ -111,9 +111,9 @@ BENCHMARK(posterior_at_unobserved_site)->ArgsProduct({{500}, {1, 5, 10, 20, 40, 
 // as many from 1 to 2 as from 2 to 4, and so on.
 void posteriors_at_mixed_sites(benchmark::State& state) {
     constexpr std::size_t K = 500, words = (K + 63) / 64, n_sites = 4096;
-    const aligned_buffer f = random_values(kernels::padded(K), K);
-    const aligned_buffer c = random_values(kernels::padded(K), K);
-    aligned_buffer products(kernels::padded(K));
+    const aligned_buffer f = random_values(kernels::haploid_padded(K), K);
+    const aligned_buffer c = random_values(kernels::haploid_padded(K), K);
+    aligned_buffer products(kernels::haploid_padded(K));
     kernels::active().multiply(K, f.data(), c.data(), products.data());
     std::uniform_real_distribution<double> exponent(0.0, std::log2(K / 2));
     std::vector<std::uint64_t> bits(n_sites * words);

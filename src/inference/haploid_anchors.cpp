@@ -41,7 +41,7 @@ class anchored_forward {
   public:
     anchored_forward(const haploid_problem& problem, haploid_tables& tables)
         : p_(problem), t_(tables), K_(problem.n_states) {
-        t_.stride = kernels::padded(K_);
+        t_.stride = kernels::haploid_padded(K_);
         ensure_size(t_.block, (keep_every - 1) * t_.stride);
         for (aligned_buffer* vector : {&t_.vectors, &t_.work, &t_.right, &t_.right_new, &t_.products})
             ensure_size(*vector, t_.stride);

@@ -34,7 +34,7 @@ void step(const haploid_problem& problem, std::size_t v, const double* from, dou
 void start(const haploid_problem& problem, double* out, running_forward& forward) {
     const std::uint8_t seen = problem.observed[0];
     const auto& M = problem.emission;
-    std::fill_n(out, kernels::padded(problem.n_states), 0.0);
+    std::fill_n(out, kernels::haploid_padded(problem.n_states), 0.0);
     const double uniform = 1.0 / static_cast<double>(problem.n_states);
     forward.sum = kernels::active().haploid_forward(problem.n_states, out, 0.0, uniform, problem.bits(0), M[0][seen],
                                                     M[1][seen], out);
@@ -118,7 +118,7 @@ class kept_walk {
 
 double haploid_forward_kept(const haploid_problem& problem, haploid_tables& tables) {
     const std::vector<bool>& checkpoint = *problem.checkpoint;
-    tables.stride = kernels::padded(problem.n_states);
+    tables.stride = kernels::haploid_padded(problem.n_states);
     tables.scale.assign(problem.n_sites, 1.0);
     tables.kept_row.assign(problem.n_sites, 0);
     ensure_size(tables.kept, (problem.n_sites / std::max<std::size_t>(problem.interval, 1) + 1) * tables.stride);

@@ -13,6 +13,7 @@
 
 namespace {
 
+using kernels::haploid_padded;
 using kernels::padded;
 
 const std::vector<std::size_t> state_counts{1, 2, 7, 8, 9, 15, 16, 17, 24, 31, 33, 63, 64, 65, 70, 127, 128, 129};
@@ -84,7 +85,7 @@ struct kernel_inputs {
     // Over many powers of ten, as probabilities are.
     static double value(input_source& source) { return source.uniform() * std::pow(10.0, -source.integer(0, 30)); }
     aligned_buffer vector(input_source& source) const {
-        aligned_buffer values(padded(K));
+        aligned_buffer values(haploid_padded(K));
         for (std::size_t k = 0; k < K; ++k) values[k] = value(source);
         return values;
     }
@@ -138,10 +139,10 @@ TEST(kernel_layout, a_level_can_be_chosen) {
 TEST(kernel_levels, haploid_forward) {
     for_all_sizes(1, [](kernel_inputs& in) {
         const auto found = same_at_all_levels([&](const kernels::table& t) {
-            aligned_buffer out(padded(in.K));
+            aligned_buffer out(haploid_padded(in.K), 5.0);
             std::vector<double> all{
                 t.haploid_forward(in.K, in.f.data(), in.alpha, in.beta, in.bits.data(), in.m0, in.m1, out.data())};
-            append(all, out, padded(in.K));
+            append(all, out, haploid_padded(in.K));
             return all;
         });
         double sum = 0.0;
@@ -151,18 +152,18 @@ TEST(kernel_levels, haploid_forward) {
             sum += v;
         }
         expect_near(sum, found[0]);
-        for (std::size_t k = in.K; k < padded(in.K); ++k) EXPECT_EQ(0.0, found[1 + k]);
+        for (std::size_t k = in.K; k < haploid_padded(in.K); ++k) EXPECT_EQ(0.0, found[1 + k]);
     });
 }
 
 TEST(kernel_levels, haploid_backward) {
     for_all_sizes(2, [](kernel_inputs& in) {
         const auto found = same_at_all_levels([&](const kernels::table& t) {
-            aligned_buffer out(padded(in.K));
+            aligned_buffer out(haploid_padded(in.K), 5.0);
             const kernels::backward_sums sums = t.haploid_backward(in.K, in.c.data(), in.alpha, in.beta, in.f.data(),
                                                                    in.bits.data(), in.m0, in.m1, out.data());
             std::vector<double> all{sums.total, sums.carried[0], sums.carried[1]};
-            append(all, out, padded(in.K));
+            append(all, out, haploid_padded(in.K));
             return all;
         });
         double total = 0.0;
@@ -177,7 +178,7 @@ TEST(kernel_levels, haploid_backward) {
         expect_near(total, found[0]);
         expect_near(carried[0], found[1]);
         expect_near(carried[1], found[2]);
-        for (std::size_t k = in.K; k < padded(in.K); ++k) EXPECT_EQ(0.0, found[3 + k]);
+        for (std::size_t k = in.K; k < haploid_padded(in.K); ++k) EXPECT_EQ(0.0, found[3 + k]);
     });
 }
 
@@ -198,7 +199,7 @@ TEST(kernel_levels, weigh_alleles) {
             all += w.product * in.f[k] * in.c[k] + w.forward * in.f[k] + w.backward * in.c[k] + w.each;
         }
         const auto found = same_at_all_levels([&](const kernels::table& t) {
-            aligned_buffer products(padded(in.K));
+            aligned_buffer products(haploid_padded(in.K));
             t.multiply(in.K, in.f.data(), in.c.data(), products.data());
             double by_allele[4][2];
             t.weigh_alleles(in.K, 4, rows.data(), in.f.data(), in.c.data(), products.data(), weights.data(), all,
@@ -225,7 +226,7 @@ TEST(kernel_levels, weigh_alleles) {
 
 TEST(kernel_levels, weigh_alleles_of_no_weight) {
     const std::uint64_t none = 0;
-    const double values[8] = {};
+    alignas(64) const double values[16] = {};
     const kernels::state_weight w{};
     for (const double all : {0.0, std::numeric_limits<double>::quiet_NaN()}) {
         same_at_all_levels([&](const kernels::table& t) {
@@ -241,7 +242,7 @@ TEST(kernel_levels, weigh_alleles_of_no_weight) {
 TEST(kernel_levels, multiply_sum_and_divide) {
     for_all_sizes(4, [](kernel_inputs& in) {
         const auto found = same_at_all_levels([&](const kernels::table& t) {
-            aligned_buffer products(padded(in.K));
+            aligned_buffer products(haploid_padded(in.K));
             std::vector<double> all{t.multiply(in.K, in.f.data(), in.c.data(), products.data()),
                                     t.sum_of(in.K, in.f.data())};
             append(all, products, in.K);

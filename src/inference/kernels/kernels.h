@@ -3,8 +3,8 @@
 // The inner loops of the sweeps, compiled for several instruction sets and chosen when the program starts. All work on
 // blocks of eight doubles and sum in eight lanes, whatever the machine: every level gives the same bytes.
 //
-// Vectors of K states are padded to a multiple of 8 with zeros and aligned to 64 bytes. Bit rows have bit k for state
-// k.
+// Vectors of K states are padded to a multiple of 8 with zeros, those of the model of one haplotype to a multiple of 16,
+// and aligned to 64 bytes. Bit rows have bit k for state k; the bits past K are clear.
 
 #include <cstddef>
 #include <cstdint>
@@ -14,6 +14,10 @@ namespace kernels {
 constexpr std::size_t lane_count = 8;
 constexpr std::size_t padded(std::size_t n) {
     return (n + lane_count - 1) / lane_count * lane_count;
+}
+
+constexpr std::size_t haploid_padded(std::size_t n) {
+    return (n + 2 * lane_count - 1) / (2 * lane_count) * (2 * lane_count);
 }
 
 // Triangular tables: row a holds the pairs (a, b) for b = 0 .. a, padded.
@@ -47,7 +51,7 @@ struct table {
     double (*multiply)(std::size_t K, const double* f, const double* c, double* products);
     // Weights of the states with allele 0 and with allele 1 at n_sites sites, whose rows of bits follow each other: sums
     // over the states with the rarer allele, the others from the sum over all states. Where all have one allele its
-    // weight is 1, unless all is not positive. The bits past K are clear; products[k] = f[k] c[k].
+    // weight is 1, unless all is not positive. products[k] = f[k] c[k].
     void (*weigh_alleles)(std::size_t K, std::size_t n_sites, const std::uint64_t* bits, const double* f,
                           const double* c, const double* products, const state_weight* weights, double all,
                           double (*by_allele)[2]);

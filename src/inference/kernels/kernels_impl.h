@@ -16,36 +16,59 @@ using std::uint64_t;
 
 #include "inference/kernels/lanes.h"
 
-// (f a + b) e over the blocks of eight states, e by the state's allele.
+// The vectors of one haplotype's model go in sixteens: two blocks side by side with sums of their own, so that one
+// addition need not wait for the one before.
+constexpr size_t n_partial = 2 * width;
+
+// Which lanes of the sixteen from state k on are states.
+struct state_lanes {
+    mask even, odd;
+    KERNEL_INLINE state_lanes(size_t K, size_t k)
+        : even(first_lanes(K - k < width ? K - k : width)), odd(first_lanes(K - k > width ? K - k - width : 0)) {}
+};
+
+// (f alpha + beta) m over blocks of eight states, m being m1 for the states of the set bits, else m0. The larger of both
+// is part of alpha and beta.
 struct haploid_step {
-    lanes a, b, e0, e1;
+    lanes a, b, ratio;
+    unsigned flip;
     const uint64_t* bits;
     const double* f;
-    double* out;
-    KERNEL_INLINE lanes value(size_t k) const { return (load(f + k) * a + b) * select(mask_at(bits, k), e1, e0); }
+
+    KERNEL_INLINE haploid_step(const double* from, double alpha, double beta, const uint64_t* alleles, double m0,
+                               double m1)
+        : bits(alleles), f(from) {
+        const double larger = m1 > m0 ? m1 : m0, smaller = m1 > m0 ? m0 : m1;
+        a = spread(alpha * larger);
+        b = spread(beta * larger);
+        ratio = spread(larger > 0.0 ? smaller / larger : 1.0);
+        flip = m1 > m0 ? 0xffU : 0U;
+    }
     KERNEL_INLINE lanes operator()(size_t k) const {
-        const lanes v = value(k);
-        store(out + k, v);
-        return v;
+        return multiply_some(load(f + k) * a + b, lane_mask(byte_at(bits, k) ^ flip), ratio);
     }
 };
 
-// Two blocks at a time, each with sums of its own, so that one addition need not wait for the one before.
 double haploid_forward(size_t K, const double* f, double alpha, double beta, const uint64_t* bits, double m0, double m1,
                        double* out) {
-    const haploid_step step{spread(alpha), spread(beta), spread(m0), spread(m1), bits, f, out};
+    const haploid_step step(f, alpha, beta, bits, m0, m1);
     lanes even = spread(0.0), odd = spread(0.0);
-    const size_t whole = K / width * width;
     size_t k = 0;
-    for (; k + width < whole; k += 2 * width) {
-        even = even + step(k);
-        odd = odd + step(k + width);
+    for (; k + n_partial <= K; k += n_partial) {
+        const lanes v = step(k), w = step(k + width);
+        store(out + k, v);
+        store(out + k + width, w);
+        even = even + v;
+        odd = odd + w;
     }
-    if (k < whole) even = even + step(k);
-    if (whole < K) {
-        const lanes v = keep(first_lanes(K - whole), step.value(whole));
-        store(out + whole, v);
-        odd = odd + v;
+    if (k < K) {
+        const state_lanes in(K, k);
+        const lanes v = keep(in.even, step(k));
+        const lanes w = K - k > width ? keep(in.odd, step(k + width)) : spread(0.0);
+        store(out + k, v);
+        store(out + k + width, w);
+        even = even + v;
+        odd = odd + w;
     }
     return total(even + odd);
 }
@@ -54,7 +77,8 @@ backward_sums haploid_backward(size_t K, const double* c, double alpha, double b
                                const uint64_t* bits, double m0, double m1, double* out) {
     const lanes a = spread(alpha), b = spread(beta), e0 = spread(m0), e1 = spread(m1);
     lanes sum = spread(0.0), with_zero = spread(0.0), with_one = spread(0.0);
-    for (size_t k = 0; k < K; k += width) {
+    size_t k = 0;
+    for (; k < K; k += width) {
         const mask carriers = mask_at(bits, k);
         lanes value = load(c + k) * a + b;
         if (k + width > K) value = keep(first_lanes(K - k), value);
@@ -65,18 +89,17 @@ backward_sums haploid_backward(size_t K, const double* c, double alpha, double b
         store(out + k, value);
         sum = sum + value;
     }
+    if (k % n_partial != 0) store(out + k, spread(0.0));
     return {total(sum), {total(with_zero), total(with_one)}};
 }
 
 double multiply(size_t K, const double* f, const double* c, double* products) {
     lanes even = spread(0.0), odd = spread(0.0);
-    for (size_t k = 0; k < K; k += 2 * width) {
-        const lanes v = load(f + k) * load(c + k);
+    for (size_t k = 0; k < K; k += n_partial) {
+        const lanes v = load(f + k) * load(c + k), w = load(f + k + width) * load(c + k + width);
         store(products + k, v);
-        even = even + v;
-        if (k + width >= K) break;
-        const lanes w = load(f + k + width) * load(c + k + width);
         store(products + k + width, w);
+        even = even + v;
         odd = odd + w;
     }
     return total(even + odd);
@@ -86,9 +109,8 @@ double multiply(size_t K, const double* f, const double* c, double* products) {
 struct partial_sums {
     lanes even, odd;
 };
-constexpr size_t n_partial = 2 * width;
 
-// Sums over the states of the set bits of a row, or with flip of the clear ones.
+// Sums over the states of the set bits of a row, or with flip of the clear ones. States past K have values of zero.
 struct carrier_step {
     size_t K;
     const double* f;
@@ -112,31 +134,13 @@ struct carrier_step {
         to.forward.odd = add_kept(to.forward.odd, odd, load(q + width));
         to.backward.odd = add_kept(to.backward.odd, odd, load(r + width));
     }
-    KERNEL_INLINE void add_eight(size_t k, unsigned states, lanes& product, lanes& forward, lanes& backward) const {
-        const mask in = lane_mask(states);
-        product = add_kept(product, in, load(products + k));
-        forward = add_kept(forward, in, load(f + k));
-        backward = add_kept(backward, in, load(c + k));
-    }
-
-    // The states past the last whole sixteen.
-    KERNEL_INLINE void add_rest(const uint64_t* bits, uint64_t flip, running_sums& to) const {
-        const size_t first = K / n_partial * n_partial, n = K - first;
-        if (n == 0) return;
-        const unsigned states = static_cast<unsigned>((bits[first / 64] ^ flip) >> (first % 64)) & ((1U << n) - 1);
-        if (n > width) {
-            add(first, states & 0xffU, states >> 8, to);
-        } else {
-            add_eight(first, states, to.product.even, to.forward.even, to.backward.even);
-        }
-    }
 
 #if KERNEL_PART == 8
     // Sixteens without carriers are passed over.
     template <bool flip>
     KERNEL_INLINE void add_present(const uint64_t* bits, running_sums& to) const {
         constexpr size_t at_once = 32;  // sixteens in 512 bits
-        const size_t n_units = K / n_partial;
+        const size_t n_units = (K + n_partial - 1) / n_partial;
         for (size_t first = 0; first < n_units; first += at_once) {
             const size_t here = n_units - first < at_once ? n_units - first : at_once;
             const auto in_reach = static_cast<__mmask32>((uint64_t{1} << here) - 1);
@@ -150,7 +154,6 @@ struct carrier_step {
                 add((first + unit) * n_partial, flip ? ~even & 0xffU : even, flip ? ~odd & 0xffU : odd, to);
             }
         }
-        add_rest(bits, flip ? ~uint64_t{0} : 0, to);
     }
     KERNEL_INLINE void add_all(const uint64_t* bits, uint64_t flip, size_t /*n*/, running_sums& to) const {
         if (flip == 0) {
@@ -163,11 +166,10 @@ struct carrier_step {
     // Few are taken one by one.
     KERNEL_INLINE void add_all(const uint64_t* bits, uint64_t flip, size_t n, running_sums& to) const {
         if (n * 6 > K) {
-            for (size_t unit = 0; unit < K / n_partial; ++unit) {
-                const auto states = static_cast<unsigned>((bits[unit / 4] ^ flip) >> (unit % 4 * n_partial));
-                add(unit * n_partial, states & 0xffU, states >> 8 & 0xffU, to);
+            for (size_t k = 0; k < K; k += n_partial) {
+                const auto states = static_cast<unsigned>((bits[k / 64] ^ flip) >> (k % 64));
+                add(k, states & 0xffU, states >> 8 & 0xffU, to);
             }
-            add_rest(bits, flip, to);
             return;
         }
         alignas(64) double sums[3][n_partial] = {};

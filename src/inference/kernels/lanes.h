@@ -90,6 +90,11 @@ KERNEL_INLINE lanes select(mask m, const lanes& when_set, const lanes& when_clea
 KERNEL_INLINE lanes keep(mask m, const lanes& v) {
     return reinterpret_cast<lanes>(_mm512_maskz_mov_pd(m, reinterpret_cast<__m512d>(v)));
 }
+// v with the lanes of the mask multiplied.
+KERNEL_INLINE lanes multiply_some(const lanes& v, mask m, const lanes& factor) {
+    return reinterpret_cast<lanes>(_mm512_mask_mul_pd(reinterpret_cast<__m512d>(v), m, reinterpret_cast<__m512d>(v),
+                                                      reinterpret_cast<__m512d>(factor)));
+}
 // sum plus the lanes of v that the mask keeps.
 KERNEL_INLINE lanes add_kept(const lanes& sum, mask m, const lanes& v) {
     return reinterpret_cast<lanes>(_mm512_mask_add_pd(reinterpret_cast<__m512d>(sum), m, reinterpret_cast<__m512d>(sum),
@@ -188,6 +193,12 @@ KERNEL_INLINE pair fold(const lanes& v) {
     const quarter half = v.low + v.high;
 #endif
     return __builtin_shufflevector(half, half, 0, 1) + __builtin_shufflevector(half, half, 2, 3);
+}
+#endif
+
+#if KERNEL_PART != 8
+KERNEL_INLINE lanes multiply_some(const lanes& v, const mask& m, const lanes& factor) {
+    return v * select(m, factor, spread(1.0));
 }
 #endif
 

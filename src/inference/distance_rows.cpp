@@ -7,7 +7,7 @@
 
 void distance_rows::set_sites(std::vector<int> counted) {
     sites_ = std::move(counted);
-    words_ = bits::words_for(sites_.size());
+    words_ = (bits::words_for(sites_.size()) + 7) / 8 * 8;
     ready_ = true;
 }
 
@@ -18,7 +18,7 @@ void distance_rows::refresh_row(const packed_haplotypes& full, cut_panel& cut, s
     std::uint64_t* to = cut.rows.data() + hap * words_;
     for (std::size_t w = 0; w < words_; ++w) {
         const std::size_t first = w * bits::word_bits;
-        const std::size_t n = std::min(bits::word_bits, sites_.size() - first);
+        const std::size_t n = std::min(bits::word_bits, sites_.size() - std::min(first, sites_.size()));
         std::uint64_t word = 0;
         for (std::size_t j = 0; j < n; ++j) {
             const auto site = static_cast<std::size_t>(sites_[first + j]);

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "model/aligned_buffer.h"
 #include "model/packed_haplotypes.h"
 
 class distance_rows {
@@ -21,7 +22,7 @@ class distance_rows {
 
   private:
     struct cut_panel {
-        std::vector<std::uint64_t> rows;
+        std::vector<std::uint64_t, aligned_allocator<std::uint64_t>> rows;
         std::vector<std::uint32_t> version;  // of the full row, plus 1; 0 for never cut
     };
     void refresh(const packed_haplotypes& full, cut_panel& cut);
@@ -29,6 +30,6 @@ class distance_rows {
 
     bool ready_ = false;
     std::vector<int> sites_;
-    std::size_t words_ = 0;
+    std::size_t words_ = 0;  // of a row: a multiple of 8, the rest clear, so that rows begin at 64-byte boundaries
     std::array<cut_panel, 3> panels_;
 };

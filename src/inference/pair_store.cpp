@@ -174,9 +174,8 @@ void pair_store::follow_pair(int a, int b) {
 // One entry of the table, in the order of operations of the kernels.
 double pair_store::next_value(std::size_t v, double value, int a, int b) const {
     const pair_terms terms = terms_into(p_, t_, v);
-    const double moved = terms.stay * value;
-    double w = moved + ((terms.shared[a] + terms.constant) + terms.shared[b]);
-    if (!p_.ordered && a == b) w = (moved + w) * 0.5;
-    w *= p_.pair_emission(v, a, b);
+    double arrived = (terms.shared[a] + terms.constant) + terms.shared[b];
+    if (!p_.ordered && a == b) arrived *= 0.5;
+    const double w = (terms.stay * value + arrived) * p_.pair_emission(v, a, b);
     return t_.scale[v] != 1.0 ? w / t_.scale[v] : w;
 }

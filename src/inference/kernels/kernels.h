@@ -61,10 +61,10 @@ struct table {
     double (*sum_of)(std::size_t n, const double* values);
 
     // One forward step of the triangular table of pairs (Marchini and Howie 2010, in the row sum form):
-    // w = t0 f[a][b] + (g[a] + g[b]) + c off the diagonal, (t0 f[a][a] + w) / 2 on it; v = w e[allele sum]. bits are
-    // the alleles of the states at the site. Fills out, which may be f, row_out[K] (each pair in both its rows, the pair
-    // of one state twice) and row_sums[K] (each pair in its row of the triangle only). emission_rows is scratch of
-    // 2 padded(K) values. Returns the sum of out.
+    // v = (t0 f[a][b] + (g[a] + g[b] + c)) e[allele sum], with half of what stands in the inner brackets where a is b.
+    // bits are the alleles of the states at the site. Fills out, which may be f, row_out[K] (each pair in both its rows,
+    // the pair of one state twice) and row_sums[K] (each pair in its row of the triangle only). emission_rows is scratch
+    // of 2 padded(K) values. Returns the sum of out.
     double (*diploid_forward)(std::size_t K, const double* f, const double* g, double t0, double c,
                               const std::uint64_t* bits, const double* e, double* emission_rows, double* out,
                               double* row_out, double* row_sums);

@@ -278,14 +278,13 @@ struct triangle_step {
             }
             add_to_column(b, v);
         }
-        // The block of the diagonal: the pairs left of it and the pair of one state, which two pairs make in one way.
+        // The block of the diagonal: the pairs left of it, and the pair of one state, at which half as many pairs arrive.
         const lanes shared = load(g + last), half = spread(0.5);
 #pragma GCC unroll 4
         for (size_t i = 0; i < n_rows; ++i) {
-            const lanes moved = stay * load(from + i * length + last);
-            const lanes w = moved + (constant[i] + shared);
-            const lanes entry = select(lane_mask(1U << (at + i)), (moved + w) * half, w);
-            v[i] = keep(first_lanes(at + i + 1), entry * load(emit[i] + last));
+            const lanes arrived = multiply_some(constant[i] + shared, lane_mask(1U << (at + i)), half);
+            const lanes w = stay * load(from + i * length + last) + arrived;
+            v[i] = keep(first_lanes(at + i + 1), w * load(emit[i] + last));
             store(to + i * length + last, v[i]);
             sum[i] = sum[i] + v[i];
         }
@@ -301,7 +300,7 @@ struct triangle_step {
         store(row_out + b, load(row_out + b) + v[0]);
     }
     KERNEL_INLINE pair add_to_rows(size_t first, const lanes (&sum)[4]) const {
-        const pair low = totals(sum[0], sum[1]), high = totals(sum[2], sum[3]);
+        const auto [low, high] = totals(sum);
         stored_pair* place = reinterpret_cast<stored_pair*>(row_out + first);
         place[0] += low;
         place[1] += high;
@@ -343,8 +342,7 @@ void diploid_forward_row(size_t K, size_t a, const double* f, const double* g, d
                          const uint64_t* bits, const double* e, double* out) {
     const lanes stay = spread(t0), constant = spread(g[a] + c);
     const row_emission emit = emission_of_row(e, bits, a);
-    // The pair of one state, which two pairs make in one way.
-    const double moved = t0 * f[a], own = (moved + (moved + ((g[a] + c) + g[a]))) * 0.5 * e[2 * bit_of(bits, a)];
+    const double own = (t0 * f[a] + ((g[a] + c) + g[a]) * 0.5) * e[2 * bit_of(bits, a)];  // half as many pairs arrive
     for (size_t b = 0; b < K; b += width) {
         const lanes w = stay * load(f + b) + (constant + load(g + b));
         store(out + b, w * select(mask_at(bits, b), emit.with_one, emit.with_zero));

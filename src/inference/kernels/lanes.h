@@ -206,11 +206,31 @@ KERNEL_INLINE double total(const lanes& v) {
     const pair sums = fold(v);
     return sums[0] + sums[1];
 }
-// The totals of two.
+// The totals of four, each added up like one: those of the first two and those of the last two.
+struct four_totals {
+    pair low, high;
+};
+#if KERNEL_PART == 8
+KERNEL_INLINE four_totals totals(const lanes (&v)[4]) {
+    const lanes halves_01 = __builtin_shufflevector(v[0], v[1], 0, 1, 2, 3, 8, 9, 10, 11) +
+                            __builtin_shufflevector(v[0], v[1], 4, 5, 6, 7, 12, 13, 14, 15);
+    const lanes halves_23 = __builtin_shufflevector(v[2], v[3], 0, 1, 2, 3, 8, 9, 10, 11) +
+                            __builtin_shufflevector(v[2], v[3], 4, 5, 6, 7, 12, 13, 14, 15);
+    const lanes pairs = __builtin_shufflevector(halves_01, halves_23, 0, 1, 4, 5, 8, 9, 12, 13) +
+                        __builtin_shufflevector(halves_01, halves_23, 2, 3, 6, 7, 10, 11, 14, 15);
+    const lanes sums = pairs + __builtin_shufflevector(pairs, pairs, 1, 0, 3, 2, 5, 4, 7, 6);
+    const quarter each = __builtin_shufflevector(sums, sums, 0, 2, 4, 6);
+    return {__builtin_shufflevector(each, each, 0, 1), __builtin_shufflevector(each, each, 2, 3)};
+}
+#else
 KERNEL_INLINE pair totals(const lanes& v, const lanes& w) {
     const pair a = fold(v), b = fold(w);
     return __builtin_shufflevector(a, b, 0, 2) + __builtin_shufflevector(a, b, 1, 3);
 }
+KERNEL_INLINE four_totals totals(const lanes (&v)[4]) {
+    return {totals(v[0], v[1]), totals(v[2], v[3])};
+}
+#endif
 
 // The eight bits from state k on, k a multiple of 8.
 KERNEL_INLINE unsigned byte_at(const uint64_t* bits, size_t k) {

@@ -31,8 +31,11 @@ void distance_rows::refresh_row(const packed_haplotypes& full, cut_panel& cut, s
 void distance_rows::refresh(const packed_haplotypes& full, cut_panel& cut) {
     if (cut.version.size() != full.n_hap()) {
         cut.version.assign(full.n_hap(), 0);
+        cut.n_changes = 0;
         cut.rows.assign(full.n_hap() * words_, 0);
     }
+    if (cut.n_changes == full.n_changes() + 1) return;
+    cut.n_changes = full.n_changes() + 1;
     for (std::size_t h = 0; h < full.n_hap(); ++h) refresh_row(full, cut, h);
 }
 

@@ -23,7 +23,9 @@ class distance_rows {
   private:
     struct cut_panel {
         std::vector<std::uint64_t, aligned_allocator<std::uint64_t>> rows;
-        std::vector<std::uint32_t> version;  // of the full row, plus 1; 0 for never cut
+        // Of the full row and of the full panel, plus 1; 0 for never cut.
+        std::vector<std::uint32_t> version;
+        std::uint64_t n_changes = 0;
     };
     void refresh(const packed_haplotypes& full, cut_panel& cut);
     void refresh_row(const packed_haplotypes& full, cut_panel& cut, std::size_t hap);

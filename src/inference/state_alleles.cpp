@@ -18,8 +18,11 @@ std::vector<site_run> runs_of(const std::vector<int>& sites) {
     for (std::size_t v = 0; v < sites.size();) {
         const std::size_t word = static_cast<std::size_t>(sites[v]) / bits::word_bits;
         const auto past = static_cast<int>((word + 1) * bits::word_bits);
-        std::size_t end = std::min(v + bits::word_bits, sites.size());
-        while (sites[end - 1] >= past) --end;
+        std::size_t end = v + bits::word_bits;
+        if (end > sites.size() || sites[end - 1] >= past) {  // not the whole word
+            end = v + 1;
+            while (end < sites.size() && sites[end] < past) ++end;
+        }
         runs.push_back({word, v, end - v});
         v = end;
     }

@@ -27,9 +27,12 @@ class packed_haplotypes {
     void set(std::size_t hap, std::size_t site, int allele) {
         bits::set(bits_.data() + hap * row_words_, site, allele == 1);
         ++version_[hap];
+        ++n_changes_;
     }
     // Grows with every change of a haplotype, so that what was derived from a row can be kept.
     std::uint32_t version(std::size_t hap) const { return version_[hap]; }
+    // Grows with every change of any haplotype.
+    std::uint64_t n_changes() const { return n_changes_; }
     // Whether the panel holds the site.
     bool holds(std::size_t site) const { return bits::get(present_.data(), site); }
     void set_holds(std::size_t site) { bits::set(present_.data(), site, true); }
@@ -45,6 +48,7 @@ class packed_haplotypes {
     std::vector<std::uint64_t, aligned_allocator<std::uint64_t>> bits_;
     std::vector<std::uint64_t> present_;
     std::vector<std::uint32_t> version_;
+    std::uint64_t n_changes_ = 0;
 };
 
 // Transposes a 64 x 64 bit block in place: bit j of word i goes to bit i of word j.

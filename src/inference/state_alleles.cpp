@@ -63,7 +63,7 @@ class row_words {
     void call_ahead() {
         if (next_ >= n_lines_) return;
         for (std::size_t i = 0; i < line_words && n_called_ < rows_.size(); ++i) {
-            __builtin_prefetch(rows_[n_called_++] + next_ * line_words);
+            __builtin_prefetch(rows_[n_called_++] + next_ * line_words, 0, 2);
         }
     }
     // The same word of 64 rows.

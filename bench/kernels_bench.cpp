@@ -107,8 +107,8 @@ void posterior_at_unobserved_site(benchmark::State& state) {
 }
 BENCHMARK(posterior_at_unobserved_site)->ArgsProduct({{500}, {1, 5, 10, 20, 40, 60, 100, 250}});
 
-// One site after the other as sequenced panels have them: every second one without carriers, the others with 1 to K / 2,
-// as many from 1 to 2 as from 2 to 4, and so on.
+// One site after the other as sequenced panels have them: every second one without carriers, the others with 1 to K /
+// 2, as many from 1 to 2 as from 2 to 4, and so on.
 void posteriors_at_mixed_sites(benchmark::State& state) {
     constexpr std::size_t K = 500, words = (K + 63) / 64, n_sites = 4096;
     const aligned_buffer f = random_values(kernels::haploid_padded(K), K);
@@ -147,9 +147,9 @@ void diploid_forward(benchmark::State& state) {
     aligned_buffer out(size), row(kernels::padded(K)), row_sums(kernels::padded(K)),
         emission_rows(2 * kernels::padded(K));
     for (auto _ : state) {
-        benchmark::DoNotOptimize(kernels::active().diploid_forward(
-            K, f.data(), g.data(), 0.98, 1e-5, bits.data(), emission, emission_rows.data(), f.data(), row.data(),
-            row_sums.data()));
+        benchmark::DoNotOptimize(kernels::active().diploid_forward(K, f.data(), g.data(), 0.98, 1e-5, bits.data(),
+                                                                   emission, emission_rows.data(), f.data(), row.data(),
+                                                                   row_sums.data()));
         benchmark::ClobberMemory();
     }
     set_unit(state, static_cast<double>(K * (K + 1)) / 2.0);

@@ -16,8 +16,8 @@ std::array<double, 3> by_sum(const std::array<double, 4>& e) {
     return {e[0], e[1], e[3]};
 }
 
-// One forward sweep. Where all pairs have one emission, as where all states have one allele, the step is only noted: the
-// sums of rows follow without the table, and the table takes several steps at once when it is needed next.
+// One forward sweep. Where all pairs have one emission, as where all states have one allele, the step is only noted:
+// the sums of rows follow without the table, and the table takes several steps at once when it is needed next.
 class forward_sweep {
   public:
     forward_sweep(const pair_problem& p, pair_tables& t) : p_(p), t_(t), K_(static_cast<double>(p.n_states)) {
@@ -79,7 +79,8 @@ class forward_sweep {
         const double* noted = noted_shared_.data();
         double* shared = shared_.data();
         for (std::size_t k = 0; k < t_.stride; ++k) shared[k] = terms.stay * noted[k] + terms.shared[k];
-        const pair_terms joined{terms.stay * noted_.stay, shared_.data(), terms.stay * noted_.constant + terms.constant};
+        const pair_terms joined{terms.stay * noted_.stay, shared_.data(),
+                                terms.stay * noted_.constant + terms.constant};
         has_noted_ = false;
         return joined;
     }
@@ -156,9 +157,8 @@ class pair_walker {
   private:
     void draw_states(std::size_t v) {
         if (v + 1 == p_.n_sites) {
-            const auto [a, b] = store_.has_rows()
-                                    ? first_pair(row_values{store_, store_.row_sums(), nullptr, nullptr})
-                                    : first_pair(table_values{*this, store_.table()});
+            const auto [a, b] = store_.has_rows() ? first_pair(row_values{store_, store_.row_sums(), nullptr, nullptr})
+                                                  : first_pair(table_values{*this, store_.table()});
             k1_ = a;
             k2_ = b;
             r_.state[v] = {a, b};

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <limits>
 
 #include "inference/haploid_draws.h"
 #include "inference/kernels/kernels.h"
@@ -26,8 +25,8 @@ double enter_anchor(const haploid_problem& problem, const haploid_tables& tables
                                              problem.emission[0][seen], problem.emission[1][seen], out);
 }
 
-// What stands between a vector and a site some gaps away, all of them without emissions: alpha times the vector, plus mu
-// times its sum, of sum growth times its sum.
+// What stands between a vector and a site some gaps away, all of them without emissions: alpha times the vector, plus
+// mu times its sum, of sum growth times its sum.
 struct distant {
     double alpha = 1.0, mu = 0.0, growth = 1.0;
     void pass(const haploid_gap& gap, double n_states) {
@@ -193,7 +192,8 @@ class anchored_walk {
         if (requests_[v].draw_allele) r_.allele[v] = haploid_allele_draw(p_, v, r_.state[v]);
     }
 
-    // Takes the backward vector through a stretch of sites of anchor i, and reports the posteriors that are wanted there.
+    // Takes the backward vector through a stretch of sites of anchor i, and reports the posteriors that are wanted
+    // there.
     void pass_stretch(std::size_t i, std::size_t first, std::size_t end) {
         from_right_ = {};
         const auto wanted = [this](std::size_t v) { return requests_[v].posterior; };
@@ -210,8 +210,8 @@ class anchored_walk {
         if (v < p_.n_sites) from_right_.pass(p_.gap[v], static_cast<double>(n_));
     }
 
-    // Posterior weights at the sites from first to before end, of anchor i. The sum over all states is the same at every
-    // site of a stretch.
+    // Posterior weights at the sites from first to before end, of anchor i. The sum over all states is the same at
+    // every site of a stretch.
     void report_posteriors(std::size_t i, std::size_t first, std::size_t end) {
         const double* left = store_.vector(i);
         const double left_sum = t_.anchors[i].sum;
@@ -226,8 +226,8 @@ class anchored_walk {
         }
         const double product = k_.multiply(n_, left, right_, t_.products.data());
         const kernels::state_weight& w = t_.state_weights[n_sites - 1];
-        const double all = (w.product * product + w.each * static_cast<double>(n_)) +
-                           (w.forward * left_sum + w.backward * right_sum_);
+        const double all =
+            (w.product * product + w.each * static_cast<double>(n_)) + (w.forward * left_sum + w.backward * right_sum_);
         static_assert(sizeof(allele_weights) == sizeof(double[2]));
         k_.weigh_alleles(n_, n_sites, p_.bits(first), left, right_, t_.products.data(), t_.state_weights.data(), all,
                          reinterpret_cast<double(*)[2]>(&r_.weights[first]));

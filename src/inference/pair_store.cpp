@@ -115,7 +115,8 @@ bool pair_store::has_rows() const {
 const double* pair_store::row(int a, std::size_t place) {
     double* row = t_.followed[place].data();
     const double* from = kept_table(first_);
-    for (int b = 0; b < static_cast<int>(p_.n_states); ++b) row[b] = from[pair_place(p_, std::max(a, b), std::min(a, b))];
+    for (int b = 0; b < static_cast<int>(p_.n_states); ++b)
+        row[b] = from[pair_place(p_, std::max(a, b), std::min(a, b))];
     for (std::size_t v = first_ + 1; v <= v_; ++v) {
         const pair_terms terms = terms_into(p_, t_, v);
         const std::array<double, 4>& e = p_.emission[v];
@@ -139,8 +140,8 @@ const double* pair_store::row_sums() {
         double before = 0.0;  // shares of the states before a
         for (std::size_t a = 0; a < p_.n_states; ++a) {
             const double share = terms.shared[a], n = static_cast<double>(a);
-            const double sum = t_.noted_emission[v] * (terms.stay * sums[a] + (before + ((n + 1.0) * share +
-                                                                                         (n + 0.5) * terms.constant)));
+            const double sum = t_.noted_emission[v] *
+                               (terms.stay * sums[a] + (before + ((n + 1.0) * share + (n + 0.5) * terms.constant)));
             here[a] = t_.scale[v] != 1.0 ? sum / t_.scale[v] : sum;
             before += share;
         }

@@ -3,8 +3,8 @@
 // The inner loops of the sweeps, compiled for several instruction sets and chosen when the program starts. All work on
 // blocks of eight doubles and sum in eight lanes, whatever the machine: every level gives the same bytes.
 //
-// Vectors of K states are padded to a multiple of 8 with zeros, those of the model of one haplotype to a multiple of 16,
-// and aligned to 64 bytes. Bit rows have bit k for state k; the bits past K are clear.
+// Vectors of K states are padded to a multiple of 8 with zeros, those of the model of one haplotype to a multiple of
+// 16, and aligned to 64 bytes. Bit rows have bit k for state k; the bits past K are clear.
 
 #include <cstddef>
 #include <cstdint>
@@ -35,8 +35,8 @@ struct backward_sums {
     double carried[2];  // sum of f * b over the states with allele 0, with allele 1
 };
 
-// Forward times backward value of a state at a site without observation, by the forward value f and the backward value c
-// of the state at the observed sites beside it: product f c + forward f + backward c + each.
+// Forward times backward value of a state at a site without observation, by the forward value f and the backward value
+// c of the state at the observed sites beside it: product f c + forward f + backward c + each.
 struct state_weight {
     double product, forward, backward, each;
 };
@@ -49,9 +49,9 @@ struct table {
                                       const std::uint64_t* bits, double m0, double m1, double* out);
     // products[k] = f[k] c[k]. Returns their sum.
     double (*multiply)(std::size_t K, const double* f, const double* c, double* products);
-    // Weights of the states with allele 0 and with allele 1 at n_sites sites, whose rows of bits follow each other: sums
-    // over the states with the rarer allele, the others from the sum over all states. Where all have one allele its
-    // weight is 1, unless all is not positive. products[k] = f[k] c[k].
+    // Weights of the states with allele 0 and with allele 1 at n_sites sites, whose rows of bits follow each other:
+    // sums over the states with the rarer allele, the others from the sum over all states. Where all have one allele
+    // its weight is 1, unless all is not positive. products[k] = f[k] c[k].
     void (*weigh_alleles)(std::size_t K, std::size_t n_sites, const std::uint64_t* bits, const double* f,
                           const double* c, const double* products, const state_weight* weights, double all,
                           double (*by_allele)[2]);
@@ -62,9 +62,9 @@ struct table {
 
     // One forward step of the triangular table of pairs (Marchini and Howie 2010, in the row sum form):
     // v = (t0 f[a][b] + (g[a] + g[b] + c)) e[allele sum], with half of what stands in the inner brackets where a is b.
-    // bits are the alleles of the states at the site. Fills out, which may be f, row_out[K] (each pair in both its rows,
-    // the pair of one state twice) and row_sums[K] (each pair in its row of the triangle only). emission_rows is scratch
-    // of 2 padded(K) values. Returns the sum of out.
+    // bits are the alleles of the states at the site. Fills out, which may be f, row_out[K] (each pair in both its
+    // rows, the pair of one state twice) and row_sums[K] (each pair in its row of the triangle only). emission_rows is
+    // scratch of 2 padded(K) values. Returns the sum of out.
     double (*diploid_forward)(std::size_t K, const double* f, const double* g, double t0, double c,
                               const std::uint64_t* bits, const double* e, double* emission_rows, double* out,
                               double* row_out, double* row_sums);

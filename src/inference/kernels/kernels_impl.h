@@ -27,8 +27,8 @@ struct state_lanes {
         : even(first_lanes(K - k < width ? K - k : width)), odd(first_lanes(K - k > width ? K - k - width : 0)) {}
 };
 
-// (f alpha + beta) m over blocks of eight states, m being m1 for the states of the set bits, else m0. The larger of both
-// is part of alpha and beta.
+// (f alpha + beta) m over blocks of eight states, m being m1 for the states of the set bits, else m0. The larger of
+// both is part of alpha and beta.
 struct haploid_step {
     lanes a, b, ratio;
     unsigned flip;
@@ -105,6 +105,18 @@ double multiply(size_t K, const double* f, const double* c, double* products) {
     return total(even + odd);
 }
 
+// Keeps addresses in a register each: an address of two parts makes what reads from there one step more.
+KERNEL_INLINE void pin(const double*& p, const double*& q, const double*& r) {
+    asm("" : "+r"(p), "+r"(q), "+r"(r));
+}
+
+// Bit i is set where byte i of the word has a bit set.
+KERNEL_INLINE uint64_t set_bytes(uint64_t word) {
+    constexpr uint64_t low_bits = 0x7f7f7f7f7f7f7f7fULL;
+    const uint64_t top = (((word & low_bits) + low_bits) | word) & ~low_bits;
+    return ((top >> 7) * 0x0102040810204080ULL) >> 56;
+}
+
 // A sum over some states as sixteen partial sums, state k belonging to that of k mod 16.
 struct partial_sums {
     lanes even, odd;
@@ -125,7 +137,7 @@ struct carrier_step {
         const double* p = products + k;
         const double* q = f + k;
         const double* r = c + k;
-        asm("" : "+r"(p), "+r"(q), "+r"(r));  // one register each: an address of two parts makes every sum a step more
+        pin(p, q, r);
         const mask even = lane_mask(in_even), odd = lane_mask(in_odd);
         to.product.even = add_kept(to.product.even, even, load(p));
         to.forward.even = add_kept(to.forward.even, even, load(q));
@@ -155,7 +167,7 @@ struct carrier_step {
             }
         }
     }
-    KERNEL_INLINE void add_all(const uint64_t* bits, uint64_t flip, size_t /*n*/, running_sums& to) const {
+    KERNEL_INLINE void add_all(const uint64_t* bits, uint64_t flip, running_sums& to) const {
         if (flip == 0) {
             add_present<false>(bits, to);
         } else {
@@ -163,29 +175,36 @@ struct carrier_step {
         }
     }
 #else
-    // Few are taken one by one.
-    KERNEL_INLINE void add_all(const uint64_t* bits, uint64_t flip, size_t n, running_sums& to) const {
-        if (n * 6 > K) {
-            for (size_t k = 0; k < K; k += n_partial) {
-                const auto states = static_cast<unsigned>((bits[k / 64] ^ flip) >> (k % 64));
-                add(k, states & 0xffU, states >> 8 & 0xffU, to);
-            }
-            return;
+    // Eights without carriers are passed over. The even eights come first, since there are not registers enough for
+    // both.
+    KERNEL_INLINE void add_all(const uint64_t* bits, uint64_t flip, running_sums& to) const {
+        constexpr uint64_t even_eights = 0x5555555555555555ULL;
+        for (size_t first = 0; first < K; first += 512) {
+            uint64_t present = 0;
+            for (size_t w = 0; w < 8 && first + w * 64 < K; ++w)
+                present |= set_bytes(bits[first / 64 + w] ^ flip) << (8 * w);
+            if (first + 512 > K) present &= ~uint64_t{0} >> (63 - (K - 1 - first) / width);
+            add_eights(first, present & even_eights, bits, flip, to.product.even, to.forward.even, to.backward.even);
+            add_eights(first, present & ~even_eights, bits, flip, to.product.odd, to.forward.odd, to.backward.odd);
         }
-        alignas(64) double sums[3][n_partial] = {};
-        for (size_t w = 0; w * 64 < K; ++w) {
-            uint64_t left = bits[w] ^ flip;
-            if (w * 64 + 64 > K) left &= (uint64_t{1} << (K % 64)) - 1;
-            for (; left != 0; left &= left - 1) {
-                const size_t k = w * 64 + static_cast<size_t>(__builtin_ctzll(left)), place = k % n_partial;
-                sums[0][place] += products[k];
-                sums[1][place] += f[k];
-                sums[2][place] += c[k];
-            }
+    }
+    KERNEL_INLINE void add_eights(size_t first, uint64_t eights, const uint64_t* bits, uint64_t flip, lanes& product,
+                                  lanes& forward, lanes& backward) const {
+        lanes in_p = product, in_f = forward, in_c = backward;
+        for (; eights != 0; eights &= eights - 1) {
+            const size_t k = first + static_cast<size_t>(__builtin_ctzll(eights)) * width;
+            const mask in = lane_mask((byte_at(bits, k) ^ static_cast<unsigned>(flip)) & 0xffU);
+            const double* p = products + k;
+            const double* q = f + k;
+            const double* r = c + k;
+            pin(p, q, r);
+            in_p = add_kept(in_p, in, load(p));
+            in_f = add_kept(in_f, in, load(q));
+            in_c = add_kept(in_c, in, load(r));
         }
-        to.product = {load(sums[0]), load(sums[0] + width)};
-        to.forward = {load(sums[1]), load(sums[1] + width)};
-        to.backward = {load(sums[2]), load(sums[2] + width)};
+        product = in_p;
+        forward = in_f;
+        backward = in_c;
     }
 #endif
 };
@@ -206,7 +225,7 @@ void weigh_alleles(size_t K, size_t n_sites, const uint64_t* bits, const double*
             continue;
         }
         carrier_step::running_sums sums;
-        step.add_all(bits, rarer == 1 ? 0 : ~uint64_t{0}, n, sums);
+        step.add_all(bits, rarer == 1 ? 0 : ~uint64_t{0}, sums);
         const state_weight& w = weights[i];
         const lanes lane_sums = (sums.product.even + sums.product.odd) * spread(w.product) +
                                 ((sums.forward.even + sums.forward.odd) * spread(w.forward) +
@@ -278,7 +297,8 @@ struct triangle_step {
             }
             add_to_column(b, v);
         }
-        // The block of the diagonal: the pairs left of it, and the pair of one state, at which half as many pairs arrive.
+        // The block of the diagonal: the pairs left of it, and the pair of one state, at which half as many pairs
+        // arrive.
         const lanes shared = load(g + last), half = spread(0.5);
 #pragma GCC unroll 4
         for (size_t i = 0; i < n_rows; ++i) {
@@ -326,8 +346,8 @@ double diploid_forward(size_t K, const double* f, const double* g, double t0, do
         store(emission_rows + stride + k, select(carriers, spread(e[2]), spread(e[1])));
         store(row_out + k, spread(0.0));
     }
-    const triangle_step step{f, g, c, spread(t0), bits, {emission_rows, emission_rows + stride}, out, row_out,
-                             row_sums};
+    const triangle_step step{f,   g,       c,       spread(t0), bits, {emission_rows, emission_rows + stride},
+                             out, row_out, row_sums};
     pair sum{};
     size_t last = 0;
     for (; last + width <= K; last += width) {
@@ -555,9 +575,8 @@ KERNEL_INLINE word_part partners(const word_part& x) {
 // The bits of own where those of from_own are set, else those of other.
 KERNEL_INLINE word_part mix(const word_part& from_own, const word_part& own, const word_part& other) {
 #if KERNEL_PART == 8
-    return reinterpret_cast<word_part>(
-        _mm512_ternarylogic_epi64(reinterpret_cast<__m512i>(from_own), reinterpret_cast<__m512i>(own),
-                                  reinterpret_cast<__m512i>(other), 0xca));
+    return reinterpret_cast<word_part>(_mm512_ternarylogic_epi64(
+        reinterpret_cast<__m512i>(from_own), reinterpret_cast<__m512i>(own), reinterpret_cast<__m512i>(other), 0xca));
 #else
     return ((own ^ other) & from_own) ^ other;
 #endif
@@ -649,7 +668,8 @@ void transpose_words(const uint64_t* const* from, uint64_t* to, size_t stride) {
             }
             for (size_t i = 0; i < 2; ++i) {
                 uint64_t* place = to + (word + i) * stride + first;
-                *reinterpret_cast<stored_word_part*>(place) = __builtin_shufflevector(pairs[i], pairs[i + 2], 0, 1, 4, 5);
+                *reinterpret_cast<stored_word_part*>(place) =
+                    __builtin_shufflevector(pairs[i], pairs[i + 2], 0, 1, 4, 5);
                 *reinterpret_cast<stored_word_part*>(place + 2 * stride) =
                     __builtin_shufflevector(pairs[i], pairs[i + 2], 2, 3, 6, 7);
             }

@@ -26,6 +26,7 @@ struct haploid_problem {
     std::size_t n_states = 0;                // K
     std::size_t n_sites = 0;                 // visited sites in position order
     const haploid_gap* gap = nullptr;        // [n_sites]: the gap that ends at the site
+    std::uint64_t gap_version = 0;           // another one for other gaps at the same place; 0 if that is not known
     const std::uint8_t* observed = nullptr;  // [n_sites]: 0, 1, or 2 for no observation
     const std::uint64_t* alleles = nullptr;  // [n_sites][words]: bit k is the allele of state k
     std::size_t words = 0;
@@ -69,14 +70,27 @@ struct haploid_tables {
     // sum. Anchors are the observed sites, and sites at which the values have become small; the anchor of a site is the
     // last one at or left of it. Anchor 0 is a vector of ones, which stands left of the first site.
     std::vector<double> alpha, mu;  // by visited site
+    // The same of the backward vector, as seen from the next anchor right of the site, its emission included.
+    std::vector<double> right_alpha, right_mu;
+    bool sees_right = false;  // these are up to date
     struct anchor {
         std::size_t site = 0;
         // Its vector is alpha f + mu sum, of the anchor before it, times the emission of its site, divided by scale.
         double alpha = 0.0, mu = 0.0;
         double sum = 0.0;    // of its vector
         double scale = 1.0;  // fwd_scale
+        // Of the sums of forward vectors up to the next anchor, the least and the last, relative to sum.
+        double least_growth = 1.0, growth = 1.0;
     };
     std::vector<anchor> anchors;
+    // All of the above but sums and scales depends on gaps and observed sites only, and stays for the next sweep where
+    // these are the same.
+    struct {
+        const haploid_gap* gap = nullptr;
+        std::uint64_t gap_version = 0;
+        std::size_t n_states = 0;
+        std::vector<std::uint8_t> has_observation;  // by visited site
+    } made_for;
     aligned_buffer vectors;           // [anchor / keep_every][padded K]
     aligned_buffer block;             // [keep_every - 1][padded K]: of the anchors between two kept ones
     aligned_buffer work;              // [padded K]: the running vector of the forward sweep

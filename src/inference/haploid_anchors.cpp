@@ -47,40 +47,82 @@ class anchored_forward {
         // Anchor 0: ones, padded with zeros.
         std::fill_n(t_.vectors.begin(), K_, 1.0);
         std::fill_n(t_.vectors.begin() + static_cast<std::ptrdiff_t>(K_), t_.stride - K_, 0.0);
-        t_.anchors.assign(1, {0, 0.0, 0.0, static_cast<double>(K_), 1.0});
-        t_.alpha.resize(p_.n_sites);
-        t_.mu.resize(p_.n_sites);
     }
 
     // Returns the log10 likelihood.
     double run() {
-        const auto n_states = static_cast<double>(K_);
-        distant here{1.0 / n_states, 0.0, 1.0 / n_states};
-        for (std::size_t v = 0; v < p_.n_sites; ++v) {
-            if (v > 0) here.pass(p_.gap[v], n_states);
-            const bool small = v > 0 && !(t_.anchors.back().sum * here.growth >= rescale_below);
-            if (p_.observed[v] != unobserved || small) {
-                set_anchor(v, here);
-                here = {};
-                // Where no state explains the data all values are undefined, here and further right.
-                if (!(t_.anchors.back().scale > 0.0)) here.growth = std::numeric_limits<double>::quiet_NaN();
-            }
-            t_.alpha[v] = here.alpha;
-            t_.mu[v] = here.mu;
-        }
-        const double sum = t_.anchors.back().sum * here.growth;
+        if (!same_sites() || !sweep_again()) sweep();
+        const haploid_tables::anchor& last = t_.anchors.back();
+        const double sum = last.sum * last.growth;
         return std::abs(sum - 1.0) > 1e-10 ? log10_likelihood_ + std::log10(sum) : log10_likelihood_;
     }
 
   private:
-    void set_anchor(std::size_t v, const distant& here) {
-        const std::size_t i = t_.anchors.size();
-        t_.anchors.push_back({v, here.alpha, here.mu, 0.0, 1.0});
+    // Whether anchors and coefficients of the sweep before serve again.
+    bool same_sites() const {
+        const auto& made = t_.made_for;
+        if (p_.gap_version == 0 || made.gap_version != p_.gap_version || made.gap != p_.gap || made.n_states != K_ ||
+            made.has_observation.size() != p_.n_sites) {
+            return false;
+        }
+        const std::uint8_t* had = made.has_observation.data();
+        unsigned differ = 0;
+        for (std::size_t v = 0; v < p_.n_sites; ++v) {
+            differ |= static_cast<unsigned>(had[v] ^ (p_.observed[v] != unobserved ? 1U : 0U));
+        }
+        return differ == 0;
+    }
+
+    // Returns whether it came to its end: no values so small that they need another anchor, or undefined.
+    bool sweep_again() {
+        for (std::size_t i = 1; i < t_.anchors.size(); ++i) {
+            fill_anchor(i);
+            const haploid_tables::anchor& anchor = t_.anchors[i];
+            if (!(anchor.scale > 0.0 && anchor.sum * anchor.least_growth >= rescale_below)) return false;
+        }
+        return true;
+    }
+
+    void sweep() {
+        const auto n_states = static_cast<double>(K_);
+        log10_likelihood_ = 0.0;
+        t_.anchors.assign(1, {0, 0.0, 0.0, n_states, 1.0, 1.0, 1.0});
+        t_.alpha.resize(p_.n_sites);
+        t_.mu.resize(p_.n_sites);
+        t_.sees_right = false;
+        t_.made_for = {p_.gap, p_.gap_version, K_, std::vector<std::uint8_t>(p_.n_sites)};
+        distant here{1.0 / n_states, 0.0, 1.0 / n_states};
+        for (std::size_t v = 0; v < p_.n_sites; ++v) {
+            if (v > 0) here.pass(p_.gap[v], n_states);
+            const bool observed = p_.observed[v] != unobserved;
+            const bool small = v > 0 && !(t_.anchors.back().sum * here.growth >= rescale_below);
+            t_.made_for.has_observation[v] = observed ? 1 : 0;
+            if (observed || small) {
+                if (!observed) t_.made_for.gap_version = 0;  // not for another sweep
+                t_.anchors.push_back({v, here.alpha, here.mu, 0.0, 1.0, 1.0, 1.0});
+                fill_anchor(t_.anchors.size() - 1);
+                here = {};
+                if (!(t_.anchors.back().scale > 0.0)) {
+                    // No state explains the data: all values are undefined, here and further right.
+                    here.growth = std::numeric_limits<double>::quiet_NaN();
+                    t_.made_for.gap_version = 0;
+                }
+            }
+            t_.alpha[v] = here.alpha;
+            t_.mu[v] = here.mu;
+            haploid_tables::anchor& anchor = t_.anchors.back();
+            anchor.growth = here.growth;
+            anchor.least_growth = std::min(anchor.least_growth, here.growth);
+        }
+    }
+
+    void fill_anchor(std::size_t i) {
         ensure_size(t_.vectors, (i / keep_every + 1) * t_.stride);
         double* out = vector(i);
-        haploid_tables::anchor& anchor = t_.anchors.back();
+        haploid_tables::anchor& anchor = t_.anchors[i];
         anchor.sum = enter_anchor(p_, t_, i, vector(i - 1), out);
-        if (v == 0 || anchor.sum >= rescale_below) return;
+        anchor.scale = 1.0;
+        if (anchor.site == 0 || anchor.sum >= rescale_below) return;
         anchor.scale = anchor.sum;
         kernels::active().divide(K_, anchor.scale, out);
         anchor.sum = 1.0;
@@ -155,6 +197,7 @@ class anchored_walk {
     void run() {
         right_ = store_.vector(0);
         right_sum_ = static_cast<double>(n_);
+        if (options_.backward && !t_.sees_right) look_right();
         std::size_t end = p_.n_sites;
         for (std::size_t i = t_.anchors.size(); i-- > 0;) {
             const std::size_t site = t_.anchors[i].site, first = i == 0 ? 0 : site + 1;
@@ -192,22 +235,29 @@ class anchored_walk {
         if (requests_[v].draw_allele) r_.allele[v] = haploid_allele_draw(p_, v, r_.state[v]);
     }
 
-    // Takes the backward vector through a stretch of sites of anchor i, and reports the posteriors that are wanted
-    // there.
-    void pass_stretch(std::size_t i, std::size_t first, std::size_t end) {
-        from_right_ = {};
-        const auto wanted = [this](std::size_t v) { return requests_[v].posterior; };
-        while (first < end && !wanted(end - 1)) pass_gap(end--);
-        std::size_t first_wanted = first;
-        while (first_wanted < end && !wanted(first_wanted)) ++first_wanted;
-        if (first_wanted < end) report_posteriors(i, first_wanted, end);
-        for (std::size_t v = first_wanted; v > first; --v) pass_gap(v);
-        if (i > 0) pass_gap(first);
+    // Nothing lies right of the last site.
+    void look_right() {
+        t_.right_alpha.resize(p_.n_sites);
+        t_.right_mu.resize(p_.n_sites);
+        distant here;
+        std::size_t i = t_.anchors.size();
+        for (std::size_t v = p_.n_sites; v-- > 0;) {
+            if (v + 1 < p_.n_sites) here.pass(p_.gap[v + 1], static_cast<double>(n_));
+            t_.right_alpha[v] = here.alpha;
+            t_.right_mu[v] = here.mu;
+            if (i > 1 && t_.anchors[i - 1].site == v) {
+                here = {};
+                --i;
+            }
+        }
+        t_.sees_right = true;
     }
 
-    // The gap that ends at site v; nothing lies right of the last site.
-    void pass_gap(std::size_t v) {
-        if (v < p_.n_sites) from_right_.pass(p_.gap[v], static_cast<double>(n_));
+    // The sites of anchor i from first to before end: reports the posteriors that are wanted.
+    void pass_stretch(std::size_t i, std::size_t first, std::size_t end) {
+        while (first < end && !requests_[end - 1].posterior) --end;
+        while (first < end && !requests_[first].posterior) ++first;
+        if (first < end) report_posteriors(i, first, end);
     }
 
     // Posterior weights at the sites from first to before end, of anchor i. The sum over all states is the same at
@@ -217,10 +267,9 @@ class anchored_walk {
         const double left_sum = t_.anchors[i].sum;
         const std::size_t n_sites = end - first;
         if (t_.state_weights.size() < n_sites) t_.state_weights.resize(n_sites);
-        for (std::size_t v = end; v-- > first;) {
-            pass_gap(v + 1);
+        for (std::size_t v = first; v < end; ++v) {
             const double alpha = t_.alpha[v], beta = t_.mu[v] * left_sum;
-            const double right_alpha = from_right_.alpha, right_beta = from_right_.mu * right_sum_;
+            const double right_alpha = t_.right_alpha[v], right_beta = t_.right_mu[v] * right_sum_;
             t_.state_weights[v - first] = {alpha * right_alpha, alpha * right_beta, beta * right_alpha,
                                            beta * right_beta};
         }
@@ -238,7 +287,7 @@ class anchored_walk {
         const std::size_t v = t_.anchors[i].site;
         const std::uint8_t seen = p_.observed[v];
         double* out = right_ == t_.right.data() ? t_.right_new.data() : t_.right.data();
-        const double alpha = from_right_.alpha, beta = from_right_.mu * right_sum_;
+        const double alpha = t_.right_alpha[v], beta = t_.right_mu[v] * right_sum_;
         const double m0 = p_.emission[0][seen], m1 = p_.emission[1][seen];
         if (requests_[v].posterior) {
             const kernels::backward_sums sums =
@@ -267,7 +316,6 @@ class anchored_walk {
     // Backward vector of the next anchor to the right, its own emission included.
     const double* right_ = nullptr;
     double right_sum_ = 0.0;
-    distant from_right_;  // the site in hand as seen from there
 };
 
 }  // namespace
@@ -275,6 +323,8 @@ class anchored_walk {
 double haploid_forward_anchored(const haploid_problem& problem, haploid_tables& tables) {
     if (problem.n_states == 0) {  // no state explains anything
         tables.anchors.assign(1, {});
+        tables.made_for.gap_version = 0;
+        tables.sees_right = false;
         tables.alpha.assign(problem.n_sites, 0.0);
         tables.mu.assign(problem.n_sites, 0.0);
         return problem.n_sites > 0 ? std::log10(0.0) : 0.0;

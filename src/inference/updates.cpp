@@ -129,6 +129,7 @@ class haploid_run {
         problem.n_states = at(run_.k_states[0][at(u_.panel)][at(u_.cond_panel)]);
         problem.n_sites = model_.n_sites();
         problem.gap = model_.hap_gap.data();
+        problem.gap_version = run_.switch_rates_version;
         fill_observed();
         problem.observed = w_.observed.data();
         gather_state_alleles(run_.haps, run_.cond_states, model_.site, problem.n_states, w_.state_alleles);

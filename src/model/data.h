@@ -228,6 +228,7 @@ class data {
     // [panel - 1][a1][a2]: chance of the ordered observed alleles given the copied ones.
     using pair_table = std::array<std::array<std::array<double, 2>, 2>, 2>;
     pair_table pr_alleles_00{}, pr_alleles_01{}, pr_alleles_10{}, pr_alleles_11{};
+    std::uint64_t switch_rates_version = 0;  // grows whenever gaps of the models are set
     model_table<hmm_model> models;
     model_table<hmm_model> hole_models;  // the hole-filling models, mode 0 only
 

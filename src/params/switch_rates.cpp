@@ -154,11 +154,13 @@ class switch_rate_pass {
 
 void data::set_switch_rates(bool full) {
     log.stage("-setting switch rates");
+    ++switch_rates_version;
     switch_rate_pass(*this, full).run();
 }
 
 void data::set_switch_rates_for_hole_filling(bool full) {
     log.stage("-setting hole-filling switch rates");
+    ++switch_rates_version;
     if (!has_reference) return;
     const int to = panel0_given() ? 0 : 1;
     const int from = panel0_given() && panel1_given() ? 1 : 2;

@@ -24,6 +24,7 @@ struct haploid_case {
     std::vector<std::uint64_t> alleles;
     std::vector<bool> checkpoint;
     std::vector<haploid_request> requests;
+    std::uint64_t gap_version = 0;
 
     // Makes the fast form of what stands in plain.
     void finish() {
@@ -47,6 +48,7 @@ struct haploid_case {
         p.n_states = static_cast<std::size_t>(plain.K);
         p.n_sites = plain.sites.size();
         p.gap = gap.data();
+        p.gap_version = gap_version;
         p.observed = observed.data();
         p.alleles = alleles.data();
         p.words = bits::words_for(p.n_states);
@@ -280,6 +282,42 @@ TEST(haploid_sweeps, do_not_divide_a_sum_at_the_limit) {
         const haploid_tables::anchor& last = tables.anchors.back();
         EXPECT_EQ(first < 1e-50 ? 1U : 0U, last.site);
         EXPECT_EQ(first < 1e-50 ? first : 1.0, last.scale);
+    }
+}
+
+TEST(haploid_sweeps, agree_one_after_the_other_over_the_same_sites) {
+    input_source source(31);
+    for (const int K : {1, 9, 40}) {
+        haploid_case c = random_case(source, K, 30, 1e-3, 0.6);
+        c.gap_version = 1;
+        haploid_tables tables;
+        const auto check = [&](const char* what) {
+            SCOPED_TRACE(what);
+            c.finish();
+            for (const walk_kind& kind : all_kinds) expect_agreement(c, kind, K, tables);
+        };
+        const auto renew_alleles = [&] {
+            for (slow::haploid_site& site : c.plain.sites) site.allele = random_row(source, K);
+        };
+        renew_alleles();
+        check("first");
+        renew_alleles();
+        check("other alleles");
+        c.plain.sites[7].obs = c.plain.sites[7].obs == 2 ? 0 : 2;
+        renew_alleles();
+        check("other observed sites");
+        c.set_gap(11, 3.0 * K, K);
+        c.gap_version = 2;
+        check("other gaps");
+        const auto explained = c.plain;
+        c.set_rate(0.0);
+        for (slow::haploid_site& site : c.plain.sites) {
+            if (site.obs != 2) site.allele.assign(static_cast<std::size_t>(K), 1 - site.obs);
+        }
+        c.finish();
+        for (int i = 0; i < 2; ++i) EXPECT_FALSE(std::isfinite(haploid_forward(c.problem(), tables)));
+        c.plain = explained;
+        check("after data that no state explains");
     }
 }
 

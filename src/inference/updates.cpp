@@ -121,7 +121,6 @@ class haploid_run {
   private:
     const snp& site(std::size_t v) const { return *run_.sites[at(model_.site[v])]; }
     bool in_output(std::size_t v) const { return v >= first_output_ && v < last_output_; }
-    const site_traits& traits(std::size_t v) const { return run_.traits[at(model_.site[v])]; }
 
     haploid_problem make_problem() {
         const auto& tables = run_.mutation_matrix[0][at(u_.panel)][at(u_.cond_panel)];
@@ -175,10 +174,16 @@ class haploid_run {
         }
         if (!u_.backward) return;
         const allele_posteriors wanted = wanted_;
-        const bool genotypes = u_.genotype_probs;
+        const int* sites = model_.site.data();
+        const site_traits* all_traits = run_.traits.data();
+        haploid_request* requests = w_.haploid_requests.data();
         for (std::size_t v = first_output_; v < last_output_; ++v) {
-            w_.haploid_requests[v].posterior =
-                wanted.wanted(traits(v)) || (genotypes && haploid_posterior_needed(run_, target_of(u_), site(v)));
+            requests[v].posterior = wanted.wanted(all_traits[at(sites[v])]);
+        }
+        if (!u_.genotype_probs) return;
+        const posterior_target target = target_of(u_);
+        for (std::size_t v = first_output_; v < last_output_; ++v) {
+            if (!requests[v].posterior) requests[v].posterior = haploid_posterior_needed(run_, target, site(v));
         }
     }
 
@@ -205,21 +210,28 @@ class haploid_run {
     }
 
     void keep_posteriors() {
+        if (u_.genotype_probs) {
+            const posterior_target target = target_of(u_);
+            for (std::size_t v = first_output_; v < last_output_; ++v) {
+                const bool computed = w_.haploid_requests[v].posterior;
+                add_haploid_posterior(run_, target, site(v), computed ? &w_.haploid_out.weights[v] : nullptr);
+            }
+        }
+        if (!u_.allele_probs && !u_.selfcheck) return;
         const emission_table M = run_.mutation_matrix[0][at(u_.panel)][at(u_.cond_panel)];
-        const posterior_target target = target_of(u_);
         const allele_posteriors wanted = wanted_;
+        const int* sites = model_.site.data();
+        const site_traits* all_traits = run_.traits.data();
+        const allele_weights* weights = w_.haploid_out.weights.data();
         double* chance = w_.allele_prob[at(u_.strand)].data();
         double* chance_without_own = w_.allele_acc[at(u_.cond_panel)][at(u_.strand)].data();
         for (std::size_t v = first_output_; v < last_output_; ++v) {
-            const auto s = at(model_.site[v]);
-            const allele_weights* weights = w_.haploid_requests[v].posterior ? &w_.haploid_out.weights[v] : nullptr;
-            if (u_.genotype_probs) add_haploid_posterior(run_, target, site(v), weights);
-            if (!wanted.wanted(run_.traits[s])) continue;
-            if (wanted.without_own(run_.traits[s])) {
-                const int own = run_.haps[at(u_.panel)].allele(at(u_.hap), s);
-                chance_without_own[s] = allele_one_chance(*weights, M, own);
+            const auto s = at(sites[v]);
+            if (!wanted.wanted(all_traits[s])) continue;
+            if (wanted.without_own(all_traits[s])) {
+                chance_without_own[s] = allele_one_chance(weights[v], M, run_.haps[at(u_.panel)].allele(at(u_.hap), s));
             } else {
-                chance[s] = allele_one_chance(*weights, M, -1);
+                chance[s] = allele_one_chance(weights[v], M, -1);
             }
         }
     }

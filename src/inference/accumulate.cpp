@@ -71,7 +71,7 @@ class count_pass {
         const double a = run_.work->allele_prob[0][s];
         const double b = q_.diploid ? run_.work->allele_prob[1][s] : 0.0;
         auto [q1, q2] = genotype_chances(a, b, q_.diploid);
-        const auto cond = static_cast<std::size_t>(run_.traits[s].top_panel);
+        const auto cond = static_cast<std::size_t>(int{run_.traits[s].top_panel});
         if (run_.params.weight_imputed_gt >= 0) {
             write_debug_line(s, q1, q2);
             q1 *= weights[cond];
@@ -120,7 +120,7 @@ class count_pass {
 
     void write_debug_line(std::size_t s, double q1, double q2) {
         if (!run_.debug_wt_out) return;
-        const auto cond = static_cast<std::size_t>(run_.traits[s].top_panel);
+        const auto cond = static_cast<std::size_t>(int{run_.traits[s].top_panel});
         const auto& L = run_.acc.term_prob[cond];
         result_file& out = *run_.debug_wt_out;
         out.integer(static_cast<long>(q_.ind));

@@ -184,7 +184,7 @@ class matrix_layout {
     std::size_t place(int panel, int hap) const {
         const auto p = static_cast<std::size_t>(panel);
         const int unit = by_hap_ || panel == 0 ? hap : individual_[p][static_cast<std::size_t>(hap)];
-        return static_cast<std::size_t>(offset_[p] + unit);
+        return static_cast<std::size_t>(offset_[p]) + static_cast<std::size_t>(unit);
     }
 
   private:

@@ -27,8 +27,8 @@ std::uint8_t genotype(const posterior_target& t, const snp& site) {
 }
 
 int current_allele(const data& run, const posterior_target& t, const snp& site, int strand) {
-    return run.haps[static_cast<std::size_t>(t.panel)].allele(static_cast<std::size_t>(t.hap + strand),
-                                                              static_cast<std::size_t>(site.index));
+    return run.haps[static_cast<std::size_t>(t.panel)].allele(
+        static_cast<std::size_t>(t.hap) + static_cast<std::size_t>(strand), static_cast<std::size_t>(site.index));
 }
 
 void add_genotype(data& run, const posterior_target& t, const snp& site, double one, double two) {

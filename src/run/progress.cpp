@@ -1,6 +1,7 @@
 #include "run/progress.h"
 
 #include <algorithm>
+#include <cmath>
 #include <ostream>
 #include <string>
 
@@ -22,7 +23,7 @@ void progress_line::update(std::string_view what, int member, int n_members) {
     const double done =
         (iteration_ + static_cast<double>(member) / std::max(n_members, 1)) / std::max(n_iterations_, 1);
     if (done > 0.0 && spent > 1.0) {
-        const long left = static_cast<long>(spent / done - spent + 0.5);
+        const long left = std::lround(spent / done - spent);
         text += concat(", about ", left / 60, " min ", left % 60, " s left");
     }
     write(text);

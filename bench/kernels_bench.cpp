@@ -100,7 +100,7 @@ void posterior_at_unobserved_site(benchmark::State& state) {
     }
     for (auto _ : state) {
         kernels::active().weigh_alleles(K, weights.size(), bits.data(), f.data(), c.data(), products.data(),
-                                        weights.data(), 1.0, sums);
+                                        {1.0, 1.0, 1.0}, weights.data(), sums);
         benchmark::DoNotOptimize(sums);
     }
     set_unit(state, static_cast<double>(weights.size()));
@@ -126,7 +126,7 @@ void posteriors_at_mixed_sites(benchmark::State& state) {
     for (auto _ : state) {
         for (std::size_t v = 0; v < n_sites; v += weights.size()) {
             kernels::active().weigh_alleles(K, weights.size(), &bits[v * words], f.data(), c.data(), products.data(),
-                                            weights.data(), 1.0, sums);
+                                            {1.0, 1.0, 1.0}, weights.data(), sums);
             benchmark::DoNotOptimize(sums);
         }
     }

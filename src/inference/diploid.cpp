@@ -95,6 +95,7 @@ class forward_sweep {
             row[k] = e * (terms.stay * row[k] + (n_states * terms.shared[k] + in_row));
         }
         sum_ = e * (terms.stay * sum_ + K_ * (all_shared + 0.5 * K_ * terms.constant));
+        t_.noted[v] = true;
         t_.noted_emission[v] = e;
 
         const pair_terms joined = join_noted(terms);
@@ -233,7 +234,7 @@ class pair_walker {
             return;
         }
         ++r_.switch_count;
-        if (store_.has_rows()) {
+        if (store_.has_rows() && den > 0.0) {  // undefined values would have every row looked at
             const double* k1_row = store_.row(k1_, 0);
             const double* k2_row = k1_ == k2_ ? k1_row : store_.row(k2_, 1);
             switch_pair(gap, row_values{store_, store_.row_sums(), k1_row, k2_row}, u, sum, den);

@@ -75,7 +75,8 @@ struct pair_tables {
     aligned_buffer row;            // dip_row, with dip_diag added for unordered pairs; [padded K]
     // Sums of the rows of each triangular table, [visited site][padded K]. Not under memory saving.
     aligned_buffer row_sums;
-    // The emission of all pairs at a site whose table was not written in the forward sweep, else -1; by visited site.
+    // By visited site: whether the forward sweep left the table unwritten, and the emission that all pairs have there.
+    std::vector<bool> noted;
     std::vector<double> noted_emission;
     std::array<aligned_buffer, 3> followed;  // rows of pairs, [padded K]
     aligned_buffer backward_shared;

@@ -61,8 +61,8 @@ class anchored_forward {
     // Whether anchors and coefficients of the sweep before serve again.
     bool same_sites() const {
         const auto& made = t_.made_for;
-        if (p_.gap_version == 0 || made.gap_version != p_.gap_version || made.gap != p_.gap || made.n_states != K_ ||
-            made.has_observation.size() != p_.n_sites) {
+        if (!neutral_ || p_.gap_version == 0 || made.gap_version != p_.gap_version || made.gap != p_.gap ||
+            made.n_states != K_ || made.has_observation.size() != p_.n_sites) {
             return false;
         }
         const std::uint8_t* had = made.has_observation.data();
@@ -94,7 +94,7 @@ class anchored_forward {
         distant here{1.0 / n_states, 0.0, 1.0 / n_states};
         for (std::size_t v = 0; v < p_.n_sites; ++v) {
             if (v > 0) here.pass(p_.gap[v], n_states);
-            const bool observed = p_.observed[v] != unobserved;
+            const bool observed = p_.observed[v] != unobserved || !neutral_;
             const bool small = v > 0 && !(t_.anchors.back().sum * here.growth >= rescale_below);
             t_.made_for.has_observation[v] = observed ? 1 : 0;
             if (observed || small) {
@@ -135,6 +135,8 @@ class anchored_forward {
     const haploid_problem& p_;
     haploid_tables& t_;
     const std::size_t K_;
+    // Without a mutation rate, as for a single state, a missing observation has no chance either.
+    const bool neutral_ = p_.emission[0][unobserved] == 1.0 && p_.emission[1][unobserved] == 1.0;
     double log10_likelihood_ = 0.0;
 };
 
@@ -274,12 +276,9 @@ class anchored_walk {
                                            beta * right_beta};
         }
         const double product = k_.multiply(n_, left, right_, t_.products.data());
-        const kernels::state_weight& w = t_.state_weights[n_sites - 1];
-        const double all =
-            (w.product * product + w.each * static_cast<double>(n_)) + (w.forward * left_sum + w.backward * right_sum_);
         static_assert(sizeof(allele_weights) == sizeof(double[2]));
-        k_.weigh_alleles(n_, n_sites, p_.bits(first), left, right_, t_.products.data(), t_.state_weights.data(), all,
-                         reinterpret_cast<double(*)[2]>(&r_.weights[first]));
+        k_.weigh_alleles(n_, n_sites, p_.bits(first), left, right_, t_.products.data(), {product, left_sum, right_sum_},
+                         t_.state_weights.data(), reinterpret_cast<double(*)[2]>(&r_.weights[first]));
     }
 
     // The backward vector at the site of an anchor, with the posterior there; then with the site's emission.
@@ -321,7 +320,7 @@ class anchored_walk {
 }  // namespace
 
 double haploid_forward_anchored(const haploid_problem& problem, haploid_tables& tables) {
-    if (problem.n_states == 0) {  // no state explains anything
+    if (problem.n_states == 0 || problem.n_sites == 0) {  // no state explains anything
         tables.anchors.assign(1, {});
         tables.made_for.gap_version = 0;
         tables.sees_right = false;
@@ -329,7 +328,6 @@ double haploid_forward_anchored(const haploid_problem& problem, haploid_tables& 
         tables.mu.assign(problem.n_sites, 0.0);
         return problem.n_sites > 0 ? std::log10(0.0) : 0.0;
     }
-    if (problem.n_sites == 0) return 0.0;
     return anchored_forward(problem, tables).run();
 }
 

@@ -38,7 +38,8 @@ void size_tables(const pair_problem& problem, pair_tables& tables) {
     ensure_size(tables.shared, problem.n_sites * K8);
     tables.constant.assign(problem.n_sites, 0.0);
     tables.scale.assign(problem.n_sites, 1.0);
-    tables.noted_emission.assign(problem.n_sites, -1.0);
+    tables.noted.assign(problem.n_sites, false);
+    tables.noted_emission.resize(problem.n_sites);
     tables.kept_row.assign(problem.n_sites, 0);
     std::size_t n_kept = 0;
     for (std::size_t v = 0; v < problem.n_sites; ++v) {
@@ -132,7 +133,7 @@ const double* pair_store::row(int a, std::size_t place) {
 // one state has its share once and half the constant.
 const double* pair_store::row_sums() {
     std::size_t written = v_;
-    while (t_.noted_emission[written] >= 0.0) --written;
+    while (t_.noted[written]) --written;
     const double* sums = row_sums_of(p_, t_, written);
     for (std::size_t v = written + 1; v <= v_; ++v) {
         const pair_terms terms = terms_into(p_, t_, v);

@@ -290,6 +290,26 @@ TYPED_TEST(pair_sweeps, agree_where_the_tables_were_used_before) {
     }
 }
 
+TYPED_TEST(pair_sweeps, agree_where_emissions_are_no_probabilities) {
+    input_source source(33);
+    for (const double odd : {-0.1, 7.0}) {
+        for (std::size_t bad = 0; bad < 4; ++bad) {
+            TypeParam c = random_case<TypeParam>(source, 6, 4, 1e-3, 0.3);
+            c.plain.sites[bad].allele.assign(6, 1);
+            c.plain.sites[bad].emission = {0.2, 0.3, 0.3, odd};
+            c.finish();
+            SCOPED_TRACE("site " + std::to_string(bad));
+            for (const walk_kind& kind : {all_kinds[1], all_kinds[4]}) {
+                for (int seed = 1; seed < 6; ++seed) {
+                    TypeParam copy = c;
+                    pair_tables tables;
+                    expect_agreement(copy, kind, seed, tables);
+                }
+            }
+        }
+    }
+}
+
 TYPED_TEST(pair_sweeps, without_states_give_state_minus_one) {
     input_source source(26);
     for (const int n_sites : {1, 5}) {

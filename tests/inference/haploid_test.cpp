@@ -324,6 +324,42 @@ TEST(haploid_sweeps, agree_one_after_the_other_over_the_same_sites) {
     }
 }
 
+TEST(haploid_sweeps, over_no_sites_leave_nothing_for_the_next) {
+    input_source source(32);
+    for (const double missing : {0.5, 1.0}) {
+        haploid_case c = random_case(source, 5, 12, 1e-3, missing);
+        c.gap_version = 1;
+        haploid_tables tables;
+        expect_agreement(c, all_kinds[0], 1, tables);
+        haploid_case none = random_case(source, 5, 0, 1e-3, missing);
+        none.gap_version = 1;
+        expect_agreement(none, all_kinds[0], 1, tables, false);
+        c.plain.stay_count = c.plain.switch_count = 0;
+        expect_agreement(c, all_kinds[0], 1, tables);
+    }
+}
+
+TEST(haploid_sweeps, agree_where_a_missing_observation_has_no_chance) {
+    input_source source(34);
+    for (const int n_observed : {0, 1, 5}) {
+        haploid_case c = random_case(source, 1, 5, 1e-3, 1.0);
+        for (int i = 0; i < n_observed; ++i) c.plain.sites[static_cast<std::size_t>(4 - i)].obs = 1;
+        c.plain.M = {};
+        c.gap_version = 1;
+        c.finish();
+        haploid_tables tables;
+        for (int repeat = 0; repeat < 2; ++repeat) {
+            EXPECT_PRED3(nearly_equal, c.plain.forward(), haploid_forward(c.problem(), tables), 1e-12);
+            haploid_results results;
+            seeded_draws draws(1);
+            haploid_walk(c.problem(), tables, {true, true, false}, c.requests, results);
+            for (const allele_weights& w : results.weights) {
+                EXPECT_EQ(0.5, allele_one_chance(w, model_table_of(c.plain), -1));
+            }
+        }
+    }
+}
+
 TEST(haploid_sweeps, posteriors_of_states_agree) {
     input_source source(8);
     for (const int K : {1, 5, 8, 66}) {

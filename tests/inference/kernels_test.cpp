@@ -183,7 +183,12 @@ TEST(kernel_levels, haploid_backward) {
 }
 
 TEST(kernel_levels, weigh_alleles) {
-    for_all_sizes(3, [](kernel_inputs& in) {
+    input_source source(3);
+    std::vector<std::size_t> counts = state_counts;
+    counts.insert(counts.end(), {511, 512, 513, 1030});
+    for (const std::size_t K : counts) {
+        SCOPED_TRACE("K " + std::to_string(K));
+        const kernel_inputs in(source, K);
         // The given row, its complement, no carrier, one carrier.
         const std::size_t words = bits::words_for(in.K);
         std::vector<std::uint64_t> rows(4 * words);
@@ -194,15 +199,17 @@ TEST(kernel_levels, weigh_alleles) {
         bits::set(rows.data() + 3 * words, in.K / 2, true);
         const kernels::state_weight w{0.7, 0.02, 0.03, 1e-3};
         const std::vector<kernels::state_weight> weights(4, w);
-        double all = 0.0;
+        kernels::state_sums all{0.0, 0.0, 0.0};
         for (std::size_t k = 0; k < in.K; ++k) {
-            all += w.product * in.f[k] * in.c[k] + w.forward * in.f[k] + w.backward * in.c[k] + w.each;
+            all.product += in.f[k] * in.c[k];
+            all.forward += in.f[k];
+            all.backward += in.c[k];
         }
         const auto found = same_at_all_levels([&](const kernels::table& t) {
             aligned_buffer products(haploid_padded(in.K));
             t.multiply(in.K, in.f.data(), in.c.data(), products.data());
             double by_allele[4][2];
-            t.weigh_alleles(in.K, 4, rows.data(), in.f.data(), in.c.data(), products.data(), weights.data(), all,
+            t.weigh_alleles(in.K, 4, rows.data(), in.f.data(), in.c.data(), products.data(), all, weights.data(),
                             by_allele);
             return std::vector<double>(&by_allele[0][0], &by_allele[0][0] + 8);
         });
@@ -221,19 +228,19 @@ TEST(kernel_levels, weigh_alleles) {
                 }
             }
         }
-    });
+    }
 }
 
 TEST(kernel_levels, weigh_alleles_of_no_weight) {
     const std::uint64_t none = 0;
     alignas(64) const double values[16] = {};
-    const kernels::state_weight w{};
-    for (const double all : {0.0, std::numeric_limits<double>::quiet_NaN()}) {
+    const kernels::state_weight w{1.0, 0.0, 0.0, 0.0};
+    for (const double all : {0.0, 1e-310, std::numeric_limits<double>::quiet_NaN()}) {
         same_at_all_levels([&](const kernels::table& t) {
             double by_allele[1][2];
-            t.weigh_alleles(3, 1, &none, values, values, values, &w, all, by_allele);
+            t.weigh_alleles(3, 1, &none, values, values, values, {all, 0.0, 0.0}, &w, by_allele);
             EXPECT_EQ(0.0, by_allele[0][1]);
-            EXPECT_FALSE(by_allele[0][0] > 0.0);
+            EXPECT_FALSE(by_allele[0][0] > 1e-300);
             return std::vector<double>{};
         });
     }

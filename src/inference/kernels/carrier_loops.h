@@ -106,7 +106,9 @@ struct carrier_step {
 };
 
 void weigh_alleles(size_t K, size_t n_sites, const uint64_t* bits, const double* f, const double* c,
-                   const double* products, const state_weight* weights, double all, double (*by_allele)[2]) {
+                   const double* products, const state_sums& all, const state_weight* weights, double (*by_allele)[2]) {
+    constexpr double smallest_normal = 2.2250738585072014e-308;
+    const auto n_states = static_cast<double>(K);
     const carrier_step step{K, f, c, products};
     const size_t words = (K + 63) / 64;
     for (size_t i = 0; i < n_sites; ++i, bits += words) {
@@ -115,19 +117,21 @@ void weigh_alleles(size_t K, size_t n_sites, const uint64_t* bits, const double*
         for (size_t w = 0; w < words; ++w) n_ones += static_cast<size_t>(__builtin_popcountll(bits[w]));
         const size_t rarer = 2 * n_ones <= K ? 1 : 0;
         const size_t n = rarer == 1 ? n_ones : K - n_ones;
+        const state_weight& w = weights[i];
+        const double of_all =
+            (w.product * all.product + w.each * n_states) + (w.forward * all.forward + w.backward * all.backward);
         if (n == 0) {
             by_allele[i][rarer] = 0.0;
-            by_allele[i][1 - rarer] = all > 0.0 ? 1.0 : all;
+            by_allele[i][1 - rarer] = of_all > smallest_normal ? 1.0 : of_all;
             continue;
         }
         carrier_step::running_sums sums;
         step.add_all(bits, rarer == 1 ? 0 : ~uint64_t{0}, sums);
-        const state_weight& w = weights[i];
         const lanes lane_sums = (sums.product.even + sums.product.odd) * spread(w.product) +
                                 ((sums.forward.even + sums.forward.odd) * spread(w.forward) +
                                  (sums.backward.even + sums.backward.odd) * spread(w.backward));
         const double carried = total(lane_sums) + static_cast<double>(n) * w.each;
         by_allele[i][rarer] = carried;
-        by_allele[i][1 - rarer] = all - carried;
+        by_allele[i][1 - rarer] = of_all - carried;
     }
 }

@@ -1,7 +1,7 @@
 #pragma once
 
 // The inner loops of the sweeps, compiled for several instruction sets and chosen when the program starts. All work on
-// blocks of eight doubles and sum in eight lanes, whatever the machine: every level gives the same bytes.
+// blocks of eight doubles and sum in eight or sixteen lanes, whatever the machine: every level gives the same bytes.
 //
 // Vectors of K states are padded to a multiple of 8 with zeros, those of the model of one haplotype to a multiple of
 // 16, and aligned to 64 bytes. Bit rows have bit k for state k; the bits past K are clear.
@@ -40,6 +40,10 @@ struct backward_sums {
 struct state_weight {
     double product, forward, backward, each;
 };
+// Sums over all states: of f c, of f, of c.
+struct state_sums {
+    double product, forward, backward;
+};
 struct table {
     // out[k] = (alpha f[k] + beta) m, m being m1 if the state's bit is set, else m0. Returns the sum of out.
     double (*haploid_forward)(std::size_t K, const double* f, double alpha, double beta, const std::uint64_t* bits,
@@ -51,9 +55,9 @@ struct table {
     double (*multiply)(std::size_t K, const double* f, const double* c, double* products);
     // Weights of the states with allele 0 and with allele 1 at n_sites sites, whose rows of bits follow each other:
     // sums over the states with the rarer allele, the others from the sum over all states. Where all have one allele
-    // its weight is 1, unless all is not positive. products[k] = f[k] c[k].
+    // its weight is 1, unless that sum says nothing. products[k] = f[k] c[k].
     void (*weigh_alleles)(std::size_t K, std::size_t n_sites, const std::uint64_t* bits, const double* f,
-                          const double* c, const double* products, const state_weight* weights, double all,
+                          const double* c, const double* products, const state_sums& all, const state_weight* weights,
                           double (*by_allele)[2]);
     // Divides n values.
     void (*divide)(std::size_t n, double divisor, double* values);
@@ -68,7 +72,8 @@ struct table {
     double (*diploid_forward)(std::size_t K, const double* f, const double* g, double t0, double c,
                               const std::uint64_t* bits, const double* e, double* emission_rows, double* out,
                               double* row_out, double* row_sums);
-    // The same step for the pairs of state a with every other: f and out, which may be f, have K values.
+    // The same step for the pairs of state a with every other: f and out, which may be f, have padded(K) values. What
+    // pads out is not zero.
     void (*diploid_forward_row)(std::size_t K, std::size_t a, const double* f, const double* g, double t0, double c,
                                 const std::uint64_t* bits, const double* e, double* out);
     // First half of a backward step: b *= e[allele sum], with row[K] (off-diagonal pairs in both rows) and the total

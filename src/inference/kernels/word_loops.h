@@ -27,8 +27,9 @@ size_t differences(size_t n_words, const uint64_t* x, const uint64_t* y) {
     word_part sum{};
     size_t w = 0;
     for (; w + 8 <= n_words; w += 8) {
-        sum += set_bits(*reinterpret_cast<const stored_word_part*>(x + w) ^
-                        *reinterpret_cast<const stored_word_part*>(y + w));
+        const word_part u = *reinterpret_cast<const stored_word_part*>(x + w);
+        const word_part v = *reinterpret_cast<const stored_word_part*>(y + w);
+        sum += set_bits(u ^ v);
     }
     if (w < n_words) sum += set_bits(first_words(x + w, n_words - w) ^ first_words(y + w, n_words - w));
     sum += __builtin_shufflevector(sum, sum, 4, 5, 6, 7, 4, 5, 6, 7);
@@ -48,9 +49,6 @@ void distances(size_t n_words, const uint64_t* x, size_t n_rows, const uint64_t*
     for (size_t r = 0; r < n_rows; ++r) counts[r] = static_cast<int>(differences(n_words, x, rows + r * n_words));
 }
 
-// Transposition in three steps between words that are 32, 16 and 8 apart and three between those 4, 2 and 1 apart, each
-// of which swaps the off-diagonal quarters of ever smaller squares (Warren 2012, 7-3, for 64 bits, least significant
-// bit first).
 // The words of a part, each in the place of the one span further.
 template <size_t span>
 KERNEL_INLINE word_part partners(const word_part& x) {
@@ -93,6 +91,9 @@ KERNEL_INLINE word_part swap_inside(const word_part& x, uint64_t low) {
     return mix(kept, x, turned);
 }
 
+// Transposition in three steps between words that are 32, 16 and 8 apart and three between those 4, 2 and 1 apart, each
+// of which swaps the off-diagonal quarters of ever smaller squares (Warren 2012, 7-3, for 64 bits, least significant
+// bit first).
 template <size_t span>
 KERNEL_INLINE void transpose_step(word_part* words, uint64_t low) {
     constexpr size_t n = 64 / part_words;

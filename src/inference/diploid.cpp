@@ -12,10 +12,6 @@
 
 namespace {
 
-std::array<double, 3> by_sum(const std::array<double, 4>& e) {
-    return {e[0], e[1], e[3]};
-}
-
 // One forward sweep. Where all pairs have one emission, as where all states have one allele, the step is only noted:
 // the sums of rows follow without the table, and the table takes several steps at once when it is needed next.
 class forward_sweep {
@@ -372,7 +368,7 @@ class pair_walker {
         double sum =
             p_.ordered
                 ? k.ordered_backward_emit(K, p_.bits(v + 1), p_.emission[v + 1].data(), b, t_.row.data())
-                : k.diploid_backward_emit(K, p_.bits(v + 1), by_sum(p_.emission[v + 1]).data(), b, t_.row.data());
+                : k.diploid_backward_emit(K, p_.bits(v + 1), p_.emission_by_sum(v + 1).data(), b, t_.row.data());
         if (!(sum >= rescale_below)) {
             k.divide(K, sum, t_.row.data());
             k.divide(t_.table_size, sum, b);

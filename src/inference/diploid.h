@@ -36,6 +36,10 @@ struct pair_problem {
     std::size_t allele(std::size_t v, int k) const {
         return k < 0 ? 0 : (bits(v)[static_cast<std::size_t>(k) / 64] >> (static_cast<std::size_t>(k) % 64)) & 1U;
     }
+    // Of unordered pairs, by the number of alleles 1.
+    std::array<double, 3> emission_by_sum(std::size_t v) const {
+        return {emission[v][0], emission[v][1], emission[v][3]};
+    }
     double pair_emission(std::size_t v, int a, int b) const { return emission[v][allele(v, a) * 2 + allele(v, b)]; }
 };
 

@@ -262,8 +262,7 @@ class anchored_walk {
         if (first < end) report_posteriors(i, first, end);
     }
 
-    // Posterior weights at the sites from first to before end, of anchor i. The sum over all states is the same at
-    // every site of a stretch.
+    // Posterior weights at the sites from first to before end, of anchor i.
     void report_posteriors(std::size_t i, std::size_t first, std::size_t end) {
         const double* left = store_.vector(i);
         const double left_sum = t_.anchors[i].sum;

@@ -66,12 +66,11 @@ double* row_sums_of(const pair_problem& problem, pair_tables& tables, std::size_
 double enter_table(const pair_problem& problem, pair_tables& tables, std::size_t v, const pair_terms& terms,
                    const double* from, double* out) {
     const kernels::table& k = kernels::active();
-    const std::array<double, 4>& e = problem.emission[v];
     if (problem.ordered) {
         return k.ordered_forward(problem.n_states, from, terms.shared, terms.stay, terms.constant, problem.bits(v),
-                                 e.data(), out, tables.row.data());
+                                 problem.emission[v].data(), out, tables.row.data());
     }
-    const std::array<double, 3> by_sum{e[0], e[1], e[3]};
+    const std::array<double, 3> by_sum = problem.emission_by_sum(v);
     return k.diploid_forward(problem.n_states, from, terms.shared, terms.stay, terms.constant, problem.bits(v),
                              by_sum.data(), tables.emission_rows.data(), out, tables.row.data(),
                              row_sums_of(problem, tables, v));
@@ -120,8 +119,7 @@ const double* pair_store::row(int a, std::size_t place) {
         row[b] = from[pair_place(p_, std::max(a, b), std::min(a, b))];
     for (std::size_t v = first_ + 1; v <= v_; ++v) {
         const pair_terms terms = terms_into(p_, t_, v);
-        const std::array<double, 4>& e = p_.emission[v];
-        const std::array<double, 3> by_sum{e[0], e[1], e[3]};
+        const std::array<double, 3> by_sum = p_.emission_by_sum(v);
         kernels::active().diploid_forward_row(p_.n_states, static_cast<std::size_t>(a), row, terms.shared, terms.stay,
                                               terms.constant, p_.bits(v), by_sum.data(), row);
         if (t_.scale[v] != 1.0) kernels::active().divide(p_.n_states, t_.scale[v], row);

@@ -366,9 +366,8 @@ class pair_walker {
         double* b = t_.backward.data();
         const std::size_t K = p_.n_states;
         double sum =
-            p_.ordered
-                ? k.ordered_backward_emit(K, p_.bits(v + 1), p_.emission[v + 1].data(), b, t_.row.data())
-                : k.diploid_backward_emit(K, p_.bits(v + 1), p_.emission_by_sum(v + 1).data(), b, t_.row.data());
+            p_.ordered ? k.ordered_backward_emit(K, p_.bits(v + 1), p_.emission[v + 1].data(), b, t_.row.data())
+                       : k.diploid_backward_emit(K, p_.bits(v + 1), p_.emission_by_sum(v + 1).data(), b, t_.row.data());
         if (!(sum >= rescale_below)) {
             k.divide(K, sum, t_.row.data());
             k.divide(t_.table_size, sum, b);

@@ -16,10 +16,7 @@ namespace {
 // the sums of rows follow without the table, and the table takes several steps at once when it is needed next.
 class forward_sweep {
   public:
-    forward_sweep(const pair_problem& p, pair_tables& t) : p_(p), t_(t), K_(static_cast<double>(p.n_states)) {
-        noted_shared_.resize(t.stride);
-        shared_.resize(t.stride);
-    }
+    forward_sweep(const pair_problem& p, pair_tables& t) : p_(p), t_(t), K_(static_cast<double>(p.n_states)) {}
 
     // The first visited site: every ordered pair has the same chance.
     void start(double* out) {
@@ -72,11 +69,10 @@ class forward_sweep {
     // The terms from the table written last into the site that the given terms lead into.
     pair_terms join_noted(pair_terms terms) {
         if (!has_noted_) return terms;
-        const double* noted = noted_shared_.data();
-        double* shared = shared_.data();
+        const double* noted = t_.noted_shared.data();
+        double* shared = t_.joined_shared.data();
         for (std::size_t k = 0; k < t_.stride; ++k) shared[k] = terms.stay * noted[k] + terms.shared[k];
-        const pair_terms joined{terms.stay * noted_.stay, shared_.data(),
-                                terms.stay * noted_.constant + terms.constant};
+        const pair_terms joined{terms.stay * noted_.stay, shared, terms.stay * noted_.constant + terms.constant};
         has_noted_ = false;
         return joined;
     }
@@ -95,8 +91,8 @@ class forward_sweep {
         t_.noted_emission[v] = e;
 
         const pair_terms joined = join_noted(terms);
-        scale_by(e, joined.shared, noted_shared_.data());
-        noted_ = {e * joined.stay, nullptr, e * joined.constant};
+        scale_by(e, joined.shared, t_.noted_shared.data());
+        noted_ = {e * joined.stay, t_.noted_shared.data(), e * joined.constant};
         has_noted_ = true;
     }
 
@@ -108,7 +104,7 @@ class forward_sweep {
             k.divide(t_.table_size, sum_, table);
             if (!p_.ordered) k.divide(p_.n_states, sum_, row_sums_of(p_, t_, v));
         } else {
-            k.divide(t_.stride, sum_, noted_shared_.data());
+            k.divide(t_.stride, sum_, t_.noted_shared.data());
             noted_.stay /= sum_;
             noted_.constant /= sum_;
         }
@@ -119,10 +115,9 @@ class forward_sweep {
     pair_tables& t_;
     const double K_;
     double sum_ = 0.0;
-    // From the table written last to the site in hand.
+    // From the table written last to the site in hand, with noted_shared.
     bool has_noted_ = false;
     pair_terms noted_;
-    aligned_buffer noted_shared_, shared_;
 };
 
 class pair_walker {

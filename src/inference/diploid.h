@@ -82,7 +82,8 @@ struct pair_tables {
     // By visited site: whether the forward sweep left the table unwritten, and the emission that all pairs have there.
     std::vector<bool> noted;
     std::vector<double> noted_emission;
-    std::array<aligned_buffer, 3> followed;  // rows of pairs, [padded K]
+    aligned_buffer noted_shared, joined_shared;  // of the steps noted since the table written last; [padded K]
+    std::array<aligned_buffer, 3> followed;      // rows of pairs, [padded K]
     aligned_buffer backward_shared;
     aligned_buffer emission_rows;
     std::size_t table_size = 0;

@@ -33,6 +33,7 @@ void size_tables(const pair_problem& problem, pair_tables& tables) {
     ensure_size(tables.row, K8);
     ensure_size(tables.emission_rows, 2 * K8);
     ensure_size(tables.row_sums, keeps_row_sums(problem) ? problem.n_sites * K8 : K8);
+    for (aligned_buffer* row : {&tables.noted_shared, &tables.joined_shared}) ensure_size(*row, K8);
     for (aligned_buffer& row : tables.followed) ensure_size(row, K8);
     ensure_size(tables.work, tables.table_size);
     ensure_size(tables.shared, problem.n_sites * K8);

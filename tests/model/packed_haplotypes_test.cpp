@@ -46,7 +46,9 @@ TEST(packed_haplotypes, keep_what_is_set) {
 TEST(packed_haplotypes, change_the_version_of_a_changed_haplotype_alone) {
     packed_haplotypes haps(2, 10);
     const auto first = haps.version(0), second = haps.version(1);
+    const auto n_changes = haps.n_changes();
     haps.set(1, 3, 1);
+    EXPECT_GT(haps.n_changes(), n_changes);
     EXPECT_EQ(first, haps.version(0));
     EXPECT_GT(haps.version(1), second);
 }

@@ -272,6 +272,15 @@ TEST_F(switch_rates, the_stage_is_said_on_both_channels) {
     EXPECT_EQ("\n-setting switch rates\n\n-setting hole-filling switch rates\n", capture.summary());
 }
 
+TEST_F(switch_rates, that_are_set_anew_have_a_new_version) {
+    const auto before = run.switch_rates_version;
+    run.set_switch_rates(false);
+    const auto first = run.switch_rates_version;
+    EXPECT_GT(first, before);
+    run.set_switch_rates_for_hole_filling(false);
+    EXPECT_GT(run.switch_rates_version, first);
+}
+
 TEST_F(switch_rates, each_chain_measures_from_its_own_site_before) {
     give_panel0();
     give_panel1();

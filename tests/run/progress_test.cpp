@@ -83,35 +83,28 @@ TEST(progress_line, that_was_never_shown_is_not_removed) {
     EXPECT_EQ("", out.str());
 }
 
-// After a quarter of the run three times as long is left.
-TEST(progress_line, estimates_the_time_left_from_the_share_done) {
+// What stands on the line at a member of the first of two iterations, so long after the start of the run.
+std::string line_at(milliseconds since_start, int member) {
     std::ostringstream out;
     set_clock clock;
     progress_line progress(out, true, clock.reading());
-    clock.time += milliseconds(30000);
+    clock.time += since_start;
     progress.start_iteration(0, 2);
-    progress.update("individual", 5, 10);
-    EXPECT_EQ("\riteration 1/2, individual 6/10, about 1 min 30 s left", out.str());
+    progress.update("individual", member, 10);
+    return out.str();
+}
+
+TEST(progress_line, estimates_the_time_left_from_the_share_done) {
+    // After a quarter of the run three times as long is left.
+    EXPECT_EQ("\riteration 1/2, individual 6/10, about 1 min 30 s left", line_at(milliseconds(30000), 5));
 }
 
 TEST(progress_line, estimates_nothing_before_a_share_is_done) {
-    std::ostringstream out;
-    set_clock clock;
-    progress_line progress(out, true, clock.reading());
-    clock.time += milliseconds(1100);
-    progress.start_iteration(0, 2);
-    progress.update("individual", 0, 10);
-    EXPECT_EQ("\riteration 1/2, individual 1/10", out.str());
+    EXPECT_EQ("\riteration 1/2, individual 1/10", line_at(milliseconds(1100), 0));
 }
 
 TEST(progress_line, estimates_nothing_in_the_first_second) {
-    std::ostringstream out;
-    set_clock clock;
-    progress_line progress(out, true, clock.reading());
-    clock.time += milliseconds(1000);
-    progress.start_iteration(0, 2);
-    progress.update("individual", 5, 10);
-    EXPECT_EQ("\riteration 1/2, individual 6/10", out.str());
+    EXPECT_EQ("\riteration 1/2, individual 6/10", line_at(milliseconds(1000), 5));
 }
 
 }  // namespace

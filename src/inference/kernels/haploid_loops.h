@@ -4,13 +4,6 @@
 // addition need not wait for the one before.
 constexpr size_t n_partial = 2 * width;
 
-// Which lanes of the sixteen from state k on are states.
-struct state_lanes {
-    mask even, odd;
-    KERNEL_INLINE state_lanes(size_t K, size_t k)
-        : even(first_lanes(K - k < width ? K - k : width)), odd(first_lanes(K - k > width ? K - k - width : 0)) {}
-};
-
 // (f alpha + beta) m over blocks of eight states, m being m1 for the states of the set bits, else m0. The larger of
 // both is part of alpha and beta.
 struct haploid_step {
@@ -37,22 +30,18 @@ double haploid_forward(size_t K, const double* f, double alpha, double beta, con
                        double* out) {
     const haploid_step step(f, alpha, beta, bits, m0, m1);
     lanes even = spread(0.0), odd = spread(0.0);
+    const auto put = [&even, &odd, out](size_t k, const lanes& v, const lanes& w) {
+        store(out + k, v);
+        store(out + k + width, w);
+        even = even + v;
+        odd = odd + w;
+    };
     size_t k = 0;
-    for (; k + n_partial <= K; k += n_partial) {
-        const lanes v = step(k), w = step(k + width);
-        store(out + k, v);
-        store(out + k + width, w);
-        even = even + v;
-        odd = odd + w;
-    }
+    for (; k + n_partial <= K; k += n_partial) put(k, step(k), step(k + width));
     if (k < K) {
-        const state_lanes in(K, k);
-        const lanes v = keep(in.even, step(k));
-        const lanes w = K - k > width ? keep(in.odd, step(k + width)) : spread(0.0);
-        store(out + k, v);
-        store(out + k + width, w);
-        even = even + v;
-        odd = odd + w;
+        const size_t n = K - k;
+        put(k, keep(first_lanes(n < width ? n : width), step(k)),
+            n > width ? keep(first_lanes(n - width), step(k + width)) : spread(0.0));
     }
     return total(even + odd);
 }

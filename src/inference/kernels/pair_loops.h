@@ -184,19 +184,20 @@ KERNEL_INLINE row_emission ordered_emission_of_row(const double* e4, const uint6
     return {spread(e4[own * 2 + 1]), spread(e4[own * 2])};
 }
 
-double ordered_forward(size_t K, const double* f, const double* g, double t0, double c, const uint64_t* bits,
-                       const double* e4, double* out, double* row_out) {
-    const lanes stay = spread(t0);
+// Multiplies the values of a square by their emissions, writes them to out, and sums each in row a and in row b.
+// row_of(a) gives a function of b, the values of eight pairs. Returns the sum of all.
+template <typename RowOf>
+KERNEL_INLINE double emit_square(size_t K, const uint64_t* bits, const double* e4, const RowOf& row_of, double* out,
+                                 double* row_out) {
     const size_t stride = padded(K);
     for (size_t k = 0; k < stride; k += width) store(row_out + k, spread(0.0));
     double sum = 0.0;
     for (size_t a = 0; a < K; ++a) {
-        const lanes constant = spread(c + g[a]);
+        const auto value = row_of(a);
         const row_emission emit = ordered_emission_of_row(e4, bits, a);
         lanes row_sum = spread(0.0);
         for (size_t b = 0; b < stride; b += width) {
-            lanes v = ((constant + load(g + b)) + stay * load(f + a * stride + b)) *
-                      select(mask_at(bits, b), emit.with_one, emit.with_zero);
+            lanes v = value(b) * select(mask_at(bits, b), emit.with_one, emit.with_zero);
             if (b + width > K) v = keep(first_lanes(K - b), v);
             store(out + a * stride + b, v);
             store(row_out + b, load(row_out + b) + v);
@@ -209,25 +210,24 @@ double ordered_forward(size_t K, const double* f, const double* g, double t0, do
     return sum;
 }
 
+double ordered_forward(size_t K, const double* f, const double* g, double t0, double c, const uint64_t* bits,
+                       const double* e4, double* out, double* row_out) {
+    const lanes stay = spread(t0);
+    const auto row_of = [&](size_t a) {
+        const double* row = f + a * padded(K);
+        return [constant = spread(c + g[a]), stay, row, g](size_t b) {
+            return (constant + load(g + b)) + stay * load(row + b);
+        };
+    };
+    return emit_square(K, bits, e4, row_of, out, row_out);
+}
+
 double ordered_backward_emit(size_t K, const uint64_t* bits, const double* e4, double* b, double* row) {
-    const size_t stride = padded(K);
-    for (size_t k = 0; k < stride; k += width) store(row + k, spread(0.0));
-    double sum = 0.0;
-    for (size_t a = 0; a < K; ++a) {
-        const row_emission emit = ordered_emission_of_row(e4, bits, a);
-        lanes row_sum = spread(0.0);
-        for (size_t k = 0; k < stride; k += width) {
-            double* place = b + a * stride + k;
-            const lanes v = load(place) * select(mask_at(bits, k), emit.with_one, emit.with_zero);
-            store(place, v);
-            store(row + k, load(row + k) + v);
-            row_sum = row_sum + v;
-        }
-        const double in_row = total(row_sum);
-        row[a] += in_row;
-        sum += in_row;
-    }
-    return sum;
+    const auto row_of = [&](size_t a) {
+        const double* values = b + a * padded(K);
+        return [values](size_t k) { return load(values + k); };
+    };
+    return emit_square(K, bits, e4, row_of, b, row);
 }
 
 void ordered_backward_move(size_t K, const double* g, double t0, double c, double* b) {

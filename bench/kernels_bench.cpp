@@ -144,17 +144,72 @@ void diploid_forward(benchmark::State& state) {
     const aligned_buffer g = random_values(kernels::padded(K), K);
     const auto bits = random_bits(K, 3);
     const double emission[3] = {0.99, 0.1, 0.001};
-    aligned_buffer out(size), row(kernels::padded(K)), row_sums(kernels::padded(K)),
-        emission_rows(2 * kernels::padded(K));
+    aligned_buffer out(size), row(kernels::padded(K)), emission_rows(2 * kernels::padded(K));
     for (auto _ : state) {
-        benchmark::DoNotOptimize(kernels::active().diploid_forward(K, f.data(), g.data(), 0.98, 1e-5, bits.data(),
-                                                                   emission, emission_rows.data(), f.data(), row.data(),
-                                                                   row_sums.data()));
+        benchmark::DoNotOptimize(kernels::active().diploid_forward(
+            K, f.data(), g.data(), 0.98, 1e-5, bits.data(), emission, emission_rows.data(), f.data(), row.data()));
         benchmark::ClobberMemory();
     }
     set_unit(state, static_cast<double>(K * (K + 1)) / 2.0);
 }
 BENCHMARK(diploid_forward)->Arg(40)->Arg(80)->Arg(160);
+
+// Arguments: states, classes of states with equal alleles. The unit is a site.
+struct class_inputs {
+    explicit class_inputs(const benchmark::State& state)
+        : K(static_cast<std::size_t>(state.range(0))),
+          n(static_cast<std::size_t>(state.range(1))),
+          of_state(K),
+          members(2 * n),
+          class_row(n),
+          size(n),
+          f(kernels::triangle_size(K)),
+          tables(2 * n * kernels::padded(K) + n * kernels::padded(n)),
+          scratch(std::max<std::size_t>(n, 6) * kernels::padded(K)) {
+        for (std::size_t k = 0; k < K; ++k) {
+            of_state[k] = static_cast<std::uint32_t>(generator()() % n);
+            size[of_state[k]] += 1.0;
+            for (std::size_t b = 0; b <= k; ++b) f[kernels::triangle_row(k) + b] = 1e-3;
+        }
+        double* factor = tables.data() + 2 * n * kernels::padded(K);
+        view = {K, n, of_state.data(), size.data(), tables.data(), factor, scratch.data(), members.data()};
+        kernels::active().pairs_to_classes(view, f.data(), class_row.data());
+    }
+    std::size_t K, n;
+    std::vector<std::uint32_t> of_state, members;
+    std::vector<double> class_row;
+    std::vector<double> size;
+    aligned_buffer f, tables, scratch;
+    kernels::pair_classes view{};
+};
+
+void class_step(benchmark::State& state) {
+    class_inputs in(state);
+    const aligned_buffer shared = random_values(kernels::padded(in.K), in.K);
+    const aligned_buffer class_shared = random_values(in.n, in.n);
+    const auto bits = random_bits(in.K, 3), class_bits = random_bits(in.n, 3);
+    const double emission[3] = {1.0, 1.0, 1.0};  // nothing vanishes in many steps
+    aligned_buffer row(kernels::padded(in.K));
+    const kernels::class_site site{1.0,     1e-5, shared.data(), class_shared.data(), bits.data(), class_bits.data(),
+                                   emission};
+    for (auto _ : state) {
+        kernels::active().class_step(in.view, site, row.data(), in.class_row.data());
+        benchmark::ClobberMemory();
+    }
+    set_unit(state, 1.0);
+}
+BENCHMARK(class_step)->Args({80, 5})->Args({80, 10})->Args({80, 20});
+
+void class_block(benchmark::State& state) {
+    class_inputs in(state);
+    for (auto _ : state) {
+        kernels::active().pairs_to_classes(in.view, in.f.data(), in.class_row.data());
+        kernels::active().classes_to_pairs(in.view, in.f.data(), in.f.data());
+        benchmark::ClobberMemory();
+    }
+    set_unit(state, 1.0);
+}
+BENCHMARK(class_block)->Args({80, 5})->Args({80, 10})->Args({80, 20});
 
 // Arguments: candidates, counted sites.
 void distances(benchmark::State& state) {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <optional>
 
 #include "inference/haploid.h"
 #include "inference/kernels/kernels.h"
@@ -12,38 +11,25 @@
 
 namespace {
 
-// One forward sweep. Where all pairs have one emission, as where all states have one allele, the step is only noted:
-// the sums of rows follow without the table, and the table takes several steps at once when it is needed next.
+// One forward sweep, block by block.
 class forward_sweep {
   public:
-    forward_sweep(const pair_problem& p, pair_tables& t) : p_(p), t_(t), K_(static_cast<double>(p.n_states)) {}
+    forward_sweep(const pair_problem& p, pair_tables& t) : p_(p), t_(t) {}
 
-    // The first visited site: every ordered pair has the same chance.
-    void start(double* out) {
-        std::fill_n(out, t_.table_size, 0.0);
-        std::fill_n(t_.shared.data(), t_.stride, 0.0);
-        t_.constant[0] = ways() / (K_ * K_);
-        sum_ = enter_table(p_, t_, 0, terms_into(p_, t_, 0), out, out);
-    }
-
-    // Enters site v. Writes its table to out, from that of the last site whose table was written, if it must be written
-    // or the step cannot be noted. Returns whether the table was written.
-    bool step(std::size_t v, bool must_write, const double* from, double* out) {
-        const diploid_gap& gap = p_.gap[v];
-        scale_by(gap.one_moves, t_.row.data(), t_.shared.data() + v * t_.stride);
-        t_.constant[v] = ways() * gap.both_move * sum_;
-        const std::optional<double> emission = common_emission(v);
-        const bool write = must_write || !emission;
-        if (write) {
-            sum_ = enter_table(p_, t_, v, join_noted(terms_into(p_, t_, v)), from, out);
-        } else {
-            note(v, *emission);
+    // Returns the log10 likelihood.
+    double run() {
+        if (p_.n_sites == 0) return 0.0;
+        start();
+        for (std::size_t v = 0; v + 1 < p_.n_sites; v = t_.blocks.back().last) {
+            t_.blocks.push_back(next_block(p_, t_, v));
+            if (t_.blocks.back().by_class) {
+                pass_by_class(t_.blocks.back());
+            } else {
+                pass(t_.blocks.back());
+            }
         }
-        if (!(sum_ >= rescale_below)) rescale(v, write ? out : nullptr);
-        return write;
+        return std::abs(sum_ - 1.0) > 1e-10 ? log10_likelihood_ + std::log10(sum_) : log10_likelihood_;
     }
-
-    double sum() const { return sum_; }
 
   private:
     double ways() const { return p_.ordered ? 1.0 : 2.0; }
@@ -52,72 +38,61 @@ class forward_sweep {
         for (std::size_t k = 0; k < t_.stride; ++k) to[k] = factor * from[k];
     }
 
-    std::optional<double> common_emission(std::size_t v) const {
-        if (p_.ordered || p_.n_states == 0) return std::nullopt;
-        const std::array<double, 4>& e = p_.emission[v];
-        if (e[0] == e[1] && e[1] == e[3]) return e[0];
-        const std::uint64_t* alleles = p_.bits(v);
-        const bool one = (alleles[0] & 1U) != 0;
-        for (std::size_t first = 0; first < p_.n_states; first += bits::word_bits) {
-            const std::size_t n = std::min(bits::word_bits, p_.n_states - first);
-            const std::uint64_t all = ~std::uint64_t{0} >> (bits::word_bits - n);
-            if (alleles[first / bits::word_bits] != (one ? all : 0)) return std::nullopt;
-        }
-        return e[one ? 3 : 0];
+    // The first visited site: every ordered pair has the same chance.
+    void start() {
+        const auto n_states = static_cast<double>(p_.n_states);
+        double* out = table_of(0);
+        std::fill_n(out, t_.table_size, 0.0);
+        std::fill_n(t_.shared.data(), t_.stride, 0.0);
+        t_.constant[0] = ways() / (n_states * n_states);
+        sum_ = enter_table(p_, t_, 0, out, out);
     }
 
-    // The terms from the table written last into the site that the given terms lead into.
-    pair_terms join_noted(pair_terms terms) {
-        if (!has_noted_) return terms;
-        const double* noted = t_.noted_shared.data();
-        double* shared = t_.joined_shared.data();
-        for (std::size_t k = 0; k < t_.stride; ++k) shared[k] = terms.stay * noted[k] + terms.shared[k];
-        const pair_terms joined{terms.stay * noted_.stay, shared, terms.stay * noted_.constant + terms.constant};
-        has_noted_ = false;
-        return joined;
+    // Where the table of a site is written.
+    double* table_of(std::size_t v) { return keeps_table(t_, v) ? kept_table(t_, v) : t_.work.data(); }
+
+    void lead_into(std::size_t v) {
+        scale_by(p_.gap[v].one_moves, t_.row.data(), t_.shared.data() + v * t_.stride);
+        t_.constant[v] = ways() * p_.gap[v].both_move * sum_;
     }
 
-    // Each row has K pairs, of which the pair of one state has its share once and half the constant.
-    void note(std::size_t v, double e) {
-        const pair_terms terms = terms_into(p_, t_, v);
-        const double all_shared = kernels::active().sum_of(p_.n_states, terms.shared);
-        const double in_row = all_shared + K_ * terms.constant, n_states = K_;
-        double* row = t_.row.data();
-        for (std::size_t k = 0; k < p_.n_states; ++k) {
-            row[k] = e * (terms.stay * row[k] + (n_states * terms.shared[k] + in_row));
+    void pass(const pair_block& block) {
+        for (std::size_t v = block.first + 1; v <= block.last; ++v) {
+            lead_into(v);
+            double* out = table_of(v);
+            sum_ = enter_table(p_, t_, v, table_of(v - 1), out);
+            if (!(sum_ >= rescale_below)) rescale(v, out);
         }
-        sum_ = e * (terms.stay * sum_ + K_ * (all_shared + 0.5 * K_ * terms.constant));
-        t_.noted[v] = true;
-        t_.noted_emission[v] = e;
+    }
 
-        const pair_terms joined = join_noted(terms);
-        scale_by(e, joined.shared, t_.noted_shared.data());
-        noted_ = {e * joined.stay, t_.noted_shared.data(), e * joined.constant};
-        has_noted_ = true;
+    // Ends before its time where the values must be scaled.
+    void pass_by_class(pair_block& block) {
+        const double* from = table_of(block.first);
+        t_.by_class.start(t_.classes, from);
+        std::size_t v = block.first;
+        do {
+            lead_into(++v);
+            sum_ = t_.by_class.step(p_, v, terms_into(p_, t_, v), t_.row.data());
+        } while (v < block.last && sum_ >= rescale_below);
+        block.last = v;
+        keep_table(t_, v);
+        t_.by_class.write_table(table_of(block.first), table_of(v));
+        if (!(sum_ >= rescale_below)) rescale(v, table_of(v));
     }
 
     void rescale(std::size_t v, double* table) {
         const kernels::table& k = kernels::active();
         t_.scale[v] = sum_;
+        log10_likelihood_ += std::log10(sum_);
         k.divide(p_.n_states, sum_, t_.row.data());
-        if (table != nullptr) {
-            k.divide(t_.table_size, sum_, table);
-            if (!p_.ordered) k.divide(p_.n_states, sum_, row_sums_of(p_, t_, v));
-        } else {
-            k.divide(t_.stride, sum_, t_.noted_shared.data());
-            noted_.stay /= sum_;
-            noted_.constant /= sum_;
-        }
+        k.divide(t_.table_size, sum_, table);
         sum_ = 1.0;
     }
 
     const pair_problem& p_;
     pair_tables& t_;
-    const double K_;
     double sum_ = 0.0;
-    // From the table written last to the site in hand, with noted_shared.
-    bool has_noted_ = false;
-    pair_terms noted_;
+    double log10_likelihood_ = 0.0;
 };
 
 class pair_walker {
@@ -129,7 +104,7 @@ class pair_walker {
           options_(options),
           requests_(requests),
           r_(results),
-          store_(problem, tables),
+          store_(problem, tables, options.backward || options.keep_products),
           K_(static_cast<int>(p_.n_states)) {}
 
     void run() {
@@ -149,8 +124,7 @@ class pair_walker {
   private:
     void draw_states(std::size_t v) {
         if (v + 1 == p_.n_sites) {
-            const auto [a, b] = store_.has_rows() ? first_pair(row_values{store_, store_.row_sums(), nullptr, nullptr})
-                                                  : first_pair(table_values{*this, store_.table()});
+            const auto [a, b] = first_pair(store_.table());
             k1_ = a;
             k2_ = b;
             r_.state[v] = {a, b};
@@ -163,44 +137,25 @@ class pair_walker {
 
     int last_of_row(int a) const { return p_.ordered ? K_ - 1 : a; }
 
+    const double* row_of(const double* f, int a) const { return f + pair_place(p_, a, 0); }
+
     // Sum of a row; what pads it is zero.
     double sum_of_row(const double* row, int a) const {
         return kernels::active().sum_of(static_cast<std::size_t>(last_of_row(a)) + 1, row);
     }
 
-    // Values of the table at a site, had from the table itself or row by row.
-    struct table_values {
-        const pair_walker& walker;
-        const double* f;
-        double row_sum(int a) const { return walker.sum_of_row(row(a), a); }
-        double with_k1(int a) const { return row(a)[walker.k1_]; }
-        double with_k2(int a) const { return row(a)[walker.k2_]; }
-        const double* row(int a) const { return f + pair_place(walker.p_, a, 0); }
-    };
-    struct row_values {
-        pair_store& store;
-        const double* sums;
-        const double* k1_row;
-        const double* k2_row;
-        double row_sum(int a) const { return sums[a]; }
-        double with_k1(int a) const { return k1_row[a]; }
-        double with_k2(int a) const { return k2_row[a]; }
-        const double* row(int a) const { return store.row(a, 2); }
-    };
-
-    template <typename Values>
-    std::array<int, 2> first_pair(const Values& values) const {
+    std::array<int, 2> first_pair(const double* f) const {
         const double u = Random::RNG->Next();
         double z = 0.0;
-        for (int a = 0; a < K_; ++a) z += values.row_sum(a);
+        for (int a = 0; a < K_; ++a) z += sum_of_row(row_of(f, a), a);
         double sum = 0.0;
         for (int a = 0; a < K_; ++a) {
-            const double after_row = sum + values.row_sum(a) / z;
+            const double* row = row_of(f, a);
+            const double after_row = sum + sum_of_row(row, a) / z;
             if (after_row < u) {
                 sum = after_row;
                 continue;
             }
-            const double* row = values.row(a);
             for (int b = 0; b <= last_of_row(a); ++b) {
                 sum += row[b] / z;
                 if (u <= sum) return {a, b};
@@ -225,13 +180,7 @@ class pair_walker {
             return;
         }
         ++r_.switch_count;
-        if (store_.has_rows() && den > 0.0) {  // undefined values would have every row looked at
-            const double* k1_row = store_.row(k1_, 0);
-            const double* k2_row = k1_ == k2_ ? k1_row : store_.row(k2_, 1);
-            switch_pair(gap, row_values{store_, store_.row_sums(), k1_row, k2_row}, u, sum, den);
-        } else {
-            switch_pair(gap, table_values{*this, store_.table()}, u, sum, den);
-        }
+        switch_pair(gap, store_.table(), u, sum, den);
     }
 
     using chance_table = std::array<std::array<double, 2>, 2>;
@@ -257,30 +206,24 @@ class pair_walker {
         return a == k1_ && b == k2_ ? 0.0 : f * chance[b != k1_ ? 1 : 0][b != k2_ ? 1 : 0];
     }
 
-    template <typename Values>
-    double weight_of_row(const Values& values, const chance_table& chance, int a) const {
-        double sum = values.row_sum(a) * chance[1][1];
-        if (k1_ <= last_of_row(a)) {
-            const double f = values.with_k1(a);
-            sum += weight(f, chance, a, k1_) - f * chance[1][1];
-        }
+    double weight_of_row(const double* row, const chance_table& chance, int a) const {
+        double sum = sum_of_row(row, a) * chance[1][1];
+        if (k1_ <= last_of_row(a)) sum += weight(row[k1_], chance, a, k1_) - row[k1_] * chance[1][1];
         if (k1_ != k2_ && k2_ <= last_of_row(a)) {
-            const double f = values.with_k2(a);
-            sum += weight(f, chance, a, k2_) - f * chance[1][1];
+            sum += weight(row[k2_], chance, a, k2_) - row[k2_] * chance[1][1];
         }
         return sum;
     }
 
-    template <typename Values>
-    void switch_pair(const diploid_gap& gap, const Values& values, double u, double sum, double den) {
+    void switch_pair(const diploid_gap& gap, const double* f, double u, double sum, double den) {
         for (int a = 0; a < K_; ++a) {
             const chance_table chance = row_chances(gap, a);
-            const double after_row = sum + weight_of_row(values, chance, a) / den;
+            const double* row = row_of(f, a);
+            const double after_row = sum + weight_of_row(row, chance, a) / den;
             if (after_row < u) {
                 sum = after_row;
                 continue;
             }
-            const double* row = values.row(a);
             for (int b = 0; b <= last_of_row(a); ++b) {
                 if (a == k1_ && b == k2_) continue;
                 sum += weight(row[b], chance, a, b) / den;
@@ -410,22 +353,7 @@ std::size_t pair_place(const pair_problem& problem, int a, int b) {
 
 double pair_forward(const pair_problem& problem, pair_tables& tables) {
     size_tables(problem, tables);
-    forward_sweep forward(problem, tables);
-    double log10_likelihood = 0.0;
-    const double* from = nullptr;
-    for (std::size_t v = 0; v < problem.n_sites; ++v) {
-        const bool keep = keeps_table(problem, v);
-        double* out = keep ? tables.kept.data() + tables.kept_row[v] * tables.table_size : tables.work.data();
-        if (v == 0) {
-            forward.start(out);
-            from = out;
-        } else if (forward.step(v, keep, from, out)) {
-            from = out;
-        }
-        if (tables.scale[v] != 1.0) log10_likelihood += std::log10(tables.scale[v]);
-    }
-    const bool rest = problem.n_sites > 0 && std::abs(forward.sum() - 1.0) > 1e-10;
-    return rest ? log10_likelihood + std::log10(forward.sum()) : log10_likelihood;
+    return forward_sweep(problem, tables).run();
 }
 
 void pair_walk(const pair_problem& problem, pair_tables& tables, const pair_walk_options& options,

@@ -9,6 +9,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "inference/class_sweep.h"
+#include "inference/state_classes.h"
 #include "model/aligned_buffer.h"
 #include "model/hmm_model.h"
 
@@ -25,8 +27,8 @@ struct pair_problem {
     const std::array<double, 4>* emission = nullptr;
     // Chance of the ordered observed alleles 00, 01, 10 given the copied ones, for the allele draws.
     allele_pair_table pr_00{}, pr_01{}, pr_10{};
-    // Forward tables are kept at the first visited site and at every so many from there on.
-    std::size_t keep_every = 16;
+    // Forward tables are kept at the first visited site and at least at every so many from there on.
+    std::size_t keep_every = 48;
     // Under memory saving, unordered pairs only: where they are kept instead, and the distance of these sites.
     const std::vector<bool>* checkpoint = nullptr;
     std::size_t interval = 0;
@@ -65,11 +67,19 @@ struct pair_results {
     int stay_count = 0, switch_count = 0;
 };
 
+// A stretch of visited sites; the tables of its first and of its last site are kept.
+struct pair_block {
+    std::size_t first, last;
+    bool by_class;  // whether its states fall into few classes
+};
+
 struct pair_tables {
+    std::vector<pair_block> blocks;     // in order; the last site of one is the first of the next
     aligned_buffer kept;                // [kept site][table]
     std::vector<std::size_t> kept_row;  // by visited site
-    aligned_buffer local;               // [site of the block][table]
-    aligned_buffer work;                // the running table of the forward sweep
+    std::size_t n_kept = 0;
+    aligned_buffer local;  // tables that were built anew, [place][table]
+    aligned_buffer work;   // the running table of the forward sweep
     // What leads into each visited site: the share of each state in the pairs of which one moves, and that of every
     // pair in those of which both move.
     aligned_buffer shared;         // [visited site][padded K]
@@ -77,15 +87,10 @@ struct pair_tables {
     std::vector<double> scale;     // fwd_scale by visited site
     aligned_buffer backward;       // the backward table of the walk (dip_work)
     aligned_buffer row;            // dip_row, with dip_diag added for unordered pairs; [padded K]
-    // Sums of the rows of each triangular table, [visited site][padded K]. Not under memory saving.
-    aligned_buffer row_sums;
-    // By visited site: whether the forward sweep left the table unwritten, and the emission that all pairs have there.
-    std::vector<bool> noted;
-    std::vector<double> noted_emission;
-    aligned_buffer noted_shared, joined_shared;  // of the steps noted since the table written last; [padded K]
-    std::array<aligned_buffer, 3> followed;      // rows of pairs, [padded K]
     aligned_buffer backward_shared;
     aligned_buffer emission_rows;
+    state_classes classes;  // of the block in hand
+    class_sweep by_class;
     std::size_t table_size = 0;
     std::size_t stride = 0;  // padded K
 };

@@ -279,7 +279,7 @@ class pair_run {
         const bool copy_probs = !ordered_ && u_.panel == 2 && p.use_old_code && u_.backward && p.show_all_copy_probs &&
                                 run_.all_copy_out && !run_.chrx_haploid;
         pair_problem problem = make_problem();
-        if (copy_probs) problem.keep_every = 1;
+        if (u_.backward) problem.keep_every = copy_probs ? 1 : 16;
         const double likelihood = pair_forward(problem, w_.pairs);
         make_requests();
         const pair_walk_options options{true, u_.backward, p.use_old_code || ordered_, copy_probs};

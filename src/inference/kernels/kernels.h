@@ -44,6 +44,29 @@ struct state_weight {
 struct state_sums {
     double product, forward, backward;
 };
+
+// Pairs of the K states, where n_classes groups of them, the classes, have equal alleles over a stretch of sites.
+struct pair_classes {
+    std::size_t n_states, n_classes;
+    const std::uint32_t* of_state;  // [K]: the class of a state
+    const double* size;             // [n_classes]
+    // [padded K / 8][n_classes][2][8]: of eight states with a class the sums over the pairs with all its states, that
+    // of one state twice; and what arrived, see classes_to_pairs. Zeros past K.
+    double* parts;
+    double* factor;          // [n_classes][padded n_classes]: by the classes of both states
+    double* scratch;         // [n_classes][max(8, padded K)]
+    std::uint32_t* members;  // scratch, [2][n_classes]
+};
+// What leads into a site, and what is seen there.
+struct class_site {
+    double stay, constant;
+    const double* shared;             // [padded K]
+    const double* class_shared;       // [n_classes]: sums of shared over the states of a class
+    const std::uint64_t* bits;        // alleles of the states
+    const std::uint64_t* class_bits;  // alleles of the classes
+    const double* e;                  // emissions by allele sum
+};
+
 struct table {
     // out[k] = (alpha f[k] + beta) m, m being m1 if the state's bit is set, else m0. Returns the sum of out.
     double (*haploid_forward)(std::size_t K, const double* f, double alpha, double beta, const std::uint64_t* bits,
@@ -66,16 +89,21 @@ struct table {
 
     // One forward step of the triangular table of pairs (Marchini and Howie 2010, in the row sum form):
     // v = (t0 f[a][b] + (g[a] + g[b] + c)) e[allele sum], with half of what stands in the inner brackets where a is b.
-    // bits are the alleles of the states at the site. Fills out, which may be f, row_out[K] (each pair in both its
-    // rows, the pair of one state twice) and row_sums[K] (each pair in its row of the triangle only). emission_rows is
-    // scratch of 2 padded(K) values. Returns the sum of out.
+    // bits are the alleles of the states at the site. Fills out, which may be f, and row_out[K] (each pair in both its
+    // rows, the pair of one state twice). emission_rows is scratch of 2 padded(K) values. Returns the sum of out.
     double (*diploid_forward)(std::size_t K, const double* f, const double* g, double t0, double c,
                               const std::uint64_t* bits, const double* e, double* emission_rows, double* out,
-                              double* row_out, double* row_sums);
-    // The same step for the pairs of state a with every other: f and out, which may be f, have padded(K) values. What
-    // pads out is not zero.
-    void (*diploid_forward_row)(std::size_t K, std::size_t a, const double* f, const double* g, double t0, double c,
-                                const std::uint64_t* bits, const double* e, double* out);
+                              double* row_out);
+    // The same steps over the stretch of the classes. First the sums over classes from the table f, with nothing
+    // arrived and factor one.
+    // class_row[n_classes] gets the sums of the rows of all states of a class.
+    void (*pairs_to_classes)(const pair_classes& to, const double* f, double* class_row);
+    // One step of the sums; row_out[padded K] as above.
+    void (*class_step)(const pair_classes& in, const class_site& site, double* row_out, double* class_row);
+    // The table after the steps from that before, of states a of class A and b of class B:
+    // out = factor[A][B] f + (arrived[B][a] + arrived[A][b]), with half of what stands in brackets where a is b. out
+    // may be f.
+    void (*classes_to_pairs)(const pair_classes& from, const double* f, double* out);
     // First half of a backward step: b *= e[allele sum], with row[K] (off-diagonal pairs in both rows) and the total
     // that counts off-diagonal pairs twice.
     double (*diploid_backward_emit)(std::size_t K, const std::uint64_t* bits, const double* e, double* b, double* row);

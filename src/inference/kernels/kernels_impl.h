@@ -34,6 +34,8 @@ double sum_of(size_t n, const double* values) {
 
 #include "inference/kernels/word_loops.h"
 
+#include "inference/kernels/class_loops.h"
+
 }  // namespace
 
 extern const table kernel_table;
@@ -44,7 +46,9 @@ const table kernel_table{haploid_forward,
                          divide,
                          sum_of,
                          diploid_forward,
-                         diploid_forward_row,
+                         pairs_to_classes,
+                         class_step,
+                         classes_to_pairs,
                          diploid_backward_emit,
                          diploid_backward_move,
                          diploid_class_sums,

@@ -36,6 +36,62 @@ struct distant {
     }
 };
 
+// Without a mutation rate, as for a single state, a missing observation has no chance either.
+bool missing_is_neutral(const haploid_problem& problem) {
+    return problem.emission[0][unobserved] == 1.0 && problem.emission[1][unobserved] == 1.0;
+}
+
+// Whether anchors and coefficients of the sweep before serve again.
+bool same_sites(const haploid_problem& problem, const haploid_tables& tables) {
+    const auto& made = tables.made_for;
+    if (!missing_is_neutral(problem) || problem.gap_version == 0 || made.gap_version != problem.gap_version ||
+        made.gap != problem.gap || made.n_states != problem.n_states ||
+        made.has_observation.size() != problem.n_sites) {
+        return false;
+    }
+    const std::uint8_t* had = made.has_observation.data();
+    unsigned differ = 0;
+    for (std::size_t v = 0; v < problem.n_sites; ++v) {
+        differ |= static_cast<unsigned>(had[v] ^ (problem.observed[v] != unobserved ? 1U : 0U));
+    }
+    return differ == 0;
+}
+
+// Lists the anchors, with what does not depend on the states' alleles. fill(i) fills an anchor, or does nothing;
+// is_small(growth) tells whether the sum of the last anchor times growth asks for another anchor.
+template <typename Fill, typename IsSmall>
+void list_anchors(const haploid_problem& p, haploid_tables& t, const Fill& fill, const IsSmall& is_small) {
+    const auto n_states = static_cast<double>(p.n_states);
+    const bool neutral = missing_is_neutral(p);
+    t.anchors.assign(1, {0, 0.0, 0.0, n_states, 1.0, 1.0, 1.0});
+    t.alpha.resize(p.n_sites);
+    t.mu.resize(p.n_sites);
+    t.sees_right = false;
+    t.made_for = {p.gap, p.gap_version, p.n_states, std::vector<std::uint8_t>(p.n_sites)};
+    distant here{1.0 / n_states, 0.0, 1.0 / n_states};
+    for (std::size_t v = 0; v < p.n_sites; ++v) {
+        if (v > 0) here.pass(p.gap[v], n_states);
+        const bool observed = p.observed[v] != unobserved || !neutral;
+        t.made_for.has_observation[v] = observed ? 1 : 0;
+        if (observed || (v > 0 && is_small(here.growth))) {
+            if (!observed) t.made_for.gap_version = 0;  // not for another sweep
+            t.anchors.push_back({v, here.alpha, here.mu, 0.0, 1.0, 1.0, 1.0});
+            here = {};
+            fill(t.anchors.size() - 1);
+            if (!(t.anchors.back().scale > 0.0)) {
+                // No state explains the data: all values are undefined, here and further right.
+                here.growth = std::numeric_limits<double>::quiet_NaN();
+                t.made_for.gap_version = 0;
+            }
+        }
+        t.alpha[v] = here.alpha;
+        t.mu[v] = here.mu;
+        haploid_tables::anchor& anchor = t.anchors.back();
+        anchor.growth = here.growth;
+        anchor.least_growth = std::min(anchor.least_growth, here.growth);
+    }
+}
+
 class anchored_forward {
   public:
     anchored_forward(const haploid_problem& problem, haploid_tables& tables)
@@ -51,28 +107,13 @@ class anchored_forward {
 
     // Returns the log10 likelihood.
     double run() {
-        if (!same_sites() || !sweep_again()) sweep();
+        if (!same_sites(p_, t_) || !sweep_again()) sweep();
         const haploid_tables::anchor& last = t_.anchors.back();
         const double sum = last.sum * last.growth;
         return std::abs(sum - 1.0) > 1e-10 ? log10_likelihood_ + std::log10(sum) : log10_likelihood_;
     }
 
   private:
-    // Whether anchors and coefficients of the sweep before serve again.
-    bool same_sites() const {
-        const auto& made = t_.made_for;
-        if (!neutral_ || p_.gap_version == 0 || made.gap_version != p_.gap_version || made.gap != p_.gap ||
-            made.n_states != K_ || made.has_observation.size() != p_.n_sites) {
-            return false;
-        }
-        const std::uint8_t* had = made.has_observation.data();
-        unsigned differ = 0;
-        for (std::size_t v = 0; v < p_.n_sites; ++v) {
-            differ |= static_cast<unsigned>(had[v] ^ (p_.observed[v] != unobserved ? 1U : 0U));
-        }
-        return differ == 0;
-    }
-
     // Returns whether it came to its end: no values so small that they need another anchor, or undefined.
     bool sweep_again() {
         for (std::size_t i = 1; i < t_.anchors.size(); ++i) {
@@ -84,36 +125,10 @@ class anchored_forward {
     }
 
     void sweep() {
-        const auto n_states = static_cast<double>(K_);
         log10_likelihood_ = 0.0;
-        t_.anchors.assign(1, {0, 0.0, 0.0, n_states, 1.0, 1.0, 1.0});
-        t_.alpha.resize(p_.n_sites);
-        t_.mu.resize(p_.n_sites);
-        t_.sees_right = false;
-        t_.made_for = {p_.gap, p_.gap_version, K_, std::vector<std::uint8_t>(p_.n_sites)};
-        distant here{1.0 / n_states, 0.0, 1.0 / n_states};
-        for (std::size_t v = 0; v < p_.n_sites; ++v) {
-            if (v > 0) here.pass(p_.gap[v], n_states);
-            const bool observed = p_.observed[v] != unobserved || !neutral_;
-            const bool small = v > 0 && !(t_.anchors.back().sum * here.growth >= rescale_below);
-            t_.made_for.has_observation[v] = observed ? 1 : 0;
-            if (observed || small) {
-                if (!observed) t_.made_for.gap_version = 0;  // not for another sweep
-                t_.anchors.push_back({v, here.alpha, here.mu, 0.0, 1.0, 1.0, 1.0});
-                fill_anchor(t_.anchors.size() - 1);
-                here = {};
-                if (!(t_.anchors.back().scale > 0.0)) {
-                    // No state explains the data: all values are undefined, here and further right.
-                    here.growth = std::numeric_limits<double>::quiet_NaN();
-                    t_.made_for.gap_version = 0;
-                }
-            }
-            t_.alpha[v] = here.alpha;
-            t_.mu[v] = here.mu;
-            haploid_tables::anchor& anchor = t_.anchors.back();
-            anchor.growth = here.growth;
-            anchor.least_growth = std::min(anchor.least_growth, here.growth);
-        }
+        list_anchors(
+            p_, t_, [this](std::size_t i) { fill_anchor(i); },
+            [this](double growth) { return !(t_.anchors.back().sum * growth >= rescale_below); });
     }
 
     void fill_anchor(std::size_t i) {
@@ -135,8 +150,6 @@ class anchored_forward {
     const haploid_problem& p_;
     haploid_tables& t_;
     const std::size_t K_;
-    // Without a mutation rate, as for a single state, a missing observation has no chance either.
-    const bool neutral_ = p_.emission[0][unobserved] == 1.0 && p_.emission[1][unobserved] == 1.0;
     double log10_likelihood_ = 0.0;
 };
 
@@ -199,7 +212,7 @@ class anchored_walk {
     void run() {
         right_ = store_.vector(0);
         right_sum_ = static_cast<double>(n_);
-        if (options_.backward && !t_.sees_right) look_right();
+        if (options_.backward) look_right(p_, t_);
         std::size_t end = p_.n_sites;
         for (std::size_t i = t_.anchors.size(); i-- > 0;) {
             const std::size_t site = t_.anchors[i].site, first = i == 0 ? 0 : site + 1;
@@ -237,24 +250,6 @@ class anchored_walk {
         if (requests_[v].draw_allele) r_.allele[v] = haploid_allele_draw(p_, v, r_.state[v]);
     }
 
-    // Nothing lies right of the last site.
-    void look_right() {
-        t_.right_alpha.resize(p_.n_sites);
-        t_.right_mu.resize(p_.n_sites);
-        distant here;
-        std::size_t i = t_.anchors.size();
-        for (std::size_t v = p_.n_sites; v-- > 0;) {
-            if (v + 1 < p_.n_sites) here.pass(p_.gap[v + 1], static_cast<double>(n_));
-            t_.right_alpha[v] = here.alpha;
-            t_.right_mu[v] = here.mu;
-            if (i > 1 && t_.anchors[i - 1].site == v) {
-                here = {};
-                --i;
-            }
-        }
-        t_.sees_right = true;
-    }
-
     // The sites of anchor i from first to before end: reports the posteriors that are wanted.
     void pass_stretch(std::size_t i, std::size_t first, std::size_t end) {
         while (first < end && !requests_[end - 1].posterior) --end;
@@ -265,18 +260,11 @@ class anchored_walk {
     // Posterior weights at the sites from first to before end, of anchor i.
     void report_posteriors(std::size_t i, std::size_t first, std::size_t end) {
         const double* left = store_.vector(i);
-        const double left_sum = t_.anchors[i].sum;
-        const std::size_t n_sites = end - first;
-        if (t_.state_weights.size() < n_sites) t_.state_weights.resize(n_sites);
-        for (std::size_t v = first; v < end; ++v) {
-            const double alpha = t_.alpha[v], beta = t_.mu[v] * left_sum;
-            const double right_alpha = t_.right_alpha[v], right_beta = t_.right_mu[v] * right_sum_;
-            t_.state_weights[v - first] = {alpha * right_alpha, alpha * right_beta, beta * right_alpha,
-                                           beta * right_beta};
-        }
+        list_state_weights(t_, i, right_sum_, first, end);
         const double product = k_.multiply(n_, left, right_, t_.products.data());
         static_assert(sizeof(allele_weights) == sizeof(double[2]));
-        k_.weigh_alleles(n_, n_sites, p_.bits(first), left, right_, t_.products.data(), {product, left_sum, right_sum_},
+        k_.weigh_alleles(n_, end - first, p_.bits(first), left, right_, t_.products.data(),
+                         {product, t_.anchors[i].sum, right_sum_},
                          t_.state_weights.data(), reinterpret_cast<double(*)[2]>(&r_.weights[first]));
     }
 
@@ -317,6 +305,46 @@ class anchored_walk {
 };
 
 }  // namespace
+
+bool lay_out_anchors(const haploid_problem& problem, haploid_tables& tables) {
+    if (!missing_is_neutral(problem)) return false;
+    if (!same_sites(problem, tables)) {
+        list_anchors(
+            problem, tables, [](std::size_t /*i*/) {}, [](double /*growth*/) { return false; });
+    }
+    return true;
+}
+
+// Nothing lies right of the last site.
+void look_right(const haploid_problem& problem, haploid_tables& tables) {
+    if (tables.sees_right) return;
+    tables.right_alpha.resize(problem.n_sites);
+    tables.right_mu.resize(problem.n_sites);
+    distant here;
+    std::size_t i = tables.anchors.size();
+    for (std::size_t v = problem.n_sites; v-- > 0;) {
+        if (v + 1 < problem.n_sites) here.pass(problem.gap[v + 1], static_cast<double>(problem.n_states));
+        tables.right_alpha[v] = here.alpha;
+        tables.right_mu[v] = here.mu;
+        if (i > 1 && tables.anchors[i - 1].site == v) {
+            here = {};
+            --i;
+        }
+    }
+    tables.sees_right = true;
+}
+
+void list_state_weights(haploid_tables& tables, std::size_t anchor, double right_sum, std::size_t first,
+                        std::size_t end) {
+    const double left_sum = tables.anchors[anchor].sum;
+    if (tables.state_weights.size() < end - first) tables.state_weights.resize(end - first);
+    for (std::size_t v = first; v < end; ++v) {
+        const double alpha = tables.alpha[v], beta = tables.mu[v] * left_sum;
+        const double right_alpha = tables.right_alpha[v], right_beta = tables.right_mu[v] * right_sum;
+        tables.state_weights[v - first] = {alpha * right_alpha, alpha * right_beta, beta * right_alpha,
+                                           beta * right_beta};
+    }
+}
 
 double haploid_forward_anchored(const haploid_problem& problem, haploid_tables& tables) {
     if (problem.n_states == 0 || problem.n_sites == 0) {  // no state explains anything

@@ -1,6 +1,7 @@
 #include "inference/updates.h"
 
 #include <algorithm>
+#include <optional>
 
 #include "inference/posteriors.h"
 #include "inference/state_alleles.h"
@@ -101,12 +102,15 @@ class haploid_run {
     }
 
     double perform() {
-        const haploid_problem problem = make_problem();
+        haploid_problem problem = make_problem();
+        if (u_.sample || u_.backward) make_requests();
+        if (const auto likelihood = impute_by_classes(problem)) return *likelihood;
+
+        gather_state_alleles(run_.haps, run_.cond_states, model_.site, problem.n_states, w_.state_alleles);
+        problem.alleles = w_.state_alleles.data();
+        problem.words = bits::words_for(problem.n_states);
         const double likelihood = haploid_forward(problem, w_.haploid);
-        const bool ref_probs =
-            run_.params.show_ref_copy_probs && !run_.params.mc_impute && u_.panel == 2 && u_.cond_panel == 0;
         if (u_.sample || u_.backward) {
-            make_requests();
             const haploid_walk_options options{u_.sample, u_.backward, run_.params.use_old_code};
             haploid_walk(problem, w_.haploid, options, w_.haploid_requests, w_.haploid_out);
             run_.hap_stay_count += w_.haploid_out.stay_count;
@@ -114,13 +118,36 @@ class haploid_run {
             if (u_.sample) keep_alleles();
             if (u_.backward) keep_posteriors();
         }
-        if (ref_probs && run_.ref_copy_out) write_copy_probs(problem);
+        if (shows_copy_probs() && run_.ref_copy_out) write_copy_probs(problem);
         return likelihood;
     }
 
   private:
     const snp& site(std::size_t v) const { return *run_.sites[at(model_.site[v])]; }
     bool in_output(std::size_t v) const { return v >= first_output_ && v < last_output_; }
+
+    bool shows_copy_probs() const {
+        return run_.params.show_ref_copy_probs && !run_.params.mc_impute && u_.panel == 2 && u_.cond_panel == 0;
+    }
+
+    // Where nothing but posteriors is wanted, from few different haplotypes of the reference panel. Returns the log10
+    // likelihood.
+    std::optional<double> impute_by_classes(const haploid_problem& problem) {
+        if (u_.sample || !u_.backward || u_.cond_panel != 0 || problem.checkpoint != nullptr || shows_copy_probs()) {
+            return std::nullopt;
+        }
+        haplotype_classes& classes = w_.reference_classes[at(u_.panel)];
+        double likelihood = 0.0;
+        if (!classes.serve(run_.haps[0], model_.site) ||
+            !haploid_forward_by_classes(problem, classes, run_.cond_states.hap.data(), w_.haploid, w_.by_class,
+                                        likelihood) ||
+            !haploid_posteriors_by_classes(problem, classes, w_.haploid, w_.by_class, w_.haploid_requests,
+                                           w_.haploid_out)) {
+            return std::nullopt;
+        }
+        keep_posteriors();
+        return likelihood;
+    }
 
     haploid_problem make_problem() {
         const auto& tables = run_.mutation_matrix[0][at(u_.panel)][at(u_.cond_panel)];
@@ -131,9 +158,6 @@ class haploid_run {
         problem.gap_version = run_.switch_rates_version;
         fill_observed();
         problem.observed = w_.observed.data();
-        gather_state_alleles(run_.haps, run_.cond_states, model_.site, problem.n_states, w_.state_alleles);
-        problem.alleles = w_.state_alleles.data();
-        problem.words = bits::words_for(problem.n_states);
         for (std::size_t copied = 0; copied < 2; ++copied) {
             for (std::size_t o = 0; o < 3; ++o) problem.emission[copied][o] = tables[copied][o];
         }

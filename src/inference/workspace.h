@@ -9,6 +9,7 @@
 #include "inference/diploid.h"
 #include "inference/distance_rows.h"
 #include "inference/haploid.h"
+#include "inference/haploid_classes.h"
 
 struct sweep_workspace {
     // The update in hand.
@@ -16,6 +17,8 @@ struct sweep_workspace {
     std::vector<std::uint64_t> state_alleles;           // [visited site][words]
     std::vector<std::array<double, 4>> pair_emissions;  // [visited site]
     haploid_tables haploid;
+    std::array<haplotype_classes, 3> reference_classes;  // of Panel 0, by the panel that is updated
+    haploid_class_tables by_class;
     pair_tables pairs;
     std::vector<haploid_request> haploid_requests;
     std::vector<pair_request> pair_requests;

@@ -30,6 +30,8 @@ double sum_of(size_t n, const double* values) {
 
 #include "inference/kernels/carrier_loops.h"
 
+#include "inference/kernels/haploid_class_loops.h"
+
 #include "inference/kernels/pair_loops.h"
 
 #include "inference/kernels/word_loops.h"
@@ -43,6 +45,8 @@ const table kernel_table{haploid_forward,
                          haploid_backward,
                          multiply,
                          weigh_alleles,
+                         enter_by_class,
+                         weigh_by_class,
                          divide,
                          sum_of,
                          diploid_forward,

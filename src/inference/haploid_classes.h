@@ -1,0 +1,45 @@
+#pragma once
+
+// The model of one haplotype over states of one panel, block by block of sites over which these are few different ones:
+// vectors over all states exist at the borders of blocks only.
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "inference/haplotype_classes.h"
+#include "model/aligned_buffer.h"
+
+struct haploid_problem;
+struct haploid_tables;
+struct haploid_request;
+struct haploid_results;
+
+struct haploid_class_tables {
+    struct block {
+        std::size_t n_classes;  // among the states
+        std::size_t alleles;    // offset of the first site's row
+        std::size_t anchor;     // the last one left of the block
+    };
+    std::vector<block> blocks;
+    std::vector<std::uint16_t> of_state;  // [block][K]
+    std::vector<std::uint64_t> alleles;   // [visited site][words of the block]: bit c is the allele of class c
+    aligned_buffer vectors;               // [block][K]: forward values at the last anchor left of it
+    aligned_buffer right;                 // [K]: backward values at the next anchor right of the block
+    // Of the block in hand, padded: sizes, sums of the values at its left and right border, of their products.
+    aligned_buffer size, left_sums, right_sums, products;
+    aligned_buffer images;                // [anchor of the block, the border first][2][classes]
+    aligned_buffer right_image, scratch;
+    std::vector<std::uint16_t> local;     // by class of the panel
+    std::vector<std::uint16_t> met;       // classes of the panel, by class of the states
+};
+
+// Forward sweep over the states hap[k], haplotypes of the panel that classes serve, with these visited sites. Fills the
+// anchors of tables. Returns false where values become so small or undefined that single states must be looked at.
+bool haploid_forward_by_classes(const haploid_problem& problem, const haplotype_classes& classes, const int* hap,
+                                haploid_tables& tables, haploid_class_tables& by_class, double& log10_likelihood);
+
+// The posteriors that are asked for, after the sweep. Returns false as above.
+bool haploid_posteriors_by_classes(const haploid_problem& problem, const haplotype_classes& classes,
+                                   haploid_tables& tables, haploid_class_tables& by_class,
+                                   const std::vector<haploid_request>& requests, haploid_results& results);

@@ -1,0 +1,45 @@
+#pragma once
+
+// Which haplotypes of a panel are equal over blocks of sites. Sequenced haplotypes are few different ones over short
+// stretches; what is done for one of a class serves the others (the state space reduction of Fuchsberger et al. 2015).
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "model/packed_haplotypes.h"
+
+class haplotype_classes {
+  public:
+    struct block {
+        std::size_t first, end;  // visited sites
+        std::size_t n_classes;
+        std::size_t words;    // of a row of alleles
+        std::size_t alleles;  // offset of the first row
+    };
+
+    // Makes the classes serve a panel at the given sites (indices in the store, ascending; the list must stay). Returns
+    // whether they do: not while the haplotypes change from call to call, and not where they are too different.
+    bool serve(const packed_haplotypes& panel, const std::vector<int>& sites);
+
+    const std::vector<block>& blocks() const { return blocks_; }
+    // The class of each haplotype in block b.
+    const std::uint16_t* class_of(std::size_t b) const { return class_of_.data() + b * n_hap_; }
+    // Alleles of a class: bit j is that at visited site first + j.
+    const std::uint64_t* alleles(const block& b, std::size_t c) const { return alleles_.data() + b.alleles + c * b.words; }
+
+  private:
+    void build(const packed_haplotypes& panel, const std::vector<int>& sites);
+    bool add_block(const packed_haplotypes& panel, const std::vector<int>& sites, std::size_t first, std::size_t words,
+                   std::size_t limit);
+
+    std::size_t n_hap_ = 0;
+    std::vector<block> blocks_;
+    std::vector<std::uint16_t> class_of_;  // [block][n_hap]
+    std::vector<std::uint64_t> alleles_;   // rows of the classes of all blocks
+    std::vector<std::uint32_t> table_;     // of hashed rows: class + 1
+    const std::vector<int>* sites_ = nullptr;
+    std::uint64_t n_changes_ = 0;       // of the panel when the classes were found, plus 1
+    std::uint64_t last_n_changes_ = 0;  // at the last call, plus 1
+    bool worthwhile_ = false;
+};

@@ -22,11 +22,8 @@ class class_block {
         n_ = here_.n_classes;
         stride_ = kernels::padded(n_);
         of_state_ = c_.of_state.data() + b * p_.n_states;
-        for (aligned_buffer* buffer : {&c_.size, &c_.left_sums, &c_.right_sums, &c_.products}) {
-            ensure_size(*buffer, stride_);
-            std::fill_n(buffer->data(), stride_, 0.0);
-        }
-        for (std::size_t k = 0; k < p_.n_states; ++k) c_.size[of_state_[k]] += 1.0;
+        for (aligned_buffer* buffer : {&c_.left_sums, &c_.right_sums, &c_.products}) ensure_size(*buffer, stride_);
+        size_ = c_.size.data() + here_.sizes;
         left_ = c_.vectors.data() + b * kernels::padded(p_.n_states);
     }
 
@@ -36,19 +33,16 @@ class class_block {
         return c_.alleles.data() + here_.alleles + (v - first_) * bits::words_for(n_);
     }
     const double* left() const { return left_; }
-    kernels::class_sums left_sums() const { return {c_.size.data(), c_.left_sums.data()}; }
-    kernels::class_sums right_sums() const { return {c_.size.data(), c_.right_sums.data()}; }
+    kernels::class_sums left_sums() const { return {size_, c_.left_sums.data()}; }
+    kernels::class_sums right_sums() const { return {size_, c_.right_sums.data()}; }
 
     void sum_left() {
-        for (std::size_t k = 0; k < p_.n_states; ++k) c_.left_sums[of_state_[k]] += left_[k];
+        sum([this](std::size_t k) { return left_[k]; }, c_.left_sums);
     }
     void sum_both(const double* right) {
-        for (std::size_t k = 0; k < p_.n_states; ++k) {
-            const std::size_t c = of_state_[k];
-            c_.left_sums[c] += left_[k];
-            c_.right_sums[c] += right[k];
-            c_.products[c] += left_[k] * right[k];
-        }
+        sum_left();
+        sum([right](std::size_t k) { return right[k]; }, c_.right_sums);
+        sum([this, right](std::size_t k) { return left_[k] * right[k]; }, c_.products);
     }
 
     // The image of the values as they are.
@@ -67,11 +61,10 @@ class class_block {
     // Fills the image of anchor i from that of the one before, without scaling. Returns the sum.
     double enter(std::size_t i) {
         const haploid_tables::anchor& anchor = t_.anchors[i];
-        const kernels::class_image from = image(i - 1), to = image(i);
-        std::copy_n(from.factor, 2 * stride_, to.factor);
         const std::uint8_t seen = p_.observed[anchor.site];
-        return kernels::active().enter_by_class(n_, left_sums(), anchor.alpha, anchor.mu * t_.anchors[i - 1].sum,
-                                                bits(anchor.site), p_.emission[0][seen], p_.emission[1][seen], to);
+        return kernels::active().enter_by_class(n_, left_sums(), image(i - 1), anchor.alpha,
+                                                anchor.mu * t_.anchors[i - 1].sum, bits(anchor.site),
+                                                p_.emission[0][seen], p_.emission[1][seen], image(i));
     }
     // Returns whether all factors stay in reach.
     bool divide(const kernels::class_image& image, double divisor) const {
@@ -88,6 +81,22 @@ class class_block {
     }
 
   private:
+    // Sums of the states' values by class. Four sums side by side: one addition need not wait for the one before.
+    template <typename Value>
+    void sum(const Value& value, aligned_buffer& sums) {
+        ensure_size(c_.scratch, 4 * stride_);
+        double* part = c_.scratch.data();
+        std::fill_n(part, 4 * stride_, 0.0);
+        std::size_t k = 0;
+        for (; k + 4 <= p_.n_states; k += 4) {
+            for (std::size_t i = 0; i < 4; ++i) part[i * stride_ + of_state_[k + i]] += value(k + i);
+        }
+        for (; k < p_.n_states; ++k) part[of_state_[k]] += value(k);
+        for (std::size_t c = 0; c < stride_; ++c) {
+            sums[c] = (part[c] + part[stride_ + c]) + (part[2 * stride_ + c] + part[3 * stride_ + c]);
+        }
+    }
+
     const haploid_problem& p_;
     haploid_tables& t_;
     haploid_class_tables& c_;
@@ -95,6 +104,7 @@ class class_block {
     const std::size_t first_;
     std::size_t n_ = 0, stride_ = 0;
     const std::uint16_t* of_state_ = nullptr;
+    const double* size_ = nullptr;
     double* left_ = nullptr;
 };
 
@@ -107,15 +117,22 @@ void list_states(const haploid_problem& p, const haplotype_classes& classes, std
     std::uint16_t* of_state = c.of_state.data() + b * p.n_states;
     c.local.assign(of_panel.n_classes, none);
     c.met.clear();
+    c.counts.clear();
     for (std::size_t k = 0; k < p.n_states; ++k) {
         std::uint16_t& local = c.local[class_of[hap[k]]];
         if (local == none) {
             local = static_cast<std::uint16_t>(c.met.size());
             c.met.push_back(class_of[hap[k]]);
+            c.counts.push_back(0);
         }
+        ++c.counts[local];
         of_state[k] = local;
     }
     c.blocks[b].n_classes = c.met.size();
+    c.blocks[b].sizes = c.n_sizes;
+    c.n_sizes += kernels::padded(c.met.size());
+    ensure_size(c.size, c.n_sizes);
+    std::fill(std::copy(c.counts.begin(), c.counts.end(), &c.size[c.blocks[b].sizes]), &c.size[c.n_sizes - 1] + 1, 0.0);
     c.blocks[b].alleles = c.alleles.size();
     const std::size_t words = bits::words_for(c.met.size());
     c.alleles.resize(c.alleles.size() + (of_panel.end - of_panel.first) * words);
@@ -167,7 +184,6 @@ class posterior_walk {
             if (t_.anchors[i].scale != 1.0) block.divide(block.image(i), t_.anchors[i].scale);
         }
         ensure_size(c_.right_image, 2 * kernels::padded(block.n_classes()));
-        ensure_size(c_.scratch, 3 * kernels::padded(block.n_classes()));
         const kernels::class_image right = block.unchanged(c_.right_image.data());
         std::size_t end = of_panel.end;
         for (std::size_t i = end_anchor_; i-- > block.anchor();) {
@@ -200,7 +216,7 @@ class posterior_walk {
     bool emit(class_block& block, const kernels::class_image& right, std::size_t i) {
         const std::size_t v = t_.anchors[i].site;
         const std::uint8_t seen = p_.observed[v];
-        right_sum_ = kernels::active().enter_by_class(block.n_classes(), block.right_sums(), t_.right_alpha[v],
+        right_sum_ = kernels::active().enter_by_class(block.n_classes(), block.right_sums(), right, t_.right_alpha[v],
                                                       t_.right_mu[v] * right_sum_, block.bits(v), p_.emission[0][seen],
                                                       p_.emission[1][seen], right);
         if (right_sum_ >= rescale_below) return true;
@@ -227,6 +243,7 @@ bool haploid_forward_by_classes(const haploid_problem& problem, const haplotype_
     by_class.blocks.assign(n_blocks, {});
     by_class.of_state.resize(n_blocks * K);
     by_class.alleles.clear();
+    by_class.n_sizes = 0;
     ensure_size(by_class.vectors, n_blocks * kernels::padded(K));
     std::fill_n(by_class.vectors.begin(), K, 1.0);
     log10_likelihood = 0.0;

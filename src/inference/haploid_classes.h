@@ -19,6 +19,7 @@ struct haploid_class_tables {
     struct block {
         std::size_t n_classes;  // among the states
         std::size_t alleles;    // offset of the first site's row
+        std::size_t sizes;      // offset in size
         std::size_t anchor;     // the last one left of the block
     };
     std::vector<block> blocks;
@@ -26,12 +27,15 @@ struct haploid_class_tables {
     std::vector<std::uint64_t> alleles;   // [visited site][words of the block]: bit c is the allele of class c
     aligned_buffer vectors;               // [block][K]: forward values at the last anchor left of it
     aligned_buffer right;                 // [K]: backward values at the next anchor right of the block
-    // Of the block in hand, padded: sizes, sums of the values at its left and right border, of their products.
-    aligned_buffer size, left_sums, right_sums, products;
+    aligned_buffer size;                  // [block][padded classes]: numbers of states
+    std::size_t n_sizes = 0;
+    // Of the block in hand, padded: sums of the values at its left and right border, and of their products.
+    aligned_buffer left_sums, right_sums, products;
     aligned_buffer images;                // [anchor of the block, the border first][2][classes]
     aligned_buffer right_image, scratch;
     std::vector<std::uint16_t> local;     // by class of the panel
     std::vector<std::uint16_t> met;       // classes of the panel, by class of the states
+    std::vector<std::uint32_t> counts;    // of the states
 };
 
 // Forward sweep over the states hap[k], haplotypes of the panel that classes serve, with these visited sites. Fills the

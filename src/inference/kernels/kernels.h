@@ -94,17 +94,17 @@ struct table {
     void (*weigh_alleles)(std::size_t K, std::size_t n_sites, const std::uint64_t* bits, const double* f,
                           const double* c, const double* products, const state_sums& all, const state_weight* weights,
                           double (*by_allele)[2]);
-    // The step of haploid_forward by n classes: from values v to (alpha v + beta) m. bits are the alleles of the classes.
-    // Returns the sum over all states.
-    double (*enter_by_class)(std::size_t n, const class_sums& sums, double alpha, double beta,
-                             const std::uint64_t* bits, double m0, double m1, const class_image& at);
+    // The step of haploid_forward by n classes: from values v to (alpha v + beta) m. bits are the alleles of the
+    // classes. to may be from. Returns the sum over all states.
+    double (*enter_by_class)(std::size_t n, const class_sums& sums, const class_image& from, double alpha, double beta,
+                             const std::uint64_t* bits, double m0, double m1, const class_image& to);
     // weigh_alleles by n classes: forward values left, backward values right of a stretch of sites; products are the
     // sums over the states of a class of the values at both borders. At the first n_observed sites neither allele is
-    // had by subtraction. scratch is 3 padded(n) values.
+    // had by subtraction. quads is scratch of 4 padded(n) values.
     void (*weigh_by_class)(std::size_t n, const class_sums& forward, const class_image& left,
                            const class_sums& backward, const class_image& right, const double* products,
                            std::size_t n_sites, std::size_t n_observed, const std::uint64_t* bits,
-                           const state_weight* weights, double* scratch, double (*by_allele)[2]);
+                           const state_weight* weights, double* quads, double (*by_allele)[2]);
     // Divides n values.
     void (*divide)(std::size_t n, double divisor, double* values);
     // Sum of n values, which are aligned and padded.

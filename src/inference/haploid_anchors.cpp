@@ -264,8 +264,8 @@ class anchored_walk {
         const double product = k_.multiply(n_, left, right_, t_.products.data());
         static_assert(sizeof(allele_weights) == sizeof(double[2]));
         k_.weigh_alleles(n_, end - first, p_.bits(first), left, right_, t_.products.data(),
-                         {product, t_.anchors[i].sum, right_sum_},
-                         t_.state_weights.data(), reinterpret_cast<double(*)[2]>(&r_.weights[first]));
+                         {product, t_.anchors[i].sum, right_sum_}, t_.state_weights.data(),
+                         reinterpret_cast<double(*)[2]>(&r_.weights[first]));
     }
 
     // The backward vector at the site of an anchor, with the posterior there; then with the site's emission.

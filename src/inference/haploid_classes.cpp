@@ -13,6 +13,27 @@ namespace {
 // Beyond this a factor is no longer sure to stay finite.
 constexpr double largest_factor = 1e200;
 
+// Sums of the states' values by class, padded with zeros. Four sums side by side: one addition need not wait for the
+// one before.
+template <typename Value>
+void add_by_class(std::size_t n_states, const std::uint16_t* of_state, std::size_t stride, const Value& value,
+                  aligned_buffer& scratch, double* sums) {
+    ensure_size(scratch, 4 * stride);
+    double* part = scratch.data();
+    std::fill_n(part, 4 * stride, 0.0);
+    std::size_t k = 0;
+    for (; k + 4 <= n_states; k += 4) {
+        part[of_state[k]] += value(k);
+        part[stride + of_state[k + 1]] += value(k + 1);
+        part[2 * stride + of_state[k + 2]] += value(k + 2);
+        part[3 * stride + of_state[k + 3]] += value(k + 3);
+    }
+    for (; k < n_states; ++k) part[of_state[k]] += value(k);
+    for (std::size_t c = 0; c < stride; ++c) {
+        sums[c] = (part[c] + part[stride + c]) + (part[2 * stride + c] + part[3 * stride + c]);
+    }
+}
+
 // What both sweeps do with a block.
 class class_block {
   public:
@@ -81,20 +102,9 @@ class class_block {
     }
 
   private:
-    // Sums of the states' values by class. Four sums side by side: one addition need not wait for the one before.
     template <typename Value>
     void sum(const Value& value, aligned_buffer& sums) {
-        ensure_size(c_.scratch, 4 * stride_);
-        double* part = c_.scratch.data();
-        std::fill_n(part, 4 * stride_, 0.0);
-        std::size_t k = 0;
-        for (; k + 4 <= p_.n_states; k += 4) {
-            for (std::size_t i = 0; i < 4; ++i) part[i * stride_ + of_state_[k + i]] += value(k + i);
-        }
-        for (; k < p_.n_states; ++k) part[of_state_[k]] += value(k);
-        for (std::size_t c = 0; c < stride_; ++c) {
-            sums[c] = (part[c] + part[stride_ + c]) + (part[2 * stride_ + c] + part[3 * stride_ + c]);
-        }
+        add_by_class(p_.n_states, of_state_, stride_, value, c_.scratch, sums.data());
     }
 
     const haploid_problem& p_;
@@ -116,23 +126,26 @@ void list_states(const haploid_problem& p, const haplotype_classes& classes, std
     const std::uint16_t* class_of = classes.class_of(b);
     std::uint16_t* of_state = c.of_state.data() + b * p.n_states;
     c.local.assign(of_panel.n_classes, none);
-    c.met.clear();
-    c.counts.clear();
+    c.met.resize(of_panel.n_classes);
+    std::uint16_t* local = c.local.data();
+    std::uint16_t* met = c.met.data();
+    std::size_t n_met = 0;
     for (std::size_t k = 0; k < p.n_states; ++k) {
-        std::uint16_t& local = c.local[class_of[hap[k]]];
-        if (local == none) {
-            local = static_cast<std::uint16_t>(c.met.size());
-            c.met.push_back(class_of[hap[k]]);
-            c.counts.push_back(0);
+        const std::uint16_t of_panel_class = class_of[hap[k]];
+        if (local[of_panel_class] == none) {
+            met[n_met] = of_panel_class;
+            local[of_panel_class] = static_cast<std::uint16_t>(n_met++);
         }
-        ++c.counts[local];
-        of_state[k] = local;
+        of_state[k] = local[of_panel_class];
     }
+    c.met.resize(n_met);
     c.blocks[b].n_classes = c.met.size();
     c.blocks[b].sizes = c.n_sizes;
-    c.n_sizes += kernels::padded(c.met.size());
+    const std::size_t stride = kernels::padded(c.met.size());
+    c.n_sizes += stride;
     ensure_size(c.size, c.n_sizes);
-    std::fill(std::copy(c.counts.begin(), c.counts.end(), &c.size[c.blocks[b].sizes]), &c.size[c.n_sizes - 1] + 1, 0.0);
+    add_by_class(
+        p.n_states, of_state, stride, [](std::size_t /*k*/) { return 1.0; }, c.scratch, &c.size[c.blocks[b].sizes]);
     c.blocks[b].alleles = c.alleles.size();
     const std::size_t words = bits::words_for(c.met.size());
     c.alleles.resize(c.alleles.size() + (of_panel.end - of_panel.first) * words);

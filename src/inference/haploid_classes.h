@@ -31,11 +31,10 @@ struct haploid_class_tables {
     std::size_t n_sizes = 0;
     // Of the block in hand, padded: sums of the values at its left and right border, and of their products.
     aligned_buffer left_sums, right_sums, products;
-    aligned_buffer images;                // [anchor of the block, the border first][2][classes]
+    aligned_buffer images;  // [anchor of the block, the border first][2][classes]
     aligned_buffer right_image, scratch;
-    std::vector<std::uint16_t> local;     // by class of the panel
-    std::vector<std::uint16_t> met;       // classes of the panel, by class of the states
-    std::vector<std::uint32_t> counts;    // of the states
+    std::vector<std::uint16_t> local;  // by class of the panel
+    std::vector<std::uint16_t> met;    // classes of the panel, by class of the states
 };
 
 // Forward sweep over the states hap[k], haplotypes of the panel that classes serve, with these visited sites. Fills the

@@ -79,9 +79,8 @@ bool haplotype_classes::add_block(const packed_haplotypes& panel, const std::vec
             row[w] = visited_word(panel.row(h), &sites[v], std::min(bits::word_bits, end - v));
         }
         std::size_t place = hash_of(row) & (table_.size() - 1);
-        while (table_[place] != 0 &&
-               !std::equal(row.begin(), row.begin() + static_cast<std::ptrdiff_t>(words),
-                           &alleles_[begin + (table_[place] - 1) * words])) {
+        while (table_[place] != 0 && !std::equal(row.begin(), row.begin() + static_cast<std::ptrdiff_t>(words),
+                                                 &alleles_[begin + (table_[place] - 1) * words])) {
             place = (place + 1) & (table_.size() - 1);
         }
         if (table_[place] == 0) {

@@ -26,7 +26,9 @@ class haplotype_classes {
     // The class of each haplotype in block b.
     const std::uint16_t* class_of(std::size_t b) const { return class_of_.data() + b * n_hap_; }
     // Alleles of a class: bit j is that at visited site first + j.
-    const std::uint64_t* alleles(const block& b, std::size_t c) const { return alleles_.data() + b.alleles + c * b.words; }
+    const std::uint64_t* alleles(const block& b, std::size_t c) const {
+        return alleles_.data() + b.alleles + c * b.words;
+    }
 
   private:
     void build(const packed_haplotypes& panel, const std::vector<int>& sites);

@@ -45,8 +45,8 @@ struct state_sums {
     double product, forward, backward;
 };
 
-// Classes of states with equal alleles over a block of sites, in vectors padded with zeros to a multiple of 8: the number
-// of states of each, and the sum of their values at a border of the block.
+// Classes of states with equal alleles over a block of sites, in vectors padded with zeros to a multiple of 8: the
+// number of states of each, and the sum of their values at a border of the block.
 struct class_sums {
     const double* size;
     const double* of_values;

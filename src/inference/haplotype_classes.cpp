@@ -38,10 +38,10 @@ bool haplotype_classes::serve(const packed_haplotypes& panel, const std::vector<
     const std::uint64_t now = panel.n_changes() + 1;
     const bool steady = last_n_changes_ == 0 || last_n_changes_ == now;
     last_n_changes_ = now;
-    if (n_changes_ == now && sites_ == &sites && n_hap_ == panel.n_hap()) return worthwhile_;
+    if (n_changes_ == now && n_hap_ == panel.n_hap() && sites_ == sites) return worthwhile_;
     if (!steady) return false;
     n_changes_ = now;
-    sites_ = &sites;
+    sites_ = sites;
     build(panel, sites);
     return worthwhile_;
 }

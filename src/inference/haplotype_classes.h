@@ -18,7 +18,7 @@ class haplotype_classes {
         std::size_t alleles;  // offset of the first row
     };
 
-    // Makes the classes serve a panel at the given sites (indices in the store, ascending; the list must stay). Returns
+    // Makes the classes serve a panel at the given sites (indices in the store, ascending). Returns
     // whether they do: not while the haplotypes change from call to call, and not where they are too different.
     bool serve(const packed_haplotypes& panel, const std::vector<int>& sites);
 
@@ -40,7 +40,7 @@ class haplotype_classes {
     std::vector<std::uint16_t> class_of_;  // [block][n_hap]
     std::vector<std::uint64_t> alleles_;   // rows of the classes of all blocks
     std::vector<std::uint32_t> table_;     // of hashed rows: class + 1
-    const std::vector<int>* sites_ = nullptr;
+    std::vector<int> sites_;
     std::uint64_t n_changes_ = 0;       // of the panel when the classes were found, plus 1
     std::uint64_t last_n_changes_ = 0;  // at the last call, plus 1
     bool worthwhile_ = false;

@@ -44,20 +44,23 @@ KERNEL_INLINE void store_quads(double* to, const lanes& p, const lanes& q, const
 #endif
 }
 
-// Sum over the classes of the set bits, or with flip of the clear ones.
-KERNEL_INLINE quad sum_of_classes(size_t n, const double* quads, const uint64_t* bits, uint64_t flip) {
-    quad even{}, odd{};
-    for (size_t first = 0; first < n; first += 64, quads += 64 * 4) {
-        uint64_t in = bits[first / 64] ^ flip;
-        if (n - first < 64) in &= (uint64_t{1} << (n - first)) - 1;
-        while (in != 0) {
-            even += *reinterpret_cast<const stored_quad*>(quads + __builtin_ctzll(in) * 4);
-            in &= in - 1;
-            if (in == 0) break;
-            odd += *reinterpret_cast<const stored_quad*>(quads + __builtin_ctzll(in) * 4);
-            in &= in - 1;
-        }
+// Adds the classes of the set bits of a word.
+KERNEL_INLINE void add_classes(const double* quads, uint64_t in, quad& even, quad& odd) {
+    while (in != 0) {
+        even += *reinterpret_cast<const stored_quad*>(quads + __builtin_ctzll(in) * 4);
+        in &= in - 1;
+        if (in == 0) break;
+        odd += *reinterpret_cast<const stored_quad*>(quads + __builtin_ctzll(in) * 4);
+        in &= in - 1;
     }
+}
+
+// Sum over the classes of the set bits, or with flip of the clear ones.
+KERNEL_INLINE quad sum_of_classes(size_t words, uint64_t last_word, const double* quads, const uint64_t* bits,
+                                  uint64_t flip) {
+    quad even{}, odd{};
+    for (size_t w = 0; w + 1 < words; ++w) add_classes(quads + w * 64 * 4, bits[w] ^ flip, even, odd);
+    add_classes(quads + (words - 1) * 64 * 4, (bits[words - 1] ^ flip) & last_word, even, odd);
     return even + odd;
 }
 
@@ -65,10 +68,29 @@ KERNEL_INLINE double weigh(const quad& sum, const state_weight& w) {
     return (w.product * sum[0] + w.each * sum[3]) + (w.forward * sum[1] + w.backward * sum[2]);
 }
 
+KERNEL_INLINE void weigh_sites(size_t n, size_t words, const quad& all, const double* quads, size_t n_sites,
+                               size_t n_observed, const uint64_t* bits, const state_weight* weights,
+                               double (*by_allele)[2]) {
+    constexpr double smallest_normal = 2.2250738585072014e-308;
+    const uint64_t last_word = n % 64 != 0 ? (uint64_t{1} << (n % 64)) - 1 : ~uint64_t{0};
+    for (size_t i = 0; i < n_sites; ++i, bits += words) {
+        const double of_all = weigh(all, weights[i]);
+        size_t n_ones = 0;
+        for (size_t w = 0; w < words; ++w) n_ones += static_cast<size_t>(__builtin_popcountll(bits[w]));
+        const size_t fewer = 2 * n_ones <= n ? 1 : 0;
+        const uint64_t flip = fewer == 1 ? 0 : ~uint64_t{0};
+        const double carried = weigh(sum_of_classes(words, last_word, quads, bits, flip), weights[i]);
+        const bool one_allele = n_ones == 0 || n_ones == n;
+        double others = of_all - carried;
+        if (i < n_observed) others = weigh(sum_of_classes(words, last_word, quads, bits, ~flip), weights[i]);
+        by_allele[i][fewer] = carried;
+        by_allele[i][1 - fewer] = one_allele && of_all > smallest_normal ? 1.0 : others;
+    }
+}
+
 void weigh_by_class(size_t n, const class_sums& forward, const class_image& left, const class_sums& backward,
                     const class_image& right, const double* products, size_t n_sites, size_t n_observed,
                     const uint64_t* bits, const state_weight* weights, double* quads, double (*by_allele)[2]) {
-    const size_t words = (n + 63) / 64;
     lanes all_product = spread(0.0), all_before = spread(0.0), all_after = spread(0.0), all_size = spread(0.0);
     for (size_t c = 0; c < n; c += width) {
         const lanes f = load(left.factor + c), x = load(left.arrived + c), size = load(forward.size + c);
@@ -83,18 +105,9 @@ void weigh_by_class(size_t n, const class_sums& forward, const class_image& left
         all_size = all_size + size;
     }
     const quad all{total(all_product), total(all_before), total(all_after), total(all_size)};
-    constexpr double smallest_normal = 2.2250738585072014e-308;
-    for (size_t i = 0; i < n_sites; ++i, bits += words) {
-        const double of_all = weigh(all, weights[i]);
-        size_t n_ones = 0;
-        for (size_t word = 0; word < words; ++word) n_ones += static_cast<size_t>(__builtin_popcountll(bits[word]));
-        const size_t fewer = 2 * n_ones <= n ? 1 : 0;
-        const uint64_t flip = fewer == 1 ? 0 : ~uint64_t{0};
-        const double carried = weigh(sum_of_classes(n, quads, bits, flip), weights[i]);
-        const bool one_allele = n_ones == 0 || n_ones == n;
-        double others = of_all - carried;
-        if (i < n_observed) others = weigh(sum_of_classes(n, quads, bits, ~flip), weights[i]);
-        by_allele[i][fewer] = carried;
-        by_allele[i][1 - fewer] = one_allele && of_all > smallest_normal ? 1.0 : others;
+    if (n <= 64) {
+        weigh_sites(n, 1, all, quads, n_sites, n_observed, bits, weights, by_allele);
+    } else {
+        weigh_sites(n, (n + 63) / 64, all, quads, n_sites, n_observed, bits, weights, by_allele);
     }
 }

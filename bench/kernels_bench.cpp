@@ -134,6 +134,59 @@ void posteriors_at_mixed_sites(benchmark::State& state) {
 }
 BENCHMARK(posteriors_at_mixed_sites);
 
+// Classes of K states, the values of all states and the images of the classes being random.
+struct haploid_class_inputs {
+    haploid_class_inputs(std::size_t K, std::size_t n_classes) : n(n_classes) {
+        for (std::size_t k = 0; k < K; ++k) size[generator()() % n] += 1.0;
+    }
+    std::size_t n;
+    std::size_t padded = kernels::padded(n);
+    aligned_buffer size = aligned_buffer(padded);
+    aligned_buffer left = random_values(padded, n), right = random_values(padded, n),
+                   products = random_values(padded, n);
+    aligned_buffer left_factor = random_values(padded, n), left_arrived = random_values(padded, n);
+    aligned_buffer right_factor = random_values(padded, n), right_arrived = random_values(padded, n);
+};
+
+// Arguments: classes of 500 states, and how many of them carry the rarer allele. A stretch of ten sites; the unit is a
+// site, with its share of what is done once for the stretch.
+void posterior_by_class(benchmark::State& state) {
+    haploid_class_inputs in(500, static_cast<std::size_t>(state.range(0)));
+    constexpr std::size_t n_sites = 10;
+    const std::size_t words = (in.n + 63) / 64;
+    std::vector<std::uint64_t> bits(n_sites * words);
+    for (std::size_t v = 0; v < n_sites; ++v) {
+        set_random_bits(in.n, static_cast<std::size_t>(state.range(1)), &bits[v * words]);
+    }
+    std::array<kernels::state_weight, n_sites> weights{};
+    aligned_buffer quads(4 * in.padded);
+    double sums[n_sites][2];
+    for (auto _ : state) {
+        kernels::active().weigh_by_class(
+            in.n, {in.size.data(), in.left.data()}, {in.left_factor.data(), in.left_arrived.data()},
+            {in.size.data(), in.right.data()}, {in.right_factor.data(), in.right_arrived.data()}, in.products.data(),
+            n_sites, 0, bits.data(), weights.data(), quads.data(), sums);
+        benchmark::DoNotOptimize(sums);
+    }
+    set_unit(state, static_cast<double>(n_sites));
+}
+BENCHMARK(posterior_by_class)->ArgsProduct({{60}, {0, 1, 4, 7, 16, 30}});
+
+// The unit is a site.
+void haploid_step_by_class(benchmark::State& state) {
+    haploid_class_inputs in(500, static_cast<std::size_t>(state.range(0)));
+    const auto bits = random_bits(in.n, 3);
+    aligned_buffer factor(in.padded), arrived(in.padded);
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(kernels::active().enter_by_class(
+            in.n, {in.size.data(), in.left.data()}, {in.left_factor.data(), in.left_arrived.data()}, 0.99, 1e-3,
+            bits.data(), 0.999, 0.001, {factor.data(), arrived.data()}));
+        benchmark::ClobberMemory();
+    }
+    set_unit(state, 1.0);
+}
+BENCHMARK(haploid_step_by_class)->Arg(60);
+
 void diploid_forward(benchmark::State& state) {
     const auto K = static_cast<std::size_t>(state.range(0));
     const std::size_t size = kernels::triangle_size(K);

@@ -213,7 +213,6 @@ struct class_inputs {
         : K(static_cast<std::size_t>(state.range(0))),
           n(static_cast<std::size_t>(state.range(1))),
           of_state(K),
-          members(2 * n),
           class_row(n),
           size(n),
           f(kernels::triangle_size(K)),
@@ -225,11 +224,11 @@ struct class_inputs {
             for (std::size_t b = 0; b <= k; ++b) f[kernels::triangle_row(k) + b] = 1e-3;
         }
         double* factor = tables.data() + 2 * n * kernels::padded(K);
-        view = {K, n, of_state.data(), size.data(), tables.data(), factor, scratch.data(), members.data()};
+        view = {K, n, of_state.data(), size.data(), tables.data(), factor, scratch.data()};
         kernels::active().pairs_to_classes(view, f.data(), class_row.data());
     }
     std::size_t K, n;
-    std::vector<std::uint32_t> of_state, members;
+    std::vector<std::uint32_t> of_state;
     std::vector<double> class_row;
     std::vector<double> size;
     aligned_buffer f, tables, scratch;

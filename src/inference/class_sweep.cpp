@@ -15,7 +15,6 @@ void class_sweep::start(const state_classes& classes, const double* f) {
     ensure_size(parts_, 2 * n * stride);
     ensure_size(factor_, n * kernels::padded(n));
     ensure_size(scratch_, std::max<std::size_t>(n, 6) * stride);
-    members_.resize(2 * n);
     class_row_.resize(n);
     class_shared_.resize(n);
     class_bits_.resize(bits::words_for(n));
@@ -49,6 +48,5 @@ void class_sweep::write_table(const double* f, double* out) {
 }
 
 kernels::pair_classes class_sweep::kernel_view() {
-    return {n_states_,     size_.size(),   of_state_.data(), size_.data(),
-            parts_.data(), factor_.data(), scratch_.data(),  members_.data()};
+    return {n_states_, size_.size(), of_state_.data(), size_.data(), parts_.data(), factor_.data(), scratch_.data()};
 }

@@ -29,7 +29,7 @@ class class_sweep {
     kernels::pair_classes kernel_view();
 
     std::size_t n_states_ = 0;
-    std::vector<std::uint32_t> of_state_, members_;
+    std::vector<std::uint32_t> of_state_;
     std::vector<double> size_;
     std::vector<std::size_t> member_;  // a state of each class
     aligned_buffer parts_, factor_, scratch_;

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <functional>
@@ -12,6 +13,7 @@
 
 #include "inference/inference_tools.h"
 #include "inference/kernels/kernels.h"
+#include "inference/pair_store.h"
 #include "inference/slow_diploid.h"
 #include "inference/slow_ordered.h"
 #include "params/switch_rates.h"
@@ -113,6 +115,19 @@ void set_checkpoints(unordered_case& c, std::size_t interval) {
     }
 }
 
+// A genotype 0, 1, 2, or 3 for missing.
+void set_genotype(slow::pair_site& s, int g, const pair_rates& rates) {
+    s.emission = rates.genotype(g);
+    s.draw = g == 3 ? slow::pair_draw::genotype : g == 1 ? slow::pair_draw::order : slow::pair_draw::none;
+}
+
+// A genotype known by its probabilities.
+void set_probabilities(input_source& source, slow::pair_site& s) {
+    const double het = source.uniform();
+    s.emission = {source.uniform(), het, het, source.uniform()};
+    s.draw = slow::pair_draw::genotype;
+}
+
 // A site of random genotype, or of known phase in an ordered problem.
 template <typename Case>
 void fill_site(input_source& source, Case& c, std::size_t v, const pair_rates& rates, double missing) {
@@ -122,14 +137,8 @@ void fill_site(input_source& source, Case& c, std::size_t v, const pair_rates& r
         s.draw = slow::pair_draw::none;
         return;
     }
-    const int g = source.chance(missing) ? 3 : source.integer(0, 2);
-    s.emission = rates.genotype(g);
-    s.draw = g == 3 ? slow::pair_draw::genotype : g == 1 ? slow::pair_draw::order : slow::pair_draw::none;
-    if (source.chance(0.1)) {  // a genotype known by its probabilities
-        const double het = source.uniform();
-        s.emission = {source.uniform(), het, het, source.uniform()};
-        s.draw = slow::pair_draw::genotype;
-    }
+    set_genotype(s, source.chance(missing) ? 3 : source.integer(0, 2), rates);
+    if (source.chance(0.1)) set_probabilities(source, s);
 }
 
 template <typename Case>
@@ -175,7 +184,7 @@ std::array<double, 4> told_apart(bool ordered, std::array<double, 4> share) {
 }
 
 template <typename Case>
-void expect_agreement(Case& c, const walk_kind& kind, int seed, pair_tables& tables) {
+void expect_agreement(Case& c, const walk_kind& kind, int seed, pair_tables& tables, std::size_t keep_every) {
     double plain_next = 0.0, plain_L = 0.0;
     {
         seeded_draws draws(seed);
@@ -188,7 +197,7 @@ void expect_agreement(Case& c, const walk_kind& kind, int seed, pair_tables& tab
         plain_next = draws.next();
     }
     pair_problem problem = c.problem();
-    problem.keep_every = 1 + static_cast<std::size_t>(seed) % 7;  // any interval gives the same walk
+    problem.keep_every = keep_every;
     pair_results results;
     seeded_draws draws(seed);
     EXPECT_PRED3(nearly_equal, plain_L, pair_forward(problem, tables), 1e-12);
@@ -213,6 +222,26 @@ void expect_agreement(Case& c, const walk_kind& kind, int seed, pair_tables& tab
     if (kind.sample) {
         EXPECT_EQ(c.plain.stay_count, results.stay_count);
         EXPECT_EQ(c.plain.switch_count, results.switch_count);
+    }
+}
+
+// Any interval gives the same walk.
+std::size_t some_interval(int seed) {
+    return 1 + static_cast<std::size_t>(seed) % 7;
+}
+
+template <typename Case>
+void expect_agreement(Case& c, const walk_kind& kind, int seed, pair_tables& tables) {
+    expect_agreement(c, kind, seed, tables, some_interval(seed));
+}
+
+template <typename Case>
+void expect_agreement_of_all_kinds(const Case& c, int seed, pair_tables& tables, std::size_t keep_every) {
+    for (const walk_kind& kind : all_kinds) {
+        SCOPED_TRACE("sample " + std::to_string(kind.sample) + " backward " + std::to_string(kind.backward) +
+                     " in turns " + std::to_string(kind.in_turns) + " interval " + std::to_string(keep_every));
+        Case copy = c;
+        expect_agreement(copy, kind, seed, tables, keep_every);
     }
 }
 
@@ -659,6 +688,404 @@ TEST(pair_checkpoints, leave_their_block_to_the_next_sweep_of_the_same_size) {
         expect_agreement(c, all_kinds[0], repeat, tables);
         local = c.plain.local;
     }
+}
+
+// --- states that are copies of few different haplotypes -------------------------------------------------------------
+
+enum class stretch { copies, different };
+
+// A stretch of sites where the states are copies of n_patterns haplotypes, or all different. The individual is mostly
+// made of two of the states.
+void append_stretch(input_source& source, unordered_case& c, stretch kind, std::size_t n_sites, int n_patterns,
+                    double mu) {
+    const pair_rates rates(mu);
+    const auto K = static_cast<std::size_t>(c.plain.K);
+    std::vector<std::size_t> pattern(K);
+    for (std::size_t& p : pattern) p = static_cast<std::size_t>(source.integer(0, n_patterns - 1));
+    const auto first = static_cast<std::size_t>(source.integer(0, c.plain.K - 1));
+    const auto second = static_cast<std::size_t>(source.integer(0, c.plain.K - 1));
+    for (std::size_t i = 0; i < n_sites; ++i) {
+        const std::vector<int> of_pattern = random_row(source, n_patterns);
+        slow::pair_site s;
+        for (const std::size_t p : pattern) {
+            s.allele.push_back(kind == stretch::copies ? of_pattern[p] : source.integer(0, 1));
+        }
+        const int copied = s.allele[first] + s.allele[second];
+        set_genotype(s, source.chance(0.15) ? 3 : source.chance(0.02) ? source.integer(0, 2) : copied, rates);
+        if (source.chance(0.05)) set_probabilities(source, s);
+        c.plain.sites.push_back(s);
+        c.distance.push_back(source.chance(0.6) ? source.uniform(0.0, 0.5) : random_distance(source));
+    }
+}
+
+unordered_case empty_case(input_source& source, int K, double mu) {
+    unordered_case c;
+    c.plain.K = K;
+    c.set_rates(pair_rates(mu));
+    c.K_gap = source.chance(0.5) ? K : K + source.integer(1, 400);
+    return c;
+}
+
+// Stretches of both kinds in turn.
+unordered_case copied_case(input_source& source, int K, int n_patterns, std::size_t n_sites, double mu) {
+    unordered_case c = empty_case(source, K, mu);
+    stretch kind = source.chance(0.5) ? stretch::copies : stretch::different;
+    while (c.plain.sites.size() < n_sites) {
+        const auto length =
+            static_cast<std::size_t>(kind == stretch::copies ? source.integer(6, 60) : source.integer(2, 20));
+        append_stretch(source, c, kind, std::min(length, n_sites - c.plain.sites.size()), n_patterns, mu);
+        kind = kind == stretch::copies ? stretch::different : stretch::copies;
+    }
+    c.finish();
+    return c;
+}
+
+// How many blocks of the last sweep went by classes, and how many by pairs.
+struct block_counts {
+    int by_class = 0, by_pair = 0;
+
+    void add(const pair_tables& tables) {
+        for (const pair_block& block : tables.blocks) ++(block.by_class ? by_class : by_pair);
+    }
+};
+
+// The blocks follow each other from the first site to the last, and the tables at their ends are kept.
+void expect_chain_of_blocks(const pair_tables& tables, std::size_t n_sites, std::size_t keep_every) {
+    std::size_t at = 0;
+    for (const pair_block& block : tables.blocks) {
+        EXPECT_EQ(at, block.first);
+        EXPECT_GT(block.last, block.first);
+        EXPECT_LE(block.last - block.first, keep_every);
+        EXPECT_TRUE(keeps_table(tables, block.first));
+        EXPECT_TRUE(keeps_table(tables, block.last));
+        at = block.last;
+    }
+    EXPECT_EQ(n_sites - 1, at);
+}
+
+TEST(pairs_of_copies, agree_with_the_plain_recursion) {
+    input_source source(41);
+    block_counts counts;
+    for (const int K : {16, 20, 27, 40, 80}) {
+        for (const int n_patterns : {3, 4, 6}) {
+            if (n_patterns > K / 4) continue;
+            const unordered_case c =
+                copied_case(source, K, n_patterns, static_cast<std::size_t>(source.integer(70, 130)), 1e-3);
+            SCOPED_TRACE("K " + std::to_string(K) + " patterns " + std::to_string(n_patterns));
+            for (const std::size_t keep_every : {48U, 16U}) {
+                pair_tables tables;
+                expect_agreement_of_all_kinds(c, K + n_patterns, tables, keep_every);
+                expect_chain_of_blocks(tables, c.plain.sites.size(), keep_every);
+                counts.add(tables);
+            }
+        }
+    }
+    EXPECT_GT(counts.by_class, 40);
+    EXPECT_GT(counts.by_pair, 40);
+}
+
+TEST(pairs_of_copies, agree_at_any_interval) {
+    input_source source(42);
+    const unordered_case c = copied_case(source, 16, 4, 90, 1e-3);
+    for (const std::size_t keep_every : {1U, 2U, 5U, 6U, 7U, 8U, 13U, 17U, 47U, 1000U}) {
+        pair_tables tables;
+        expect_agreement_of_all_kinds(c, 4, tables, keep_every);
+        expect_chain_of_blocks(tables, c.plain.sites.size(), keep_every);
+        block_counts counts;
+        counts.add(tables);
+        EXPECT_EQ(keep_every >= 6, counts.by_class > 0) << "a shorter block is not worth its classes";
+        EXPECT_GT(counts.by_pair, 0);
+    }
+}
+
+TEST(pairs_of_copies, agree_for_many_draws) {
+    input_source source(43);
+    for (const int K : {16, 21}) {
+        const unordered_case c = copied_case(source, K, 4, 100, 1e-2);
+        pair_tables tables;
+        for (int seed = 1; seed <= 20; ++seed) {
+            for (const walk_kind& kind : {all_kinds[0], all_kinds[1], all_kinds[4]}) {
+                unordered_case copy = c;
+                expect_agreement(copy, kind, seed, tables, 48);
+            }
+        }
+    }
+}
+
+TEST(pairs_of_copies, agree_in_more_classes_than_a_word_has_bits) {
+    input_source source(44);
+    constexpr std::size_t n_patterns = 68;
+    unordered_case c = empty_case(source, 4 * n_patterns + 3, 1e-3);
+    append_stretch(source, c, stretch::copies, 14, 1, 1e-3);
+    for (slow::pair_site& s : c.plain.sites) {
+        for (std::size_t k = 0; k < s.allele.size(); ++k) {
+            s.allele[k] = k < n_patterns ? source.integer(0, 1) : s.allele[k % n_patterns];
+        }
+        set_genotype(s, source.chance(0.2) ? 3 : s.allele[1] + s.allele[66], pair_rates(1e-3));
+    }
+    c.finish();
+    pair_tables tables;
+    expect_agreement(c, all_kinds[0], 3, tables, 48);
+    ASSERT_EQ(1U, tables.blocks.size());
+    EXPECT_TRUE(tables.blocks[0].by_class);
+    EXPECT_GT(tables.classes.n_classes(), bits::word_bits);
+}
+
+// Blocks by classes end where the values are scaled.
+TEST(pairs_of_copies, agree_through_many_divisions) {
+    input_source source(45);
+    int n_ended = 0, n_scaled = 0;
+    for (const double mu : {1e-4, 1e-12, 1e-20, 1e-40}) {
+        for (const int K : {16, 25}) {
+            unordered_case c = copied_case(source, K, 4, 110, mu);
+            const pair_rates rates(mu);
+            for (slow::pair_site& s : c.plain.sites) {
+                if (!source.chance(0.3)) continue;
+                const int a = source.integer(0, 1);
+                s.allele.assign(s.allele.size(), a);
+                set_genotype(s, 2 - 2 * a, rates);
+            }
+            c.finish();
+            SCOPED_TRACE("K " + std::to_string(K) + " mu " + std::to_string(mu));
+            pair_tables tables;
+            expect_agreement_of_all_kinds(c, 17, tables, 48);
+            expect_chain_of_blocks(tables, 110, 48);
+            for (const pair_block& block : tables.blocks) {
+                if (!block.by_class) continue;
+                for (std::size_t v = block.first + 1; v < block.last; ++v) EXPECT_EQ(1.0, tables.scale[v]);
+                if (tables.scale[block.last] != 1.0) ++n_ended;
+            }
+            for (const double scale : tables.scale) n_scaled += scale != 1.0 ? 1 : 0;
+        }
+    }
+    EXPECT_GT(n_ended, 30);
+    EXPECT_GT(n_scaled, n_ended);
+}
+
+TEST(pairs_of_copies, agree_where_all_states_have_one_allele) {
+    input_source source(46);
+    for (const int K : {8, 17, 40}) {
+        unordered_case c = empty_case(source, K, 1e-3);
+        append_stretch(source, c, stretch::copies, 75, 1, 1e-3);
+        c.finish();
+        pair_tables tables;
+        expect_agreement_of_all_kinds(c, K, tables, 48);
+        ASSERT_EQ(2U, tables.blocks.size());
+        for (const pair_block& block : tables.blocks) EXPECT_TRUE(block.by_class);
+    }
+}
+
+TEST(pairs_of_copies, agree_at_distances_that_all_or_no_memory_survives) {
+    input_source source(47);
+    for (const double far : {0.0, 0.2, 1.0}) {
+        for (const int K : {16, 22}) {
+            unordered_case c = copied_case(source, K, 4, 80, 1e-2);
+            for (double& d : c.distance) d = source.chance(far) ? 1e9 : 0.0;
+            c.finish();
+            pair_tables tables;
+            expect_agreement_of_all_kinds(c, K, tables, 48);
+            block_counts counts;
+            counts.add(tables);
+            EXPECT_GT(counts.by_class, 0);
+        }
+    }
+}
+
+TEST(pairs_of_copies, agree_where_emissions_are_probabilities_of_genotypes) {
+    input_source source(48);
+    for (const int K : {16, 33}) {
+        unordered_case c = copied_case(source, K, 4, 100, 1e-3);
+        for (slow::pair_site& s : c.plain.sites) {
+            set_probabilities(source, s);
+            if (!source.chance(0.2)) continue;
+            // The genotype is certain, or nearly so.
+            const double other = source.chance(0.5) ? 0.0 : 1e-30;
+            s.emission = {1.0, other, other, other};
+        }
+        c.finish();
+        pair_tables tables;
+        expect_agreement_of_all_kinds(c, K, tables, 48);
+        block_counts counts;
+        counts.add(tables);
+        EXPECT_GT(counts.by_class, 0);
+    }
+}
+
+TEST(pairs_of_copies, agree_where_emissions_are_no_probabilities) {
+    input_source source(49);
+    for (const double odd : {-0.1, 7.0}) {
+        for (const std::size_t bad : {3U, 20U, 41U}) {
+            unordered_case c = empty_case(source, 16, 1e-3);
+            append_stretch(source, c, stretch::copies, 60, 4, 1e-3);
+            c.plain.sites[bad].allele.assign(16, 1);
+            c.plain.sites[bad].emission = {0.2, 0.3, 0.3, odd};
+            c.finish();
+            SCOPED_TRACE("site " + std::to_string(bad) + " emission " + std::to_string(odd));
+            for (const walk_kind& kind : {all_kinds[1], all_kinds[4]}) {
+                pair_tables tables;
+                unordered_case copy = c;
+                expect_agreement(copy, kind, 7, tables, 48);
+                EXPECT_TRUE(tables.blocks.front().by_class);
+            }
+        }
+    }
+}
+
+TEST(pairs_of_copies, fall_to_the_last_pair_when_no_pair_explains_the_data) {
+    input_source source(50);
+    const pair_rates rates(0.0);
+    for (const std::size_t bad : {0U, 1U, 9U, 48U, 49U, 59U}) {
+        unordered_case c = empty_case(source, 18, 0.0);
+        for (const stretch kind : {stretch::copies, stretch::different, stretch::copies}) {
+            append_stretch(source, c, kind, 20, 3, 0.0);
+        }
+        // The first two states explain all sites but one.
+        for (std::size_t v = 0; v < 60; ++v) {
+            c.distance[v] = 3.0;
+            c.plain.sites[v].allele[0] = 0;
+            c.plain.sites[v].allele[1] = v < 20 || v >= 40 ? 0 : 1;
+            set_genotype(c.plain.sites[v], c.plain.sites[v].allele[1], rates);
+        }
+        c.plain.sites[bad].allele.assign(18, 1);
+        set_genotype(c.plain.sites[bad], 0, rates);
+        c.finish();
+        SCOPED_TRACE("site " + std::to_string(bad));
+        for (const walk_kind& kind : {all_kinds[1], all_kinds[4]}) {
+            pair_tables tables;
+            unordered_case copy = c;
+            expect_agreement(copy, kind, 5, tables, 48);
+            EXPECT_EQ((std::array<int, 2>{17, 17}),
+                      (std::array<int, 2>{copy.plain.sites.back().state_a, copy.plain.sites.back().state_b}));
+            block_counts counts;
+            counts.add(tables);
+            EXPECT_GT(counts.by_class, 0);
+        }
+    }
+}
+
+TEST(pairs_of_copies, agree_where_the_tables_were_used_before) {
+    input_source source(51);
+    pair_tables tables;
+    for (const int K : {40, 16, 3, 70, 17, 40}) {
+        for (const walk_kind& kind : {all_kinds[0], all_kinds[1], all_kinds[2]}) {
+            unordered_case c = copied_case(source, K, 3, static_cast<std::size_t>(source.integer(20, 90)), 1e-3);
+            expect_agreement(c, kind, K, tables, 48);
+            ordered_case o = random_case<ordered_case>(source, K / 2, 5, 1e-3, 0.2);
+            expect_agreement(o, kind, K, tables, 48);
+        }
+    }
+}
+
+// All that a sweep and its walk give.
+std::vector<double> results_of(const unordered_case& c, const walk_kind& kind, pair_tables& tables) {
+    seeded_draws draws(6);
+    pair_results results;
+    std::vector<double> all{pair_forward(c.problem(), tables)};
+    pair_walk(c.problem(), tables, {kind.sample, kind.backward, kind.in_turns, false}, c.requests, results);
+    for (const auto& state : results.state) all.insert(all.end(), state.begin(), state.end());
+    if (kind.backward) {
+        for (const auto& w : results.weights) all.insert(all.end(), w.begin(), w.end());
+    }
+    for (std::size_t v = 0; kind.sample && v < results.alleles.size(); ++v) {
+        if (c.requests[v].draw_alleles) all.insert(all.end(), results.alleles[v].begin(), results.alleles[v].end());
+    }
+    all.push_back(draws.next());
+    return all;
+}
+
+TEST(pairs_of_copies, give_the_same_bits_at_every_level_of_the_kernels) {
+    input_source source(52);
+    const kernels::table& best = kernels::active();
+    for (const int K : {16, 20, 37, 80}) {
+        const unordered_case c = copied_case(source, K, 4, 100, 1e-3);
+        for (const walk_kind& kind : all_kinds) {
+            std::vector<double> expected;
+            for (const auto l : {kernels::level::baseline, kernels::level::avx2, kernels::level::avx512}) {
+                if (!kernels::available(l)) continue;
+                kernels::choose(l);
+                pair_tables tables;
+                const std::vector<double> found = results_of(c, kind, tables);
+                block_counts counts;
+                counts.add(tables);
+                EXPECT_GT(counts.by_class, 0);
+                if (expected.empty()) expected = found;
+                EXPECT_EQ(expected, found) << "level " << static_cast<int>(l) << " K " << K;
+            }
+        }
+    }
+    EXPECT_EQ(&best, &kernels::active()) << "the best level is the last one";
+}
+
+TEST(pairs_of_copies, go_by_pairs_between_checkpoints) {
+    input_source source(53);
+    for (const int K : {16, 29}) {
+        for (const std::size_t interval : {8U, 11U}) {
+            unordered_case c = copied_case(source, K, 4, 90, 1e-3);
+            set_checkpoints(c, interval);
+            for (const walk_kind& kind : {all_kinds[0], all_kinds[1], all_kinds[2]}) {
+                unordered_case copy = c;
+                pair_tables tables;
+                expect_agreement(copy, kind, K, tables, 48);
+                block_counts counts;
+                counts.add(tables);
+                EXPECT_EQ(0, counts.by_class);
+            }
+        }
+    }
+}
+
+TEST(pairs_of_copies, go_by_pairs_where_states_are_few_or_pairs_ordered) {
+    input_source source(54);
+    unordered_case few = empty_case(source, 7, 1e-3);
+    append_stretch(source, few, stretch::copies, 30, 1, 1e-3);
+    few.finish();
+    ordered_case ordered = random_case<ordered_case>(source, 16, 30, 1e-3, 0.1);
+    for (slow::pair_site& s : ordered.plain.sites) s.allele.assign(16, 0);
+    ordered.finish();
+    pair_tables tables;
+    expect_agreement(few, all_kinds[0], 2, tables, 48);
+    for (const pair_block& block : tables.blocks) EXPECT_FALSE(block.by_class);
+    expect_agreement(ordered, all_kinds[0], 2, tables, 48);
+    for (const pair_block& block : tables.blocks) EXPECT_FALSE(block.by_class);
+}
+
+// Every entry, however small it is, by each of the ways in which a walk may ask for it.
+TEST(pairs_of_copies, have_the_forward_tables_of_the_plain_recursion) {
+    input_source source(55);
+    block_counts counts;
+    for (const int K : {16, 20, 35}) {
+        for (const double mu : {1e-2, 1e-9}) {
+            unordered_case c = copied_case(source, K, 4, 80, mu);
+            c.plain.forward();
+            pair_tables tables;
+            const pair_problem problem = c.problem();
+            pair_forward(problem, tables);
+            counts.add(tables);
+            const auto expect_entry = [&](std::size_t v, int a, int b, double found) {
+                const double expected = c.plain.sites[v].fwd[static_cast<std::size_t>(a)][static_cast<std::size_t>(b)];
+                if (!(std::abs(expected - found) <= 1e-12 * expected)) {
+                    ADD_FAILURE() << "site " << v << " pair " << a << ", " << b << ": " << expected << ", " << found;
+                }
+            };
+            for (const bool every_table : {false, true}) {
+                pair_store store(problem, tables, every_table);
+                for (std::size_t v = 80; v-- > 0;) {
+                    store.enter(v);
+                    // One pair for a while, then another.
+                    const int a = static_cast<int>(v / 5) % K, b = a * 2 / 3;
+                    expect_entry(v, a, b, store.value(a, b));
+                    expect_entry(v, a, a, store.value(a, a));
+                    if (!every_table && v % 3 != 0) continue;
+                    const double* table = store.table();
+                    for (int i = 0; i < K; ++i) {
+                        for (int j = 0; j <= i; ++j) expect_entry(v, i, j, table[pair_place(problem, i, j)]);
+                    }
+                }
+            }
+        }
+    }
+    EXPECT_GT(counts.by_class, 6);
+    EXPECT_GT(counts.by_pair, 6);
 }
 
 }  // namespace

@@ -5,6 +5,8 @@
 #include <array>
 #include <bit>
 #include <functional>
+#include <limits>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -270,17 +272,37 @@ TEST(kernel_levels, multiply_sum_and_divide) {
     });
 }
 
+// One forward step of the triangle in place, as the recursion reads. Fills row, which has each pair in both its rows.
+// Returns the sum of the table.
+double plain_forward(const kernel_inputs& in, aligned_buffer& f, const double* g, double stay, double c,
+                     const std::uint64_t* alleles, const double* e, std::vector<double>& row) {
+    row.assign(in.K, 0.0);
+    double sum = 0.0;
+    for (std::size_t a = 0; a < in.K; ++a) {
+        for (std::size_t b = 0; b <= a; ++b) {
+            const double stayed = stay * f[in.in_triangle(a, b)];
+            double w = stayed + g[a] + g[b] + c;
+            if (a == b) w = (stayed + w) * 0.5;
+            const std::size_t n_ones = (bits::get(alleles, a) ? 1U : 0U) + (bits::get(alleles, b) ? 1U : 0U);
+            const double v = w * e[n_ones];
+            f[in.in_triangle(a, b)] = v;
+            row[a] += v;
+            row[b] += v;
+            sum += v;
+        }
+    }
+    return sum;
+}
+
 TEST(kernel_levels, diploid_forward) {
     for_all_sizes(5, [](kernel_inputs& in) {
         const std::size_t size = kernels::triangle_size(in.K), p = padded(in.K);
         const auto step = [&](const kernels::table& t, const aligned_buffer& from, aligned_buffer& out) {
-            aligned_buffer row(p), row_sums(p), emission_rows(2 * p);
+            aligned_buffer row(p), emission_rows(2 * p);
             std::vector<double> all{t.diploid_forward(in.K, from.data(), in.g.data(), in.alpha, in.beta, in.bits.data(),
-                                                      in.e.data(), emission_rows.data(), out.data(), row.data(),
-                                                      row_sums.data())};
+                                                      in.e.data(), emission_rows.data(), out.data(), row.data())};
             append(all, out, size);
             append(all, row, in.K);
-            append(all, row_sums, in.K);
             return all;
         };
         const auto found = same_at_all_levels([&](const kernels::table& t) {
@@ -292,49 +314,247 @@ TEST(kernel_levels, diploid_forward) {
             return step(t, table, table);
         });
         EXPECT_EQ(found, in_place);
-        std::vector<double> row(in.K, 0.0);
-        double sum = 0.0;
+        aligned_buffer table = in.triangle_f;
+        std::vector<double> row;
+        expect_near(plain_forward(in, table, in.g.data(), in.alpha, in.beta, in.bits.data(), in.e.data(), row),
+                    found[0]);
         for (std::size_t a = 0; a < in.K; ++a) {
-            double in_triangle_row = 0.0;
-            for (std::size_t b = 0; b <= a; ++b) {
-                const double stayed = in.alpha * in.triangle_f[in.in_triangle(a, b)];
-                double w = stayed + in.g[a] + in.g[b] + in.beta;
-                if (a == b) w = (stayed + w) * 0.5;
-                const double v = w * in.e[static_cast<std::size_t>(in.allele(a) + in.allele(b))];
-                expect_near(v, found[1 + in.in_triangle(a, b)]);
-                row[a] += v;
-                row[b] += v;
-                sum += v;
-                in_triangle_row += v;
-            }
+            for (std::size_t b = 0; b <= a; ++b)
+                expect_near(table[in.in_triangle(a, b)], found[1 + in.in_triangle(a, b)]);
             for (std::size_t b = a + 1; b < padded(a + 1); ++b) EXPECT_EQ(0.0, found[1 + in.in_triangle(a, b)]);
-            expect_near(in_triangle_row, found[1 + size + in.K + a]);
+            expect_near(row[a], found[1 + size + a]);
         }
-        for (std::size_t a = 0; a < in.K; ++a) expect_near(row[a], found[1 + size + a]);
-        expect_near(sum, found[0]);
     });
 }
 
-TEST(kernel_levels, diploid_forward_row_has_the_entries_of_the_table) {
-    for_all_sizes(14, [](kernel_inputs& in) {
-        const std::size_t p = padded(in.K);
-        aligned_buffer row(p), row_sums(p), emission_rows(2 * p), table(kernels::triangle_size(in.K));
-        const auto entry = [&in](const aligned_buffer& f, std::size_t a, std::size_t b) {
-            return f[in.in_triangle(std::max(a, b), std::min(a, b))];
-        };
-        kernels::active().diploid_forward(in.K, in.triangle_f.data(), in.g.data(), in.alpha, in.beta, in.bits.data(),
-                                          in.e.data(), emission_rows.data(), table.data(), row.data(), row_sums.data());
-        for (std::size_t a = 0; a < in.K; a += in.K / 4 + 1) {
+// --- steps by classes of states -------------------------------------------------------------------------------------
+
+// All terms of these steps are positive: what is small must be right too.
+void expect_close(double expected, double found) {
+    if (!(std::abs(expected - found) <= 1e-13 * expected)) {
+        ADD_FAILURE() << expected << " expected, " << found << " found";
+    }
+}
+
+// What leads into a site where the states of a class have one allele.
+struct site_of_classes {
+    double stay = 0.0, constant = 0.0;
+    aligned_buffer shared;
+    std::vector<double> class_shared;
+    std::vector<std::uint64_t> alleles, class_alleles;
+    std::array<double, 3> e{};
+
+    kernels::class_site view() const {
+        return {stay, constant, shared.data(), class_shared.data(), alleles.data(), class_alleles.data(), e.data()};
+    }
+};
+
+// Classes of the states of a kernel_inputs, none of them empty, and a few sites.
+struct class_inputs {
+    class_inputs(input_source& source, const kernel_inputs& in, std::size_t n)
+        : K(in.K), n_classes(n), of_state(in.K), size(n, 0.0) {
+        for (std::size_t k = 0; k < K; ++k) {
+            of_state[k] = static_cast<std::uint32_t>(k < n ? k : static_cast<std::size_t>(source.integer(0, 1000)) % n);
+        }
+        for (std::size_t k = K; k > 1; --k) {
+            std::swap(of_state[k - 1], of_state[static_cast<std::size_t>(source.integer(0, 1000)) % k]);
+        }
+        for (const std::uint32_t c : of_state) size[c] += 1.0;
+        for (int i = 0; i < 5; ++i) sites.push_back(random_site(source));
+    }
+
+    std::size_t K, n_classes;
+    std::vector<std::uint32_t> of_state;
+    std::vector<double> size;
+    std::vector<site_of_classes> sites;
+
+  private:
+    static double value(input_source& source) { return source.uniform() * std::pow(10.0, -source.integer(0, 12)); }
+    site_of_classes random_site(input_source& source) const {
+        site_of_classes s;
+        s.stay = source.uniform(0.2, 1.0);
+        s.constant = value(source);
+        s.shared.assign(padded(K), 0.0);
+        s.class_shared.assign(n_classes, 0.0);
+        s.alleles.assign(bits::words_for(K), 0);
+        s.class_alleles.assign(bits::words_for(n_classes), 0);
+        for (std::size_t c = 0; c < n_classes; ++c) bits::set(s.class_alleles.data(), c, source.chance(0.5));
+        for (std::size_t k = 0; k < K; ++k) {
+            s.shared[k] = value(source);
+            s.class_shared[of_state[k]] += s.shared[k];
+            bits::set(s.alleles.data(), k, bits::get(s.class_alleles.data(), of_state[k]));
+        }
+        for (double& e : s.e) e = value(source);
+        return s;
+    }
+};
+
+// The storage of the kernels, full of what must not be read.
+struct class_storage {
+    explicit class_storage(const class_inputs& c)
+        : classes(c),
+          parts(c.n_classes * padded(c.K) * 2, stale),
+          factor(c.n_classes * padded(c.n_classes), stale),
+          scratch(std::max<std::size_t>(c.n_classes, 6) * padded(c.K), stale),
+          class_row(c.n_classes, stale),
+          row(padded(c.K), stale) {}
+
+    kernels::pair_classes view() {
+        return {classes.K,    classes.n_classes, classes.of_state.data(), classes.size.data(),
+                parts.data(), factor.data(),     scratch.data()};
+    }
+    void start(const kernels::table& t, const aligned_buffer& f) {
+        t.pairs_to_classes(view(), f.data(), class_row.data());
+    }
+    void step(const kernels::table& t, const site_of_classes& site) {
+        t.class_step(view(), site.view(), row.data(), class_row.data());
+    }
+
+    static constexpr double stale = std::numeric_limits<double>::quiet_NaN();
+    const class_inputs& classes;
+    aligned_buffer parts, factor, scratch;
+    std::vector<double> class_row;
+    aligned_buffer row;
+};
+
+// Of all states with all classes the sums over the pairs of a table, [class][padded K]; that of one state twice.
+std::vector<double> plain_class_sums(const kernel_inputs& in, const class_inputs& classes, const aligned_buffer& f) {
+    const std::size_t stride = padded(in.K);
+    std::vector<double> sums(classes.n_classes * stride, 0.0);
+    for (std::size_t a = 0; a < in.K; ++a) {
+        for (std::size_t b = 0; b <= a; ++b) {
+            sums[classes.of_state[b] * stride + a] += f[in.in_triangle(a, b)];
+            sums[classes.of_state[a] * stride + b] += f[in.in_triangle(a, b)];
+        }
+    }
+    return sums;
+}
+
+// found has the sums of the rows of each class, and then the parts.
+void expect_class_sums(const kernel_inputs& in, const class_inputs& classes, const aligned_buffer& f,
+                       const double* found) {
+    const std::size_t stride = padded(in.K);
+    const std::vector<double> sums = plain_class_sums(in, classes, f);
+    for (std::size_t c = 0; c < classes.n_classes; ++c) {
+        double in_class = 0.0;
+        for (std::size_t k = 0; k < stride; ++k) {
+            const double in_part =
+                found[classes.n_classes + (c * stride + k / kernels::lane_count * kernels::lane_count) * 2 +
+                      k % kernels::lane_count];
+            if (k < in.K) {
+                expect_close(sums[c * stride + k], in_part);
+            } else {
+                EXPECT_EQ(0.0, in_part) << "past the last state";
+            }
+            in_class += sums[c * stride + k];
+        }
+        expect_close(in_class, found[c]);
+    }
+}
+
+void for_all_classes(std::uint64_t seed, const std::function<void(const kernel_inputs&, const class_inputs&)>& check) {
+    input_source source(seed);
+    for (const std::size_t K : state_counts) {
+        const kernel_inputs in(source, K);
+        for (const std::size_t n : std::set<std::size_t>{1, 2, 3, 8, 9, K / 4, K / 2 + 1, 64, 65, 66, K}) {
+            if (n < 1 || n > K) continue;
+            SCOPED_TRACE("K " + std::to_string(K) + " classes " + std::to_string(n));
+            check(in, class_inputs(source, in, n));
+        }
+    }
+}
+
+TEST(kernel_levels, pairs_to_classes) {
+    for_all_classes(15, [](const kernel_inputs& in, const class_inputs& classes) {
+        const std::size_t n = classes.n_classes, stride = padded(in.K), n_parts = n * stride * 2;
+        const auto found = same_at_all_levels([&](const kernels::table& t) {
+            class_storage s(classes);
+            s.start(t, in.triangle_f);
+            std::vector<double> all = s.class_row;
+            append(all, s.parts, n_parts);
+            append(all, s.factor, n * padded(n));
+            return all;
+        });
+        expect_class_sums(in, classes, in.triangle_f, found.data());
+        for (std::size_t i = 0; i < n_parts; ++i) {
+            if (i / kernels::lane_count % 2 == 1) {
+                EXPECT_EQ(0.0, found[n + i]) << "something arrived";
+            }
+        }
+        for (std::size_t a = 0; a < n; ++a) {
+            for (std::size_t b = 0; b < n; ++b) EXPECT_EQ(1.0, found[n + n_parts + a * padded(n) + b]);
+        }
+    });
+}
+
+TEST(kernel_levels, class_step) {
+    for_all_classes(16, [](const kernel_inputs& in, const class_inputs& classes) {
+        const std::size_t n = classes.n_classes, stride = padded(in.K), n_parts = n * stride * 2;
+        const auto found = same_at_all_levels([&](const kernels::table& t) {
+            class_storage s(classes);
+            s.start(t, in.triangle_f);
+            std::vector<double> all;
+            for (const site_of_classes& site : classes.sites) {
+                s.step(t, site);
+                all.insert(all.end(), s.class_row.begin(), s.class_row.end());
+                append(all, s.parts, n_parts);
+                append(all, s.row, stride);
+            }
+            return all;
+        });
+        aligned_buffer table = in.triangle_f;
+        std::vector<double> row;
+        const double* here = found.data();
+        for (const site_of_classes& site : classes.sites) {
+            plain_forward(in, table, site.shared.data(), site.stay, site.constant, site.alleles.data(), site.e.data(),
+                          row);
+            expect_class_sums(in, classes, table, here);
+            here += n + n_parts;
+            for (std::size_t k = 0; k < in.K; ++k) expect_close(row[k], here[k]);
+            for (std::size_t k = in.K; k < stride; ++k) EXPECT_EQ(0.0, here[k]);
+            here += stride;
+        }
+    });
+}
+
+TEST(kernel_levels, classes_to_pairs) {
+    for_all_classes(17, [](const kernel_inputs& in, const class_inputs& classes) {
+        const std::size_t size = kernels::triangle_size(in.K);
+        aligned_buffer table = in.triangle_f, by_kernel = in.triangle_f;
+        aligned_buffer row_of_kernel(padded(in.K)), emission_rows(2 * padded(in.K));
+        std::vector<double> row;
+        for (std::size_t n_steps = 0; n_steps <= classes.sites.size(); ++n_steps) {
             const auto found = same_at_all_levels([&](const kernels::table& t) {
-                aligned_buffer values(p);
-                for (std::size_t b = 0; b < in.K; ++b) values[b] = entry(in.triangle_f, a, b);
-                t.diploid_forward_row(in.K, a, values.data(), in.g.data(), in.alpha, in.beta, in.bits.data(),
-                                      in.e.data(), values.data());
+                class_storage s(classes);
+                s.start(t, in.triangle_f);
+                for (std::size_t i = 0; i < n_steps; ++i) s.step(t, classes.sites[i]);
+                aligned_buffer out(size, 5.0), in_place = in.triangle_f;
+                t.classes_to_pairs(s.view(), in.triangle_f.data(), out.data());
+                t.classes_to_pairs(s.view(), in_place.data(), in_place.data());
+                EXPECT_EQ(out, in_place);
                 std::vector<double> all;
-                append(all, values, in.K);
+                append(all, out, size);
                 return all;
             });
-            for (std::size_t b = 0; b < in.K; ++b) expect_near(entry(table, a, b), found[b]);
+            if (n_steps > 0) {
+                const site_of_classes& site = classes.sites[n_steps - 1];
+                plain_forward(in, table, site.shared.data(), site.stay, site.constant, site.alleles.data(),
+                              site.e.data(), row);
+                kernels::active().diploid_forward(in.K, by_kernel.data(), site.shared.data(), site.stay, site.constant,
+                                                  site.alleles.data(), site.e.data(), emission_rows.data(),
+                                                  by_kernel.data(), row_of_kernel.data());
+            }
+            for (std::size_t a = 0; a < in.K; ++a) {
+                for (std::size_t b = 0; b < padded(a + 1); ++b) {
+                    const std::size_t i = in.in_triangle(a, b);
+                    if (b > a || n_steps == 0) {
+                        EXPECT_EQ(table[i], found[i]);
+                    } else {
+                        expect_close(table[i], found[i]);
+                        expect_close(by_kernel[i], found[i]);
+                    }
+                }
+            }
         }
     });
 }

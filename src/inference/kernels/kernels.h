@@ -62,12 +62,11 @@ struct pair_classes {
     std::size_t n_states, n_classes;
     const std::uint32_t* of_state;  // [K]: the class of a state
     const double* size;             // [n_classes]
-    // [padded K / 8][n_classes][2][8]: of eight states with a class the sums over the pairs with all its states, that
+    // [n_classes][padded K / 8][2][8]: of eight states with a class the sums over the pairs with all its states, that
     // of one state twice; and what arrived, see classes_to_pairs. Zeros past K.
     double* parts;
-    double* factor;          // [n_classes][padded n_classes]: by the classes of both states
-    double* scratch;         // [n_classes][max(8, padded K)]
-    std::uint32_t* members;  // scratch, [2][n_classes]
+    double* factor;   // [n_classes][padded n_classes]: by the classes of both states
+    double* scratch;  // [max(6, n_classes)][padded K]
 };
 // What leads into a site, and what is seen there.
 struct class_site {

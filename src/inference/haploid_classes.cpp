@@ -118,53 +118,121 @@ class class_block {
     double* left_ = nullptr;
 };
 
-// Finds the classes among the states in a block of the panel, and their alleles.
+// Lists the classes among the states in a block of the panel.
 void list_states(const haploid_problem& p, const haplotype_classes& classes, std::size_t b, const int* hap,
                  haploid_class_tables& c) {
     constexpr std::uint16_t none = 0xffff;
-    const haplotype_classes::block& of_panel = classes.blocks()[b];
+    const std::size_t n_of_panel = classes.blocks()[b].n_classes;
     const std::uint16_t* class_of = classes.class_of(b);
     std::uint16_t* of_state = c.of_state.data() + b * p.n_states;
-    c.local.assign(of_panel.n_classes, none);
-    c.met.resize(of_panel.n_classes);
+    c.local.assign(n_of_panel, none);
+    c.met.resize(n_of_panel);
     std::uint16_t* local = c.local.data();
     std::uint16_t* met = c.met.data();
     std::size_t n_met = 0;
     for (std::size_t k = 0; k < p.n_states; ++k) {
-        const std::uint16_t of_panel_class = class_of[hap[k]];
-        if (local[of_panel_class] == none) {
-            met[n_met] = of_panel_class;
-            local[of_panel_class] = static_cast<std::uint16_t>(n_met++);
+        const std::uint16_t of_panel = class_of[hap[k]];
+        if (local[of_panel] == none) {
+            met[n_met] = of_panel;
+            local[of_panel] = static_cast<std::uint16_t>(n_met++);
         }
-        of_state[k] = local[of_panel_class];
+        of_state[k] = local[of_panel];
     }
     c.met.resize(n_met);
-    c.blocks[b].n_classes = c.met.size();
+    c.blocks[b].n_classes = n_met;
     c.blocks[b].sizes = c.n_sizes;
-    const std::size_t stride = kernels::padded(c.met.size());
-    c.n_sizes += stride;
+    c.n_sizes += kernels::padded(n_met);
     ensure_size(c.size, c.n_sizes);
     add_by_class(
-        p.n_states, of_state, stride, [](std::size_t /*k*/) { return 1.0; }, c.scratch, &c.size[c.blocks[b].sizes]);
+        p.n_states, of_state, kernels::padded(n_met), [](std::size_t /*k*/) { return 1.0; }, c.scratch,
+        &c.size[c.blocks[b].sizes]);
+}
+
+// Lists the alleles of the classes that were met, site by site.
+void list_alleles(const haplotype_classes& classes, std::size_t b, haploid_class_tables& c) {
+    const haplotype_classes::block& of_panel = classes.blocks()[b];
+    const std::size_t n_sites = of_panel.end - of_panel.first, words = bits::words_for(c.met.size());
     c.blocks[b].alleles = c.alleles.size();
-    const std::size_t words = bits::words_for(c.met.size());
-    c.alleles.resize(c.alleles.size() + (of_panel.end - of_panel.first) * words);
-    alignas(64) std::array<std::uint64_t, bits::word_bits> square;
-    for (std::size_t first = of_panel.first; first < of_panel.end; first += bits::word_bits) {
-        const std::size_t n_sites = std::min(bits::word_bits, of_panel.end - first);
-        std::uint64_t* out = &c.alleles[c.blocks[b].alleles + (first - of_panel.first) * words];
+    c.alleles.resize(c.alleles.size() + n_sites * words);
+    alignas(64) std::array<std::uint64_t, bits::word_bits> square{};
+    for (std::size_t first = 0; first < n_sites; first += bits::word_bits) {
+        std::uint64_t* out = &c.alleles[c.blocks[b].alleles + first * words];
         for (std::size_t w = 0; w < words; ++w) {
-            const std::size_t n = std::min(bits::word_bits, c.met.size() - w * bits::word_bits);
-            square.fill(0);
-            for (std::size_t i = 0; i < n; ++i) {
-                square[i] = classes.alleles(of_panel,
-                                            c.met[w * bits::word_bits + i])[(first - of_panel.first) / bits::word_bits];
+            const std::size_t first_class = w * bits::word_bits;
+            const std::size_t n = std::min(bits::word_bits, c.met.size() - first_class);
+            for (std::size_t i = 0; i < bits::word_bits; ++i) {
+                square[i] = i < n ? classes.alleles(of_panel, c.met[first_class + i])[first / bits::word_bits] : 0;
             }
             kernels::active().transpose(square.data(), square.data());
-            for (std::size_t j = 0; j < n_sites; ++j) out[j * words + w] = square[j];
+            for (std::size_t j = 0; j < std::min(bits::word_bits, n_sites - first); ++j) out[j * words + w] = square[j];
         }
     }
 }
+
+class forward_by_class {
+  public:
+    forward_by_class(const haploid_problem& problem, haploid_tables& tables, haploid_class_tables& by_class)
+        : p_(problem), t_(tables), c_(by_class) {}
+
+    bool run(const haplotype_classes& classes, const int* hap) {
+        const std::size_t n_blocks = classes.blocks().size();
+        c_.blocks.assign(n_blocks, {});
+        c_.of_state.resize(n_blocks * p_.n_states);
+        c_.alleles.clear();
+        c_.n_sizes = 0;
+        ensure_size(c_.vectors, n_blocks * kernels::padded(p_.n_states));
+        std::fill_n(c_.vectors.begin(), p_.n_states, 1.0);
+        for (std::size_t b = 0; b < n_blocks; ++b) {
+            c_.blocks[b].anchor = last_anchor_;
+            list_states(p_, classes, b, hap, c_);
+            list_alleles(classes, b, c_);
+            class_block block(p_, t_, c_, b, classes.blocks()[b].first);
+            if (!pass_block(block, classes.blocks()[b].end)) return false;
+            if (b + 1 < n_blocks) {
+                double* next = c_.vectors.data() + (b + 1) * kernels::padded(p_.n_states);
+                block.write(block.image(last_anchor_), block.left(), next);
+            }
+        }
+        return true;
+    }
+
+    double log10_likelihood() const {
+        const double sum = t_.anchors.back().sum * t_.anchors.back().growth;
+        return std::abs(sum - 1.0) > 1e-10 ? log10_likelihood_ + std::log10(sum) : log10_likelihood_;
+    }
+
+  private:
+    bool pass_block(class_block& block, std::size_t end_site) {
+        block.sum_left();
+        std::size_t end = last_anchor_ + 1;
+        while (end < t_.anchors.size() && t_.anchors[end].site < end_site) ++end;
+        block.make_room(end - last_anchor_ - 1);
+        block.unchanged(block.image(last_anchor_).factor);
+        while (last_anchor_ + 1 < end) {
+            if (!fill_anchor(block, ++last_anchor_)) return false;
+        }
+        return true;
+    }
+
+    bool fill_anchor(class_block& block, std::size_t i) {
+        haploid_tables::anchor& anchor = t_.anchors[i];
+        anchor.sum = block.enter(i);
+        anchor.scale = 1.0;
+        if (anchor.site != 0 && !(anchor.sum >= rescale_below)) {
+            anchor.scale = anchor.sum;
+            anchor.sum = 1.0;
+            if (!(anchor.scale > 0.0 && block.divide(block.image(i), anchor.scale))) return false;
+            log10_likelihood_ += std::log10(anchor.scale);
+        }
+        return anchor.sum * anchor.least_growth >= rescale_below;
+    }
+
+    const haploid_problem& p_;
+    haploid_tables& t_;
+    haploid_class_tables& c_;
+    std::size_t last_anchor_ = 0;
+    double log10_likelihood_ = 0.0;
+};
 
 // The walk from right to left through the blocks.
 class posterior_walk {
@@ -251,45 +319,10 @@ class posterior_walk {
 
 bool haploid_forward_by_classes(const haploid_problem& problem, const haplotype_classes& classes, const int* hap,
                                 haploid_tables& tables, haploid_class_tables& by_class, double& log10_likelihood) {
-    const std::size_t K = problem.n_states, n_blocks = classes.blocks().size();
-    if (K == 0 || problem.n_sites == 0 || !lay_out_anchors(problem, tables)) return false;
-    by_class.blocks.assign(n_blocks, {});
-    by_class.of_state.resize(n_blocks * K);
-    by_class.alleles.clear();
-    by_class.n_sizes = 0;
-    ensure_size(by_class.vectors, n_blocks * kernels::padded(K));
-    std::fill_n(by_class.vectors.begin(), K, 1.0);
-    log10_likelihood = 0.0;
-    std::size_t i = 0;
-    for (std::size_t b = 0; b < n_blocks; ++b) {
-        by_class.blocks[b].anchor = i;
-        list_states(problem, classes, b, hap, by_class);
-        const haplotype_classes::block& of_panel = classes.blocks()[b];
-        class_block block(problem, tables, by_class, b, of_panel.first);
-        block.sum_left();
-        std::size_t end = i + 1;
-        while (end < tables.anchors.size() && tables.anchors[end].site < of_panel.end) ++end;
-        block.make_room(end - i - 1);
-        block.unchanged(block.image(i).factor);
-        for (++i; i < end; ++i) {
-            haploid_tables::anchor& anchor = tables.anchors[i];
-            anchor.sum = block.enter(i);
-            anchor.scale = 1.0;
-            if (anchor.site != 0 && !(anchor.sum >= rescale_below)) {
-                anchor.scale = anchor.sum;
-                anchor.sum = 1.0;
-                if (!(anchor.scale > 0.0 && block.divide(block.image(i), anchor.scale))) return false;
-                log10_likelihood += std::log10(anchor.scale);
-            }
-            if (!(anchor.sum * anchor.least_growth >= rescale_below)) return false;
-        }
-        --i;
-        if (b + 1 < n_blocks) {
-            block.write(block.image(i), block.left(), by_class.vectors.data() + (b + 1) * kernels::padded(K));
-        }
-    }
-    const double sum = tables.anchors.back().sum * tables.anchors.back().growth;
-    if (std::abs(sum - 1.0) > 1e-10) log10_likelihood += std::log10(sum);
+    if (problem.n_states == 0 || problem.n_sites == 0 || !lay_out_anchors(problem, tables)) return false;
+    forward_by_class forward(problem, tables, by_class);
+    if (!forward.run(classes, hap)) return false;
+    log10_likelihood = forward.log10_likelihood();
     return true;
 }
 

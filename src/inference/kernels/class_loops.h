@@ -7,6 +7,8 @@ KERNEL_INLINE void add_to(double* place, const double* values) {
     store(place, load(place) + load(values));
 }
 
+#define KERNEL_LAMBDA __attribute__((always_inline))
+
 // The tiles of 8 x 8 pairs of a triangular table, of rows 8 g on and columns 8 h on: calls visit(g, h, n_rows, offset
 // of the first row's part in the table, distance of the rows).
 template <typename Visit>
@@ -22,10 +24,17 @@ KERNEL_INLINE void transpose_tile(const double* const* rows, double* to) {
     transpose_words(reinterpret_cast<const uint64_t* const*>(rows), reinterpret_cast<uint64_t*>(to), width);
 }
 
-// The sums of eight states, from 8 g on, with a class; behind them what arrived.
-KERNEL_INLINE double* part_of(const pair_classes& of, size_t c, size_t g) {
-    return of.parts + (c * padded(of.n_states) + g * width) * 2;
-}
+// Where the parts of classes stand.
+struct class_parts {
+    double* parts;
+    size_t stride;  // of a class
+    const uint32_t* of_state;
+
+    KERNEL_INLINE explicit class_parts(const pair_classes& of)
+        : parts(of.parts), stride(2 * padded(of.n_states)), of_state(of.of_state) {}
+    // The sums of eight states, from 8 g on, with the class of state k; behind them what arrived.
+    KERNEL_INLINE double* with_state(size_t k, size_t g) const { return parts + of_state[k] * stride + g * width * 2; }
+};
 
 alignas(64) constexpr double no_values[width] = {};
 
@@ -33,20 +42,21 @@ void pairs_to_classes(const pair_classes& to, const double* f, double* class_row
     const size_t K = to.n_states, class_stride = padded(to.n_classes);
     for (size_t i = 0; i < to.n_classes * padded(K) * 2; i += width) store(to.parts + i, spread(0.0));
     for (size_t i = 0; i < to.n_classes * class_stride; i += width) store(to.factor + i, spread(1.0));
-    for_tiles(K, [&](size_t g, size_t h, size_t n_rows, size_t offset, size_t length) {
+    const class_parts parts(to);
+    for_tiles(K, [=](size_t g, size_t h, size_t n_rows, size_t offset, size_t length) KERNEL_LAMBDA {
         const double* rows[width];
         for (size_t i = 0; i < width; ++i) rows[i] = i < n_rows ? f + offset + i * length : no_values;
         alignas(64) double columns[width * width];
         transpose_tile(rows, columns);
-        for (size_t i = 0; i < n_rows; ++i) add_to(part_of(to, to.of_state[g * width + i], h), rows[i]);
+        for (size_t i = 0; i < n_rows; ++i) add_to(parts.with_state(g * width + i, h), rows[i]);
         const size_t n_columns = h == g ? n_rows : width;
         for (size_t j = 0; j < n_columns; ++j) {
-            add_to(part_of(to, to.of_state[h * width + j], g), columns + j * width);
+            add_to(parts.with_state(h * width + j, g), columns + j * width);
         }
     });
     for (size_t c = 0; c < to.n_classes; ++c) {
         lanes sum = spread(0.0);
-        for (size_t g = 0; g * width < K; ++g) sum = sum + load(part_of(to, c, g));
+        for (size_t g = 0; g * width < K; ++g) sum = sum + load(to.parts + c * parts.stride + g * width * 2);
         class_row[c] = total(sum);
     }
 }
@@ -139,21 +149,25 @@ void classes_to_pairs(const pair_classes& from, const double* f, double* out) {
             from.scratch[a * stride + k] = from.factor[a * class_stride + from.of_state[k]];
         }
     }
-    for_tiles(K, [&](size_t g, size_t h, size_t n_rows, size_t offset, size_t length) {
+    const class_parts parts(from);
+    const double* factors = from.scratch;
+    const lanes half = spread(0.5);
+    for_tiles(K, [=](size_t g, size_t h, size_t n_rows, size_t offset, size_t length) KERNEL_LAMBDA {
         const double* columns[width];
         for (size_t j = 0; j < width; ++j) {
             const size_t b = h * width + j;
-            columns[j] = b < K ? part_of(from, from.of_state[b], g) + width : no_values;
+            columns[j] = b < K ? parts.with_state(b, g) + width : no_values;
         }
         alignas(64) double with_other[width * width];
         transpose_tile(columns, with_other);
         for (size_t i = 0; i < n_rows; ++i) {
-            const size_t a = from.of_state[g * width + i];
-            lanes arrived = load(with_other + i * width) + load(part_of(from, a, h) + width);
-            if (h == g) arrived = multiply_some(arrived, lane_mask(1U << i), spread(0.5));
-            lanes v = load(from.scratch + a * stride + h * width) * load(f + offset + i * length) + arrived;
+            const size_t a = g * width + i, place = offset + i * length;
+            const lanes factor = load(factors + parts.of_state[a] * stride + h * width);
+            lanes arrived = load(with_other + i * width) + load(parts.with_state(a, h) + width);
+            if (h == g) arrived = multiply_some(arrived, lane_mask(1U << i), half);
+            lanes v = factor * load(f + place) + arrived;
             if (h == g) v = keep(first_lanes(i + 1), v);
-            store(out + offset + i * length, v);
+            store(out + place, v);
         }
     });
 }

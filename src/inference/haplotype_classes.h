@@ -1,7 +1,7 @@
 #pragma once
 
-// Which haplotypes of a panel are equal over blocks of sites. Sequenced haplotypes are few different ones over short
-// stretches; what is done for one of a class serves the others (the state space reduction of Fuchsberger et al. 2015).
+// Which haplotypes of a panel are equal over blocks of sites: what is done for one of them serves the others (see
+// state_classes.h). Blocks are 64, 128 or 256 visited sites long, as different as the haplotypes are.
 
 #include <cstddef>
 #include <cstdint>

@@ -1,7 +1,7 @@
 #pragma once
 
-// Classes of states with equal alleles at the sites of a stretch (the idea of Howie et al. 2012 and Fuchsberger et al.
-// 2015: sequenced haplotypes are few different ones over short stretches).
+// Classes of states with equal alleles at the sites of a stretch: over short stretches many haplotypes are few different
+// ones (the state space reduction of Fuchsberger et al. 2015).
 
 #include <cstddef>
 #include <cstdint>

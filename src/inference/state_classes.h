@@ -1,7 +1,7 @@
 #pragma once
 
-// Classes of states with equal alleles at the sites of a stretch: over short stretches many haplotypes are few different
-// ones (the state space reduction of Fuchsberger et al. 2015).
+// Classes of states with equal alleles at the sites of a stretch: over short stretches many haplotypes are few
+// different ones (the state space reduction of Fuchsberger et al. 2015).
 
 #include <cstddef>
 #include <cstdint>

@@ -133,14 +133,16 @@ class haploid_run {
     // Where nothing but posteriors is wanted, from few different haplotypes of the reference panel. Returns the log10
     // likelihood.
     std::optional<double> impute_by_classes(const haploid_problem& problem) {
-        if (u_.sample || !u_.backward || u_.cond_panel != 0 || problem.checkpoint != nullptr || shows_copy_probs()) {
+        const conditioning_states& states = run_.cond_states;
+        if (u_.sample || !u_.backward || u_.cond_panel != 0 || problem.checkpoint != nullptr || shows_copy_probs() ||
+            states.size() != problem.n_states ||
+            std::any_of(states.panel.begin(), states.panel.end(), [](int panel) { return panel != 0; })) {
             return std::nullopt;
         }
         haplotype_classes& classes = w_.reference_classes[at(u_.panel)];
         double likelihood = 0.0;
         if (!classes.serve(run_.haps[0], model_.site) ||
-            !haploid_forward_by_classes(problem, classes, run_.cond_states.hap.data(), w_.haploid, w_.by_class,
-                                        likelihood) ||
+            !haploid_forward_by_classes(problem, classes, states.hap.data(), w_.haploid, w_.by_class, likelihood) ||
             !haploid_posteriors_by_classes(problem, classes, w_.haploid, w_.by_class, w_.haploid_requests,
                                            w_.haploid_out)) {
             return std::nullopt;

@@ -312,7 +312,9 @@ bool lay_out_anchors(const haploid_problem& problem, haploid_tables& tables) {
         list_anchors(
             problem, tables, [](std::size_t /*i*/) {}, [](double /*growth*/) { return false; });
     }
-    return true;
+    if (tables.anchors[0].sum * tables.anchors[0].least_growth >= rescale_below) return true;
+    tables.made_for.gap_version = 0;  // sums vanish left of the first observation: not for another sweep
+    return false;
 }
 
 // Nothing lies right of the last site.

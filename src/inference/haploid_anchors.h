@@ -11,7 +11,7 @@ void haploid_walk_anchored(const haploid_problem& problem, haploid_tables& table
                            const std::vector<haploid_request>& requests, haploid_results& results);
 
 // What also serves a sweep that fills the anchors in another way. Lists anchors and their coefficients, unless those of
-// the sweep before serve again. Returns false where every site must be an anchor.
+// the sweep before serve again. Returns false where other sites must be anchors too.
 bool lay_out_anchors(const haploid_problem& problem, haploid_tables& tables);
 // The coefficients of the backward vectors, unless they are there.
 void look_right(const haploid_problem& problem, haploid_tables& tables);

@@ -10,8 +10,8 @@
 
 namespace {
 
-// Beyond this a factor is no longer sure to stay finite.
-constexpr double largest_factor = 1e200;
+// Beyond this a forward and a backward factor are no longer sure to have a finite product.
+constexpr double largest_factor = 1e100;
 
 // Sums of the states' values by class, padded with zeros. Four sums side by side: one addition need not wait for the
 // one before.

@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "inference/class_tools.h"
 #include "inference/model_run.h"
 #include "inference/slow_diploid.h"
 #include "inference/slow_haploid.h"
@@ -351,6 +352,46 @@ TEST_F(haploid_updates, of_any_model_follow_their_rules) {
             expect_update(u, K, seed);
             if (HasFailure()) return;
         }
+    }
+}
+
+// Posteriors alone, from a reference panel of few different haplotypes, are found by classes of these; the rules stay.
+TEST_F(haploid_updates, from_few_different_haplotypes_follow_their_rules) {
+    for (int seed = 1; seed <= 24; ++seed) {
+        run.snps.clear();
+        run.params = {};
+        make(static_cast<std::uint64_t>(seed));
+        mosaic_panel reference;
+        reference.n_hap = 60;
+        reference.n_sites = n_sites;
+        reference.n_founders = 4;
+        run.haps[0] = make_panel(source, reference);
+        run.n_hap[0] = 60;
+        run.work->reference_classes = {};
+        run.work->by_class = {};
+        parameters& p = run.params;
+        p.include_buffer_in_output = source.chance(0.3);
+        p.use_panel1_for_type0_imputation = source.chance(0.4);
+        p.mem_save_1 = source.chance(0.2);
+        p.weight_panel = source.integer(-1, 1);
+        run.output_types[0] = source.chance(0.7);
+        haploid_update u;
+        u.ind = ind;
+        u.hap = hap + source.integer(0, 1);
+        u.strand = u.hap - hap;
+        u.panel = 2;
+        u.cond_panel = 0;
+        u.sample = source.chance(0.1);
+        u.backward = u.allele_probs = true;
+        u.selfcheck = source.chance(0.5);
+        const std::size_t K = z(source.integer(1, 60));
+        run.cond_states.clear();
+        for (const int h : choose_ascending(source, K, 0, 60)) run.cond_states.add(0, h);
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        run.hap_stay_count = run.hap_switch_count = 0;
+        expect_update(u, static_cast<int>(K), seed);
+        EXPECT_EQ(u.sample || p.mem_save_1, run.work->by_class.blocks.empty());
+        if (HasFailure()) return;
     }
 }
 

@@ -29,6 +29,9 @@ struct pair_problem {
     allele_pair_table pr_00{}, pr_01{}, pr_10{};
     // Forward tables are kept at the first visited site and at least at every so many from there on.
     std::size_t keep_every = 48;
+    // Steps over unordered pairs go by classes of states where that costs at most this share of what steps over whole
+    // tables cost; the rest pays for the search for classes.
+    double worth_of_classes = 0.75;
     // Under memory saving, unordered pairs only: where they are kept instead, and the distance of these sites.
     const std::vector<bool>* checkpoint = nullptr;
     std::size_t interval = 0;
@@ -67,7 +70,8 @@ struct pair_results {
     int stay_count = 0, switch_count = 0;
 };
 
-// A stretch of visited sites; the tables of its first and of its last site are kept.
+// A stretch of visited sites; the tables of its first and of its last site are kept, under memory saving but for the
+// ends of the sweep.
 struct pair_block {
     std::size_t first, last;
     bool by_class;  // whether its states fall into few classes
@@ -89,7 +93,7 @@ struct pair_tables {
     aligned_buffer row;            // dip_row, with dip_diag added for unordered pairs; [padded K]
     aligned_buffer backward_shared;
     aligned_buffer emission_rows;
-    state_classes classes;  // of the block in hand
+    state_classes classes, trial;  // of the block in hand
     class_sweep by_class;
     std::size_t table_size = 0;
     std::size_t stride = 0;  // padded K

@@ -317,12 +317,11 @@ bool lay_out_anchors(const haploid_problem& problem, haploid_tables& tables) {
     return false;
 }
 
-// Nothing lies right of the last site.
 void look_right(const haploid_problem& problem, haploid_tables& tables) {
     if (tables.sees_right) return;
     tables.right_alpha.resize(problem.n_sites);
     tables.right_mu.resize(problem.n_sites);
-    distant here;
+    distant here;  // nothing lies right of the last site
     std::size_t i = tables.anchors.size();
     for (std::size_t v = problem.n_sites; v-- > 0;) {
         if (v + 1 < problem.n_sites) here.pass(problem.gap[v + 1], static_cast<double>(problem.n_states));

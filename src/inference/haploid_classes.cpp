@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <optional>
 
 #include "inference/haploid.h"
 #include "inference/haploid_anchors.h"
@@ -10,29 +11,46 @@
 
 namespace {
 
-// Beyond this a forward and a backward factor are no longer sure to have a finite product.
-constexpr double largest_factor = 1e100;
+// Beyond these factors and sums of products are no longer sure to stay inside the range of doubles together.
+constexpr double largest_factor = 1e100, least_product = 1e-280;
 
-// Sums of the states' values by class, padded with zeros. Four sums side by side: one addition need not wait for the
-// one before.
-template <typename Value>
-void add_by_class(std::size_t n_states, const std::uint16_t* of_state, std::size_t stride, const Value& value,
-                  aligned_buffer& scratch, double* sums) {
-    ensure_size(scratch, 4 * stride);
+// Sums over the states of each class, padded with zeros: of n numbers that numbers(k) gives for state k. Four sums side
+// by side: one addition need not wait for the one before.
+template <std::size_t n, typename Numbers>
+void add_by_class(std::size_t n_states, const std::uint16_t* of_state, std::size_t stride, const Numbers& numbers,
+                  aligned_buffer& scratch, const std::array<double*, n>& sums) {
+    ensure_size(scratch, 4 * n * stride);
     double* part = scratch.data();
-    std::fill_n(part, 4 * stride, 0.0);
+    std::fill_n(part, 4 * n * stride, 0.0);
+    const auto add = [=, &numbers](std::size_t k, std::size_t side) {
+        const std::array<double, n> x = numbers(k);
+        double* place = part + side * n * stride + of_state[k];
+        for (std::size_t i = 0; i < n; ++i) place[i * stride] += x[i];
+    };
     std::size_t k = 0;
     for (; k + 4 <= n_states; k += 4) {
-        part[of_state[k]] += value(k);
-        part[stride + of_state[k + 1]] += value(k + 1);
-        part[2 * stride + of_state[k + 2]] += value(k + 2);
-        part[3 * stride + of_state[k + 3]] += value(k + 3);
+        add(k, 0);
+        add(k + 1, 1);
+        add(k + 2, 2);
+        add(k + 3, 3);
     }
-    for (; k < n_states; ++k) part[of_state[k]] += value(k);
-    for (std::size_t c = 0; c < stride; ++c) {
-        sums[c] = (part[c] + part[stride + c]) + (part[2 * stride + c] + part[3 * stride + c]);
+    for (; k < n_states; ++k) add(k, 0);
+    for (std::size_t i = 0; i < n; ++i) {
+        const double* from = part + i * stride;
+        const std::size_t side = n * stride;
+        for (std::size_t c = 0; c < stride; ++c) {
+            sums[i][c] = (from[c] + from[side + c]) + (from[2 * side + c] + from[3 * side + c]);
+        }
     }
 }
+
+// Values of all states at a border of a block, as the image of those at another.
+struct state_values {
+    kernels::class_image image;
+    const std::uint16_t* of_state;
+    const double* from;
+    double operator()(std::size_t k) const { return image.factor[of_state[k]] * from[k] + image.arrived[of_state[k]]; }
+};
 
 // What both sweeps do with a block.
 class class_block {
@@ -43,8 +61,9 @@ class class_block {
         n_ = here_.n_classes;
         stride_ = kernels::padded(n_);
         of_state_ = c_.of_state.data() + b * p_.n_states;
-        for (aligned_buffer* buffer : {&c_.left_sums, &c_.right_sums, &c_.products}) ensure_size(*buffer, stride_);
-        size_ = c_.size.data() + here_.sizes;
+        for (aligned_buffer* buffer : {&c_.right_sums, &c_.products}) ensure_size(*buffer, stride_);
+        size_ = c_.size.data() + here_.sums;
+        left_sums_ = c_.left_sums.data() + here_.sums;
         left_ = c_.vectors.data() + b * kernels::padded(p_.n_states);
     }
 
@@ -53,18 +72,37 @@ class class_block {
     const std::uint64_t* bits(std::size_t v) const {
         return c_.alleles.data() + here_.alleles + (v - first_) * bits::words_for(n_);
     }
-    const double* left() const { return left_; }
-    kernels::class_sums left_sums() const { return {size_, c_.left_sums.data()}; }
+    kernels::class_sums left_sums() const { return {size_, left_sums_}; }
     kernels::class_sums right_sums() const { return {size_, c_.right_sums.data()}; }
 
-    void sum_left() {
-        sum([this](std::size_t k) { return left_[k]; }, c_.left_sums);
+    // Fills the values at the left border.
+    template <typename Values>
+    void enter_left(const Values& values) {
+        add_by_class<2>(p_.n_states, of_state_, stride_,
+                        [this, &values](std::size_t k) {
+                            return std::array{1.0, left_[k] = values(k)};
+                        },
+                        c_.scratch, {size_, left_sums_});
     }
-    void sum_both(const double* right) {
-        sum_left();
-        sum([right](std::size_t k) { return right[k]; }, c_.right_sums);
-        sum([this, right](std::size_t k) { return left_[k] * right[k]; }, c_.products);
+    // Fills the values at the right border. Returns whether no product of values vanished.
+    template <typename Values>
+    bool enter_right(const Values& values) {
+        double* right = c_.right.data();
+        add_by_class<2>(p_.n_states, of_state_, stride_,
+                        [this, &values, right](std::size_t k) {
+                            right[k] = values(k);
+                            return std::array{right[k], left_[k] * right[k]};
+                        },
+                        c_.scratch, {c_.right_sums.data(), c_.products.data()});
+        for (std::size_t c = 0; c < n_; ++c) {
+            if (c_.products[c] < least_product && left_sums_[c] > 0.0 && c_.right_sums[c] > 0.0) return false;
+        }
+        return true;
     }
+    state_values behind(const kernels::class_image& image, const double* from) const {
+        return {image, of_state_, from};
+    }
+    state_values behind_left(std::size_t i) const { return behind(image(i), left_); }
 
     // The image of the values as they are.
     kernels::class_image unchanged(double* place) const {
@@ -94,19 +132,7 @@ class class_block {
         return *std::max_element(image.factor, image.factor + n_) < largest_factor;
     }
 
-    // The values of all states behind an image.
-    void write(const kernels::class_image& image, const double* from, double* to) const {
-        for (std::size_t k = 0; k < p_.n_states; ++k) {
-            to[k] = image.factor[of_state_[k]] * from[k] + image.arrived[of_state_[k]];
-        }
-    }
-
   private:
-    template <typename Value>
-    void sum(const Value& value, aligned_buffer& sums) {
-        add_by_class(p_.n_states, of_state_, stride_, value, c_.scratch, sums.data());
-    }
-
     const haploid_problem& p_;
     haploid_tables& t_;
     haploid_class_tables& c_;
@@ -114,38 +140,42 @@ class class_block {
     const std::size_t first_;
     std::size_t n_ = 0, stride_ = 0;
     const std::uint16_t* of_state_ = nullptr;
-    const double* size_ = nullptr;
+    double* size_ = nullptr;
+    double* left_sums_ = nullptr;
     double* left_ = nullptr;
 };
+
+constexpr std::uint16_t no_class = 0xffff;
+
+// Numbers the classes of the panel in the order in which they are met; local, by class of the panel, is no_class all
+// over. Without branches, which could not be foreseen. Returns how many there are.
+[[gnu::noinline]] std::size_t number_classes(std::size_t n_states, const int* hap, const std::uint16_t* class_of,
+                                             std::uint16_t* local, std::uint16_t* met, std::uint16_t* of_state) {
+    unsigned n_met = 0;
+    for (std::size_t k = 0; k < n_states; ++k) {
+        const unsigned of_panel = class_of[hap[k]], known = local[of_panel];
+        const unsigned is_new = known == no_class ? 1 : 0, number = known ^ ((known ^ n_met) & (0U - is_new));
+        met[n_met] = static_cast<std::uint16_t>(of_panel);
+        local[of_panel] = of_state[k] = static_cast<std::uint16_t>(number);
+        n_met += is_new;
+    }
+    return n_met;
+}
 
 // Lists the classes among the states in a block of the panel.
 void list_states(const haploid_problem& p, const haplotype_classes& classes, std::size_t b, const int* hap,
                  haploid_class_tables& c) {
-    constexpr std::uint16_t none = 0xffff;
     const std::size_t n_of_panel = classes.blocks()[b].n_classes;
-    const std::uint16_t* class_of = classes.class_of(b);
     std::uint16_t* of_state = c.of_state.data() + b * p.n_states;
-    c.local.assign(n_of_panel, none);
-    c.met.resize(n_of_panel);
-    std::uint16_t* local = c.local.data();
-    std::uint16_t* met = c.met.data();
-    std::size_t n_met = 0;
-    for (std::size_t k = 0; k < p.n_states; ++k) {
-        const std::uint16_t of_panel = class_of[hap[k]];
-        if (local[of_panel] == none) {
-            met[n_met] = of_panel;
-            local[of_panel] = static_cast<std::uint16_t>(n_met++);
-        }
-        of_state[k] = local[of_panel];
-    }
-    c.met.resize(n_met);
-    c.blocks[b].n_classes = n_met;
-    c.blocks[b].sizes = c.n_sizes;
-    c.n_sizes += kernels::padded(n_met);
-    ensure_size(c.size, c.n_sizes);
-    add_by_class(
-        p.n_states, of_state, kernels::padded(n_met), [](std::size_t /*k*/) { return 1.0; }, c.scratch,
-        &c.size[c.blocks[b].sizes]);
+    c.local.assign(n_of_panel, no_class);
+    c.met.resize(n_of_panel + 1);
+    const std::size_t n = number_classes(p.n_states, hap, classes.class_of(b), c.local.data(), c.met.data(), of_state);
+    c.met.resize(n);
+    c.blocks[b].n_classes = n;
+    c.blocks[b].sums = c.n_sums;
+    c.n_sums += kernels::padded(n);
+    ensure_size(c.size, c.n_sums);
+    ensure_size(c.left_sums, c.n_sums);
 }
 
 // Lists the alleles of the classes that were met, site by site.
@@ -179,19 +209,21 @@ class forward_by_class {
         c_.blocks.assign(n_blocks, {});
         c_.of_state.resize(n_blocks * p_.n_states);
         c_.alleles.clear();
-        c_.n_sizes = 0;
+        c_.n_sums = 0;
         ensure_size(c_.vectors, n_blocks * kernels::padded(p_.n_states));
-        std::fill_n(c_.vectors.begin(), p_.n_states, 1.0);
+        std::optional<class_block> before;
         for (std::size_t b = 0; b < n_blocks; ++b) {
             c_.blocks[b].anchor = last_anchor_;
             list_states(p_, classes, b, hap, c_);
             list_alleles(classes, b, c_);
             class_block block(p_, t_, c_, b, classes.blocks()[b].first);
-            if (!pass_block(block, classes.blocks()[b].end)) return false;
-            if (b + 1 < n_blocks) {
-                double* next = c_.vectors.data() + (b + 1) * kernels::padded(p_.n_states);
-                block.write(block.image(last_anchor_), block.left(), next);
+            if (b == 0) {
+                block.enter_left([](std::size_t /*k*/) { return 1.0; });
+            } else {
+                block.enter_left(before->behind_left(last_anchor_));
             }
+            if (!pass_block(block, classes.blocks()[b].end)) return false;
+            before.emplace(block);
         }
         return true;
     }
@@ -203,7 +235,6 @@ class forward_by_class {
 
   private:
     bool pass_block(class_block& block, std::size_t end_site) {
-        block.sum_left();
         std::size_t end = last_anchor_ + 1;
         while (end < t_.anchors.size() && t_.anchors[end].site < end_site) ++end;
         block.make_room(end - last_anchor_ - 1);
@@ -244,19 +275,21 @@ class posterior_walk {
     bool run(const haplotype_classes& classes) {
         look_right(p_, t_);
         ensure_size(c_.right, kernels::padded(p_.n_states));
-        std::fill_n(c_.right.begin(), p_.n_states, 1.0);
         right_sum_ = static_cast<double>(p_.n_states);
         end_anchor_ = t_.anchors.size();
+        std::optional<class_block> after;
         for (std::size_t b = classes.blocks().size(); b-- > 0;) {
-            if (!pass_block(classes.blocks()[b], b)) return false;
+            class_block block(p_, t_, c_, b, classes.blocks()[b].first);
+            const bool entered = after ? block.enter_right(after->behind(right_, c_.right.data()))
+                                       : block.enter_right([](std::size_t /*k*/) { return 1.0; });
+            if (!entered || !pass_block(block, classes.blocks()[b])) return false;
+            after.emplace(block);
         }
         return true;
     }
 
   private:
-    bool pass_block(const haplotype_classes::block& of_panel, std::size_t b) {
-        class_block block(p_, t_, c_, b, of_panel.first);
-        block.sum_both(c_.right.data());
+    bool pass_block(class_block& block, const haplotype_classes::block& of_panel) {
         const std::size_t n_anchors = end_anchor_ - block.anchor() - 1;
         block.make_room(n_anchors);
         block.unchanged(block.image(block.anchor()).factor);
@@ -265,23 +298,21 @@ class posterior_walk {
             if (t_.anchors[i].scale != 1.0) block.divide(block.image(i), t_.anchors[i].scale);
         }
         ensure_size(c_.right_image, 2 * kernels::padded(block.n_classes()));
-        const kernels::class_image right = block.unchanged(c_.right_image.data());
+        right_ = block.unchanged(c_.right_image.data());
         std::size_t end = of_panel.end;
         for (std::size_t i = end_anchor_; i-- > block.anchor();) {
             const bool at_border = i == block.anchor();
-            report(block, right, i, at_border ? of_panel.first : t_.anchors[i].site, end);
+            report(block, i, at_border ? of_panel.first : t_.anchors[i].site, end);
             if (at_border) break;
             end = t_.anchors[i].site;
-            if (!emit(block, right, i)) return false;
+            if (!emit(block, i)) return false;
         }
-        if (n_anchors > 0) block.write(right, c_.right.data(), c_.right.data());
         end_anchor_ = block.anchor() + 1;
         return true;
     }
 
     // Posterior weights at the sites from first to before end, of anchor i.
-    void report(const class_block& block, const kernels::class_image& right, std::size_t i, std::size_t first,
-                std::size_t end) {
+    void report(const class_block& block, std::size_t i, std::size_t first, std::size_t end) {
         while (first < end && !requests_[end - 1].posterior) --end;
         while (first < end && !requests_[first].posterior) ++first;
         if (first == end) return;
@@ -289,21 +320,21 @@ class posterior_walk {
         const std::size_t n_observed = i > 0 && t_.anchors[i].site == first ? 1 : 0;
         static_assert(sizeof(allele_weights) == sizeof(double[2]));
         kernels::active().weigh_by_class(block.n_classes(), block.left_sums(), block.image(i), block.right_sums(),
-                                         right, c_.products.data(), end - first, n_observed, block.bits(first),
+                                         right_, c_.products.data(), end - first, n_observed, block.bits(first),
                                          t_.state_weights.data(), c_.scratch.data(),
                                          reinterpret_cast<double(*)[2]>(&r_.weights[first]));
     }
 
-    bool emit(class_block& block, const kernels::class_image& right, std::size_t i) {
+    bool emit(class_block& block, std::size_t i) {
         const std::size_t v = t_.anchors[i].site;
         const std::uint8_t seen = p_.observed[v];
-        right_sum_ = kernels::active().enter_by_class(block.n_classes(), block.right_sums(), right, t_.right_alpha[v],
+        right_sum_ = kernels::active().enter_by_class(block.n_classes(), block.right_sums(), right_, t_.right_alpha[v],
                                                       t_.right_mu[v] * right_sum_, block.bits(v), p_.emission[0][seen],
-                                                      p_.emission[1][seen], right);
+                                                      p_.emission[1][seen], right_);
         if (right_sum_ >= rescale_below) return true;
         const double divisor = right_sum_;
         right_sum_ = 1.0;
-        return divisor > 0.0 && block.divide(right, divisor);
+        return divisor > 0.0 && block.divide(right_, divisor);
     }
 
     const haploid_problem& p_;
@@ -312,6 +343,8 @@ class posterior_walk {
     const std::vector<haploid_request>& requests_;
     haploid_results& r_;
     std::size_t end_anchor_ = 0;  // the first one right of the block in hand
+    // The backward values at the anchor in hand, its emission included, as seen from the block's right border.
+    kernels::class_image right_{};
     double right_sum_ = 0.0;
 };
 

@@ -7,6 +7,7 @@
 namespace {
 
 constexpr std::size_t most_words = 4;
+constexpr std::size_t most_classes = 0xffff;
 
 // Alleles of a haplotype at n visited sites.
 std::uint64_t visited_word(const std::uint64_t* row, const int* sites, std::size_t n) {
@@ -34,7 +35,8 @@ std::uint64_t hash_of(const row_words& row) {
 
 }  // namespace
 
-bool haplotype_classes::serve(const packed_haplotypes& panel, const std::vector<int>& sites) {
+bool haplotype_classes::serve(const packed_haplotypes& panel, const std::vector<int>& sites,
+                              std::size_t least_mean_length) {
     const std::uint64_t now = panel.n_changes() + 1;
     const bool steady = last_n_changes_ == 0 || last_n_changes_ == now;
     last_n_changes_ = now;
@@ -42,26 +44,31 @@ bool haplotype_classes::serve(const packed_haplotypes& panel, const std::vector<
     if (!steady) return false;
     n_changes_ = now;
     sites_ = sites;
-    build(panel, sites);
-    return worthwhile_;
-}
-
-void haplotype_classes::build(const packed_haplotypes& panel, const std::vector<int>& sites) {
     n_hap_ = panel.n_hap();
     blocks_.clear();
     class_of_.clear();
     alleles_.clear();
-    std::size_t n_diverse = 0;  // sites of blocks with many classes
-    for (std::size_t first = 0; first < sites.size(); first = blocks_.back().end) {
-        const std::size_t few = n_hap_ / 8;
-        if (add_block(panel, sites, first, most_words, few) || add_block(panel, sites, first, most_words / 2, few)) {
-            continue;
-        }
-        worthwhile_ = add_block(panel, sites, first, 1, 0xffff);
-        if (!worthwhile_) return;
-        if (blocks_.back().n_classes > n_hap_ / 4) n_diverse += blocks_.back().end - first;
+    worthwhile_ = build(panel, sites, least_mean_length);
+    if (!worthwhile_) {  // gives the memory back
+        std::vector<std::uint16_t>().swap(class_of_);
+        std::vector<std::uint64_t>().swap(alleles_);
     }
-    worthwhile_ = 4 * n_diverse <= sites.size();
+    return worthwhile_;
+}
+
+bool haplotype_classes::build(const packed_haplotypes& panel, const std::vector<int>& sites,
+                              std::size_t least_mean_length) {
+    constexpr std::size_t longest = most_words * bits::word_bits;
+    const std::size_t few = std::min(n_hap_ / 8, most_classes);
+    for (std::size_t first = 0; first < sites.size(); first = blocks_.back().end) {
+        if (!add_block(panel, sites, first, most_words, few) && !add_block(panel, sites, first, most_words / 2, few) &&
+            !add_block(panel, sites, first, 1, most_classes)) {
+            return false;
+        }
+        const std::size_t n_more = (sites.size() - blocks_.back().end) / longest;
+        if ((blocks_.size() + n_more - 1) * least_mean_length > sites.size()) return false;  // whatever comes
+    }
+    return true;
 }
 
 // Finds the classes of a block of so many words. Returns false, and adds nothing, if there are more than limit.

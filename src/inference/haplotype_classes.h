@@ -18,9 +18,11 @@ class haplotype_classes {
         std::size_t alleles;  // offset of the first row
     };
 
-    // Makes the classes serve a panel at the given sites (indices in the store, ascending). Returns
-    // whether they do: not while the haplotypes change from call to call, and not where they are too different.
-    bool serve(const packed_haplotypes& panel, const std::vector<int>& sites);
+    // Makes the classes serve a panel at the given sites (indices in the store, ascending). A panel is known again by
+    // its numbers of haplotypes and of changes. Returns whether they do: not while the haplotypes change from call to
+    // call, and not where they are so different that blocks were shorter than so many sites on average, for which
+    // vectors at the blocks' borders are not worth it.
+    bool serve(const packed_haplotypes& panel, const std::vector<int>& sites, std::size_t least_mean_length = 128);
 
     const std::vector<block>& blocks() const { return blocks_; }
     // The class of each haplotype in block b.
@@ -31,7 +33,8 @@ class haplotype_classes {
     }
 
   private:
-    void build(const packed_haplotypes& panel, const std::vector<int>& sites);
+    // Returns whether blocks are as long as that.
+    bool build(const packed_haplotypes& panel, const std::vector<int>& sites, std::size_t least_mean_length);
     bool add_block(const packed_haplotypes& panel, const std::vector<int>& sites, std::size_t first, std::size_t words,
                    std::size_t limit);
 

@@ -8,8 +8,8 @@
 namespace {
 
 constexpr auto not_kept = static_cast<std::size_t>(-1);
-// Sites of the longest block of steps over whole tables, and of the shortest that is worth its classes.
-constexpr std::size_t longest_of_pairs = 16, least_by_class = 6;
+// Sites of the longest block of steps over whole tables.
+constexpr std::size_t longest_of_pairs = 16;
 
 const std::vector<bool>& checkpoints(const pair_problem& problem) {
     static const std::vector<bool> none(1, true);
@@ -61,6 +61,32 @@ void keep_table(pair_tables& tables, std::size_t v) {
     ensure_size(tables.kept, tables.n_kept * tables.table_size);
 }
 
+// The last site of the block by classes right of a kept site, at most longest, that costs least for a site; first
+// itself if classes are not worth it. Leaves its classes in the tables. Costs are counted in steps of eight pairs, as
+// measured for 16 to 160 states.
+static std::size_t end_of_classes(const pair_problem& problem, pair_tables& tables, std::size_t first,
+                                  std::size_t longest) {
+    const auto whole_table = static_cast<double>(tables.table_size) / kernels::lane_count;
+    const double borders = 6.0 * whole_table,
+                 class_cost = 1.6 * static_cast<double>(tables.stride) / kernels::lane_count;
+    double least = problem.worth_of_classes * whole_table;
+    std::size_t last = first, n_kept = 0;
+    tables.trial.start(problem.n_states);
+    for (std::size_t v = first + 1; v <= longest; ++v) {
+        tables.trial.split(problem.bits(v), problem.n_states);
+        const double by_class = class_cost * static_cast<double>(tables.trial.n_classes());
+        if (by_class >= least) break;
+        const double cost = by_class + borders / static_cast<double>(v - first);
+        if (cost >= least) continue;
+        least = cost;
+        last = v;
+        if (tables.trial.n_classes() == n_kept) continue;
+        n_kept = tables.trial.n_classes();
+        tables.classes = tables.trial;
+    }
+    return last;
+}
+
 pair_block next_block(const pair_problem& problem, pair_tables& tables, std::size_t first) {
     const std::size_t end = problem.n_sites - 1;
     std::size_t last = first;
@@ -69,12 +95,10 @@ pair_block next_block(const pair_problem& problem, pair_tables& tables, std::siz
         while (last < end && !keeps_table(tables, last));
         return {first, last, false};
     }
-    const std::size_t K = problem.n_states;
-    if (!problem.ordered && K >= 8) {
-        tables.classes.start(K);
-        const std::size_t longest = std::min(end, first + problem.keep_every);
-        while (last < longest && tables.classes.split(problem.bits(last + 1), K / 4)) ++last;
-        if (last - first >= least_by_class) return {first, last, true};
+    const bool defined = tables.scale[first] > 0.0;  // or every site would end a block by classes
+    if (!problem.ordered && problem.n_states > 0 && defined) {
+        last = end_of_classes(problem, tables, first, std::min(end, first + problem.keep_every));
+        if (last > first) return {first, last, true};
     }
     last = std::min(first + std::min(problem.keep_every, longest_of_pairs), end);
     keep_table(tables, last);

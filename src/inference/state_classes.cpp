@@ -14,7 +14,7 @@ void state_classes::start(std::size_t n_states) {
 
 namespace {
 
-// Lists the sets in which both alleles occur. Words of a set: n, or any number of them.
+// Lists the sets in which both alleles occur, of n words each, or where n is 0 of n_words.
 template <std::size_t n>
 void list_parted(const std::vector<std::uint64_t>& sets, std::size_t n_words, const std::uint64_t* alleles,
                  std::vector<std::size_t>& parted) {

@@ -110,7 +110,7 @@ struct class_sweeps {
     bool run(const class_case& c) {
         const haploid_problem problem = c.problem();
         results.weights.assign(c.n_sites(), {-7.0, -7.0});
-        return classes.serve(c.panel, c.sites) &&
+        return classes.serve(c.panel, c.sites, 1) &&
                haploid_forward_by_classes(problem, classes, c.hap.data(), tables, by_class, likelihood) &&
                haploid_posteriors_by_classes(problem, classes, tables, by_class, c.requests, results);
     }
@@ -313,7 +313,7 @@ TEST(haploid_class_sweeps, agree_where_the_classes_are_many) {
         c.hap = choose_ascending(source, 500, 0, 800);
         c.set_gaps([&] { return short_distance(source); });
         class_sweeps sweeps;
-        ASSERT_TRUE(sweeps.classes.serve(c.panel, c.sites));
+        ASSERT_TRUE(sweeps.classes.serve(c.panel, c.sites, 1));
         expect_agreement(c, sweeps);
         std::size_t most = 0;
         for (const haploid_class_tables::block& block : sweeps.by_class.blocks) most = std::max(most, block.n_classes);
@@ -617,6 +617,8 @@ TEST(haploid_class_sweeps, agree_where_factors_become_huge) {
             const bool served = sweeps.run(c);
             if (n_misfits * digits < 50) {
                 EXPECT_TRUE(served);
+            } else if (n_misfits * digits > 150) {
+                EXPECT_FALSE(served) << "products of values at the borders vanish";
             }
             if (!served) sweeps.run_over_single_states(c);
             expect_right_results(c, sweeps);

@@ -79,7 +79,7 @@ TEST(haplotype_classes, have_the_alleles_of_their_haplotypes) {
             const packed_haplotypes panel = make_panel(source, m);
             const std::vector<int> sites = consecutive(0, n_sites);
             haplotype_classes classes;
-            ASSERT_TRUE(classes.serve(panel, sites));
+            ASSERT_TRUE(classes.serve(panel, sites, 1));
             expect_right_classes(classes, panel, sites);
         }
     }
@@ -96,10 +96,10 @@ TEST(haplotype_classes, are_those_at_the_visited_sites) {
             SCOPED_TRACE("from " + std::to_string(first) + " " + std::to_string(n_sites) + " sites");
             haplotype_classes of_all, of_some;
             const std::vector<int> all = consecutive(first, n_sites);
-            ASSERT_TRUE(of_all.serve(panel, all));
+            ASSERT_TRUE(of_all.serve(panel, all, 1));
             expect_right_classes(of_all, panel, all);
             const std::vector<int> some = choose_ascending(source, n_sites, first, 900);
-            ASSERT_TRUE(of_some.serve(panel, some));
+            ASSERT_TRUE(of_some.serve(panel, some, 1));
             expect_right_classes(of_some, panel, some);
         }
     }
@@ -115,7 +115,7 @@ TEST(haplotype_classes, are_right_around_a_gap_in_the_sites) {
         std::vector<int> sites = consecutive(5, 140);
         for (std::size_t v = static_cast<std::size_t>(gap); v < sites.size(); ++v) sites[v] += 1 + gap % 30;
         haplotype_classes classes;
-        ASSERT_TRUE(classes.serve(panel, sites));
+        ASSERT_TRUE(classes.serve(panel, sites, 1));
         SCOPED_TRACE("gap before " + std::to_string(gap));
         expect_right_classes(classes, panel, sites);
     }
@@ -129,7 +129,7 @@ TEST(haplotype_classes, are_of_the_whole_last_site_of_the_store) {
         const packed_haplotypes panel = make_panel(source, m);
         const std::vector<int> sites = consecutive(static_cast<int>(n_sites) - 50, 50);
         haplotype_classes classes;
-        ASSERT_TRUE(classes.serve(panel, sites));
+        ASSERT_TRUE(classes.serve(panel, sites, 1));
         expect_right_classes(classes, panel, sites);
     }
 }
@@ -143,7 +143,7 @@ TEST(haplotype_classes, block_lengths_follow_the_number_of_classes) {
         SCOPED_TRACE(std::to_string(n_different) + " different haplotypes");
         const packed_haplotypes panel = counted_panel(200, 600, n_different);
         haplotype_classes classes;
-        ASSERT_TRUE(classes.serve(panel, sites));
+        ASSERT_TRUE(classes.serve(panel, sites, 1));
         for (const haplotype_classes::block& block : classes.blocks()) {
             EXPECT_EQ(std::min<std::size_t>(600, block.first + block_length), block.end);
             EXPECT_EQ(n_different, block.n_classes);
@@ -165,7 +165,7 @@ TEST(haplotype_classes, blocks_are_halved_where_that_leaves_few_classes) {
     }
     const std::vector<int> sites = consecutive(0, 512);
     haplotype_classes classes;
-    ASSERT_TRUE(classes.serve(panel, sites));
+    ASSERT_TRUE(classes.serve(panel, sites, 1));
     std::vector<std::size_t> ends;
     for (const haplotype_classes::block& block : classes.blocks()) ends.push_back(block.end);
     EXPECT_EQ((std::vector<std::size_t>{128, 256, 512}), ends);
@@ -176,6 +176,8 @@ TEST(haplotype_classes, do_not_serve_too_many_different_haplotypes) {
     const std::vector<int> sites = consecutive(0, 300);
     haplotype_classes counted;
     EXPECT_FALSE(counted.serve(counted_panel(200, 300, 51), sites));
+    haplotype_classes fewer;
+    EXPECT_TRUE(fewer.serve(counted_panel(200, 300, 25), sites));
 
     input_source source(5);
     mosaic_panel m;
@@ -185,26 +187,30 @@ TEST(haplotype_classes, do_not_serve_too_many_different_haplotypes) {
     for (int call = 0; call < 3; ++call) EXPECT_FALSE(classes.serve(panel, sites));
 }
 
-TEST(haplotype_classes, serve_where_a_quarter_of_the_sites_is_diverse) {
+// Between blocks of 256 sites, blocks of 64 where the haplotypes are diverse.
+TEST(haplotype_classes, serve_where_blocks_are_long_enough_on_average) {
     input_source source(6);
+    mosaic_panel m;
+    m.n_sites = 768;
+    m.n_founders = 3;
+    m.switch_chance = m.mutation_chance = 0.0;
+    m.diverse_from = 256;
+    m.diverse_to = 384;
+    const packed_haplotypes panel = make_panel(source, m);
+    const std::vector<int> sites = consecutive(0, 768);
     const struct {
-        std::size_t n_sites, n_diverse;
+        std::size_t least_mean_length;
         bool served;
-    } cases[] = {{512, 64, true},  {512, 128, true},  {512, 160, false}, {512, 192, false},
-                 {640, 128, true}, {640, 192, false}, {768, 192, true}};
-    for (const auto& [n_sites, n_diverse, served] : cases) {
-        SCOPED_TRACE(std::to_string(n_diverse) + " of " + std::to_string(n_sites));
-        mosaic_panel m;
-        m.n_sites = n_sites;
-        m.n_founders = 3;
-        m.switch_chance = m.mutation_chance = 0.0;
-        m.diverse_from = 256;
-        m.diverse_to = 256 + n_diverse;
-        const packed_haplotypes panel = make_panel(source, m);
-        const std::vector<int> sites = consecutive(0, n_sites);
+    } cases[] = {{1, true}, {128, true}, {192, true}, {193, false}, {1000, false}};
+    for (const auto& [least_mean_length, served] : cases) {
+        SCOPED_TRACE(std::to_string(least_mean_length) + " sites");
         haplotype_classes classes;
-        ASSERT_EQ(served, classes.serve(panel, sites));
-        if (served) expect_right_classes(classes, panel, sites);
+        ASSERT_EQ(served, classes.serve(panel, sites, least_mean_length));
+        if (!served) continue;
+        expect_right_classes(classes, panel, sites);
+        std::vector<std::size_t> ends;
+        for (const haplotype_classes::block& block : classes.blocks()) ends.push_back(block.end);
+        EXPECT_EQ((std::vector<std::size_t>{256, 320, 384, 640, 768}), ends);
     }
 }
 
@@ -213,15 +219,15 @@ TEST(haplotype_classes, serve_a_changing_panel_when_it_stays) {
     packed_haplotypes panel = make_panel(source, {});
     const std::vector<int> sites = consecutive(10, 280);
     haplotype_classes classes;
-    ASSERT_TRUE(classes.serve(panel, sites));
-    ASSERT_TRUE(classes.serve(panel, sites));
+    ASSERT_TRUE(classes.serve(panel, sites, 1));
+    ASSERT_TRUE(classes.serve(panel, sites, 1));
     for (int change = 0; change < 4; ++change) {
         for (std::size_t h = 0; h < 3; ++h) panel.set(h, 100, 1 - panel.allele(h, 100));
-        EXPECT_FALSE(classes.serve(panel, sites)) << "change " << change;
+        EXPECT_FALSE(classes.serve(panel, sites, 1)) << "change " << change;
     }
-    EXPECT_TRUE(classes.serve(panel, sites));
+    EXPECT_TRUE(classes.serve(panel, sites, 1));
     expect_right_classes(classes, panel, sites);
-    EXPECT_TRUE(classes.serve(panel, sites));
+    EXPECT_TRUE(classes.serve(panel, sites, 1));
     expect_right_classes(classes, panel, sites);
 }
 
@@ -254,7 +260,7 @@ TEST(haplotype_classes, serve_another_list_of_sites) {
     const std::vector<int> all = consecutive(0, 700), some = choose_ascending(source, 333, 0, 700), none;
     haplotype_classes classes;
     for (const std::vector<int>* sites : {&all, &some, &all, &none, &some}) {
-        ASSERT_TRUE(classes.serve(panel, *sites));
+        ASSERT_TRUE(classes.serve(panel, *sites, 1));
         expect_right_classes(classes, panel, *sites);
     }
 }

@@ -19,9 +19,8 @@ KERNEL_INLINE void for_tiles(size_t K, const Visit& visit) {
     }
 }
 
-// The tile with rows for columns. rows has a pointer for each of eight rows.
-KERNEL_INLINE void transpose_tile(const double* const* rows, double* to) {
-    transpose_words(reinterpret_cast<const uint64_t* const*>(rows), reinterpret_cast<uint64_t*>(to), width);
+KERNEL_INLINE const uint64_t* as_words(const double* p) {
+    return reinterpret_cast<const uint64_t*>(p);
 }
 
 // Where the parts of classes stand.
@@ -44,11 +43,12 @@ void pairs_to_classes(const pair_classes& to, const double* f, double* class_row
     for (size_t i = 0; i < to.n_classes * class_stride; i += width) store(to.factor + i, spread(1.0));
     const class_parts parts(to);
     for_tiles(K, [=](size_t g, size_t h, size_t n_rows, size_t offset, size_t length) KERNEL_LAMBDA {
-        const double* rows[width];
-        for (size_t i = 0; i < width; ++i) rows[i] = i < n_rows ? f + offset + i * length : no_values;
+        const double* rows = f + offset;
+        const uint64_t* words[width];
+        for (size_t i = 0; i < width; ++i) words[i] = as_words(i < n_rows ? rows + i * length : no_values);
         alignas(64) double columns[width * width];
-        transpose_tile(rows, columns);
-        for (size_t i = 0; i < n_rows; ++i) add_to(parts.with_state(g * width + i, h), rows[i]);
+        transpose_words(words, reinterpret_cast<uint64_t*>(columns), width);
+        for (size_t i = 0; i < n_rows; ++i) add_to(parts.with_state(g * width + i, h), rows + i * length);
         const size_t n_columns = h == g ? n_rows : width;
         for (size_t j = 0; j < n_columns; ++j) {
             add_to(parts.with_state(h * width + j, g), columns + j * width);
@@ -153,13 +153,13 @@ void classes_to_pairs(const pair_classes& from, const double* f, double* out) {
     const double* factors = from.scratch;
     const lanes half = spread(0.5);
     for_tiles(K, [=](size_t g, size_t h, size_t n_rows, size_t offset, size_t length) KERNEL_LAMBDA {
-        const double* columns[width];
+        const uint64_t* words[width];
         for (size_t j = 0; j < width; ++j) {
             const size_t b = h * width + j;
-            columns[j] = b < K ? parts.with_state(b, g) + width : no_values;
+            words[j] = as_words(b < K ? parts.with_state(b, g) + width : no_values);
         }
         alignas(64) double with_other[width * width];
-        transpose_tile(columns, with_other);
+        transpose_words(words, reinterpret_cast<uint64_t*>(with_other), width);
         for (size_t i = 0; i < n_rows; ++i) {
             const size_t a = g * width + i, place = offset + i * length;
             const lanes factor = load(factors + parts.of_state[a] * stride + h * width);

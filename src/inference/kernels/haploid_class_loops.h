@@ -17,7 +17,7 @@ double enter_by_class(size_t n, const class_sums& sums, const class_image& from,
     return total(sum);
 }
 
-// Sums over states of forward times backward value, of either, and their number.
+// For the four sums over states: of forward times backward value, of either, their number.
 typedef double quad __attribute__((vector_size(32)));
 typedef double stored_quad __attribute__((vector_size(32), may_alias));
 

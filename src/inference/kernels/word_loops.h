@@ -171,8 +171,10 @@ void transpose_words(const uint64_t* const* from, uint64_t* to, size_t stride) {
 }
 #else
 void transpose_words(const uint64_t* const* from, uint64_t* to, size_t stride) {
-    for (size_t j = 0; j < 8; ++j) {
-        for (size_t i = 0; i < 8; ++i) to[j * stride + i] = from[i][j];
+    typedef uint64_t stored_word __attribute__((may_alias));  // the words may be those of doubles
+    for (size_t i = 0; i < 8; ++i) {
+        const auto* row = reinterpret_cast<const stored_word*>(from[i]);
+        for (size_t j = 0; j < 8; ++j) reinterpret_cast<stored_word*>(to)[j * stride + i] = row[j];
     }
 }
 #endif

@@ -107,6 +107,8 @@ void weigh_by_class(size_t n, const class_sums& forward, const class_image& left
     const quad all{total(all_product), total(all_before), total(all_after), total(all_size)};
     if (n <= 64) {
         weigh_sites(n, 1, all, quads, n_sites, n_observed, bits, weights, by_allele);
+    } else if (n <= 128) {
+        weigh_sites(n, 2, all, quads, n_sites, n_observed, bits, weights, by_allele);
     } else {
         weigh_sites(n, (n + 63) / 64, all, quads, n_sites, n_observed, bits, weights, by_allele);
     }

@@ -24,6 +24,31 @@ double both_stay(const pair_problem& p, std::size_t v) {
     return v == 0 ? 0.0 : p.gap[v].both_stay;
 }
 
+// The last site of the block by classes right of a kept site, at most longest, that costs least for a site; first
+// itself if classes are not worth it. Leaves its classes in the tables. Costs are counted in steps of eight pairs, as
+// measured for 80 states.
+std::size_t end_of_classes(const pair_problem& problem, pair_tables& tables, std::size_t first, std::size_t longest) {
+    const auto whole_table = static_cast<double>(tables.table_size) / kernels::lane_count;
+    const double borders = 6.0 * whole_table,
+                 class_cost = 1.6 * static_cast<double>(tables.stride) / kernels::lane_count;
+    double least = problem.worth_of_classes * whole_table;
+    std::size_t last = first, n_kept = 0;
+    tables.trial.start(problem.n_states);
+    for (std::size_t v = first + 1; v <= longest; ++v) {
+        tables.trial.split(problem.bits(v), problem.n_states);
+        const double by_class = class_cost * static_cast<double>(tables.trial.n_classes());
+        if (by_class + borders / static_cast<double>(longest - first) >= least) break;  // whatever comes
+        const double cost = by_class + borders / static_cast<double>(v - first);
+        if (cost >= least) continue;
+        least = cost;
+        last = v;
+        if (tables.trial.n_classes() == n_kept) continue;
+        n_kept = tables.trial.n_classes();
+        tables.classes = tables.trial;
+    }
+    return last;
+}
+
 }  // namespace
 
 void size_tables(const pair_problem& problem, pair_tables& tables) {
@@ -59,32 +84,6 @@ double* kept_table(pair_tables& tables, std::size_t v) {
 void keep_table(pair_tables& tables, std::size_t v) {
     tables.kept_row[v] = tables.n_kept++;
     ensure_size(tables.kept, tables.n_kept * tables.table_size);
-}
-
-// The last site of the block by classes right of a kept site, at most longest, that costs least for a site; first
-// itself if classes are not worth it. Leaves its classes in the tables. Costs are counted in steps of eight pairs, as
-// measured for 16 to 160 states.
-static std::size_t end_of_classes(const pair_problem& problem, pair_tables& tables, std::size_t first,
-                                  std::size_t longest) {
-    const auto whole_table = static_cast<double>(tables.table_size) / kernels::lane_count;
-    const double borders = 6.0 * whole_table,
-                 class_cost = 1.6 * static_cast<double>(tables.stride) / kernels::lane_count;
-    double least = problem.worth_of_classes * whole_table;
-    std::size_t last = first, n_kept = 0;
-    tables.trial.start(problem.n_states);
-    for (std::size_t v = first + 1; v <= longest; ++v) {
-        tables.trial.split(problem.bits(v), problem.n_states);
-        const double by_class = class_cost * static_cast<double>(tables.trial.n_classes());
-        if (by_class >= least) break;
-        const double cost = by_class + borders / static_cast<double>(v - first);
-        if (cost >= least) continue;
-        least = cost;
-        last = v;
-        if (tables.trial.n_classes() == n_kept) continue;
-        n_kept = tables.trial.n_classes();
-        tables.classes = tables.trial;
-    }
-    return last;
 }
 
 pair_block next_block(const pair_problem& problem, pair_tables& tables, std::size_t first) {

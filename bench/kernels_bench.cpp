@@ -197,10 +197,12 @@ void diploid_forward(benchmark::State& state) {
     const aligned_buffer g = random_values(kernels::padded(K), K);
     const auto bits = random_bits(K, 3);
     const double emission[3] = {0.99, 0.1, 0.001};
-    aligned_buffer out(size), row(kernels::padded(K)), emission_rows(2 * kernels::padded(K));
+    aligned_buffer out(size), row(kernels::padded(K)), row_sums(kernels::padded(K)),
+        emission_rows(2 * kernels::padded(K));
     for (auto _ : state) {
-        benchmark::DoNotOptimize(kernels::active().diploid_forward(
-            K, f.data(), g.data(), 0.98, 1e-5, bits.data(), emission, emission_rows.data(), f.data(), row.data()));
+        benchmark::DoNotOptimize(kernels::active().diploid_forward(K, f.data(), g.data(), 0.98, 1e-5, bits.data(),
+                                                                   emission, emission_rows.data(), f.data(), row.data(),
+                                                                   row_sums.data()));
         benchmark::ClobberMemory();
     }
     set_unit(state, static_cast<double>(K * (K + 1)) / 2.0);

@@ -85,7 +85,7 @@ class forward_sweep {
         t_.scale[v] = sum_;
         log10_likelihood_ += std::log10(sum_);
         k.divide(p_.n_states, sum_, t_.row.data());
-        k.divide(t_.table_size, sum_, table);
+        divide_table(p_, t_, v, sum_, table);
         sum_ = 1.0;
     }
 
@@ -137,25 +137,44 @@ class pair_walker {
 
     int last_of_row(int a) const { return p_.ordered ? K_ - 1 : a; }
 
-    const double* row_of(const double* f, int a) const { return f + pair_place(p_, a, 0); }
-
     // Sum of a row; what pads it is zero.
     double sum_of_row(const double* row, int a) const {
         return kernels::active().sum_of(static_cast<std::size_t>(last_of_row(a)) + 1, row);
     }
 
+    // Values of the table at a site, had from the table itself or row by row.
+    struct table_values {
+        const pair_walker& walker;
+        const double* f;
+        double row_sum(int a) const { return walker.sum_of_row(row(a), a); }
+        double with_k1(int a) const { return row(a)[walker.k1_]; }
+        double with_k2(int a) const { return row(a)[walker.k2_]; }
+        const double* row(int a) const { return f + pair_place(walker.p_, a, 0); }
+    };
+    struct row_values {
+        pair_store& store;
+        const double* sums;
+        const double* k1_row;
+        const double* k2_row;
+        double row_sum(int a) const { return sums[a]; }
+        double with_k1(int a) const { return k1_row[a]; }
+        double with_k2(int a) const { return k2_row[a]; }
+        const double* row(int a) const { return store.row(a, 2); }
+    };
+
     std::array<int, 2> first_pair(const double* f) const {
         const double u = Random::RNG->Next();
         double z = 0.0;
-        for (int a = 0; a < K_; ++a) z += sum_of_row(row_of(f, a), a);
+        const table_values values{*this, f};
+        for (int a = 0; a < K_; ++a) z += values.row_sum(a);
         double sum = 0.0;
         for (int a = 0; a < K_; ++a) {
-            const double* row = row_of(f, a);
-            const double after_row = sum + sum_of_row(row, a) / z;
+            const double after_row = sum + values.row_sum(a) / z;
             if (after_row < u) {
                 sum = after_row;
                 continue;
             }
+            const double* row = values.row(a);
             for (int b = 0; b <= last_of_row(a); ++b) {
                 sum += row[b] / z;
                 if (u <= sum) return {a, b};
@@ -180,7 +199,13 @@ class pair_walker {
             return;
         }
         ++r_.switch_count;
-        switch_pair(gap, store_.table(), u, sum, den);
+        if (store_.has_rows() && den > 0.0) {  // undefined values would have every row looked at
+            const double* k1_row = store_.row(k1_, 0);
+            const double* k2_row = k1_ == k2_ ? k1_row : store_.row(k2_, 1);
+            switch_pair(gap, row_values{store_, store_.row_sums(), k1_row, k2_row}, u, sum, den);
+        } else {
+            switch_pair(gap, table_values{*this, store_.table()}, u, sum, den);
+        }
     }
 
     using chance_table = std::array<std::array<double, 2>, 2>;
@@ -206,24 +231,30 @@ class pair_walker {
         return a == k1_ && b == k2_ ? 0.0 : f * chance[b != k1_ ? 1 : 0][b != k2_ ? 1 : 0];
     }
 
-    double weight_of_row(const double* row, const chance_table& chance, int a) const {
-        double sum = sum_of_row(row, a) * chance[1][1];
-        if (k1_ <= last_of_row(a)) sum += weight(row[k1_], chance, a, k1_) - row[k1_] * chance[1][1];
+    template <typename Values>
+    double weight_of_row(const Values& values, const chance_table& chance, int a) const {
+        double sum = values.row_sum(a) * chance[1][1];
+        if (k1_ <= last_of_row(a)) {
+            const double f = values.with_k1(a);
+            sum += weight(f, chance, a, k1_) - f * chance[1][1];
+        }
         if (k1_ != k2_ && k2_ <= last_of_row(a)) {
-            sum += weight(row[k2_], chance, a, k2_) - row[k2_] * chance[1][1];
+            const double f = values.with_k2(a);
+            sum += weight(f, chance, a, k2_) - f * chance[1][1];
         }
         return sum;
     }
 
-    void switch_pair(const diploid_gap& gap, const double* f, double u, double sum, double den) {
+    template <typename Values>
+    void switch_pair(const diploid_gap& gap, const Values& values, double u, double sum, double den) {
         for (int a = 0; a < K_; ++a) {
             const chance_table chance = row_chances(gap, a);
-            const double* row = row_of(f, a);
-            const double after_row = sum + weight_of_row(row, chance, a) / den;
+            const double after_row = sum + weight_of_row(values, chance, a) / den;
             if (after_row < u) {
                 sum = after_row;
                 continue;
             }
+            const double* row = values.row(a);
             for (int b = 0; b <= last_of_row(a); ++b) {
                 if (a == k1_ && b == k2_) continue;
                 sum += weight(row[b], chance, a, b) / den;

@@ -91,6 +91,10 @@ struct pair_tables {
     std::vector<double> scale;     // fwd_scale by visited site
     aligned_buffer backward;       // the backward table of the walk (dip_work)
     aligned_buffer row;            // dip_row, with dip_diag added for unordered pairs; [padded K]
+    // Sums of the rows of the triangular table of a site in a block of steps over whole tables, [visited site][padded
+    // K]. Not under memory saving.
+    aligned_buffer row_sums;
+    std::array<aligned_buffer, 3> followed;  // rows of pairs, [padded K]
     aligned_buffer backward_shared;
     aligned_buffer emission_rows;
     state_classes classes, trial;  // of the block in hand

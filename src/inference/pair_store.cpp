@@ -20,6 +20,11 @@ std::size_t table_size(const pair_problem& p) {
     return p.ordered ? p.n_states * kernels::padded(p.n_states) : kernels::triangle_size(p.n_states);
 }
 
+// Whether the sums of the tables' rows are kept for every site.
+bool keeps_row_sums(const pair_problem& problem) {
+    return !problem.ordered && problem.checkpoint == nullptr;
+}
+
 double both_stay(const pair_problem& p, std::size_t v) {
     return v == 0 ? 0.0 : p.gap[v].both_stay;
 }
@@ -57,6 +62,8 @@ void size_tables(const pair_problem& problem, pair_tables& tables) {
     tables.table_size = table_size(problem);
     ensure_size(tables.row, K8);
     ensure_size(tables.emission_rows, 2 * K8);
+    ensure_size(tables.row_sums, keeps_row_sums(problem) ? problem.n_sites * K8 : K8);
+    for (aligned_buffer& row : tables.followed) ensure_size(row, K8);
     ensure_size(tables.work, tables.table_size);
     ensure_size(tables.shared, problem.n_sites * K8);
     tables.constant.assign(problem.n_sites, 0.0);
@@ -108,6 +115,15 @@ pair_terms terms_into(const pair_problem& problem, const pair_tables& tables, st
     return {both_stay(problem, v), tables.shared.data() + v * tables.stride, tables.constant[v]};
 }
 
+double* row_sums_of(const pair_problem& problem, pair_tables& tables, std::size_t v) {
+    return tables.row_sums.data() + (keeps_row_sums(problem) ? v * tables.stride : 0);
+}
+
+void divide_table(const pair_problem& problem, pair_tables& tables, std::size_t v, double divisor, double* table) {
+    kernels::active().divide(tables.table_size, divisor, table);
+    if (!problem.ordered) kernels::active().divide(problem.n_states, divisor, row_sums_of(problem, tables, v));
+}
+
 double enter_table(const pair_problem& problem, pair_tables& tables, std::size_t v, const double* from, double* out) {
     const kernels::table& k = kernels::active();
     const pair_terms terms = terms_into(problem, tables, v);
@@ -117,7 +133,8 @@ double enter_table(const pair_problem& problem, pair_tables& tables, std::size_t
     }
     const std::array<double, 3> by_sum = problem.emission_by_sum(v);
     return k.diploid_forward(problem.n_states, from, terms.shared, terms.stay, terms.constant, problem.bits(v),
-                             by_sum.data(), tables.emission_rows.data(), out, tables.row.data());
+                             by_sum.data(), tables.emission_rows.data(), out, tables.row.data(),
+                             row_sums_of(problem, tables, v));
 }
 
 pair_store::pair_store(const pair_problem& problem, pair_tables& tables, bool every_table)
@@ -160,6 +177,30 @@ double pair_store::value(int a, int b) {
     return followed_[v_ - block().first];
 }
 
+bool pair_store::has_rows() const {
+    return keeps_row_sums(p_) && !every_table_ && !kept_ && !block().by_class && built_ != v_;
+}
+
+const double* pair_store::row(int a, std::size_t place) {
+    double* row = t_.followed[place].data();
+    const std::size_t first = block().first;
+    const double* from = kept_table(t_, first);
+    for (int b = 0; b < static_cast<int>(p_.n_states); ++b)
+        row[b] = from[pair_place(p_, std::max(a, b), std::min(a, b))];
+    for (std::size_t v = first + 1; v <= v_; ++v) {
+        const pair_terms terms = terms_into(p_, t_, v);
+        const std::array<double, 3> by_sum = p_.emission_by_sum(v);
+        kernels::active().diploid_forward_row(p_.n_states, static_cast<std::size_t>(a), row, terms.shared, terms.stay,
+                                              terms.constant, p_.bits(v), by_sum.data(), row);
+        if (t_.scale[v] != 1.0) kernels::active().divide(p_.n_states, t_.scale[v], row);
+    }
+    return row;
+}
+
+const double* pair_store::row_sums() {
+    return row_sums_of(p_, t_, v_);
+}
+
 void pair_store::rebuild(std::size_t first, std::size_t n) {
     ensure_size(t_.local, n * t_.table_size);
     const double* from = kept_table(t_, first);
@@ -167,7 +208,7 @@ void pair_store::rebuild(std::size_t first, std::size_t n) {
         const std::size_t v = first + 1 + i;
         double* out = local_table(i);
         enter_table(p_, t_, v, from, out);
-        if (t_.scale[v] != 1.0) kernels::active().divide(t_.table_size, t_.scale[v], out);
+        if (t_.scale[v] != 1.0) divide_table(p_, t_, v, t_.scale[v], out);
         from = out;
     }
 }
@@ -180,7 +221,7 @@ void pair_store::build_one() {
     if (!block().by_class) {
         for (std::size_t v = first + 1; v <= v_; ++v) {
             enter_table(p_, t_, v, v == first + 1 ? kept_table(t_, first) : local_table(0), local_table(0));
-            if (t_.scale[v] != 1.0) kernels::active().divide(t_.table_size, t_.scale[v], local_table(0));
+            if (t_.scale[v] != 1.0) divide_table(p_, t_, v, t_.scale[v], local_table(0));
         }
         return;
     }

@@ -30,8 +30,13 @@ struct pair_terms {
 };
 pair_terms terms_into(const pair_problem& problem, const pair_tables& tables, std::size_t v);
 
-// Enters site v: the table out from that of the site to its left. out may be from. Leaves the rows' sums in row.
-// Returns the sum of the table.
+// Sums of the rows of the table of site v, of unordered pairs, if it was entered.
+double* row_sums_of(const pair_problem& problem, pair_tables& tables, std::size_t v);
+// Divides the table of site v and the sums of its rows.
+void divide_table(const pair_problem& problem, pair_tables& tables, std::size_t v, double divisor, double* table);
+
+// Enters site v: the table out from that of the site to its left. out may be from. Leaves the rows' sums in row, and of
+// unordered pairs in row_sums. Returns the sum of the table.
 double enter_table(const pair_problem& problem, pair_tables& tables, std::size_t v, const double* from, double* out);
 
 // Gives a walk from right to left the tables.
@@ -48,6 +53,12 @@ class pair_store {
     double* table();
     // Its entry for the pair (a, b), in table order. Cheaper than the table while the pair stays the same.
     double value(int a, int b);
+    // Whether single rows are had for less than the table.
+    bool has_rows() const;
+    // Entries of the pairs of state a with every state, in one of three places.
+    const double* row(int a, std::size_t place);
+    // Sums of the rows of the triangle.
+    const double* row_sums();
 
   private:
     const pair_block& block() const { return t_.blocks[block_]; }

@@ -298,11 +298,13 @@ TEST(kernel_levels, diploid_forward) {
     for_all_sizes(5, [](kernel_inputs& in) {
         const std::size_t size = kernels::triangle_size(in.K), p = padded(in.K);
         const auto step = [&](const kernels::table& t, const aligned_buffer& from, aligned_buffer& out) {
-            aligned_buffer row(p), emission_rows(2 * p);
+            aligned_buffer row(p), row_sums(p), emission_rows(2 * p);
             std::vector<double> all{t.diploid_forward(in.K, from.data(), in.g.data(), in.alpha, in.beta, in.bits.data(),
-                                                      in.e.data(), emission_rows.data(), out.data(), row.data())};
+                                                      in.e.data(), emission_rows.data(), out.data(), row.data(),
+                                                      row_sums.data())};
             append(all, out, size);
             append(all, row, in.K);
+            append(all, row_sums, in.K);
             return all;
         };
         const auto found = same_at_all_levels([&](const kernels::table& t) {
@@ -319,10 +321,38 @@ TEST(kernel_levels, diploid_forward) {
         expect_near(plain_forward(in, table, in.g.data(), in.alpha, in.beta, in.bits.data(), in.e.data(), row),
                     found[0]);
         for (std::size_t a = 0; a < in.K; ++a) {
-            for (std::size_t b = 0; b <= a; ++b)
+            double in_triangle_row = 0.0;
+            for (std::size_t b = 0; b <= a; ++b) {
                 expect_near(table[in.in_triangle(a, b)], found[1 + in.in_triangle(a, b)]);
+                in_triangle_row += table[in.in_triangle(a, b)];
+            }
+            expect_near(in_triangle_row, found[1 + size + in.K + a]);
             for (std::size_t b = a + 1; b < padded(a + 1); ++b) EXPECT_EQ(0.0, found[1 + in.in_triangle(a, b)]);
             expect_near(row[a], found[1 + size + a]);
+        }
+    });
+}
+
+TEST(kernel_levels, diploid_forward_row_has_the_entries_of_the_table) {
+    for_all_sizes(14, [](kernel_inputs& in) {
+        const std::size_t p = padded(in.K);
+        aligned_buffer row(p), row_sums(p), emission_rows(2 * p), table(kernels::triangle_size(in.K));
+        const auto entry = [&in](const aligned_buffer& f, std::size_t a, std::size_t b) {
+            return f[in.in_triangle(std::max(a, b), std::min(a, b))];
+        };
+        kernels::active().diploid_forward(in.K, in.triangle_f.data(), in.g.data(), in.alpha, in.beta, in.bits.data(),
+                                          in.e.data(), emission_rows.data(), table.data(), row.data(), row_sums.data());
+        for (std::size_t a = 0; a < in.K; a += in.K / 4 + 1) {
+            const auto found = same_at_all_levels([&](const kernels::table& t) {
+                aligned_buffer values(p);
+                for (std::size_t b = 0; b < in.K; ++b) values[b] = entry(in.triangle_f, a, b);
+                t.diploid_forward_row(in.K, a, values.data(), in.g.data(), in.alpha, in.beta, in.bits.data(),
+                                      in.e.data(), values.data());
+                std::vector<double> all;
+                append(all, values, in.K);
+                return all;
+            });
+            for (std::size_t b = 0; b < in.K; ++b) expect_near(entry(table, a, b), found[b]);
         }
     });
 }
@@ -521,7 +551,7 @@ TEST(kernel_levels, classes_to_pairs) {
     for_all_classes(17, [](const kernel_inputs& in, const class_inputs& classes) {
         const std::size_t size = kernels::triangle_size(in.K);
         aligned_buffer table = in.triangle_f, by_kernel = in.triangle_f;
-        aligned_buffer row_of_kernel(padded(in.K)), emission_rows(2 * padded(in.K));
+        aligned_buffer row_of_kernel(padded(in.K)), row_sums_of_kernel(padded(in.K)), emission_rows(2 * padded(in.K));
         std::vector<double> row;
         for (std::size_t n_steps = 0; n_steps <= classes.sites.size(); ++n_steps) {
             const auto found = same_at_all_levels([&](const kernels::table& t) {
@@ -542,7 +572,7 @@ TEST(kernel_levels, classes_to_pairs) {
                               site.e.data(), row);
                 kernels::active().diploid_forward(in.K, by_kernel.data(), site.shared.data(), site.stay, site.constant,
                                                   site.alleles.data(), site.e.data(), emission_rows.data(),
-                                                  by_kernel.data(), row_of_kernel.data());
+                                                  by_kernel.data(), row_of_kernel.data(), row_sums_of_kernel.data());
             }
             for (std::size_t a = 0; a < in.K; ++a) {
                 for (std::size_t b = 0; b < padded(a + 1); ++b) {

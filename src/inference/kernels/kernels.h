@@ -111,14 +111,18 @@ struct table {
 
     // One forward step of the triangular table of pairs (Marchini and Howie 2010, in the row sum form):
     // v = (t0 f[a][b] + (g[a] + g[b] + c)) e[allele sum], with half of what stands in the inner brackets where a is b.
-    // bits are the alleles of the states at the site. Fills out, which may be f, and row_out[K] (each pair in both its
-    // rows, the pair of one state twice). emission_rows is scratch of 2 padded(K) values. Returns the sum of out.
+    // bits are the alleles of the states at the site. Fills out, which may be f, row_out[K] (each pair in both its
+    // rows, the pair of one state twice) and row_sums[K] (each pair in its row of the triangle only). emission_rows is
+    // scratch of 2 padded(K) values. Returns the sum of out.
     double (*diploid_forward)(std::size_t K, const double* f, const double* g, double t0, double c,
                               const std::uint64_t* bits, const double* e, double* emission_rows, double* out,
-                              double* row_out);
-    // The same steps over the stretch of the classes. First the sums over classes from the table f, with nothing
-    // arrived and factor one.
-    // class_row[n_classes] gets the sums of the rows of all states of a class.
+                              double* row_out, double* row_sums);
+    // The same step for the pairs of state a with every other: f and out, which may be f, have padded(K) values. What
+    // pads out is not zero.
+    void (*diploid_forward_row)(std::size_t K, std::size_t a, const double* f, const double* g, double t0, double c,
+                                const std::uint64_t* bits, const double* e, double* out);
+    // The same steps for all pairs over the stretch of the classes. First the sums over classes from the table f, with
+    // nothing arrived and factor one. class_row[n_classes] gets the sums of the rows of all states of a class.
     void (*pairs_to_classes)(const pair_classes& to, const double* f, double* class_row);
     // One step of the sums; row_out[padded K] as above.
     void (*class_step)(const pair_classes& in, const class_site& site, double* row_out, double* class_row);

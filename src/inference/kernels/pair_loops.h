@@ -24,6 +24,7 @@ struct triangle_step {
     const double* by_allele[2];  // emissions of a row by the row's own allele, [padded K]
     double* out;
     double* row_out;
+    double* row_sums;
 
     // Rows last + at and on, last a multiple of 8. Returns the sum of their entries, as two parts.
     template <size_t n_rows>
@@ -77,17 +78,21 @@ struct triangle_step {
         stored_pair* place = reinterpret_cast<stored_pair*>(row_out + first);
         place[0] += low;
         place[1] += high;
+        place = reinterpret_cast<stored_pair*>(row_sums + first);
+        place[0] = low;
+        place[1] = high;
         return low + high;
     }
     KERNEL_INLINE pair add_to_rows(size_t first, const lanes (&sum)[1]) const {
         const double in_row = total(sum[0]);
         row_out[first] += in_row;
+        row_sums[first] = in_row;
         return pair{in_row, 0.0};
     }
 };
 
 double diploid_forward(size_t K, const double* f, const double* g, double t0, double c, const uint64_t* bits,
-                       const double* e, double* emission_rows, double* out, double* row_out) {
+                       const double* e, double* emission_rows, double* out, double* row_out, double* row_sums) {
     const size_t stride = padded(K);
     for (size_t k = 0; k < stride; k += width) {
         const mask carriers = mask_at(bits, k);
@@ -95,7 +100,8 @@ double diploid_forward(size_t K, const double* f, const double* g, double t0, do
         store(emission_rows + stride + k, select(carriers, spread(e[2]), spread(e[1])));
         store(row_out + k, spread(0.0));
     }
-    const triangle_step step{f, g, c, spread(t0), bits, {emission_rows, emission_rows + stride}, out, row_out};
+    const triangle_step step{f,   g,       c,       spread(t0), bits, {emission_rows, emission_rows + stride},
+                             out, row_out, row_sums};
     pair sum{};
     size_t last = 0;
     for (; last + width <= K; last += width) {
@@ -104,6 +110,18 @@ double diploid_forward(size_t K, const double* f, const double* g, double t0, do
     }
     for (size_t a = last; a < K; ++a) sum += step.rows<1>(last, a - last);
     return sum[0] + sum[1];
+}
+
+void diploid_forward_row(size_t K, size_t a, const double* f, const double* g, double t0, double c,
+                         const uint64_t* bits, const double* e, double* out) {
+    const lanes stay = spread(t0), constant = spread(g[a] + c);
+    const row_emission emit = emission_of_row(e, bits, a);
+    const double own = (t0 * f[a] + ((g[a] + c) + g[a]) * 0.5) * e[2 * bit_of(bits, a)];  // half as many pairs arrive
+    for (size_t b = 0; b < K; b += width) {
+        const lanes w = stay * load(f + b) + (constant + load(g + b));
+        store(out + b, w * select(mask_at(bits, b), emit.with_one, emit.with_zero));
+    }
+    out[a] = own;
 }
 
 double diploid_backward_emit(size_t K, const uint64_t* bits, const double* e, double* b, double* row) {

@@ -252,9 +252,12 @@ void expect_agreement_of_all_kinds(const Case& c, int seed) {
     for (const walk_kind& kind : all_kinds) {
         SCOPED_TRACE("sample " + std::to_string(kind.sample) + " backward " + std::to_string(kind.backward) +
                      " in turns " + std::to_string(kind.in_turns));
-        Case copy = c;
-        pair_tables tables;
-        expect_agreement(copy, kind, seed, tables);
+        for (const double worth_of_classes : {c.worth_of_classes, 0.0}) {
+            Case copy = c;
+            copy.worth_of_classes = worth_of_classes;
+            pair_tables tables;
+            expect_agreement(copy, kind, seed, tables);
+        }
     }
 }
 

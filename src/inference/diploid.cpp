@@ -67,8 +67,7 @@ class forward_sweep {
 
     // Ends before its time where the values must be scaled.
     void pass_by_class(pair_block& block) {
-        const double* from = table_of(block.first);
-        t_.by_class.start(t_.classes, from);
+        t_.by_class.start(t_.classes, table_of(block.first));
         std::size_t v = block.first;
         do {
             lead_into(++v);

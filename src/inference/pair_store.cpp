@@ -40,7 +40,7 @@ std::size_t end_of_classes(const pair_problem& problem, pair_tables& tables, std
     std::size_t last = first, n_kept = 0;
     tables.trial.start(problem.n_states);
     for (std::size_t v = first + 1; v <= longest; ++v) {
-        tables.trial.split(problem.bits(v), problem.n_states);
+        tables.trial.split(problem.bits(v));
         const double by_class = class_cost * static_cast<double>(tables.trial.n_classes());
         if (by_class + borders / static_cast<double>(longest - first) >= least) break;  // whatever comes
         const double cost = by_class + borders / static_cast<double>(v - first);
@@ -201,14 +201,18 @@ const double* pair_store::row_sums() {
     return row_sums_of(p_, t_, v_);
 }
 
+void pair_store::enter_again(std::size_t v, const double* from, double* out) {
+    enter_table(p_, t_, v, from, out);
+    if (t_.scale[v] != 1.0) divide_table(p_, t_, v, t_.scale[v], out);
+}
+
 void pair_store::rebuild(std::size_t first, std::size_t n) {
     ensure_size(t_.local, n * t_.table_size);
     const double* from = kept_table(t_, first);
     for (std::size_t i = 0; i < n; ++i) {
         const std::size_t v = first + 1 + i;
         double* out = local_table(i);
-        enter_table(p_, t_, v, from, out);
-        if (t_.scale[v] != 1.0) divide_table(p_, t_, v, t_.scale[v], out);
+        enter_again(v, from, out);
         from = out;
     }
 }
@@ -220,13 +224,12 @@ void pair_store::build_one() {
     const std::size_t first = block().first;
     if (!block().by_class) {
         for (std::size_t v = first + 1; v <= v_; ++v) {
-            enter_table(p_, t_, v, v == first + 1 ? kept_table(t_, first) : local_table(0), local_table(0));
-            if (t_.scale[v] != 1.0) divide_table(p_, t_, v, t_.scale[v], local_table(0));
+            enter_again(v, v == first + 1 ? kept_table(t_, first) : local_table(0), local_table(0));
         }
         return;
     }
     t_.classes.start(p_.n_states);
-    for (std::size_t v = first + 1; v <= v_; ++v) t_.classes.split(p_.bits(v), p_.n_states);
+    for (std::size_t v = first + 1; v <= v_; ++v) t_.classes.split(p_.bits(v));
     t_.by_class.start(t_.classes, kept_table(t_, first));
     for (std::size_t v = first + 1; v <= v_; ++v) t_.by_class.step(p_, v, terms_into(p_, t_, v), t_.row.data());
     t_.by_class.write_table(kept_table(t_, first), local_table(0));

@@ -65,6 +65,8 @@ class pair_store {
     // Place of the site in hand among those right of the first one.
     std::size_t place() const { return v_ - block().first - 1; }
     double* local_table(std::size_t i) { return t_.local.data() + i * t_.table_size; }
+    // The table of site v as the forward sweep had it.
+    void enter_again(std::size_t v, const double* from, double* out);
     void rebuild(std::size_t first, std::size_t n);
     void build_one();
     void follow_pair(int a, int b);

@@ -4,6 +4,30 @@
 
 #include "model/allele_row.h"
 
+namespace {
+
+// Parts the sets in which both alleles occur, of n words each, or where n is 0 of n_words. The states with allele 1
+// make a new set.
+template <std::size_t n>
+void split_sets(std::vector<std::uint64_t>& sets, std::size_t n_words, const std::uint64_t* alleles) {
+    const std::size_t words = n != 0 ? n : n_words, end = sets.size();
+    for (std::size_t first = 0; first < end; first += words) {
+        std::uint64_t ones = 0, zeros = 0;
+        for (std::size_t w = 0; w < words; ++w) {
+            ones |= sets[first + w] & alleles[w];
+            zeros |= sets[first + w] & ~alleles[w];
+        }
+        if (ones == 0 || zeros == 0) continue;
+        for (std::size_t w = 0; w < words; ++w) {
+            const std::uint64_t set = sets[first + w];
+            sets.push_back(set & alleles[w]);
+            sets[first + w] = set & ~alleles[w];
+        }
+    }
+}
+
+}  // namespace
+
 void state_classes::start(std::size_t n_states) {
     n_states_ = n_states;
     words_ = bits::words_for(n_states);
@@ -12,43 +36,14 @@ void state_classes::start(std::size_t n_states) {
     if (past != 0) sets_.back() = (std::uint64_t{1} << past) - 1;
 }
 
-namespace {
-
-// Lists the sets in which both alleles occur, of n words each, or where n is 0 of n_words.
-template <std::size_t n>
-void list_parted(const std::vector<std::uint64_t>& sets, std::size_t n_words, const std::uint64_t* alleles,
-                 std::vector<std::size_t>& parted) {
-    const std::size_t words = n != 0 ? n : n_words;
-    parted.clear();
-    for (std::size_t first = 0; first < sets.size(); first += words) {
-        std::uint64_t ones = 0, zeros = 0;
-        for (std::size_t w = 0; w < words; ++w) {
-            ones |= sets[first + w] & alleles[w];
-            zeros |= sets[first + w] & ~alleles[w];
-        }
-        if (ones != 0 && zeros != 0) parted.push_back(first);
-    }
-}
-
-}  // namespace
-
-bool state_classes::split(const std::uint64_t* alleles, std::size_t limit) {
+void state_classes::split(const std::uint64_t* alleles) {
     if (words_ == 1) {
-        list_parted<1>(sets_, 1, alleles, parted_);
+        split_sets<1>(sets_, 1, alleles);
     } else if (words_ == 2) {
-        list_parted<2>(sets_, 2, alleles, parted_);
+        split_sets<2>(sets_, 2, alleles);
     } else {
-        list_parted<0>(sets_, words_, alleles, parted_);
+        split_sets<0>(sets_, words_, alleles);
     }
-    if (n_classes() + parted_.size() > limit) return false;
-    for (const std::size_t first : parted_) {
-        for (std::size_t w = 0; w < words_; ++w) {
-            const std::uint64_t set = sets_[first + w];
-            sets_.push_back(set & alleles[w]);
-            sets_[first + w] = set & ~alleles[w];
-        }
-    }
-    return true;
 }
 
 void state_classes::list(std::vector<std::uint32_t>& of_state, std::vector<double>& size,

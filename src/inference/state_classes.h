@@ -11,9 +11,8 @@ class state_classes {
   public:
     // All states in one class.
     void start(std::size_t n_states);
-    // Tells the states of every class apart by their alleles at one more site, bit k of the row for state k. False, and
-    // nothing is changed, if this gave more than limit classes.
-    bool split(const std::uint64_t* alleles, std::size_t limit);
+    // Tells the states of every class apart by their alleles at one more site, bit k of the row for state k.
+    void split(const std::uint64_t* alleles);
 
     std::size_t n_states() const { return n_states_; }
     std::size_t n_classes() const { return sets_.size() / words_; }
@@ -23,5 +22,4 @@ class state_classes {
   private:
     std::size_t n_states_ = 0, words_ = 1;
     std::vector<std::uint64_t> sets_;  // [class][words]: bit k for state k
-    std::vector<std::size_t> parted_;
 };

@@ -754,6 +754,12 @@ struct block_counts {
     }
 };
 
+int blocks_by_class(const pair_tables& tables) {
+    block_counts counts;
+    counts.add(tables);
+    return counts.by_class;
+}
+
 // The blocks follow each other from the first site to the last, and the tables at their ends are kept.
 void expect_chain_of_blocks(const pair_tables& tables, std::size_t n_sites, std::size_t keep_every) {
     std::size_t at = 0;
@@ -797,12 +803,10 @@ TEST(pairs_of_copies, agree_at_any_interval) {
         pair_tables tables;
         expect_agreement_of_all_kinds(c, 4, tables, keep_every);
         expect_chain_of_blocks(tables, c.plain.sites.size(), keep_every);
-        block_counts counts;
-        counts.add(tables);
         if (keep_every < 3) {
-            EXPECT_EQ(0, counts.by_class) << "a shorter block is not worth its classes";
+            EXPECT_EQ(0, blocks_by_class(tables)) << "a shorter block is not worth its classes";
         } else if (keep_every > 5) {
-            EXPECT_GT(counts.by_class, 0);
+            EXPECT_GT(blocks_by_class(tables), 0);
         }
     }
 }
@@ -893,9 +897,7 @@ TEST(pairs_of_copies, agree_at_distances_that_all_or_no_memory_survives) {
             c.finish();
             pair_tables tables;
             expect_agreement_of_all_kinds(c, K, tables, 48);
-            block_counts counts;
-            counts.add(tables);
-            EXPECT_GT(counts.by_class, 0);
+            EXPECT_GT(blocks_by_class(tables), 0);
         }
     }
 }
@@ -914,9 +916,7 @@ TEST(pairs_of_copies, agree_where_emissions_are_probabilities_of_genotypes) {
         c.finish();
         pair_tables tables;
         expect_agreement_of_all_kinds(c, K, tables, 48);
-        block_counts counts;
-        counts.add(tables);
-        EXPECT_GT(counts.by_class, 0);
+        EXPECT_GT(blocks_by_class(tables), 0);
     }
 }
 
@@ -965,9 +965,7 @@ TEST(pairs_of_copies, fall_to_the_last_pair_when_no_pair_explains_the_data) {
             expect_agreement(copy, kind, 5, tables, 48);
             EXPECT_EQ((std::array<int, 2>{17, 17}),
                       (std::array<int, 2>{copy.plain.sites.back().state_a, copy.plain.sites.back().state_b}));
-            block_counts counts;
-            counts.add(tables);
-            EXPECT_GT(counts.by_class, 0);
+            EXPECT_GT(blocks_by_class(tables), 0);
         }
     }
 }
@@ -1014,9 +1012,7 @@ TEST(pairs_of_copies, give_the_same_bits_at_every_level_of_the_kernels) {
                 kernels::choose(l);
                 pair_tables tables;
                 const std::vector<double> found = results_of(c, kind, tables);
-                block_counts counts;
-                counts.add(tables);
-                EXPECT_GT(counts.by_class, 0);
+                EXPECT_GT(blocks_by_class(tables), 0);
                 if (expected.empty()) expected = found;
                 EXPECT_EQ(expected, found) << "level " << static_cast<int>(l) << " K " << K;
             }
@@ -1035,9 +1031,7 @@ TEST(pairs_of_copies, go_by_pairs_between_checkpoints) {
                 unordered_case copy = c;
                 pair_tables tables;
                 expect_agreement(copy, kind, K, tables, 48);
-                block_counts counts;
-                counts.add(tables);
-                EXPECT_EQ(0, counts.by_class);
+                EXPECT_EQ(0, blocks_by_class(tables));
             }
         }
     }

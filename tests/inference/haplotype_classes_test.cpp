@@ -54,13 +54,13 @@ void expect_right_classes(const haplotype_classes& classes, const packed_haploty
 }
 
 // A panel with so many different haplotypes over every 64 sites and over all: haplotype h is number h % n_different in
-// the first eight sites of every 64, and clear elsewhere.
+// the first seventeen sites of every 64, and clear elsewhere.
 packed_haplotypes counted_panel(std::size_t n_hap, std::size_t n_sites, std::size_t n_different) {
     packed_haplotypes panel(n_hap, n_sites);
     for (std::size_t h = 0; h < n_hap; ++h) {
         for (std::size_t s = 0; s < n_sites; ++s) {
             const std::size_t bit = s % 64;
-            if (bit < 8 && ((h % n_different) >> bit & 1U) != 0) panel.set(h, s, 1);
+            if (bit < 17 && ((h % n_different) >> bit & 1U) != 0) panel.set(h, s, 1);
         }
     }
     return panel;
@@ -185,6 +185,17 @@ TEST(haplotype_classes, do_not_serve_too_many_different_haplotypes) {
     const packed_haplotypes panel = make_panel(source, m);
     haplotype_classes classes;
     for (int call = 0; call < 3; ++call) EXPECT_FALSE(classes.serve(panel, sites));
+}
+
+// An eighth of so many haplotypes would be more classes than can be told apart in two bytes.
+TEST(haplotype_classes, do_not_serve_more_classes_than_have_a_number) {
+    constexpr std::size_t n_hap = 8 * 65600;
+    const std::vector<int> sites = consecutive(0, 17);
+    haplotype_classes too_many, most;
+    EXPECT_FALSE(too_many.serve(counted_panel(n_hap, 17, 65536), sites));
+    const packed_haplotypes panel = counted_panel(n_hap, 17, 65535);
+    ASSERT_TRUE(most.serve(panel, sites));
+    EXPECT_EQ(65535U, most.blocks().front().n_classes);
 }
 
 // Between blocks of 256 sites, blocks of 64 where the haplotypes are diverse.

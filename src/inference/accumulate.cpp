@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "inference/accumulate.h"
 #include "inference/workspace.h"
 #include "model/data.h"
 #include "model/result_file.h"
@@ -64,14 +65,14 @@ class count_pass {
 
     void visit_imputed(std::size_t s, const std::array<double, 2>& weights) {
         if (run_.params.mc_impute) {
-            if (run_.params.phase && !run_.tmp_haps) store_bits(q_.ind, s);
+            if (run_.params.phase && !run_.plan.tmp_haps) store_bits(q_.ind, s);
             count_sampled_genotype(s);
             return;
         }
         const double a = run_.work->allele_prob[0][s];
         const double b = q_.diploid ? run_.work->allele_prob[1][s] : 0.0;
         auto [q1, q2] = genotype_chances(a, b, q_.diploid);
-        const auto cond = static_cast<std::size_t>(int{run_.traits[s].top_panel});
+        const auto cond = static_cast<std::size_t>(int{run_.sites.traits[s].top_panel});
         if (run_.params.weight_imputed_gt >= 0) {
             write_debug_line(s, q1, q2);
             q1 *= weights[cond];
@@ -87,12 +88,12 @@ class count_pass {
     }
 
     void visit_typed(std::size_t s) {
-        if (keep_bits_ && !run_.tmp_haps) {
+        if (keep_bits_ && !run_.plan.tmp_haps) {
             store_bits(run_.params.mc_impute ? q_.ind : static_cast<std::size_t>(q_.unknown_index), s);
         }
-        if (run_.traits[s].type != 2 || !q_.selfcheck_iter || run_.params.mc_impute) return;
+        if (run_.sites.traits[s].type != 2 || !q_.selfcheck_iter || run_.params.mc_impute) return;
         for (std::size_t cond = 0; cond < 2; ++cond) {
-            if (!run_.output_types[cond] && run_.params.weight_panel != static_cast<int>(cond)) continue;
+            if (!run_.plan.output_types[cond] && run_.params.weight_panel != static_cast<int>(cond)) continue;
             const auto& acc = run_.work->allele_acc[cond];
             const auto [q1, q2] = genotype_chances(acc[0][s], q_.diploid ? acc[1][s] : 0.0, q_.diploid);
             run_.acc.gtype_acc3[cond][0].add(q_.ind, s, q1);
@@ -102,9 +103,9 @@ class count_pass {
 
   private:
     void store_bits(std::size_t slot, std::size_t s) {
-        run_.acc.mcmc_bits.set(slot, 0, s, q_.stored_count, run_.haps[2].allele(q_.hap, s) == 1);
+        run_.acc.mcmc_bits.set(slot, 0, s, q_.stored_count, run_.panels[2].haps.allele(q_.hap, s) == 1);
         if (q_.diploid) {
-            run_.acc.mcmc_bits.set(slot, 1, s, q_.stored_count, run_.haps[2].allele(q_.hap + 1, s) == 1);
+            run_.acc.mcmc_bits.set(slot, 1, s, q_.stored_count, run_.panels[2].haps.allele(q_.hap + 1, s) == 1);
         }
     }
 
@@ -120,14 +121,14 @@ class count_pass {
 
     void write_debug_line(std::size_t s, double q1, double q2) {
         if (!run_.debug_wt_out) return;
-        const auto cond = static_cast<std::size_t>(int{run_.traits[s].top_panel});
+        const auto cond = static_cast<std::size_t>(int{run_.sites.traits[s].top_panel});
         const auto& L = run_.acc.term_prob[cond];
         result_file& out = *run_.debug_wt_out;
         out.integer(static_cast<long>(q_.ind));
         out.character(' ');
         out.integer(static_cast<long>(cond));
         out.character(' ');
-        out.integer(run_.positions[s]);
+        out.integer(run_.sites.positions[s]);
         for (const double value : {L[0], L[1], 1.0 - q1 - q2, q1, q2}) {
             out.character(' ');
             out.fixed(value, 4);
@@ -143,7 +144,7 @@ class count_pass {
 
 // A sampled missing allele of a Panel 0 haplotype.
 void count_sporadic(data& run, std::size_t ind, std::size_t s) {
-    if (run.ref_missing.n_hap() == 0 || run.ref_missing.allele(ind, s) == 0) return;
+    if (run.panels[0].missing.n_hap() == 0 || run.panels[0].missing.allele(ind, s) == 0) return;
     int& sampled = run.acc.last_sampled_gtype[s];
     sample_tally& tally = run.acc.tallies[s];
     if (tally.miss_counts[0].empty()) return;
@@ -156,10 +157,11 @@ void count_sporadic(data& run, std::size_t ind, std::size_t s) {
 
 }  // namespace
 
-void data::store_counts_or_haps(int ind, int hap, int diploid, int panel, int stored_count, bool selfcheck_iter,
-                                int known_index, int unknown_index, bool known) {
-    if (panel == 0 && !sporadic_haploid_imputation) {
-        log.fatal("ERROR: The update_panel should not be zero unless you are performing sporadic haploid imputation.");
+void store_counts_or_haps(data& run, int ind, int hap, int diploid, int panel, int stored_count, bool selfcheck_iter,
+                          int known_index, int unknown_index, bool known) {
+    if (panel == 0 && !run.plan.sporadic_haploid_imputation) {
+        run.log.fatal(
+            "ERROR: The update_panel should not be zero unless you are performing sporadic haploid imputation.");
     }
     const count_request request{static_cast<std::size_t>(ind),
                                 static_cast<std::size_t>(hap),
@@ -168,21 +170,21 @@ void data::store_counts_or_haps(int ind, int hap, int diploid, int panel, int st
                                 selfcheck_iter,
                                 known_index,
                                 unknown_index};
-    const bool keep_bits = (unknown_index >= 0 && params.phase && !known) || (params.mc_impute && known);
-    const bool keep_allele_probs = known_index >= 0 && params.phase && known && !params.mc_impute;
+    const bool keep_bits = (unknown_index >= 0 && run.params.phase && !known) || (run.params.mc_impute && known);
+    const bool keep_allele_probs = known_index >= 0 && run.params.phase && known && !run.params.mc_impute;
     std::array<double, 2> weights{1.0, 1.0};
-    if (panel == 2) weights = iteration_weights(*this, request.ind, request.diploid, stored_count == 0);
+    if (panel == 2) weights = iteration_weights(run, request.ind, request.diploid, stored_count == 0);
 
-    count_pass pass(*this, request, keep_bits, keep_allele_probs);
-    const auto [first, last] = site_range(haps_interval());
+    count_pass pass(run, request, keep_bits, keep_allele_probs);
+    const auto [first, last] = run.sites.range(run.haps_interval());
     for (std::size_t s = first; s < last; ++s) {
-        if (traits[s].type == n_panels) continue;
-        if (traits[s].top_panel < panel) {
+        if (run.sites.traits[s].type == run.plan.n_panels) continue;
+        if (run.sites.traits[s].top_panel < panel) {
             pass.visit_imputed(s, weights);
         } else if (panel == 2) {
             pass.visit_typed(s);
-        } else if (params.mc_impute && sporadic_haploid_imputation) {
-            count_sporadic(*this, request.ind, s);
+        } else if (run.params.mc_impute && run.plan.sporadic_haploid_imputation) {
+            count_sporadic(run, request.ind, s);
         }
     }
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "inference/conditioning.h"
 #include "inference/state_selection.h"
 #include "inference/workspace.h"
 #include "model/data.h"
@@ -35,7 +36,7 @@ candidate_pool make_pool(int hap, int n_own, int panel, int cond_panel) {
 
 int pool_size(const data& run, const candidate_pool& pool) {
     int n = 0;
-    for (int p = pool.first_panel; p <= pool.last_panel; ++p) n += run.n_hap[static_cast<std::size_t>(p)];
+    for (int p = pool.first_panel; p <= pool.last_panel; ++p) n += run.panels[static_cast<std::size_t>(p)].n_hap;
     return n;
 }
 
@@ -43,7 +44,7 @@ int pool_size(const data& run, const candidate_pool& pool) {
 template <typename Visit>
 void for_each_stretch(const data& run, const candidate_pool& pool, Visit visit) {
     for (int p = pool.first_panel; p <= pool.last_panel; ++p) {
-        const int n = run.n_hap[static_cast<std::size_t>(p)];
+        const int n = run.panels[static_cast<std::size_t>(p)].n_hap;
         if (p == pool.own_panel) {
             visit(p, 0, pool.own_first);
             visit(p, std::min(pool.own_first + pool.n_own, n), n);
@@ -66,8 +67,8 @@ void take_all(data& run, const candidate_pool& pool) {
 }
 
 int model_states(const data& run, int ploidy, int panel, int cond_panel) {
-    return run.k_states[static_cast<std::size_t>(ploidy)][static_cast<std::size_t>(panel)]
-                       [static_cast<std::size_t>(cond_panel)];
+    return run.models.k_states[static_cast<std::size_t>(ploidy)][static_cast<std::size_t>(panel)]
+                              [static_cast<std::size_t>(cond_panel)];
 }
 
 // The record of the choices for one line of a copy-state file; null where none is kept.
@@ -84,8 +85,8 @@ copy_state_record* record_of(data& run, int hap, int ploidy, int panel, int cond
 std::vector<int> counted_sites(const data& run, int panel, int cond_panel) {
     const bool full = run.full_sites(panel, cond_panel);
     std::vector<int> counted;
-    for (const snp* site : run.sites) {
-        if (site->type < panel || site->type == run.n_panels) continue;
+    for (const snp* site : run.sites.in_order) {
+        if (site->type < panel || site->type == run.plan.n_panels) continue;
         if (run.params.fill_holes && site->type < cond_panel) continue;
         if (!full && site->ref_alleles_missing) continue;
         if (run.params.choose_states_from_scaffold && site->known_haps_flags.empty()) continue;
@@ -96,17 +97,17 @@ std::vector<int> counted_sites(const data& run, int panel, int cond_panel) {
 
 }  // namespace
 
-void data::choose_random_conditioning_states(int hap, int ploidy, int panel, int cond_panel) {
-    cond_states.clear();
+void choose_random_conditioning_states(data& run, int hap, int ploidy, int panel, int cond_panel) {
+    run.cond_states.clear();
     const candidate_pool pool = make_pool(hap, ploidy + 1, panel, cond_panel);
-    const int K = model_states(*this, ploidy, panel, cond_panel);
-    const int n_all = pool_size(*this, pool);
+    const int K = model_states(run, ploidy, panel, cond_panel);
+    const int n_all = pool_size(run, pool);
     if (K >= n_all - pool.n_own) {
-        take_all(*this, pool);
+        take_all(run, pool);
         return;
     }
     // Running indices count Panel 0, then Panel 1, then Panel 2.
-    const std::array<int, 3> offset{0, n_hap[0], n_hap[0] + n_hap[1]};
+    const std::array<int, 3> offset{0, run.panels[0].n_hap, run.panels[0].n_hap + run.panels[1].n_hap};
     const int start = offset[static_cast<std::size_t>(pool.first_panel)];
     const int own = pool.n_own > 0 ? offset[static_cast<std::size_t>(panel)] + hap - start : -1;
     std::vector<int> drawn(static_cast<std::size_t>(K));
@@ -114,53 +115,56 @@ void data::choose_random_conditioning_states(int hap, int ploidy, int panel, int
     RandomCombination2::SortAscending(K, drawn.data());
     for (const int index : drawn) {
         const int p = index < offset[1] ? 0 : index < offset[2] ? 1 : 2;
-        cond_states.add(p, index - offset[static_cast<std::size_t>(p)]);
+        run.cond_states.add(p, index - offset[static_cast<std::size_t>(p)]);
     }
 }
 
-void data::choose_informed_conditioning_states(int hap, int ploidy, int panel, int cond_panel, bool single) {
-    cond_states.clear();
+void choose_informed_conditioning_states(data& run, int hap, int ploidy, int panel, int cond_panel, bool single) {
+    run.cond_states.clear();
     const candidate_pool pool = make_pool(hap, ploidy + 1, panel, cond_panel);
-    const int K = model_states(*this, ploidy, panel, cond_panel);
-    copy_state_record* record = record_of(*this, hap, ploidy, panel, cond_panel);
+    const int K = model_states(run, ploidy, panel, cond_panel);
+    copy_state_record* record = record_of(run, hap, ploidy, panel, cond_panel);
     const auto keep_state = [&](int p, int h, int dist_a, int dist_b) {
-        cond_states.add(p, h);
+        run.cond_states.add(p, h);
         if (record == nullptr) return;
         record->panel.push_back(p);
         record->hap.push_back(h);
         record->dist_a.push_back(dist_a);
         if (!single) record->dist_b.push_back(dist_b);
     };
-    if (K < 1 || K >= pool_size(*this, pool) - pool.n_own) {
-        for_each_candidate(*this, pool, [&](int p, int h) { keep_state(p, h, 0, 0); });
-        if (K < 1) cond_states.clear();
+    if (K < 1 || K >= pool_size(run, pool) - pool.n_own) {
+        for_each_candidate(run, pool, [&](int p, int h) { keep_state(p, h, 0, 0); });
+        if (K < 1) run.cond_states.clear();
         return;
     }
     const auto target = static_cast<std::size_t>(panel);
-    distance_rows& rows = work->distances[target][static_cast<std::size_t>(cond_panel)];
-    if (!rows.ready()) rows.set_sites(counted_sites(*this, panel, cond_panel));
+    distance_rows& rows = run.work->distances[target][static_cast<std::size_t>(cond_panel)];
+    if (!rows.ready()) rows.set_sites(counted_sites(run, panel, cond_panel));
     for (int p = pool.first_panel; p <= pool.last_panel; ++p) {
         const auto other = static_cast<std::size_t>(p);
-        rows.distances(haps, target, static_cast<std::size_t>(hap), other, work->ham_dist_a[other]);
-        if (!single) rows.distances(haps, target, static_cast<std::size_t>(hap) + 1, other, work->ham_dist_b[other]);
+        rows.distances(haplotypes_of(run.panels), target, static_cast<std::size_t>(hap), other,
+                       run.work->ham_dist_a[other]);
+        if (!single)
+            rows.distances(haplotypes_of(run.panels), target, static_cast<std::size_t>(hap) + 1, other,
+                           run.work->ham_dist_b[other]);
     }
     const auto dist = [&](const std::array<std::vector<int>, 3>& table, int p, int h) {
         return table[static_cast<std::size_t>(p)][static_cast<std::size_t>(h)];
     };
-    work->figures.clear();
-    for_each_stretch(*this, pool, [&](int p, int first, int end) {
-        const auto a = work->ham_dist_a[static_cast<std::size_t>(p)].begin();
-        const auto b = work->ham_dist_b[static_cast<std::size_t>(p)].begin();
-        work->figures.insert(work->figures.end(), a + first, a + end);
+    run.work->figures.clear();
+    for_each_stretch(run, pool, [&](int p, int first, int end) {
+        const auto a = run.work->ham_dist_a[static_cast<std::size_t>(p)].begin();
+        const auto b = run.work->ham_dist_b[static_cast<std::size_t>(p)].begin();
+        run.work->figures.insert(run.work->figures.end(), a + first, a + end);
         if (single) return;
-        const auto out = work->figures.end() - (end - first);
+        const auto out = run.work->figures.end() - (end - first);
         for (int i = 0; i < end - first; ++i) out[i] = std::min(out[i], b[first + i]);
     });
-    select_nearest(work->figures, static_cast<std::size_t>(K), work->keep);
+    select_nearest(run.work->figures, static_cast<std::size_t>(K), run.work->keep);
     std::size_t i = 0;
-    for_each_candidate(*this, pool, [&](int p, int h) {
-        if (work->keep[i++] == 0) return;
-        keep_state(p, h, dist(work->ham_dist_a, p, h), single ? 0 : dist(work->ham_dist_b, p, h));
+    for_each_candidate(run, pool, [&](int p, int h) {
+        if (run.work->keep[i++] == 0) return;
+        keep_state(p, h, dist(run.work->ham_dist_a, p, h), single ? 0 : dist(run.work->ham_dist_b, p, h));
     });
 }
 
@@ -171,13 +175,13 @@ namespace {
 class matrix_layout {
   public:
     explicit matrix_layout(const data& run) : by_hap_(is_given(run.params.distances_by_hap_file)) {
-        offset_[1] = run.n_hap[0];
-        offset_[2] = run.n_hap[0] + (by_hap_ ? run.n_hap[1] : run.n_ind[1]);
+        offset_[1] = run.panels[0].n_hap;
+        offset_[2] = run.panels[0].n_hap + (by_hap_ ? run.panels[1].n_hap : run.panels[1].n_ind);
         if (by_hap_) return;
         for (int panel = 1; panel <= 2; ++panel) {
             auto& owner = individual_[static_cast<std::size_t>(panel)];
-            for (int i = 0; i < run.n_ind[static_cast<std::size_t>(panel)]; ++i) {
-                owner.insert(owner.end(), run.is_haploid(panel, i) ? 1 : 2, i);
+            for (int i = 0; i < run.panels[static_cast<std::size_t>(panel)].n_ind; ++i) {
+                owner.insert(owner.end(), run.panels[panel].is_haploid(i) ? 1 : 2, i);
             }
         }
     }
@@ -195,36 +199,37 @@ class matrix_layout {
 
 }  // namespace
 
-void data::choose_conditioning_states_from_dist_matrix(int hap, int ploidy, int panel, int cond_panel, bool single) {
+void choose_conditioning_states_from_dist_matrix(data& run, int hap, int ploidy, int panel, int cond_panel,
+                                                 bool single) {
     // Without single, hap is an individual.
-    const int first = single ? hap : first_hap(panel, hap);
-    const int n_own = panel == 0 || (single ? ploidy == 0 : is_haploid(panel, hap)) ? 1 : 2;
-    cond_states.clear();
+    const int first = single ? hap : run.panels[panel].first_hap(hap);
+    const int n_own = panel == 0 || (single ? ploidy == 0 : run.panels[panel].is_haploid(hap)) ? 1 : 2;
+    run.cond_states.clear();
     const candidate_pool pool = make_pool(first, n_own, panel, cond_panel);
-    const int K = model_states(*this, ploidy, panel, cond_panel);
+    const int K = model_states(run, ploidy, panel, cond_panel);
     const int n_own_counted = pool.n_own == 0 ? 0 : panel == 0 ? 1 : 2;
-    const int n_available = pool_size(*this, pool) - n_own_counted;
+    const int n_available = pool_size(run, pool) - n_own_counted;
     if (K >= n_available) {
-        take_all(*this, pool);
+        take_all(run, pool);
         // A single haplotype comes here one candidate early: the last one is then left out.
-        while (cond_states.size() > static_cast<std::size_t>(std::max(K, 0))) {
-            cond_states.panel.pop_back();
-            cond_states.hap.pop_back();
+        while (run.cond_states.size() > static_cast<std::size_t>(std::max(K, 0))) {
+            run.cond_states.panel.pop_back();
+            run.cond_states.hap.pop_back();
         }
         return;
     }
-    const matrix_layout layout(*this);
-    const std::vector<double>& row_a = dist_matrix[layout.place(panel, first)];
-    const std::vector<double>& row_b = dist_matrix[layout.place(panel, first + (single || n_own == 1 ? 0 : 1))];
-    work->matrix_figures.clear();
-    for_each_candidate(*this, pool, [&](int p, int h) {
+    const matrix_layout layout(run);
+    const std::vector<double>& row_a = run.dist_matrix[layout.place(panel, first)];
+    const std::vector<double>& row_b = run.dist_matrix[layout.place(panel, first + (single || n_own == 1 ? 0 : 1))];
+    run.work->matrix_figures.clear();
+    for_each_candidate(run, pool, [&](int p, int h) {
         const std::size_t column = layout.place(p, h);
-        work->matrix_figures.push_back(std::min(row_a[column], row_b[column]));
+        run.work->matrix_figures.push_back(std::min(row_a[column], row_b[column]));
     });
     if (K < 1) return;
-    select_nearest(work->matrix_figures, static_cast<std::size_t>(K), work->keep);
+    select_nearest(run.work->matrix_figures, static_cast<std::size_t>(K), run.work->keep);
     std::size_t i = 0;
-    for_each_candidate(*this, pool, [&](int p, int h) {
-        if (work->keep[i++] != 0) cond_states.add(p, h);
+    for_each_candidate(run, pool, [&](int p, int h) {
+        if (run.work->keep[i++] != 0) run.cond_states.add(p, h);
     });
 }

@@ -39,11 +39,11 @@ void distance_rows::refresh(const packed_haplotypes& full, cut_panel& cut) {
     for (std::size_t h = 0; h < full.n_hap(); ++h) refresh_row(full, cut, h);
 }
 
-void distance_rows::distances(const std::array<packed_haplotypes, 3>& haps, std::size_t panel, std::size_t hap,
+void distance_rows::distances(const haplotypes_by_panel& haps, std::size_t panel, std::size_t hap,
                               std::size_t other_panel, std::vector<int>& counts) {
-    refresh(haps[panel], panels_[panel]);
-    refresh(haps[other_panel], panels_[other_panel]);
-    counts.resize(haps[other_panel].n_hap());
+    refresh(*haps[panel], panels_[panel]);
+    refresh(*haps[other_panel], panels_[other_panel]);
+    counts.resize(haps[other_panel]->n_hap());
     kernels::active().distances(words_, panels_[panel].rows.data() + hap * words_, counts.size(),
                                 panels_[other_panel].rows.data(), counts.data());
 }

@@ -17,8 +17,8 @@ class distance_rows {
 
     // Numbers of counted sites at which a haplotype differs from each haplotype of a panel. Rows that have changed
     // since the last call are cut anew.
-    void distances(const std::array<packed_haplotypes, 3>& haps, std::size_t panel, std::size_t hap,
-                   std::size_t other_panel, std::vector<int>& counts);
+    void distances(const haplotypes_by_panel& haps, std::size_t panel, std::size_t hap, std::size_t other_panel,
+                   std::vector<int>& counts);
 
   private:
     struct cut_panel {

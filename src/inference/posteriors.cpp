@@ -8,7 +8,7 @@ bool no_posterior(const data& run) {
 }
 
 bool is_known(const data& run, const posterior_target& t) {
-    return t.panel == 2 && run.has_known_haps[static_cast<std::size_t>(t.ind)];
+    return t.panel == 2 && run.panels[2].ordered[static_cast<std::size_t>(t.ind)];
 }
 
 // Whether allele sums of the individual's haplotypes are kept.
@@ -22,12 +22,12 @@ bool phase_known(const posterior_target& t, const snp& site) {
 }
 
 std::uint8_t genotype(const posterior_target& t, const snp& site) {
-    const auto& gtypes = site.gtypes[static_cast<std::size_t>(t.panel - 1)];
+    const auto& gtypes = site.gtypes[t.panel];
     return gtypes.empty() ? missing_genotype : gtypes[static_cast<std::size_t>(t.ind)];
 }
 
 int current_allele(const data& run, const posterior_target& t, const snp& site, int strand) {
-    return run.haps[static_cast<std::size_t>(t.panel)].allele(
+    return run.panels[static_cast<std::size_t>(t.panel)].haps.allele(
         static_cast<std::size_t>(t.hap) + static_cast<std::size_t>(strand), static_cast<std::size_t>(site.index));
 }
 
@@ -49,7 +49,7 @@ void add_alleles(data& run, const posterior_target& t, const snp& site, double f
 // Adds alleles that are known for certain.
 void add_certain(data& run, const posterior_target& t, const snp& site, int first, int second, bool diploid) {
     const int n_ones = diploid ? first + second : 2 * first;
-    if (n_ones > 0 && !no_posterior(run) && !run.count_missing_only) {
+    if (n_ones > 0 && !no_posterior(run) && !run.plan.count_missing_only) {
         add_genotype(run, t, site, n_ones == 1 ? 1.0 : 0.0, n_ones == 2 ? 1.0 : 0.0);
     }
     add_alleles(run, t, site, first, second);
@@ -69,17 +69,17 @@ std::array<double, 2> normalised(std::array<double, 2> chances) {
 bool haploid_posterior_needed(const data& run, const posterior_target& target, const snp& site) {
     if (!target.genotype_probs || phase_known(target, site)) return false;
     const bool missing = genotype(target, site) == missing_genotype;
-    return missing || (!run.count_missing_only && !no_posterior(run));
+    return missing || (!run.plan.count_missing_only && !no_posterior(run));
 }
 
 bool ordered_posterior_needed(const data& run, const posterior_target& target, const snp& site) {
     if (!target.genotype_probs || phase_known(target, site)) return false;
-    return !run.count_missing_only || genotype(target, site) == missing_genotype;
+    return !run.plan.count_missing_only || genotype(target, site) == missing_genotype;
 }
 
 bool diploid_posterior_needed(const data& run, const posterior_target& target, const snp& site) {
     if (!target.genotype_probs) return false;
-    return !run.count_missing_only || genotype(target, site) == missing_genotype;
+    return !run.plan.count_missing_only || genotype(target, site) == missing_genotype;
 }
 
 void add_haploid_posterior(data& run, const posterior_target& target, const snp& site, const allele_weights* weights) {
@@ -94,7 +94,7 @@ void add_haploid_posterior(data& run, const posterior_target& target, const snp&
         return;
     }
     const auto& M =
-        run.mutation_matrix[0][static_cast<std::size_t>(target.panel)][static_cast<std::size_t>(target.panel)];
+        run.models.mutation[0][static_cast<std::size_t>(target.panel)][static_cast<std::size_t>(target.panel)];
     const std::size_t seen = g == missing_genotype ? unobserved : g / 2U;
     std::array<double, 2> p{};
     for (std::size_t copied = 0; copied < 2; ++copied) {
@@ -116,7 +116,7 @@ void add_ordered_posterior(data& run, const posterior_target& target, const snp&
     }
     if (weights == nullptr) return;
     const auto& Mh =
-        run.mutation_matrix[0][static_cast<std::size_t>(target.panel)][static_cast<std::size_t>(target.panel)];
+        run.models.mutation[0][static_cast<std::size_t>(target.panel)][static_cast<std::size_t>(target.panel)];
     std::array<double, 2> first{}, second{};
     for (std::size_t x = 0; x < 2; ++x) {
         for (std::size_t y = 0; y < 2; ++y) {
@@ -136,7 +136,7 @@ void add_ordered_posterior(data& run, const posterior_target& target, const snp&
 void add_diploid_posterior(data& run, const posterior_target& target, const snp& site,
                            const std::array<double, 4>& weights, const std::array<double, 4>& emission) {
     const auto panel = static_cast<std::size_t>(target.panel);
-    const emission_table& M = run.mutation_matrix[1][panel][panel];
+    const emission_table& M = run.models.mutation[1][panel][panel];
     const std::array<double, 3> by_sum{weights[0] / emission[0], weights[1] / emission[1], weights[3] / emission[3]};
     std::array<double, 3> p{};
     for (std::size_t g = 0; g < 3; ++g) {
@@ -149,7 +149,7 @@ void add_diploid_posterior(data& run, const posterior_target& target, const snp&
     }
     for (double& chance : p) chance /= total;
     if (run.params.pgs_prob) {
-        const float* input = site.gtype_probs[panel - 1].data() + 3 * static_cast<std::size_t>(target.ind);
+        const float* input = site.gtype_probs[panel].data() + 3 * static_cast<std::size_t>(target.ind);
         for (std::size_t g = 0; g < 3; ++g) p[g] *= static_cast<double>(input[g]);
         const double sum = p[0] + p[1] + p[2];
         for (double& chance : p) chance /= sum;

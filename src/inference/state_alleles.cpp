@@ -30,12 +30,11 @@ std::vector<site_run> runs_of(const std::vector<int>& sites) {
 }
 
 // The rows of the states, padded to whole blocks with rows of zeros.
-std::vector<const std::uint64_t*> rows_of(const std::array<packed_haplotypes, 3>& haps,
-                                          const conditioning_states& states, std::size_t n_rows,
-                                          const std::vector<std::uint64_t>& zeros) {
+std::vector<const std::uint64_t*> rows_of(const haplotypes_by_panel& haps, const conditioning_states& states,
+                                          std::size_t n_rows, const std::vector<std::uint64_t>& zeros) {
     std::vector<const std::uint64_t*> rows(n_rows, zeros.data());
     for (std::size_t k = 0; k < std::min(n_rows, states.size()); ++k) {
-        rows[k] = haps[static_cast<std::size_t>(states.panel[k])].row(static_cast<std::size_t>(states.hap[k]));
+        rows[k] = haps[static_cast<std::size_t>(states.panel[k])]->row(static_cast<std::size_t>(states.hap[k]));
     }
     return rows;
 }
@@ -100,7 +99,7 @@ void write_run(const std::vector<std::uint64_t>& blocks, const site_run& run, co
 
 }  // namespace
 
-void gather_state_alleles(const std::array<packed_haplotypes, 3>& haps, const conditioning_states& states,
+void gather_state_alleles(const haplotypes_by_panel& haps, const conditioning_states& states,
                           const std::vector<int>& sites, std::size_t n_states, std::vector<std::uint64_t>& alleles) {
     const std::size_t words = bits::words_for(n_states);
     alleles.resize(sites.size() * words);

@@ -21,18 +21,18 @@ bool probabilistic(const data& run, int panel) {
 }
 
 bool ref_allele_missing(const data& run, int hap, std::size_t s) {
-    return run.ref_missing.n_hap() > 0 && run.ref_missing.allele(at(hap), s) == 1;
+    return run.panels[0].missing.n_hap() > 0 && run.panels[0].missing.allele(at(hap), s) == 1;
 }
 
 std::uint8_t genotype_of(const data& run, int panel, int ind, std::size_t s) {
-    const auto& gtypes = run.sites[s]->gtypes[at(panel - 1)];
-    return gtypes.empty() ? missing_genotype : gtypes[at(ind)];
+    const auto& gtypes = run.sites.in_order[s]->gtypes[panel];
+    return gtypes.empty() ? missing_genotype : gtypes[static_cast<std::size_t>(ind)];
 }
 
 // Observed allele of a haplotype at site s of the store: 0, 1, or unobserved.
 std::uint8_t observed_allele(const data& run, const haploid_update& u, std::size_t s) {
-    const site_traits& traits = run.traits[s];
-    const auto allele = [&] { return static_cast<std::uint8_t>(run.haps[at(u.panel)].allele(at(u.hap), s)); };
+    const site_traits& traits = run.sites.traits[s];
+    const auto allele = [&] { return static_cast<std::uint8_t>(run.panels[at(u.panel)].haps.allele(at(u.hap), s)); };
     if (u.panel == 0) return ref_allele_missing(run, u.hap, s) ? unobserved : allele();
     if (u.panel == 1 && traits.panel1_placeholder) return unobserved;
     if (u.panel > u.cond_panel) return traits.type >= u.panel ? allele() : unobserved;
@@ -46,7 +46,7 @@ bool own_data_missing(const data& run, const haploid_update& u, std::size_t s) {
 
 // Whether a walk that samples draws the haplotype's allele at a site.
 bool draws_allele(const data& run, const haploid_update& u, std::size_t s) {
-    const site_traits& traits = run.traits[s];
+    const site_traits& traits = run.sites.traits[s];
     if (u.panel == 1 && traits.panel1_placeholder) return true;
     if (run.params.use_panel1_for_type0_imputation && u.panel == 2) {
         if (traits.top_panel != u.cond_panel) return false;
@@ -59,7 +59,7 @@ bool draws_allele(const data& run, const haploid_update& u, std::size_t s) {
 
 // The same choice as the older whole-sweep routine makes it.
 bool draws_allele_old(const data& run, const haploid_update& u, std::size_t s) {
-    const site_traits& traits = run.traits[s];
+    const site_traits& traits = run.sites.traits[s];
     if (u.panel == u.cond_panel) return own_data_missing(run, u, s);
     if (u.panel == 1 && traits.panel1_placeholder) return true;
     return (run.params.use_panel1_for_type0_imputation ? traits.top_panel : traits.type) == u.cond_panel;
@@ -72,7 +72,7 @@ class allele_posteriors {
         : cond_(u.cond_panel),
           wanted_(u.allele_probs),
           selfcheck_(u.selfcheck),
-          cond_used_(run.output_types[at(u.cond_panel)] || run.params.weight_panel == u.cond_panel) {}
+          cond_used_(run.plan.output_types[at(u.cond_panel)] || run.params.weight_panel == u.cond_panel) {}
 
     bool without_own(const site_traits& site) const { return selfcheck_ && site.type == 2; }
     bool wanted(const site_traits& site) const {
@@ -92,7 +92,7 @@ class haploid_run {
   public:
     haploid_run(data& run, const haploid_update& update, const hmm_model& model)
         : run_(run), u_(update), model_(model), w_(*run.work), wanted_(run, update) {
-        const auto [first, last] = run.site_range(run.haps_interval());
+        const auto [first, last] = run.sites.range(run.haps_interval());
         const auto place = [&](std::size_t s) {
             return at(static_cast<int>(std::lower_bound(model.site.begin(), model.site.end(), static_cast<int>(s)) -
                                        model.site.begin()));
@@ -106,7 +106,8 @@ class haploid_run {
         if (u_.sample || u_.backward) make_requests();
         if (const auto likelihood = impute_by_classes(problem)) return *likelihood;
 
-        gather_state_alleles(run_.haps, run_.cond_states, model_.site, problem.n_states, w_.state_alleles);
+        gather_state_alleles(haplotypes_of(run_.panels), run_.cond_states, model_.site, problem.n_states,
+                             w_.state_alleles);
         problem.alleles = w_.state_alleles.data();
         problem.words = bits::words_for(problem.n_states);
         const double likelihood = haploid_forward(problem, w_.haploid);
@@ -123,7 +124,7 @@ class haploid_run {
     }
 
   private:
-    const snp& site(std::size_t v) const { return *run_.sites[at(model_.site[v])]; }
+    const snp& site(std::size_t v) const { return *run_.sites.in_order[at(model_.site[v])]; }
     bool in_output(std::size_t v) const { return v >= first_output_ && v < last_output_; }
 
     bool shows_copy_probs() const {
@@ -141,7 +142,7 @@ class haploid_run {
         }
         haplotype_classes& classes = w_.reference_classes[at(u_.panel)];
         double likelihood = 0.0;
-        if (!classes.serve(run_.haps[0], model_.site) ||
+        if (!classes.serve(run_.panels[0].haps, model_.site) ||
             !haploid_forward_by_classes(problem, classes, states.hap.data(), w_.haploid, w_.by_class, likelihood) ||
             !haploid_posteriors_by_classes(problem, classes, w_.haploid, w_.by_class, w_.haploid_requests,
                                            w_.haploid_out)) {
@@ -152,12 +153,12 @@ class haploid_run {
     }
 
     haploid_problem make_problem() {
-        const auto& tables = run_.mutation_matrix[0][at(u_.panel)][at(u_.cond_panel)];
+        const auto& tables = run_.models.mutation[0][at(u_.panel)][at(u_.cond_panel)];
         haploid_problem problem;
-        problem.n_states = at(run_.k_states[0][at(u_.panel)][at(u_.cond_panel)]);
+        problem.n_states = at(run_.models.k_states[0][at(u_.panel)][at(u_.cond_panel)]);
         problem.n_sites = model_.n_sites();
         problem.gap = model_.hap_gap.data();
-        problem.gap_version = run_.switch_rates_version;
+        problem.gap_version = run_.models.switch_rates_version;
         fill_observed();
         problem.observed = w_.observed.data();
         for (std::size_t copied = 0; copied < 2; ++copied) {
@@ -181,8 +182,8 @@ class haploid_run {
             return;
         }
         // The study haplotypes at all sites of the reference: the most frequent update.
-        const std::uint64_t* alleles = run_.haps[2].row(at(u_.hap));
-        const site_traits* traits = run_.traits.data();
+        const std::uint64_t* alleles = run_.panels[2].haps.row(at(u_.hap));
+        const site_traits* traits = run_.sites.traits.data();
         for (const int site : model_.site) {
             const auto s = at(site);
             *observed++ = traits[s].type >= 2 ? static_cast<std::uint8_t>(bits::get(alleles, s)) : unobserved;
@@ -201,7 +202,7 @@ class haploid_run {
         if (!u_.backward) return;
         const allele_posteriors wanted = wanted_;
         const int* sites = model_.site.data();
-        const site_traits* all_traits = run_.traits.data();
+        const site_traits* all_traits = run_.sites.traits.data();
         haploid_request* requests = w_.haploid_requests.data();
         for (std::size_t v = first_output_; v < last_output_; ++v) {
             requests[v].posterior = wanted.wanted(all_traits[at(sites[v])]);
@@ -216,14 +217,14 @@ class haploid_run {
     void keep_alleles() {
         const parameters& p = run_.params;
         const bool counting =
-            run_.count_missing_only && p.mc_impute && u_.panel == u_.cond_panel && u_.panel >= 2 && u_.stored;
-        packed_haplotypes& haps = run_.haps[at(u_.panel)];
+            run_.plan.count_missing_only && p.mc_impute && u_.panel == u_.cond_panel && u_.panel >= 2 && u_.stored;
+        packed_haplotypes& haps = run_.panels[at(u_.panel)].haps;
         for (std::size_t v = 0; v < model_.n_sites(); ++v) {
             if (!w_.haploid_requests[v].draw_allele) continue;
             const int x = w_.haploid_out.allele[v];
             const auto s = at(model_.site[v]);
             if (u_.save_alleles && in_output(v)) {
-                run_.acc.last_sampled_gtype[s] += run_.sporadic_haploid_imputation ? 2 * x : x;
+                run_.acc.last_sampled_gtype[s] += run_.plan.sporadic_haploid_imputation ? 2 * x : x;
             }
             const bool kept = u_.panel == u_.cond_panel || (p.phase && in_output(v)) ||
                               (p.use_panel1_for_type0_imputation && (u_.panel == 1 || p.stage_one));
@@ -244,10 +245,10 @@ class haploid_run {
             }
         }
         if (!u_.allele_probs && !u_.selfcheck) return;
-        const emission_table M = run_.mutation_matrix[0][at(u_.panel)][at(u_.cond_panel)];
+        const emission_table M = run_.models.mutation[0][at(u_.panel)][at(u_.cond_panel)];
         const allele_posteriors wanted = wanted_;
         const int* sites = model_.site.data();
-        const site_traits* all_traits = run_.traits.data();
+        const site_traits* all_traits = run_.sites.traits.data();
         const allele_weights* weights = w_.haploid_out.weights.data();
         double* chance = w_.allele_prob[at(u_.strand)].data();
         double* chance_without_own = w_.allele_acc[at(u_.cond_panel)][at(u_.strand)].data();
@@ -255,7 +256,8 @@ class haploid_run {
             const auto s = at(sites[v]);
             if (!wanted.wanted(all_traits[s])) continue;
             if (wanted.without_own(all_traits[s])) {
-                chance_without_own[s] = allele_one_chance(weights[v], M, run_.haps[at(u_.panel)].allele(at(u_.hap), s));
+                chance_without_own[s] =
+                    allele_one_chance(weights[v], M, run_.panels[at(u_.panel)].haps.allele(at(u_.hap), s));
             } else {
                 chance[s] = allele_one_chance(weights[v], M, -1);
             }
@@ -266,13 +268,14 @@ class haploid_run {
     void write_copy_probs(const haploid_problem& problem) {
         std::vector<double> posteriors;
         haploid_state_posteriors(problem, w_.haploid, u_.backward, posteriors);
-        const auto [first, last] = run_.site_range(run_.output_interval());
+        const auto [first, last] = run_.sites.range(run_.output_interval());
         for (std::size_t v = 0; v < model_.n_sites(); ++v) {
             const auto s = at(model_.site[v]);
             if (s < first || s >= last) continue;
-            output_ref_copy_probs(*run_.ref_copy_out, run_.log, u_.ind, u_.strand, run_.positions[s], run_.cond_states,
-                                  std::span(posteriors).subspan(v * problem.n_states, problem.n_states), run_.n_hap[0],
-                                  static_cast<int>(problem.n_states), run_.params.outdp);
+            output_ref_copy_probs(*run_.ref_copy_out, run_.log, u_.ind, u_.strand, run_.sites.positions[s],
+                                  run_.cond_states,
+                                  std::span(posteriors).subspan(v * problem.n_states, problem.n_states),
+                                  run_.panels[0].n_hap, static_cast<int>(problem.n_states), run_.params.outdp);
         }
     }
 
@@ -292,10 +295,10 @@ class pair_run {
           u_(update),
           ordered_(ordered),
           panel_(at(update.panel)),
-          model_(run.models[1][at(update.panel)][at(update.panel)]),
+          model_(run.models.chains[1][at(update.panel)][at(update.panel)]),
           w_(*run.work),
           target_{update.ind, update.hap, update.panel, update.known_index, update.genotype_probs} {
-        const auto [first, last] = run.site_range(run.haps_interval());
+        const auto [first, last] = run.sites.range(run.haps_interval());
         first_output_ = first;
         last_output_ = last;
     }
@@ -303,7 +306,7 @@ class pair_run {
     double perform() {
         const parameters& p = run_.params;
         const bool copy_probs = !ordered_ && u_.panel == 2 && p.use_old_code && u_.backward && p.show_all_copy_probs &&
-                                run_.all_copy_out && !run_.chrx_haploid;
+                                run_.all_copy_out && !run_.plan.chrx_haploid;
         pair_problem problem = make_problem();
         if (u_.backward) problem.keep_every = copy_probs ? 1 : 16;
         const double likelihood = pair_forward(problem, w_.pairs);
@@ -319,29 +322,29 @@ class pair_run {
     }
 
   private:
-    const snp& site(std::size_t v) const { return *run_.sites[at(model_.site[v])]; }
+    const snp& site(std::size_t v) const { return *run_.sites.in_order[at(model_.site[v])]; }
     bool in_output(std::size_t v) const {
         const auto s = at(model_.site[v]);
         return s >= first_output_ && s < last_output_;
     }
     bool phase_known(const snp& here) const { return u_.panel == 2 && here.phase_known(at(u_.ind)); }
     std::uint8_t genotype(const snp& here) const {
-        const auto& gtypes = here.gtypes[panel_ - 1];
-        return gtypes.empty() ? missing_genotype : gtypes[at(u_.ind)];
+        const auto& gtypes = here.gtypes[panel_];
+        return gtypes.empty() ? missing_genotype : gtypes[static_cast<std::size_t>(u_.ind)];
     }
 
     std::array<double, 4> emission(const snp& here) const {
         if (ordered_ && phase_known(here)) {
-            const emission_table& Mh = run_.mutation_matrix[0][panel_][panel_];
-            const auto x = at(run_.haps[panel_].allele(at(u_.hap), at(here.index)));
-            const auto y = at(run_.haps[panel_].allele(at(u_.hap) + 1, at(here.index)));
+            const emission_table& Mh = run_.models.mutation[0][panel_][panel_];
+            const auto x = at(run_.panels[panel_].haps.allele(at(u_.hap), at(here.index)));
+            const auto y = at(run_.panels[panel_].haps.allele(at(u_.hap) + 1, at(here.index)));
             return {Mh[0][x] * Mh[0][y], Mh[0][x] * Mh[1][y], Mh[1][x] * Mh[0][y], Mh[1][x] * Mh[1][y]};
         }
         if (probabilistic(run_, u_.panel)) {
-            const double* e = here.gtype_emiss[panel_ - 1].data() + 3 * at(u_.ind);
+            const double* e = here.gtype_emiss[panel_].data() + 3 * at(u_.ind);
             return {e[0], e[1], e[1], e[2]};
         }
-        const emission_table& M = run_.mutation_matrix[1][panel_][panel_];
+        const emission_table& M = run_.models.mutation[1][panel_][panel_];
         const std::size_t g = genotype(here);
         return {M[0][g], M[1][g], M[1][g], M[2][g]};
     }
@@ -349,20 +352,22 @@ class pair_run {
     pair_problem make_problem() {
         pair_problem problem;
         problem.ordered = ordered_;
-        problem.n_states = at(run_.k_states[1][panel_][panel_]);
+        problem.n_states = at(run_.models.k_states[1][panel_][panel_]);
         problem.n_sites = model_.n_sites();
         problem.gap = model_.dip_gap.data();
-        gather_state_alleles(run_.haps, run_.cond_states, model_.site, problem.n_states, w_.state_alleles);
+        gather_state_alleles(haplotypes_of(run_.panels), run_.cond_states, model_.site, problem.n_states,
+                             w_.state_alleles);
         problem.alleles = w_.state_alleles.data();
         problem.words = bits::words_for(problem.n_states);
         w_.pair_emissions.resize(model_.n_sites());
         for (std::size_t v = 0; v < model_.n_sites(); ++v) w_.pair_emissions[v] = emission(site(v));
         problem.emission = w_.pair_emissions.data();
-        problem.pr_00 = run_.pr_alleles_00[panel_ - 1];
-        problem.pr_01 = run_.pr_alleles_01[panel_ - 1];
-        problem.pr_10 = run_.pr_alleles_10[panel_ - 1];
+        problem.pr_00 = run_.models.pr_alleles_00[panel_];
+        problem.pr_01 = run_.models.pr_alleles_01[panel_];
+        problem.pr_10 = run_.models.pr_alleles_10[panel_];
         // The older routines read every table again where a backward sweep follows.
-        const bool every_table = u_.keep_all_tables || (run_.params.use_old_code && (u_.backward || run_.chrx_haploid));
+        const bool every_table =
+            u_.keep_all_tables || (run_.params.use_old_code && (u_.backward || run_.plan.chrx_haploid));
         if (run_.params.mem_save_1 && !ordered_ && !every_table && !model_.checkpoint.empty()) {
             problem.checkpoint = &model_.checkpoint;
             problem.interval = model_.interval;
@@ -389,8 +394,8 @@ class pair_run {
     }
 
     void keep_alleles() {
-        const bool counting = run_.count_missing_only && run_.params.mc_impute && u_.panel >= 2 && u_.stored;
-        packed_haplotypes& haps = run_.haps[panel_];
+        const bool counting = run_.plan.count_missing_only && run_.params.mc_impute && u_.panel >= 2 && u_.stored;
+        packed_haplotypes& haps = run_.panels[panel_].haps;
         for (std::size_t v = 0; v < model_.n_sites(); ++v) {
             const pair_request& request = w_.pair_requests[v];
             if (!request.draw_alleles) continue;
@@ -420,11 +425,11 @@ class pair_run {
 
     // The chance of copying each haplotype at the typed sites of the main output: a pair counts for both its states.
     void write_copy_probs(const pair_problem& problem) {
-        const auto [first, last] = run_.site_range(run_.output_interval());
+        const auto [first, last] = run_.sites.range(run_.output_interval());
         std::vector<double> posterior(problem.n_states);
         for (std::size_t v = 0; v < model_.n_sites(); ++v) {
             const auto s = at(model_.site[v]);
-            if (s < first || s >= last || run_.sites[s]->type != 2) continue;
+            if (s < first || s >= last || run_.sites.in_order[s]->type != 2) continue;
             const double* table = w_.pairs.kept.data() + w_.pairs.kept_row[v] * w_.pairs.table_size;
             std::fill(posterior.begin(), posterior.end(), 0.0);
             for (std::size_t a = 0; a < problem.n_states; ++a) {
@@ -434,8 +439,10 @@ class pair_run {
                     posterior[b] += value;
                 }
             }
-            output_all_copy_probs(*run_.all_copy_out, run_.log, u_.ind, run_.positions[s], u_.hap, 2, run_.cond_states,
-                                  posterior, run_.n_hap, static_cast<int>(problem.n_states), run_.params.outdp);
+            output_all_copy_probs(*run_.all_copy_out, run_.log, u_.ind, run_.sites.positions[s], u_.hap, 2,
+                                  run_.cond_states, posterior,
+                                  {run_.panels[0].n_hap, run_.panels[1].n_hap, run_.panels[2].n_hap},
+                                  static_cast<int>(problem.n_states), run_.params.outdp);
         }
     }
 
@@ -452,7 +459,7 @@ class pair_run {
 }  // namespace
 
 double update_haploid(data& run, const haploid_update& update) {
-    return haploid_run(run, update, run.models[0][at(update.panel)][at(update.cond_panel)]).perform();
+    return haploid_run(run, update, run.models.chains[0][at(update.panel)][at(update.cond_panel)]).perform();
 }
 
 double update_diploid(data& run, const diploid_update& update) {
@@ -464,11 +471,12 @@ void update_ordered(data& run, const diploid_update& update) {
 }
 
 void record_known_individual(data& run, int ind, int known_index) {
-    const int hap = run.first_hap(2, ind);
-    const posterior_target target{ind, hap, 2, run.has_known_haps[at(ind)] ? known_index : -1, true};
-    const auto [first, last] = run.site_range(run.haps_interval());
+    const int hap = run.panels[2].first_hap(ind);
+    const posterior_target target{ind, hap, 2, run.panels[2].ordered[at(ind)] ? known_index : -1, true};
+    const auto [first, last] = run.sites.range(run.haps_interval());
     for (std::size_t s = first; s < last; ++s) {
-        const snp& site = *run.sites[s];
-        if (site.type == run.n_panels - 1) add_certain_individual(run, target, site, run.is_haploid(2, ind));
+        const snp& site = *run.sites.in_order[s];
+        if (site.type == run.plan.n_panels - 1)
+            add_certain_individual(run, target, site, run.panels[2].is_haploid(ind));
     }
 }

@@ -3,7 +3,7 @@
 // One update of one haplotype or individual: the sweep over the conditioning states in hand, the walk back, and what
 // becomes of its draws and posteriors.
 
-class data;
+struct data;
 
 struct haploid_update {
     int ind = 0;

@@ -1,6 +1,7 @@
 // The matrix of distances between individuals (-distances) or haplotypes (-distances_by_hap).
 
 #include "input/reader_common.h"
+#include "input/readers.h"
 #include "model/data.h"
 #include "model/text.h"
 
@@ -29,20 +30,21 @@ void read_row(run_log& log, const text_input& file, std::string_view line, std::
 
 }  // namespace
 
-void data::read_distances_file(bool by_hap) {
-    const std::string& name = by_hap ? params.distances_by_hap_file : params.distances_file;
-    announce(log, "-reading distance matrix", name);
-    text_input file(log, name,
+void read_distances_file(data& run, bool by_hap) {
+    const std::string& name = by_hap ? run.params.distances_by_hap_file : run.params.distances_file;
+    announce(run.log, "-reading distance matrix", name);
+    text_input file(run.log, name,
                     concat("ERROR: The -distances", by_hap ? "_by_hap" : "", " file you specified does not exist."),
                     unopened_text("distance matrix file", name));
-    const auto n = static_cast<std::size_t>(by_hap ? n_hap[0] + n_hap[1] + n_hap[2] : n_hap[0] + n_ind[1] + n_ind[2]);
-    dist_matrix.assign(n, std::vector<double>(n, 0.0));
+    const auto n = static_cast<std::size_t>(by_hap ? run.panels[0].n_hap + run.panels[1].n_hap + run.panels[2].n_hap
+                                                   : run.panels[0].n_hap + run.panels[1].n_ind + run.panels[2].n_ind);
+    run.dist_matrix.assign(n, std::vector<double>(n, 0.0));
     note_once short_row;
     std::size_t i = 0;
     std::string_view line;
     while (file.next_filled_line(line)) {
-        if (i == n) log.fatal(wrong_size);
-        read_row(log, file, line, dist_matrix[i++], short_row);
+        if (i == n) run.log.fatal(wrong_size);
+        read_row(run.log, file, line, run.dist_matrix[i++], short_row);
     }
     if (i < n) file.note("the file has fewer lines than the matrix has rows; the others are 0");
 }

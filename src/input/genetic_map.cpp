@@ -1,6 +1,7 @@
 // The genetic map: the stretch of the -m file that covers the region, and the conversion of positions with it.
 
 #include "input/reader_common.h"
+#include "input/readers.h"
 #include "model/data.h"
 #include "model/text.h"
 
@@ -59,14 +60,16 @@ void check_order(run_log& log, const map_point& last, const map_point& point) {
 
 }  // namespace
 
-void data::read_genetic_map() {
-    text_input file = open_map(log, params.m_file);
-    check_header(log, file);
-    const double effective_size = params.chrX && !params.Xpar ? chrx_scale * params.Ne : params.Ne;
+void read_genetic_map(data& run) {
+    text_input file = open_map(run.log, run.params.m_file);
+    check_header(run.log, file);
+    const double effective_size = run.params.chrX && !run.params.Xpar ? chrx_scale * run.params.Ne : run.params.Ne;
     const double scale = 4.0 * effective_size;
+    const double size_outside = run.params.chrX ? chrx_scale * run.params.Ne : run.params.Ne;
+    run.map.rate_outside = 4.0 * size_outside * extrapolated_rate;
     const auto append = [&](const map_point& point) {
-        map_phys_pos.push_back(point.position);
-        map_gen_pos.push_back(scale * point.cM * 0.01);
+        run.map.positions.push_back(point.position);
+        run.map.scaled.push_back(scale * point.cM * 0.01);
     };
     map_point last;  // the last point left of the region; all others are compared with it
     map_point point;
@@ -76,8 +79,8 @@ void data::read_genetic_map() {
     std::string_view line;
     while (file.next_line(line)) {
         read_point(file, line, point, unread);
-        check_order(log, last, point);
-        if (point.position < buffer_lower) {
+        check_order(run.log, last, point);
+        if (point.position < run.plan.buffer_lower) {
             last = point;
             continue;
         }
@@ -85,24 +88,9 @@ void data::read_genetic_map() {
             append(last);
             pending = false;
         }
-        if (point.position <= buffer_upper) ++n_inside;
+        if (point.position <= run.plan.buffer_upper) ++n_inside;
         append(point);
-        if (point.position > buffer_upper) break;
+        if (point.position > run.plan.buffer_upper) break;
     }
-    log.line(concat(" --read ", n_inside, " SNPs in the analysis interval+buffer region"));
-}
-
-double data::phys2gen(long position) const {
-    if (map_phys_pos.empty()) return 0.0;
-    const double effective_size = params.chrX ? chrx_scale * params.Ne : params.Ne;
-    const double outside_scale = 4.0 * effective_size * extrapolated_rate;
-    // A plain search: the points inside the region may be out of order.
-    std::size_t right = 0;
-    while (right < map_phys_pos.size() && map_phys_pos[right] <= position) ++right;
-    if (right == 0) return map_gen_pos[0] - outside_scale * static_cast<double>(map_phys_pos[0] - position);
-    const std::size_t left = right - 1;
-    const auto beyond = static_cast<double>(position - map_phys_pos[left]);
-    if (right == map_phys_pos.size()) return map_gen_pos[left] + outside_scale * beyond;
-    return map_gen_pos[left] + (map_gen_pos[right] - map_gen_pos[left]) * beyond /
-                                   static_cast<double>(map_phys_pos[right] - map_phys_pos[left]);
+    run.log.line(concat(" --read ", n_inside, " SNPs in the analysis interval+buffer region"));
 }

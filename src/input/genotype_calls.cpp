@@ -116,7 +116,7 @@ bool number_scanner::next_digits(probability_triple& triple) {
 
 // Expectation and maximisation of the genotype counts under random mating; one allele in 2n + 2 is a pseudo-count. The
 // starting value is drawn, one draw a call.
-double data::calculate_allele_freq_via_em(const std::vector<float>& triples) {
+double calculate_allele_freq_via_em(data& run, const std::vector<float>& triples) {
     const std::size_t n = triples.size() / 3;
     double p = Random::RNG->Next();
     for (int round = 0; round < em_rounds; ++round) {
@@ -125,7 +125,7 @@ double data::calculate_allele_freq_via_em(const std::vector<float>& triples) {
         for (std::size_t i = 0; i < n; ++i) {
             const double l0 = triples[3 * i], l1 = triples[3 * i + 1], l2 = triples[3 * i + 2];
             if (round == 0 && l0 + l1 + l2 < no_data_tolerance) {
-                log.note(
+                run.log.note(
                     concat("LIKE (", i, "): |", default_text(l0), ",", default_text(l1), ",", default_text(l2), "|"));
             }
             const double one = l1 * w1, two = l2 * w2;

@@ -74,3 +74,6 @@ class number_scanner {
     const char* end_;
     std::string_view bad_field_;
 };
+
+struct data;
+double calculate_allele_freq_via_em(data& run, const std::vector<float>& triples);

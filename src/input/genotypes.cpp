@@ -96,17 +96,17 @@ void genotype_reader::count_columns() {
     n_columns_ = static_cast<std::size_t>(n_columns);
     check_against_sample_file(run_.log, context_.exclude_flags, n_columns, {"individuals", words});
     const int n_excluded = count_excluded(context_.exclude_flags);
-    run_.n_ind[p_] = n_columns - n_excluded;
-    run_.n_hap[p_] = count_haplotypes(run_, panel_, run_.n_ind[p_]);
-    report_columns(run_.log, n_columns, n_excluded, run_.n_ind[p_], "individuals");
+    run_.panels[p_].n_ind = n_columns - n_excluded;
+    run_.panels[p_].n_hap = run_.panels[panel_].count_haplotypes(run_.panels[p_].n_ind);
+    report_columns(run_.log, n_columns, n_excluded, run_.panels[p_].n_ind, "individuals");
 
-    const auto n_kept = static_cast<std::size_t>(run_.n_ind[p_]);
+    const auto n_kept = static_cast<std::size_t>(run_.panels[p_].n_ind);
     const bool all_haploid = panel_ == 2 && run_.params.haploid_g;
     codes_.resize(n_kept);
     for (std::size_t k = 0; k < n_kept; ++k) {
-        const bool male = is_male(run_, panel_, k);
-        without_het_.push_back(all_haploid || (male && (run_.chrx_haploid || run_.chrx_diploid)));
-        haploid_.push_back(all_haploid || (male && run_.chrx_haploid));
+        const bool male = run_.panels[panel_].is_male(k);
+        without_het_.push_back(all_haploid || (male && (run_.plan.chrx_haploid || run_.plan.chrx_diploid)));
+        haploid_.push_back(all_haploid || (male && run_.plan.chrx_haploid));
     }
 }
 
@@ -171,15 +171,15 @@ void genotype_reader::read_individuals(std::string_view rest, snp& site) {
     if (numbers.next(surplus) != number_scanner::outcome::end) {
         file_.fail("There are more genotypes than in the first line");
     }
-    site.labels[p_].freq = rules_.frequency_by_em ? run_.calculate_allele_freq_via_em(triples) : sums.frequency();
-    if (!rules.probabilistic) site.gtypes[g_] = codes_;
-    if (rules_.keep_triples) site.gtype_probs[g_] = std::move(triples);
-    site.haps[p_].assign(static_cast<std::size_t>(run_.n_hap[p_]), missing_allele);
+    site.labels[p_].freq = rules_.frequency_by_em ? calculate_allele_freq_via_em(run_, triples) : sums.frequency();
+    if (!rules.probabilistic) site.gtypes[p_] = codes_;
+    if (rules_.keep_triples) site.gtype_probs[p_] = std::move(triples);
+    site.haps[p_].assign(static_cast<std::size_t>(run_.panels[p_].n_hap), missing_allele);
 }
 
 void genotype_reader::place(snp&& site, long position, const site_match& match) {
     if (!is_usable_frequency(site.labels[p_].freq)) {
-        const bool stays_as_hole = panel_ == 1 && run_.params.fill_holes && run_.panel0_given();
+        const bool stays_as_hole = panel_ == 1 && run_.params.fill_holes && run_.params.panel0_given();
         if (!run_.params.counts_per_iter && !stays_as_hole) {
             warn_no_genotypes(run_, panel_, genotype_option(panel_), site, position);
             ++counts_.no_data;

@@ -13,10 +13,10 @@ int count_individuals(data& run, const std::vector<bool>& exclude_flags, text_in
 
 void check_against_genotypes(data& run, const std::vector<bool>& exclude_flags, int n_columns,
                              const std::string& what) {
-    if (n_columns - count_excluded(exclude_flags) == run.n_ind[2]) return;
+    if (n_columns - count_excluded(exclude_flags) == run.panels[2].n_ind) return;
     run.log.fatal(concat("ERROR: The number of individuals in the ", what, " (", n_columns,
-                         ") does not match the number of individuals in the Panel 2 genotypes file (", run.n_ind[2],
-                         ")."));
+                         ") does not match the number of individuals in the Panel 2 genotypes file (",
+                         run.panels[2].n_ind, ")."));
 }
 
 allele_fields allele_field_scanner::next() {
@@ -37,7 +37,7 @@ void allele_field_scanner::finish() {
 }
 
 void refuse_female_without_allele(data& run, const allele_fields& fields, std::size_t column, std::size_t individual) {
-    if (!run.chrx_haploid || is_male(run, 2, individual)) return;
+    if (!run.plan.chrx_haploid || run.panels[2].is_male(individual)) return;
     if (fields.first != "-" && fields.second != "-") return;
     run.log.fatal(concat("ERROR: Individual ", column + 1,
                          " (1-indexed) is marked as female but has a '-' allele, which is reserved for males."));

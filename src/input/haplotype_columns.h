@@ -9,7 +9,7 @@
 #include "model/text.h"
 #include "model/text_input.h"
 
-class data;
+struct data;
 
 // The number of individuals by the first line of a file with two allele fields an individual, or one under -haploid_g;
 // checked against the sample file. what: as in "Panel 2 haplotypes file".

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "model/text.h"
+#include "output/output_common.h"
 
 namespace {
 

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "input/haplotype_row.h"
+#include "input/legend_filters.h"
 #include "input/reader_common.h"
 #include "input/readers.h"
 #include "input/site_placement.h"
@@ -57,9 +58,9 @@ haplotype_columns count_columns(data& run, reading_context& context, int panel, 
     }
     const int n_excluded = count_excluded(context.exclude_flags);
     const auto p = static_cast<std::size_t>(panel);
-    run.n_hap[p] = columns.n_columns - n_excluded;
-    run.n_ind[p] = 0;
-    report_columns(run.log, columns.n_columns, n_excluded, run.n_hap[p], "haplotypes");
+    run.panels[p].n_hap = columns.n_columns - n_excluded;
+    run.panels[p].n_ind = 0;
+    report_columns(run.log, columns.n_columns, n_excluded, run.panels[p].n_hap, "haplotypes");
     return columns;
 }
 
@@ -81,7 +82,7 @@ bool read_legend_header(data& run, const panel_rules& rules, text_input& legend)
     }
     run.legend_cols.assign(header.begin() + 4, header.end());
     if (run.legend_cols.empty() || run.params.filt_rules_l.empty()) return false;
-    run.parse_legend_filters();
+    parse_legend_filters(run);
     return true;
 }
 
@@ -222,8 +223,8 @@ haplotype_reader::next_step haplotype_reader::read_site(std::string_view line) {
 bool haplotype_reader::is_filtered(const legend_line& site) {
     const std::vector<std::string> columns = split_fields(site.rest);
     if (columns.size() < run_.legend_cols.size()) legend_->fail("There are fewer columns than in the header");
-    if (run_.has_num_filters && run_.filter_legend_snp_by_num(columns, site.position)) return true;
-    return run_.has_str_filters && run_.filter_legend_snp_by_str(columns);
+    if (run_.has_num_filters && filter_legend_snp_by_num(run_, columns, site.position)) return true;
+    return run_.has_str_filters && filter_legend_snp_by_str(run_, columns);
 }
 
 bool haplotype_reader::next_haplotypes(std::string_view& line) {
@@ -267,7 +268,7 @@ void haplotype_reader::drop_without_data(const snp& site, long position) {
 void haplotype_reader::place(snp&& site, long position, const site_match& match, bool all_missing) {
     if (all_missing && !run_.params.fill_holes) return drop_without_data(site, position);
     const auto bit = static_cast<std::size_t>(rules_.panel);  // the type that a site of this panel alone has
-    if (!match && !run_.output_types[bit]) return;
+    if (!match && !run_.plan.output_types[bit]) return;
     if (rules_.panel == 1) {
         place_panel1_site(run_, position, std::move(site), match);
     } else if (match) {

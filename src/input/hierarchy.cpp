@@ -7,6 +7,7 @@
 #include "input/site_placement.h"
 #include "model/data.h"
 #include "model/text.h"
+#include "reconcile/match.h"
 
 namespace {
 
@@ -36,8 +37,8 @@ void clear_panel(snp& site, std::size_t panel) {
     site.labels[panel] = {};
     site.haps[panel].clear();
     if (panel == 0) return;
-    site.gtypes[panel - 1] = {};
-    site.gtype_probs[panel - 1] = {};
+    site.gtypes[panel] = {};
+    site.gtype_probs[panel] = {};
     if (panel == 1) return;
     site.known_phase_flags.clear();
     site.known_haps_flags.clear();
@@ -46,7 +47,7 @@ void clear_panel(snp& site, std::size_t panel) {
 
 hierarchy_pass::fate hierarchy_pass::reduce_to_type3(snp& site, std::size_t panel_to_clear) {
     ++n_to_type3_;
-    if (!run_.output_types[3]) return fate::erased;
+    if (!run_.plan.output_types[3]) return fate::erased;
     clear_panel(site, panel_to_clear);
     return fate::stays;
 }
@@ -62,11 +63,11 @@ hierarchy_pass::fate hierarchy_pass::settle_without_panel1(snp& site) {
     if (params.use_panel1_for_type0_imputation && params.keep_donut_snps) {
         site.panel1_placeholder = true;
         site.type = site.top_panel = 2;
-        copy_as_zeros(site, 0, 1, run_.n_hap[1]);
+        copy_as_zeros(site, 0, 1, run_.panels[1].n_hap);
         ++n_donut_;
         return fate::stays;
     }
-    if (params.pgs && run_.output_types[0]) {
+    if (params.pgs && run_.plan.output_types[0]) {
         clear_panel(site, 2);
         site.type = 0;
         site.top_panel = params.use_panel1_for_type0_imputation ? 1 : 0;
@@ -82,8 +83,8 @@ hierarchy_pass::fate hierarchy_pass::settle_type3(snp& site) {
         ++n_stage_one_;
         return fate::erased;
     }
-    if (run_.panel0_given() && !site.in_panel(0)) return settle_without_panel0(site);
-    if (!run_.panel1_given() || site.in_panel(1)) return fate::stays;
+    if (run_.params.panel0_given() && !site.in_panel(0)) return settle_without_panel0(site);
+    if (!run_.params.panel1_given() || site.in_panel(1)) return fate::stays;
     return settle_without_panel1(site);
 }
 
@@ -93,12 +94,12 @@ bool hierarchy_pass::is_listed(long position, const snp& site) const {
 }
 
 hierarchy_pass::fate hierarchy_pass::visit(long position, snp& site) {
-    const auto wanted = [this](int type) { return run_.output_types[static_cast<std::size_t>(type)]; };
+    const auto wanted = [this](int type) { return run_.plan.output_types[static_cast<std::size_t>(type)]; };
     if (site.type <= 1 && !wanted(site.type)) return fate::stays;
     if (site.type == 3 && settle_type3(site) == fate::erased) return fate::erased;
     if (site.type == 3 && !wanted(3)) return fate::erased;
     if (site.type >= 2) {
-        if (!run_.params.store_input_probs[static_cast<std::size_t>(site.type - 2)]) site.gtype_probs[1] = {};
+        if (!run_.params.store_input_probs[static_cast<std::size_t>(site.type - 2)]) site.gtype_probs[2] = {};
         return fate::stays;
     }
     if (is_listed(position, site)) return fate::stays;
@@ -107,8 +108,8 @@ hierarchy_pass::fate hierarchy_pass::visit(long position, snp& site) {
 }
 
 void hierarchy_pass::visit_all() {
-    for (auto entry = run_.snps.begin(); entry != run_.snps.end();) {
-        entry = visit(entry->first, entry->second) == fate::erased ? run_.snps.erase(entry) : std::next(entry);
+    for (auto entry = run_.sites.store.begin(); entry != run_.sites.store.end();) {
+        entry = visit(entry->first, entry->second) == fate::erased ? run_.sites.store.erase(entry) : std::next(entry);
     }
 }
 
@@ -136,14 +137,14 @@ void hierarchy_pass::report() const {
 }  // namespace
 
 void close_reading(data& run) {
-    if (run.snps.empty()) {
+    if (run.sites.store.empty()) {
         run.log.fatal(
             "There are no SNPs in the imputation interval, so there is nothing for ORVIDE2 to analyze; the program "
             "will "
             "quit now.",
             0);
     }
-    if (run.params.fill_holes) run.initialize_missing_ref_panel_snp_info();
+    if (run.params.fill_holes) initialize_missing_ref_panel_snp_info(run);
     const bool has_list = is_given(run.params.include_snps_file);
     id_set include_snps;
     if (has_list) read_snp_list(run, run.params.include_snps_file, include_snps, -1);

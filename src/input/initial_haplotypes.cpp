@@ -8,6 +8,7 @@
 #include "input/site_placement.h"
 #include "model/data.h"
 #include "model/text.h"
+#include "reconcile/match.h"
 
 namespace {
 
@@ -89,16 +90,16 @@ bool initial_reader::read_site(std::string_view line) {
     if (side != region_side::inside) return side == region_side::below;
     take_alleles(file_, fields);
     ++n_read_;
-    const data::store_range range = run_.snps.equal_range(position);
+    const store_range range = run_.sites.store.equal_range(position);
     if (range.first == range.second) return true;
     site_store::iterator match;
-    const bool found = run_.find_compatible_snp(std::string(fields.a0), std::string(fields.a1), 2, match, range);
+    const bool found = find_compatible_snp(run_, std::string(fields.a0), std::string(fields.a1), 2, match, range);
     if (found) {
         const panel_labels& labels = match->second.labels[2];
         const label_order order = compare_labels(fields.a0, fields.a1, labels.a0, labels.a1);
         if (order != label_order::neither) swap_ = order == label_order::crossed;
     }
-    if (!found || match->second.haps[2].size() != static_cast<std::size_t>(run_.n_hap[2])) {
+    if (!found || match->second.haps[2].size() != static_cast<std::size_t>(run_.panels[2].n_hap)) {
         run_.log.warn(concat("WARNING: The -hap_init_g alleles ", fields.a0, fields.a1,
                              " are not compatible with the -g alleles at position ", position,
                              "; the -hap_init_g info will be ignored at this SNP."));
@@ -114,8 +115,8 @@ bool initial_reader::read_site(std::string_view line) {
 // line land to the left of their own places.
 void initial_reader::read_individuals(std::string_view text, const site_in_hand& site) {
     allele_field_scanner scanner(file_, text, run_.params.haploid_g);
-    allele_row alleles(static_cast<std::size_t>(run_.n_hap[2]), missing_allele);
-    std::vector<bool> init_flags(static_cast<std::size_t>(run_.n_ind[2]), false);
+    allele_row alleles(static_cast<std::size_t>(run_.panels[2].n_hap), missing_allele);
+    std::vector<bool> init_flags(static_cast<std::size_t>(run_.panels[2].n_ind), false);
     std::size_t next_hap = 0;
     std::size_t k = 0;  // index among the kept individuals
     for (std::size_t column = 0; column < n_columns_; ++column) {
@@ -123,7 +124,7 @@ void initial_reader::read_individuals(std::string_view text, const site_in_hand&
         if (is_dropped(context_.exclude_flags, column)) continue;
         const std::size_t individual = k++;
         refuse_female_without_allele(run_, fields, column, individual);
-        const bool haploid = run_.is_haploid(2, static_cast<int>(individual));
+        const bool haploid = run_.panels[2].is_haploid(static_cast<int>(individual));
         if (!is_phased_allele(fields.first) || (!haploid && !is_phased_allele(fields.second))) {
             skipped_.say(file_, "an individual without two alleles 0 or 1 is skipped; those behind it move up");
             continue;
@@ -142,7 +143,7 @@ void initial_reader::read_individuals(std::string_view text, const site_in_hand&
 }
 
 bool initial_reader::agrees(const site_in_hand& site, int code, bool haploid, std::size_t individual) {
-    const int given = site.entry.gtypes[1][individual];
+    const int given = site.entry.gtypes[2][individual];
     if (given == missing_genotype || given == code) return true;
     const panel_labels& labels = site.entry.labels[2];
     run_.log.warn(concat("WARNING: The -hap_init_g genotype ", spell_genotype(labels, code, haploid),

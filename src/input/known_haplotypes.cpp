@@ -24,9 +24,9 @@ void read_known_samples(data& run, reading_context& context) {
     const bool g_has_samples = is_given(params.g_file) && is_given(params.sample_g_file);
     // Exclusions act on the columns of -g; known haplotypes of an excluded person find no partner there.
     if (g_has_samples) run.exclude_samples_g.clear();
-    run.read_sample_file(params.sample_known_haps_g_file, run.exclude_samples_g, run.include_samples_g,
-                         context.exclude_flags, 2, true, !is_given(params.sample_g_file));
-    if (g_has_samples) run.map_known_haps_to_gtypes(context.known_hap_index_map);
+    read_sample_file(run, params.sample_known_haps_g_file, run.exclude_samples_g, run.include_samples_g,
+                     context.exclude_flags, 2, true, !is_given(params.sample_g_file));
+    if (g_has_samples) map_known_haps_to_gtypes(run, context.known_hap_index_map);
 }
 
 text_input open_known(data& run) {
@@ -97,7 +97,7 @@ known_reader::known_reader(data& run, reading_context& context)
     rules_.normalise = run.params.prob_g_norm;
     rules_.probability_threshold = run.params.prob_g_thresh;
     count_columns();
-    for (int i = 0; i < run.n_ind[2]; ++i) haploid_.push_back(run.is_haploid(2, i));
+    for (int i = 0; i < run.panels[2].n_ind; ++i) haploid_.push_back(run.panels[2].is_haploid(i));
 }
 
 void known_reader::count_columns() {
@@ -110,9 +110,9 @@ void known_reader::count_columns() {
         return;
     }
     const int n_excluded = count_excluded(context_.exclude_flags);
-    run_.n_ind[2] = n_columns - n_excluded;
-    run_.n_hap[2] = count_haplotypes(run_, 2, run_.n_ind[2]);
-    report_columns(run_.log, n_columns, n_excluded, run_.n_ind[2], "individuals");
+    run_.panels[2].n_ind = n_columns - n_excluded;
+    run_.panels[2].n_hap = run_.panels[2].count_haplotypes(run_.panels[2].n_ind);
+    report_columns(run_.log, n_columns, n_excluded, run_.panels[2].n_ind, "individuals");
 }
 
 void known_reader::read() {
@@ -152,7 +152,7 @@ bool known_reader::read_site(std::string_view line) {
 }
 
 site_match known_reader::settle_entry(const snp& site, long position, bool& swap) {
-    const auto range = run_.snps.equal_range(position);
+    const auto range = run_.sites.store.equal_range(position);
     if (range.first == range.second) return {};
     const panel_labels& own = site.labels[2];
     if (const site_match match = find_site(run_, position, site, 2)) {
@@ -161,7 +161,7 @@ site_match known_reader::settle_entry(const snp& site, long position, bool& swap
         swap = order == label_order::crossed;
         if (order != label_order::neither) return match;
     }
-    if (!run_.panel0_given() && !run_.panel1_given()) {
+    if (!run_.params.panel0_given() && !run_.params.panel1_given()) {
         run_.log.warn(concat("WARNING: The -known_haps_g alleles ", own.a0, own.a1,
                              " do not match the -g alleles for the variant(s) at position ", position,
                              "; the -known_haps_g data will be treated as a separate variant."));
@@ -170,9 +170,9 @@ site_match known_reader::settle_entry(const snp& site, long position, bool& swap
     const panel_labels& old = range.first->second.labels[2];
     run_.log.warn(concat("WARNING: The -known_haps_g alleles ", own.a0, own.a1, " do not match the -g alleles ", old.a0,
                          old.a1, " at position ", position, "; the -g data will be ignored at this SNP."));
-    run_.snps.erase(range.first);
+    run_.sites.store.erase(range.first);
     ++n_replaced_;
-    if (run_.snps.contains(position)) {
+    if (run_.sites.store.contains(position)) {
         run_.log.fatal(concat("ERROR: Found an unexpected duplicate site (", position, ") in Panel 2."));
     }
     return {};
@@ -180,9 +180,9 @@ site_match known_reader::settle_entry(const snp& site, long position, bool& swap
 
 void known_reader::read_individuals(std::string_view text, long position, snp* entry, bool swap,
                                     line_content& content) {
-    const auto n = static_cast<std::size_t>(run_.n_ind[2]);
+    const auto n = static_cast<std::size_t>(run_.panels[2].n_ind);
     content.codes.assign(n, missing_genotype);
-    content.haps.assign(static_cast<std::size_t>(run_.n_hap[2]), missing_allele);
+    content.haps.assign(static_cast<std::size_t>(run_.panels[2].n_hap), missing_allele);
     content.phase_flags.assign(n, false);
     content.haps_flags.assign(n, false);
     const std::vector<int>& map = context_.known_hap_index_map;
@@ -242,7 +242,7 @@ bool has_initial(const snp* entry, std::size_t individual) {
 void known_reader::store_missing(snp* entry, std::size_t individual, bool haploid, line_content& content) {
     content.phase_flags[individual] = false;
     if (!has_initial(entry, individual)) return;
-    const auto h = static_cast<std::size_t>(run_.first_hap(2, static_cast<int>(individual)));
+    const auto h = static_cast<std::size_t>(run_.panels[2].first_hap(static_cast<int>(individual)));
     content.haps.set(h, entry->haps[2][h]);
     if (!haploid) content.haps.set(h + 1, entry->haps[2][h + 1]);
 }
@@ -251,7 +251,7 @@ void known_reader::store_alleles(const known_alleles& known, snp* entry, std::si
                                  bool swap, long position, line_content& content) {
     content.phase_flags[individual] = known.phased;
     content.codes[individual] = static_cast<std::uint8_t>(swap ? 2 - known.a - known.b : known.a + known.b);
-    const auto h = static_cast<std::size_t>(run_.first_hap(2, static_cast<int>(individual)));
+    const auto h = static_cast<std::size_t>(run_.panels[2].first_hap(static_cast<int>(individual)));
     int first = swap ? 1 - known.a : known.a;
     int second = swap ? 1 - known.b : known.b;
     if (has_initial(entry, individual) &&
@@ -266,7 +266,7 @@ void known_reader::store_alleles(const known_alleles& known, snp* entry, std::si
 // Genotypes and phases are compared as the two files code them.
 bool known_reader::keeps_initial(const known_alleles& known, snp& entry, std::size_t individual, bool haploid,
                                  bool swap, std::string_view rs_id, long position) {
-    const auto h = static_cast<std::size_t>(run_.first_hap(2, static_cast<int>(individual)));
+    const auto h = static_cast<std::size_t>(run_.panels[2].first_hap(static_cast<int>(individual)));
     const int initial_a = entry.haps[2][h];
     const int initial_b = haploid ? initial_a : entry.haps[2][h + 1];
     const int initial = initial_a + initial_b;
@@ -291,7 +291,7 @@ bool known_reader::keeps_initial(const known_alleles& known, snp& entry, std::si
 }
 
 void known_reader::update_genotypes(snp& entry, const std::vector<std::uint8_t>& codes, allele_sums& sums) {
-    std::vector<std::uint8_t>& stored = entry.gtypes[1];
+    std::vector<std::uint8_t>& stored = entry.gtypes[2];
     for (std::size_t k = 0; k < codes.size(); ++k) {
         if (codes[k] != missing_genotype) stored[k] = codes[k];
         if (stored[k] != missing_genotype) sums.add_genotype(stored[k], haploid_[k]);
@@ -299,7 +299,7 @@ void known_reader::update_genotypes(snp& entry, const std::vector<std::uint8_t>&
 }
 
 void known_reader::update_triples(snp& entry, const std::vector<std::uint8_t>& codes, allele_sums& sums) {
-    std::vector<float>& stored = entry.gtype_probs[1];
+    std::vector<float>& stored = entry.gtype_probs[2];
     for (std::size_t k = 0; k < codes.size(); ++k) {
         probability_triple triple{stored[3 * k], stored[3 * k + 1], stored[3 * k + 2]};
         if (codes[k] != missing_genotype) {
@@ -322,7 +322,7 @@ void known_reader::update(snp& entry, long position, line_content&& content) {
         update_genotypes(entry, content.codes, sums);
     }
     const bool by_em = rules_.probabilistic && rules_.probability_threshold < 0.0;
-    entry.labels[2].freq = by_em ? run_.calculate_allele_freq_via_em(entry.gtype_probs[1]) : sums.frequency();
+    entry.labels[2].freq = by_em ? calculate_allele_freq_via_em(run_, entry.gtype_probs[2]) : sums.frequency();
     entry.haps[2] = std::move(content.haps);
     entry.known_phase_flags = std::move(content.phase_flags);
     entry.known_haps_flags = std::move(content.haps_flags);
@@ -351,11 +351,11 @@ void known_reader::add_new(long position, line_content&& content) {
     if (keeps_triples(run_, 2)) {
         for (std::size_t k = 0; k < content.codes.size(); ++k) {
             const int code = content.codes[k];
-            append_triple(site.gtype_probs[1],
+            append_triple(site.gtype_probs[2],
                           code == missing_genotype ? uniform_triple(haploid_[k]) : one_hot_triple(code));
         }
     }
-    site.gtypes[1] = std::move(content.codes);
+    site.gtypes[2] = std::move(content.codes);
     site.haps[2] = std::move(content.haps);
     site.known_phase_flags = std::move(content.phase_flags);
     site.known_haps_flags = std::move(content.haps_flags);
@@ -386,17 +386,17 @@ std::unordered_map<std::string_view, int> index_ids(const std::vector<std::strin
 }  // namespace
 
 // A person is the first one of -g that shares either ID.
-void data::map_known_haps_to_gtypes(std::vector<int>& map) {
-    const auto by_id_1 = index_ids(sample_ids_g[0]);
-    const auto by_id_2 = index_ids(sample_ids_g[1]);
-    const int nobody = static_cast<int>(sample_ids_g[0].size());
+void map_known_haps_to_gtypes(data& run, std::vector<int>& map) {
+    const auto by_id_1 = index_ids(run.panels[2].sample_ids[0]);
+    const auto by_id_2 = index_ids(run.panels[2].sample_ids[1]);
+    const int nobody = static_cast<int>(run.panels[2].sample_ids[0].size());
     const auto place = [nobody](const std::unordered_map<std::string_view, int>& index, const std::string& id) {
         const auto found = index.find(id);
         return found == index.end() ? nobody : found->second;
     };
-    for (std::size_t i = 0; i < sample_ids_known_haps[0].size(); ++i) {
+    for (std::size_t i = 0; i < run.sample_ids_known_haps[0].size(); ++i) {
         const int first =
-            std::min(place(by_id_1, sample_ids_known_haps[0][i]), place(by_id_2, sample_ids_known_haps[1][i]));
+            std::min(place(by_id_1, run.sample_ids_known_haps[0][i]), place(by_id_2, run.sample_ids_known_haps[1][i]));
         map.push_back(first == nobody ? -1 : first);
     }
 }

@@ -5,6 +5,7 @@
 
 #include <cstdio>
 
+#include "input/legend_filters.h"
 #include "model/data.h"
 #include "model/text.h"
 
@@ -62,12 +63,12 @@ bool meets(double v, const std::string& op, double t) {
 
 }  // namespace
 
-void data::parse_legend_filters() {
-    log.line(" --parsing legend filters provided via -filt_rules_l");
+void parse_legend_filters(data& run) {
+    run.log.line(" --parsing legend filters provided via -filt_rules_l");
     std::vector<std::string> invalid;
-    for (const std::string& text : params.filt_rules_l) {
+    for (const std::string& text : run.params.filt_rules_l) {
         if (text.empty()) {
-            log.fatal(
+            run.log.fatal(
                 "ERROR: Something went wrong when parsing filter strings provided via the -filt_rules_l option; please "
                 "contact the authors for assistance.");
         }
@@ -79,48 +80,49 @@ void data::parse_legend_filters() {
         double number = -1.0;
         const bool is_numeric = starts_with_number(rule.value, number);
         if (!is_numeric && rule.op != "==" && rule.op != "!=") {
-            log.fatal(concat("ERROR: The filter string |", text,
-                             "| contains a non-numeric value field, so it can only be used with the '==' or '!=' "
-                             "operators."));
+            run.log.fatal(concat("ERROR: The filter string |", text,
+                                 "| contains a non-numeric value field, so it can only be used with the '==' or '!=' "
+                                 "operators."));
         }
-        filt_fields.push_back(rule.field);
-        filt_ops.push_back(rule.op);
-        filt_num_values.push_back(number);
-        filt_str_values.push_back(is_numeric ? "NA" : rule.value);
-        filt_is_numeric.push_back(is_numeric);
-        (is_numeric ? has_num_filters : has_str_filters) = true;
+        run.filt_fields.push_back(rule.field);
+        run.filt_ops.push_back(rule.op);
+        run.filt_num_values.push_back(number);
+        run.filt_str_values.push_back(is_numeric ? "NA" : rule.value);
+        run.filt_is_numeric.push_back(is_numeric);
+        (is_numeric ? run.has_num_filters : run.has_str_filters) = true;
     }
     std::vector<std::string> unknown;
-    for (const std::string& field : filt_fields) {
-        if (column_of(legend_cols, field) == legend_cols.size()) unknown.push_back(field);
+    for (const std::string& field : run.filt_fields) {
+        if (column_of(run.legend_cols, field) == run.legend_cols.size()) unknown.push_back(field);
     }
-    refuse(log,
+    refuse(run.log,
            "ERROR: The following filter strings provided to the -filt_rules_l option were not found in the -l file:",
            unknown);
-    refuse(log, "ERROR: The following filter strings provided to the -filt_rules_l option contain invalid delimiters:",
+    refuse(run.log,
+           "ERROR: The following filter strings provided to the -filt_rules_l option contain invalid delimiters:",
            invalid);
 }
 
-bool data::filter_legend_snp_by_num(const std::vector<std::string>& tokens, long position) {
-    for (std::size_t i = 0; i < filt_fields.size(); ++i) {
-        if (!filt_is_numeric[i]) continue;
-        const std::string& token = tokens[column_of(legend_cols, filt_fields[i])];
+bool filter_legend_snp_by_num(data& run, const std::vector<std::string>& tokens, long position) {
+    for (std::size_t i = 0; i < run.filt_fields.size(); ++i) {
+        if (!run.filt_is_numeric[i]) continue;
+        const std::string& token = tokens[column_of(run.legend_cols, run.filt_fields[i])];
         double value = -1.0;
         if (!starts_with_number(token, value)) {
-            log.fatal(concat("ERROR: The -filt_rules_l value [", token, "] at position ", position,
-                             " is not numeric, even though the corresponding filter rule [", filt_fields[i],
-                             filt_ops[i], default_text(filt_num_values[i]), "] uses a numeric criterion."));
+            run.log.fatal(concat("ERROR: The -filt_rules_l value [", token, "] at position ", position,
+                                 " is not numeric, even though the corresponding filter rule [", run.filt_fields[i],
+                                 run.filt_ops[i], default_text(run.filt_num_values[i]), "] uses a numeric criterion."));
         }
-        if (meets(value, filt_ops[i], filt_num_values[i])) return true;
+        if (meets(value, run.filt_ops[i], run.filt_num_values[i])) return true;
     }
     return false;
 }
 
-bool data::filter_legend_snp_by_str(const std::vector<std::string>& tokens) const {
-    for (std::size_t i = 0; i < filt_fields.size(); ++i) {
-        if (filt_is_numeric[i]) continue;
-        const bool equal = tokens[column_of(legend_cols, filt_fields[i])] == filt_str_values[i];
-        if (equal == (filt_ops[i] == "==")) return true;
+bool filter_legend_snp_by_str(const data& run, const std::vector<std::string>& tokens) {
+    for (std::size_t i = 0; i < run.filt_fields.size(); ++i) {
+        if (run.filt_is_numeric[i]) continue;
+        const bool equal = tokens[column_of(run.legend_cols, run.filt_fields[i])] == run.filt_str_values[i];
+        if (equal == (run.filt_ops[i] == "==")) return true;
     }
     return false;
 }

@@ -1,5 +1,7 @@
 #include "input/line_start.h"
 
+#include "input/reader_common.h"
+#include "input/site_placement.h"
 #include "model/data.h"
 
 started_line start_line(data& run, reading_context& context, const text_input& file, region_test& region, int panel,

@@ -3,6 +3,7 @@
 #include "input/panel_options.h"
 #include "input/readers.h"
 #include "model/data.h"
+#include "params/state_counts.h"
 
 namespace {
 
@@ -21,14 +22,14 @@ void read_panel_lists(data& run, reading_context& context, int panel) {
                       panel);
     }
     if (is_given(params.*options.exclude_samples_file)) {
-        run.read_sample_inclusion_exclusion_list(params.*options.exclude_samples_file, exclude, panel, false);
+        read_sample_inclusion_exclusion_list(run, params.*options.exclude_samples_file, exclude, panel, false);
     }
     if (is_given(params.*options.include_samples_file)) {
-        run.read_sample_inclusion_exclusion_list(params.*options.include_samples_file, include, panel, true);
+        read_sample_inclusion_exclusion_list(run, params.*options.include_samples_file, include, panel, true);
     }
     if (is_given(params.*options.sample_file)) {
-        run.read_sample_file(params.*options.sample_file, exclude, include, context.exclude_flags, panel, false,
-                             panel != 0);
+        read_sample_file(run, params.*options.sample_file, exclude, include, context.exclude_flags, panel, false,
+                         panel != 0);
     }
 }
 
@@ -65,7 +66,7 @@ void read_panel0(data& run, reading_context& context) {
     read_panel_lists(run, context, 0);
     if (is_given(run.params.hap_samp_in_h)) {
         read_first_sampled_haplotypes(run, context, 0);
-    } else if (run.panel0_given()) {
+    } else if (run.params.panel0_given()) {
         read_haplotypes(run, context, 0);
     }
     report_strand_file(run, context, 0);
@@ -73,13 +74,13 @@ void read_panel0(data& run, reading_context& context) {
 
 }  // namespace
 
-void data::read_data() {
-    log.header("-----------------", " Data processing ");
-    read_genetic_map();
+void read_data(data& run) {
+    run.log.header("-----------------", " Data processing ");
+    read_genetic_map(run);
     reading_context context;
-    read_study(*this, context);
-    read_panel1(*this, context);
-    read_panel0(*this, context);
-    close_reading(*this);
-    set_state_counts();
+    read_study(run, context);
+    read_panel1(run, context);
+    read_panel0(run, context);
+    close_reading(run);
+    set_state_counts(run);
 }

@@ -25,7 +25,7 @@ void announce(run_log& log, std::string_view stage, const std::string& name) {
     print_file_name(log, name);
 }
 
-region_test::region_test(const data& run) : lower_(run.buffer_lower), upper_(run.buffer_upper) {}
+region_test::region_test(const data& run) : lower_(run.plan.buffer_lower), upper_(run.plan.buffer_upper) {}
 
 region_side region_test::of(const text_input& file, long position) {
     if (position < last_) {
@@ -134,7 +134,7 @@ void report_excluded(run_log& log, const reading_counts& counts) {
 }
 
 bool warn_if_duplicate(data& run, long position) {
-    if (!(run.panel0_given() || run.panel1_given()) || !run.snps.contains(position)) return false;
+    if (!(run.params.panel0_given() || run.params.panel1_given()) || !run.sites.store.contains(position)) return false;
     run.log.warn(concat("WARNING: Position ", position,
                         " occurs multiple times in Panel 2. The first instance of this SNP will be used for inference, "
                         "while all subsequent instances will be ignored and omitted from output files."));
@@ -158,16 +158,4 @@ bool keeps_triples(const data& run, int panel) {
     const parameters& params = run.params;
     if (panel == 1) return params.store_input_probs_ref || params.prob_g_ref;
     return params.store_input_probs[0] || params.store_input_probs[1] || params.prob_g;
-}
-
-bool is_male(const data& run, int panel, std::size_t individual) {
-    const std::vector<int>& ploidy = run.ploidy_by_panel[static_cast<std::size_t>(panel - 1)];
-    return individual < ploidy.size() && ploidy[individual] == 1;
-}
-
-int count_haplotypes(const data& run, int panel, int n_individuals) {
-    if (panel == 2 && run.params.haploid_g) return n_individuals;
-    const auto p = static_cast<std::size_t>(panel - 1);
-    if (run.chrx_haploid) return 2 * run.n_females[p] + run.n_males[p];
-    return 2 * n_individuals;
 }

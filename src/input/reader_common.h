@@ -10,7 +10,7 @@
 #include "input/reading_context.h"
 #include "model/text_input.h"
 
-class data;
+struct data;
 class run_log;
 struct panel_labels;
 struct snp;
@@ -110,7 +110,3 @@ void warn_no_genotypes(data& run, int panel, std::string_view option, const snp&
 
 // Whether the run keeps input probabilities of Panel 1 or 2.
 bool keeps_triples(const data& run, int panel);
-// Individuals of Panel 1 or 2.
-bool is_male(const data& run, int panel, std::size_t individual);
-// Haplotypes of a panel of n individuals: two each, one each under -haploid_g, or by sex.
-int count_haplotypes(const data& run, int panel, int n_individuals);

@@ -3,11 +3,13 @@
 // The stages of data::read_data. Each one writes its own lines of the log and ends the run on a fault of its file.
 
 #include <map>
+#include <set>
 #include <string>
+#include <vector>
 
 #include "input/reading_context.h"
 
-class data;
+struct data;
 
 // Strand by position within the interval plus buffer; the first line of a position counts.
 void read_strand_file(data& run, const std::string& file, int panel, std::map<long, std::string>& strand_map);
@@ -33,3 +35,17 @@ void read_known_haplotypes(data& run, reading_context& context);
 // Enforces that a site is in the panels which the models need, applies -include_snps, and ends the run with status 0
 // when there is no site at all.
 void close_reading(data& run);
+
+// All of it, in order.
+void read_data(data& run);
+void read_genetic_map(data& run);
+void read_sample_inclusion_exclusion_list(data& run, const std::string& file, std::set<std::string>& ids, int panel,
+                                          bool is_inclusion);
+void read_sample_file(data& run, const std::string& file, const std::set<std::string>& exclude_ids,
+                      const std::set<std::string>& include_ids, std::vector<bool>& exclude_flags, int panel,
+                      bool is_known_haps, bool is_main_diploid);
+// For each person of the known-haplotypes sample file the index among the -g individuals, or -1.
+void map_known_haps_to_gtypes(data& run, std::vector<int>& map);
+// Replaces the panel's haplotypes by those of the file of an iteration (from 0).
+void read_sampled_haps(data& run, int iteration, int panel);
+void read_distances_file(data& run, bool by_hap);

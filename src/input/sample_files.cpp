@@ -5,6 +5,7 @@
 
 #include "input/panel_options.h"
 #include "input/reader_common.h"
+#include "input/readers.h"
 #include "model/data.h"
 #include "model/result_file.h"
 #include "model/text.h"
@@ -50,14 +51,16 @@ int read_sex(run_log& log, const text_input& file, const std::vector<std::string
 class sex_table {
   public:
     // Panel 0 has none; the table then stays unused.
-    sex_table(data& run, int panel) : run_(run), p_(panel > 0 ? static_cast<std::size_t>(panel - 1) : 0) {}
+    sex_table(data& run, int panel) : run_(run), p_(static_cast<std::size_t>(panel)) {}
     void add(int sex) {
-        ++(sex == male ? run_.n_males : run_.n_females)[p_];
-        run_.ploidy_by_panel[p_].push_back(sex);
-        run_.first_hap_by_panel[p_].push_back(n_haplotypes_);
+        ++(sex == male ? run_.panels[p_].n_males : run_.panels[p_].n_females);
+        run_.panels[p_].ploidy.push_back(sex);
+        run_.panels[p_].first_haps.push_back(n_haplotypes_);
         n_haplotypes_ += sex;  // one haplotype for a male, coded 1, two for a female, coded 2
     }
-    std::string text() const { return concat(" (", run_.n_females[p_], " females, ", run_.n_males[p_], " males)"); }
+    std::string text() const {
+        return concat(" (", run_.panels[p_].n_females, " females, ", run_.panels[p_].n_males, " males)");
+    }
 
   private:
     data& run_;
@@ -106,15 +109,16 @@ std::size_t read_headers(run_log& log, text_input& file, filtered_copy& copy, bo
 
 }  // namespace
 
-void data::read_sample_inclusion_exclusion_list(const std::string& file, std::set<std::string>& ids, int panel,
-                                                bool is_inclusion) {
+void read_sample_inclusion_exclusion_list(data& run, const std::string& file, std::set<std::string>& ids, int panel,
+                                          bool is_inclusion) {
     const std::string word = is_inclusion ? "in" : "ex";
     if (!is_panel(panel)) {
-        log.fatal(concat("ERROR: Panel code [", panel, "] for sample ", word, "clusion file is not valid."));
+        run.log.fatal(concat("ERROR: Panel code [", panel, "] for sample ", word, "clusion file is not valid."));
     }
     const std::string option = concat("-", word, "clude_samples_", options_of_panel(panel).suffix);
-    announce(log, concat("-reading sample ", word, "clusion list for Panel ", panel, " from ", option, " file"), file);
-    text_input input(log, file, concat("ERROR: The ", option, " file you specified does not exist."),
+    announce(run.log, concat("-reading sample ", word, "clusion list for Panel ", panel, " from ", option, " file"),
+             file);
+    text_input input(run.log, file, concat("ERROR: The ", option, " file you specified does not exist."),
                      unopened_text(concat("sample ", word, "clusion file"), file));
     ids.clear();
     std::string_view line, id;
@@ -122,29 +126,29 @@ void data::read_sample_inclusion_exclusion_list(const std::string& file, std::se
         field_scanner(line).next(id);
         ids.emplace(id);
     }
-    log.line(concat(" --read ", ids.size(), " sample IDs"));
+    run.log.line(concat(" --read ", ids.size(), " sample IDs"));
 }
 
 // The inclusion list is read and reported, but keeps nobody out: it has no say here.
-void data::read_sample_file(const std::string& file, const std::set<std::string>& exclude_ids,
-                            const std::set<std::string>& /*include_ids*/, std::vector<bool>& exclude_flags, int panel,
-                            bool is_known_haps, bool is_main_diploid) {
+void read_sample_file(data& run, const std::string& file, const std::set<std::string>& exclude_ids,
+                      const std::set<std::string>& /*include_ids*/, std::vector<bool>& exclude_flags, int panel,
+                      bool is_known_haps, bool is_main_diploid) {
     if (panel <= 0 && is_main_diploid) {
-        log.fatal(
+        run.log.fatal(
             concat("ERROR: Panel code [", panel, "] should not be used with 'is_main_diploid' in read_sample_file()."));
     }
     exclude_flags.clear();
-    const std::string option = sample_option(log, panel, is_known_haps);
+    const std::string option = sample_option(run.log, panel, is_known_haps);
     filtered_copy copy;
-    if (panel == 2 && is_main_diploid) copy.open(log, params.o_file + "_samples");
-    announce(log, concat("-reading sample list for Panel ", panel, " from ", option, " file"), file);
-    text_input input(log, file, concat("ERROR: The ", option, " file you specified does not exist."),
+    if (panel == 2 && is_main_diploid) copy.open(run.log, run.params.o_file + "_samples");
+    announce(run.log, concat("-reading sample list for Panel ", panel, " from ", option, " file"), file);
+    text_input input(run.log, file, concat("ERROR: The ", option, " file you specified does not exist."),
                      unopened_text("sample file", file));
-    const bool sex_needed = is_main_diploid && (chrx_haploid || chrx_diploid);
-    const std::size_t sex_column = read_headers(log, input, copy, sex_needed);
+    const bool sex_needed = is_main_diploid && (run.plan.chrx_haploid || run.plan.chrx_diploid);
+    const std::size_t sex_column = read_headers(run.log, input, copy, sex_needed);
 
-    sex_table sexes(*this, panel);
-    auto& kept_ids = is_known_haps ? sample_ids_known_haps : sample_ids_g;
+    sex_table sexes(run, panel);
+    auto& kept_ids = is_known_haps ? run.sample_ids_known_haps : run.panels[2].sample_ids;
     long n_stored = 0;
     std::string_view line;
     while (input.next_filled_line(line)) {
@@ -158,10 +162,10 @@ void data::read_sample_file(const std::string& file, const std::set<std::string>
             kept_ids[1].push_back(person[1]);
         }
         ++n_stored;
-        if (sex_needed) sexes.add(read_sex(log, input, person, sex_column));
+        if (sex_needed) sexes.add(read_sex(run.log, input, person, sex_column));
     }
     if (sex_needed && exclude_flags.empty()) input.fail("There is nobody in the sample file");
-    log.line(concat(" --read ", exclude_flags.size(), " sample IDs", sex_needed ? sexes.text() : ""));
-    log.line(concat(" --stored ", n_stored, "/", exclude_flags.size(), " sample IDs"));
-    copy.close(log);
+    run.log.line(concat(" --read ", exclude_flags.size(), " sample IDs", sex_needed ? sexes.text() : ""));
+    run.log.line(concat(" --stored ", n_stored, "/", exclude_flags.size(), " sample IDs"));
+    copy.close(run.log);
 }

@@ -53,7 +53,7 @@ class sampled_reader {
 
   private:
     bool one_character_each() const { return panel_ == 0 || (panel_ == 2 && run_.params.haploid_g); }
-    bool males_possible() const { return panel_ != 0 && run_.chrx_haploid; }
+    bool males_possible() const { return panel_ != 0 && run_.plan.chrx_haploid; }
     std::string_view first_characters();
     void count_columns(std::string_view characters);
     // Settles which characters are haplotypes of kept individuals.
@@ -110,21 +110,21 @@ void sampled_reader::count_columns(std::string_view characters) {
                               {panel_ == 0 ? "haplotypes" : "individuals", words});
     const int n_kept = n_columns - count_excluded(context_.exclude_flags);
     if (panel_ == 0) {
-        run_.n_hap[0] = n_kept;
+        run_.panels[0].n_hap = n_kept;
     } else {
-        if (males_possible() && run_.ploidy_by_panel[p_ - 1].size() != static_cast<std::size_t>(n_kept)) {
+        if (males_possible() && run_.panels[p_].ploidy.size() != static_cast<std::size_t>(n_kept)) {
             run_.log.fatal(
                 "ERROR: When performing imputation on chromosome X, you must provide a sample file for each -g, "
                 "-g_ref, "
                 "and/or -known_haps_g input file.");
         }
-        run_.n_ind[p_] = n_kept;
-        run_.n_hap[p_] = count_haplotypes(run_, panel_, n_kept);
+        run_.panels[p_].n_ind = n_kept;
+        run_.panels[p_].n_hap = run_.panels[panel_].count_haplotypes(n_kept);
     }
     run_.log.line(concat(" --detected ", n_detected, " haplotypes"));
     if (n_kept < n_columns) {
-        run_.log.line(concat(" --excluded ", n_detected - run_.n_hap[p_], " haplotypes, leaving ", run_.n_hap[p_],
-                             " for analysis"));
+        run_.log.line(concat(" --excluded ", n_detected - run_.panels[p_].n_hap, " haplotypes, leaving ",
+                             run_.panels[p_].n_hap, " for analysis"));
     }
     choose_characters(static_cast<std::size_t>(n_columns));
 }
@@ -136,7 +136,7 @@ void sampled_reader::choose_characters(std::size_t n_columns) {
         if (is_dropped(context_.exclude_flags, column)) continue;
         first_hap_.push_back(chosen_.size());
         chosen_.push_back(width * column);
-        const bool haploid = width == 1 || (males_possible() && is_male(run_, panel_, individual));
+        const bool haploid = width == 1 || (males_possible() && run_.panels[panel_].is_male(individual));
         if (!haploid) chosen_.push_back(width * column + 1);
         ++individual;
     }
@@ -190,15 +190,15 @@ void sampled_reader::set_genotypes(snp& site) const {
     for (std::size_t k = 0; k + 1 < first_hap_.size(); ++k) {
         const std::size_t first = first_hap_[k], last = first_hap_[k + 1] - 1;  // one haplotype counts twice
         const int code = alleles[first] + alleles[last];
-        if (!probabilistic) site.gtypes[p_ - 1].push_back(static_cast<std::uint8_t>(code));
-        if (keep_triples) append_triple(site.gtype_probs[p_ - 1], one_hot_triple(code));
+        if (!probabilistic) site.gtypes[p_].push_back(static_cast<std::uint8_t>(code));
+        if (keep_triples) append_triple(site.gtype_probs[p_], one_hot_triple(code));
     }
 }
 
 // False when the site is dropped.
 bool sampled_reader::place(snp&& site, long position, const site_match& match) {
     if (panel_ == 0) {
-        if (!match && !run_.output_types[0]) return false;
+        if (!match && !run_.plan.output_types[0]) return false;
         if (match) {
             join_panel0_site(run_, (*match)->second, std::move(site), false);
         } else {
@@ -268,28 +268,29 @@ void read_first_sampled_haplotypes(data& run, reading_context& context, int pane
     sampled_reader(run, context, panel).read();
 }
 
-void data::read_sampled_haps(int iteration, int panel) {
-    if (!is_panel(panel)) log.fatal("ERROR: Invalid panel idx supplied to read_sampled_haps().");
-    const std::string name = sampled_file_name(*this, panel, iteration + 1);
-    if (params.verbose) {
-        log.terminal_line("");
-        log.terminal_line(concat("-reading sampled haplotypes for Panel ", panel, " from ", option_of(panel), " file"));
-        log.terminal_line(concat(" --filename=[", name, "]"));
+void read_sampled_haps(data& run, int iteration, int panel) {
+    if (!is_panel(panel)) run.log.fatal("ERROR: Invalid panel idx supplied to read_sampled_haps().");
+    const std::string name = sampled_file_name(run, panel, iteration + 1);
+    if (run.params.verbose) {
+        run.log.terminal_line("");
+        run.log.terminal_line(
+            concat("-reading sampled haplotypes for Panel ", panel, " from ", option_of(panel), " file"));
+        run.log.terminal_line(concat(" --filename=[", name, "]"));
     }
-    text_input file(log, name, missing_text(panel), unopened_text("hapsamp file", name));
-    if (snps.empty()) return;
+    text_input file(run.log, name, missing_text(panel), unopened_text("hapsamp file", name));
+    if (run.sites.store.empty()) return;
     const auto p = static_cast<std::size_t>(panel);
-    block_writer writer(haps[p]);
-    auto entry = snps.cbegin();
+    block_writer writer(run.panels[p].haps);
+    auto entry = run.sites.store.cbegin();
     std::string_view line;
     while (file.next_filled_line(line)) {
         site_line fields = start_site_line(file, line);
-        while (entry != snps.cend() && entry->first < fields.position) ++entry;
-        if (entry == snps.cend()) break;
+        while (entry != run.sites.store.cend() && entry->first < fields.position) ++entry;
+        if (entry == run.sites.store.cend()) break;
         const auto site = static_cast<std::size_t>(entry->second.index);
-        if (fields.position < entry->first || !haps[p].holds(site)) continue;
+        if (fields.position < entry->first || !run.panels[p].haps.holds(site)) continue;
         take_alleles(file, fields);
-        fill_row(file, take_characters(file, fields.rest), static_cast<std::size_t>(n_hap[p]),
+        fill_row(file, take_characters(file, fields.rest), static_cast<std::size_t>(run.panels[p].n_hap),
                  entry->second.allele_flipped[p], writer.row(site));
     }
     writer.write();

@@ -1,4 +1,5 @@
 #include "input/site_placement.h"
+#include "reconcile/match.h"
 
 #include <utility>
 
@@ -10,14 +11,14 @@ void set_type(snp& site, int type) {
 }
 
 void insert(data& run, long position, snp&& site) {
-    site.gen_pos = run.phys2gen(position);
-    run.snps.emplace_hint(run.snps.upper_bound(position), position, std::move(site));
+    site.gen_pos = run.map.at(position);
+    run.sites.store.emplace_hint(run.sites.store.upper_bound(position), position, std::move(site));
 }
 
 // The type of an entry that was found in Panel 2, in Panel 1 or in both, now that Panel 0 has it too.
 void settle_type(const data& run, snp& entry) {
     if (entry.type < 3) return;
-    if (!run.panel1_given()) {
+    if (!run.params.panel1_given()) {
         set_type(entry, 2);
     } else if (!entry.in_panel(1)) {
         entry.top_panel = entry.type;
@@ -29,11 +30,11 @@ void settle_type(const data& run, snp& entry) {
 }  // namespace
 
 site_match find_site(data& run, long position, const snp& site, int panel) {
-    const data::store_range range = run.snps.equal_range(position);
+    const store_range range = run.sites.store.equal_range(position);
     if (range.first == range.second) return {};
     const panel_labels& labels = site.labels[static_cast<std::size_t>(panel)];
     site_store::iterator match;
-    if (!run.find_compatible_snp(labels.a0, labels.a1, panel, match, range)) return {};
+    if (!find_compatible_snp(run, labels.a0, labels.a1, panel, match, range)) return {};
     return match;
 }
 
@@ -44,16 +45,16 @@ void add_study_site(data& run, long position, snp&& site) {
 
 void place_panel1_site(data& run, long position, snp&& site, const site_match& match) {
     if (!match) {
-        set_type(site, run.panel0_given() ? 3 : 1);
+        set_type(site, run.params.panel0_given() ? 3 : 1);
         insert(run, position, std::move(site));
         return;
     }
     snp& entry = (*match)->second;
     entry.labels[1] = std::move(site.labels[1]);
-    entry.gtypes[0] = std::move(site.gtypes[0]);
-    entry.gtype_probs[0] = std::move(site.gtype_probs[0]);
+    entry.gtypes[1] = std::move(site.gtypes[1]);
+    entry.gtype_probs[1] = std::move(site.gtype_probs[1]);
     entry.haps[1] = std::move(site.haps[1]);
-    set_type(entry, run.panel0_given() ? 3 : 2);
+    set_type(entry, run.params.panel0_given() ? 3 : 2);
 }
 
 void join_panel0_site(const data& run, snp& entry, snp&& site, bool all_missing) {
@@ -70,10 +71,10 @@ void add_panel0_site(data& run, long position, snp&& site) {
     set_type(site, 0);
     if (run.params.use_panel1_for_type0_imputation) {
         if (run.params.stage_one) {
-            copy_as_zeros(site, 0, 2, run.n_hap[2]);
+            copy_as_zeros(site, 0, 2, run.panels[2].n_hap);
         } else {
             site.top_panel = 1;
-            copy_as_zeros(site, 0, 1, run.n_hap[1]);
+            copy_as_zeros(site, 0, 1, run.panels[1].n_hap);
         }
     }
     insert(run, position, std::move(site));

@@ -43,7 +43,7 @@ void read_strand_file(data& run, const std::string& name, int panel, std::map<lo
             file.fail(concat("The position '", position_field, "' is not a number"));
         }
         if (!fields.next(strand)) file.fail("There is no strand");
-        if (position < run.buffer_lower || position > run.buffer_upper) continue;
+        if (position < run.plan.buffer_lower || position > run.plan.buffer_upper) continue;
         if (!strand_map.emplace(position, strand).second) {
             repeated.say(file, "the position has a strand already; the first one stands");
         }
@@ -53,7 +53,7 @@ void read_strand_file(data& run, const std::string& name, int panel, std::map<lo
 }
 
 void align_study_to_strand_map(data& run, reading_context& context) {
-    for (auto& [position, site] : run.snps) apply_strand_map(context, position, site.labels[2]);
+    for (auto& [position, site] : run.sites.store) apply_strand_map(context, position, site.labels[2]);
 }
 
 void report_strand_use(data& run, const reading_context& context, int panel) {

@@ -2,6 +2,7 @@
 
 // The current alleles of one panel, haplotype by haplotype: bit rows over the sites of the store in order.
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -50,6 +51,9 @@ class packed_haplotypes {
     std::vector<std::uint32_t> version_;
     std::uint64_t n_changes_ = 0;
 };
+
+// The haplotypes of Panels 0, 1 and 2, to be read.
+using haplotypes_by_panel = std::array<const packed_haplotypes*, 3>;
 
 // Transposes a 64 x 64 bit block in place: bit j of word i goes to bit i of word j.
 void transpose_bits(std::uint64_t* block);

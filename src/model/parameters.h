@@ -96,20 +96,19 @@ struct parameters {
     bool pgs_prob = false;                    // -pgs_prob
     std::array<bool, 2> store_input_probs{};  // the study keeps its input probabilities: type 2, type 3 sites
     bool store_input_probs_ref = false;
-    bool prob_g = false;              // -prob_g
-    bool prob_g_ref = false;          // -prob_g_ref
-    bool prob_g_norm = true;          // -no_prob_g_norm clears
-    bool phase = false;               // -phase
-    bool prephase_g = false;          // -prephase_g
-    bool use_prephased_g = false;     // -use_prephased_g
-    bool mem_save = false;            // -mem_save
-    bool mem_save_1 = false;          // -mem_save_1
-    bool mem_save_2 = false;          // -mem_save_2
-    bool remove_mem_save_dir = true;  // -no_remove_mem_save_dir clears
-    bool chrX = false;                // -chrX
-    bool Xpar = false;                // -Xpar
-    bool haploid_g = false;           // -haploid_g
-    bool haploid_ref = false;
+    bool prob_g = false;                                 // -prob_g
+    bool prob_g_ref = false;                             // -prob_g_ref
+    bool prob_g_norm = true;                             // -no_prob_g_norm clears
+    bool phase = false;                                  // -phase
+    bool prephase_g = false;                             // -prephase_g
+    bool use_prephased_g = false;                        // -use_prephased_g
+    bool mem_save = false;                               // -mem_save
+    bool mem_save_1 = false;                             // -mem_save_1
+    bool mem_save_2 = false;                             // -mem_save_2
+    bool remove_mem_save_dir = true;                     // -no_remove_mem_save_dir clears
+    bool chrX = false;                                   // -chrX
+    bool Xpar = false;                                   // -Xpar
+    bool haploid_g = false;                              // -haploid_g
     bool counts_per_iter = false;                        // -counts_per_iter
     bool counts_wt_per_iter = false;                     // -counts_wt_per_iter
     bool warn = true;                                    // -no_warn clears
@@ -142,4 +141,7 @@ struct parameters {
     bool strict_allele_matching = false;  // -strict_allele_matching
     bool verbose = false;                 // -verbose
     bool use_old_code = false;            // -use_old_code
+
+    bool panel0_given() const { return !h_files.empty(); }
+    bool panel1_given() const { return is_given(g_ref_file) || h_files.size() >= 2; }
 };

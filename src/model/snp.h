@@ -41,10 +41,10 @@ struct snp {
 
     std::array<bool, 3> allele_flipped{};  // the panel's coding is the inverse of the label order kept for the site
 
-    // By panel minus 1; empty when the panel does not hold the site.
-    std::array<std::vector<std::uint8_t>, 2> gtypes;  // genotype code by individual
-    std::array<std::vector<float>, 2> gtype_probs;    // [individual * 3 + g]: input probabilities of AA, AB, BB
-    std::array<std::vector<double>, 2>
+    // By panel, none for Panel 0; empty when the panel does not hold the site.
+    std::array<std::vector<std::uint8_t>, 3> gtypes;  // genotype code by individual
+    std::array<std::vector<float>, 3> gtype_probs;    // [individual * 3 + g]: input probabilities of AA, AB, BB
+    std::array<std::vector<double>, 3>
         gtype_emiss;  // [individual * 3 + allele sum]: weights of probabilistic genotypes
 
     int type = 3;  // 0: Panel 0 only; 1: Panel 1, not Panel 2; 2: Panel 2 and all reference panels; 3: Panel 2 only

@@ -5,6 +5,7 @@
 
 #include "model/text.h"
 #include "output/output_common.h"
+#include "output/results.h"
 
 namespace {
 
@@ -31,9 +32,9 @@ void count_block(const data& run, std::span<const std::size_t> block, std::size_
                  concordance_bins& bins) {
     sum_block sums;
     sums.gather(run.acc.gtype_acc3[set], haploid.size(), block);
-    const auto m = static_cast<double>(run.selfcheck_iters.size());
+    const auto m = static_cast<double>(run.plan.selfcheck_iters.size());
     for (std::size_t j = 0; j < block.size(); ++j) {
-        const snp& site = *run.sites[block[j]];
+        const snp& site = *run.sites.in_order[block[j]];
         for (std::size_t i = 0; i < haploid.size(); ++i) {
             const std::uint8_t genotype = study_genotype(site, i);
             if (genotype == missing_genotype) continue;
@@ -50,14 +51,14 @@ table_pair count_concordance(const data& run) {
                                     [](const snp& site) { return site.type == 2 && !site.panel1_placeholder; });
     visit_blocks(typed, [&](std::span<const std::size_t> block) {
         for (std::size_t set = 0; set < 2; ++set) {
-            if (run.output_types[set]) count_block(run, block, set, haploid, tables[set]);
+            if (run.plan.output_types[set]) count_block(run, block, set, haploid, tables[set]);
         }
     });
     return tables;
 }
 
 void print_introduction(run_log& log, const data& run, int n_evaluated) {
-    const bool both = run.output_types[0] && run.output_types[1];
+    const bool both = run.plan.output_types[0] && run.plan.output_types[1];
     const char* plural = both ? "s" : "";
     log.header("--------------------------------", " Imputation accuracy assessment ");
     log.line("");
@@ -105,19 +106,19 @@ void print_table(run_log& log, const concordance_bins& bins) {
 
 }  // namespace
 
-void data::mcmc_accuracy() {
-    if (params.mc_impute || (!output_types[0] && !output_types[1])) return;
-    const table_pair tables = count_concordance(*this);
-    print_introduction(log, *this, std::max({0, tables[0].total, tables[1].total}));
-    const bool two_panels = panel0_given() && panel1_given();
+void mcmc_accuracy(data& run) {
+    if (run.params.mc_impute || (!run.plan.output_types[0] && !run.plan.output_types[1])) return;
+    const table_pair tables = count_concordance(run);
+    print_introduction(run.log, run, std::max({0, tables[0].total, tables[1].total}));
+    const bool two_panels = run.params.panel0_given() && run.params.panel1_given();
     for (std::size_t set = 0; set < 2; ++set) {
-        const bool hidden = set == 0 && params.use_panel1_for_type0_imputation;
-        if (!output_types[set] || hidden) continue;
+        const bool hidden = set == 0 && run.params.use_panel1_for_type0_imputation;
+        if (!run.plan.output_types[set] || hidden) continue;
         const std::string panels = set == 1 && two_panels ? "s 0+1" : concat(" ", set);
-        log.line("");
-        log.line(concat("When the masked study genotypes were imputed with reference data from Panel", panels,
-                        ", the concordance between original and imputed genotypes was as follows:"));
-        log.line("");
-        print_table(log, tables[set]);
+        run.log.line("");
+        run.log.line(concat("When the masked study genotypes were imputed with reference data from Panel", panels,
+                            ", the concordance between original and imputed genotypes was as follows:"));
+        run.log.line("");
+        print_table(run.log, tables[set]);
     }
 }

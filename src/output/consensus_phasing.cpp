@@ -7,6 +7,8 @@
 #include <limits>
 
 #include "model/text.h"
+#include "output/output_common.h"
+#include "output/results.h"
 #include "output/sampled_haplotypes.h"
 #include "random/random.h"
 
@@ -72,10 +74,11 @@ std::vector<person> study_people(const data& run) {
     std::vector<person> people;
     std::size_t n_known = 0;
     for (std::size_t i = 0; i < n_study(run); ++i) {
-        const bool known = run.has_known_haps[i];
+        const bool known = run.panels[2].ordered[i];
         const int ind = static_cast<int>(i);
         people.push_back({i, n_known, run.params.mc_impute ? i : i - n_known,
-                          static_cast<std::size_t>(run.first_hap(2, ind)), known, run.is_haploid(2, ind)});
+                          static_cast<std::size_t>(run.panels[2].first_hap(ind)), known,
+                          run.panels[2].is_haploid(ind)});
         if (known) ++n_known;
     }
     return people;
@@ -86,7 +89,7 @@ struct sampled_pair {
     std::array<std::vector<std::uint64_t>, 2> words;
 
     void load(const data& run, const person& who, std::size_t s) {
-        const std::size_t n = run.stored_iters.size();
+        const std::size_t n = run.plan.stored_iters.size();
         for (int h = 0; h < 2; ++h) {
             auto& row = words[static_cast<std::size_t>(h)];
             row.assign(bits::words_for(n), 0);
@@ -113,7 +116,7 @@ struct sampled_pair {
 
 // Chances of allele 1 on the two haplotypes of an individual with known haplotypes.
 std::array<double, 2> allele_chances(const data& run, const person& who, std::size_t s) {
-    const auto n = static_cast<double>(run.stored_iters.size());
+    const auto n = static_cast<double>(run.plan.stored_iters.size());
     return {run.acc.gtype_acc2[0].get(who.known_slot, s) / n, run.acc.gtype_acc2[1].get(who.known_slot, s) / n};
 }
 
@@ -121,14 +124,14 @@ genotype_triple triple_of_samples(const data& run, const person& who, std::size_
     sampled_pair sampled;
     sampled.load(run, who, s);
     const sampled_pair::counts count = sampled.count();
-    const auto n = static_cast<double>(run.stored_iters.size());
+    const auto n = static_cast<double>(run.plan.stored_iters.size());
     const int n1 = who.haploid ? 0 : count.n10 + count.n01;
     const int n2 = who.haploid ? count.n10 + count.n11 : count.n11;
     return {(n - n1 - n2) / n, n1 / n, n2 / n};
 }
 
 genotype_triple triple_of_person(const data& run, const person& who, std::size_t s) {
-    const snp& site = *run.sites[s];
+    const snp& site = *run.sites.in_order[s];
     const parameters& params = run.params;
     const bool imputed = site.top_panel < 2;
     if (imputed || params.pgs_miss || params.pgs || params.pgs_prob) {
@@ -146,25 +149,25 @@ genotype_triple triple_of_person(const data& run, const person& who, std::size_t
 
 // The study genotype where there is one, else the likeliest.
 int consensus_genotype(data& run, const person& who, std::size_t s) {
-    const snp& site = *run.sites[s];
-    if (!run.params.prob_g && site.top_panel == run.n_panels - 1) {
+    const snp& site = *run.sites.in_order[s];
+    if (!run.params.prob_g && site.top_panel == run.plan.n_panels - 1) {
         const std::uint8_t genotype = study_genotype(site, who.index);
         if (genotype != missing_genotype) return genotype;
     }
     const genotype_triple probs = triple_of_person(run, who, s);
-    check_phasing_probs(run.log, probs, who.index, run.positions[s], who.known, who.haploid);
+    check_phasing_probs(run.log, probs, who.index, run.sites.positions[s], who.known, who.haploid);
     return static_cast<int>(which_max_idx(probs));
 }
 
 void set_alleles(data& run, const person& who, std::size_t s, int first, int second) {
-    run.haps[2].set(who.first_hap, s, first);
-    if (!who.haploid) run.haps[2].set(who.first_hap + 1, s, second);
+    run.panels[2].haps.set(who.first_hap, s, first);
+    if (!who.haploid) run.panels[2].haps.set(who.first_hap + 1, s, second);
 }
 
 // The sites whose alleles consensus phasing settles.
 std::vector<std::size_t> phased_sites(const data& run, bool all_sites) {
     return select_sites(run, run.haps_interval(), [&](const snp& site) {
-        return type_is_output(run, site) && site.type != run.n_panels && (site.type > 1 || all_sites);
+        return type_is_output(run, site) && site.type != run.plan.n_panels && (site.type > 1 || all_sites);
     });
 }
 
@@ -254,31 +257,32 @@ class pairwise_phasing {
 
 }  // namespace
 
-void data::phase_fixed() {
-    if (!any_has_known_haps(*this)) return;
-    log.stage("-generating consensus haplotype estimates (relative to fixed input haps)");
-    if (tmp_haps && params.mc_impute) load_tmp_haps(*this);
-    const std::vector<person> people = study_people(*this);
-    for (const std::size_t s : phased_sites(*this, params.mc_impute || all_have_known_haps(*this))) {
+void phase_fixed(data& run) {
+    if (!any_has_known_haps(run)) return;
+    run.log.stage("-generating consensus haplotype estimates (relative to fixed input haps)");
+    if (run.plan.tmp_haps && run.params.mc_impute) load_tmp_haps(run);
+    const std::vector<person> people = study_people(run);
+    for (const std::size_t s : phased_sites(run, run.params.mc_impute || all_have_known_haps(run))) {
         for (const person& who : people) {
-            if (who.known && !sites[s]->phase_known(who.index)) phase_against_known(*this, who, s);
+            if (who.known && !run.sites.in_order[s]->phase_known(who.index)) phase_against_known(run, who, s);
         }
     }
 }
 
-void data::phase_pairwise() {
-    if (all_have_known_haps(*this)) return;
-    log.stage("-generating consensus haplotype estimates (minimizing switch error)");
-    if (tmp_haps) load_tmp_haps(*this);
-    const std::vector<person> people = study_people(*this);
-    const std::vector<std::size_t> phased = phased_sites(*this, params.mc_impute);
-    const auto n_unknown = static_cast<std::size_t>(std::count(has_known_haps.begin(), has_known_haps.end(), false));
-    pairwise_certainty.assign(sites.size(), {});
-    for (const std::size_t s : phased) pairwise_certainty[s].assign(n_unknown, -1.0);
+void phase_pairwise(data& run) {
+    if (all_have_known_haps(run)) return;
+    run.log.stage("-generating consensus haplotype estimates (minimizing switch error)");
+    if (run.plan.tmp_haps) load_tmp_haps(run);
+    const std::vector<person> people = study_people(run);
+    const std::vector<std::size_t> phased = phased_sites(run, run.params.mc_impute);
+    const auto n_unknown =
+        static_cast<std::size_t>(std::count(run.panels[2].ordered.begin(), run.panels[2].ordered.end(), false));
+    run.pairwise_certainty.assign(run.sites.in_order.size(), {});
+    for (const std::size_t s : phased) run.pairwise_certainty[s].assign(n_unknown, -1.0);
     std::size_t slot = 0;
     for (const person& who : people) {
         if (who.known) continue;
-        pairwise_phasing phasing(*this, who, slot++);
+        pairwise_phasing phasing(run, who, slot++);
         for (const std::size_t s : phased) phasing.visit(s);
     }
 }

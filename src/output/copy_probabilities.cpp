@@ -51,17 +51,18 @@ void output_ref_copy_probs(result_file& file, run_log& log, int individual, int 
 
 void output_all_copy_probs(result_file& file, run_log& log, int individual, long position, int first_own, int n_own,
                            const conditioning_states& states, std::span<const double> posterior,
-                           const std::array<int, 3>& n_hap, int n_expected, int outdp) {
-    const std::array<int, 3> offset{0, n_hap[0], n_hap[0] + n_hap[1]};
-    placed_states placed(static_cast<std::size_t>(offset[2] + n_hap[2]));
+                           const std::array<std::size_t, 3>& n_hap, int n_expected, int outdp) {
+    const std::array<std::size_t, 3> offset{0, n_hap[0], n_hap[0] + n_hap[1]};
+    placed_states placed(offset[2] + n_hap[2]);
     for (std::size_t k = 0; k < posterior.size(); ++k) {
-        const int haplotype = offset[static_cast<std::size_t>(states.panel[k])] + states.hap[k];
-        placed.place(static_cast<std::size_t>(haplotype), posterior[k]);
+        const std::size_t haplotype =
+            offset[static_cast<std::size_t>(states.panel[k])] + static_cast<std::size_t>(states.hap[k]);
+        placed.place(haplotype, posterior[k]);
     }
     check_count(log, "all", placed.n_placed, n_expected);
     placed.scale();
     const std::span<const double> values(placed.values);
-    const auto own_begin = static_cast<std::size_t>(offset[2]) + static_cast<std::size_t>(first_own);
+    const auto own_begin = offset[2] + static_cast<std::size_t>(first_own);
     const std::size_t own_end = own_begin + static_cast<std::size_t>(n_own);
     const double low = smallest_printed(outdp);
     file.integer(individual);

@@ -21,4 +21,4 @@ void output_ref_copy_probs(result_file& file, run_log& log, int individual, int 
 // n_expected states.
 void output_all_copy_probs(result_file& file, run_log& log, int individual, long position, int first_own, int n_own,
                            const conditioning_states& states, std::span<const double> posterior,
-                           const std::array<int, 3>& n_hap, int n_expected, int outdp);
+                           const std::array<std::size_t, 3>& n_hap, int n_expected, int outdp);

@@ -2,6 +2,7 @@
 
 #include "model/text.h"
 #include "output/output_common.h"
+#include "output/results.h"
 
 namespace {
 
@@ -23,17 +24,17 @@ void write_states(result_file& file, const copy_state_record& record, std::size_
 
 }  // namespace
 
-void data::output_current_copy_states(int iter, int diploid, int updated_panel, int cond_panel) {
+void output_current_copy_states(data& run, int iter, int diploid, int updated_panel, int cond_panel) {
     const auto mode = static_cast<std::size_t>(diploid);
     const auto updated = static_cast<std::size_t>(updated_panel);
     const auto cond = static_cast<std::size_t>(cond_panel);
-    result_file file(log,
-                     concat(params.o_file, diploid == 1 ? "_dip" : "_hap", "loid_copy_states_type",
+    result_file file(run.log,
+                     concat(run.params.o_file, diploid == 1 ? "_dip" : "_hap", "loid_copy_states_type",
                             diploid == 1 ? 2 : cond_panel, "snps_iter", iter + 1, ".gz"),
                      true);
-    std::vector<copy_state_record>& records = copy_states[mode][updated][cond];
-    const auto n_lines = static_cast<std::size_t>(diploid == 1 ? n_ind[2] : n_hap[2]);
-    const auto n_states = static_cast<std::size_t>(k_states[mode][updated][cond]);
+    std::vector<copy_state_record>& records = run.copy_states[mode][updated][cond];
+    const auto n_lines = static_cast<std::size_t>(diploid == 1 ? run.panels[2].n_ind : run.panels[2].n_hap);
+    const auto n_states = static_cast<std::size_t>(run.models.k_states[mode][updated][cond]);
     for (std::size_t line = 0; line < n_lines; ++line) {
         if (line < records.size()) write_states(file, records[line], n_states, diploid == 1);
         file.end_line();

@@ -4,16 +4,17 @@
 
 #include "model/text.h"
 #include "output/output_common.h"
+#include "output/results.h"
 
 namespace {
 
 // The sites of the count files: all that take part, or those at the listed positions.
 std::vector<std::size_t> counted_sites(const data& run) {
     const bool all = !is_given(run.params.intermed_posns_file);
-    const std::unordered_set<long> listed(run.intermed_posns.begin(), run.intermed_posns.end());
+    const std::unordered_set<long> listed(run.plan.intermed_posns.begin(), run.plan.intermed_posns.end());
     auto selected =
-        select_sites(run, run.output_interval(), [&run](const snp& site) { return site.type != run.n_panels; });
-    if (!all) std::erase_if(selected, [&](std::size_t s) { return !listed.contains(run.positions[s]); });
+        select_sites(run, run.output_interval(), [&run](const snp& site) { return site.type != run.plan.n_panels; });
+    if (!all) std::erase_if(selected, [&](std::size_t s) { return !listed.contains(run.sites.positions[s]); });
     return selected;
 }
 
@@ -27,8 +28,8 @@ void write_counts(data& run, const std::string& name, Gather gather, Print print
     visit_blocks(selected, [&](std::span<const std::size_t> block) {
         gather(sums, block);
         for (std::size_t j = 0; j < block.size(); ++j) {
-            const snp& site = *run.sites[block[j]];
-            write_site_columns(file, site, run.positions[block[j]], output_labels(run, site, site.type));
+            const snp& site = *run.sites.in_order[block[j]];
+            write_site_columns(file, site, run.sites.positions[block[j]], output_labels(run, site, site.type));
             for (std::size_t i = 0; i < n_study(run); ++i) print(file, sums.one(j, i), sums.two(j, i));
             file.end_line();
         }
@@ -37,12 +38,12 @@ void write_counts(data& run, const std::string& name, Gather gather, Print print
 
 }  // namespace
 
-void data::output_current_gtype_counts(int iter, int count) {
-    const auto gather = [this](sum_block& sums, std::span<const std::size_t> block) {
-        if (params.mc_impute) {
-            sums.gather(*this, block);
+void output_current_gtype_counts(data& run, int iter, int count) {
+    const auto gather = [&run](sum_block& sums, std::span<const std::size_t> block) {
+        if (run.params.mc_impute) {
+            sums.gather(run, block);
         } else {  // the integer counters are those of sampled genotypes, and nothing was counted
-            sums.gather(std::array<sum_table, 2>{}, n_study(*this), block);
+            sums.gather(std::array<sum_table, 2>{}, n_study(run), block);
         }
     };
     const auto print = [count](result_file& file, double one, double two) {
@@ -53,12 +54,12 @@ void data::output_current_gtype_counts(int iter, int count) {
             file.integer(n);
         }
     };
-    write_counts(*this, concat("_gtcounts_iter", iter + 1), gather, print);
+    write_counts(run, concat("_gtcounts_iter", iter + 1), gather, print);
 }
 
-void data::output_current_gtype_counts_wt(int iter, int count) {
-    const auto gather = [this](sum_block& sums, std::span<const std::size_t> block) {
-        sums.gather(acc.gtype_acc, n_study(*this), block);
+void output_current_gtype_counts_wt(data& run, int iter, int count) {
+    const auto gather = [&run](sum_block& sums, std::span<const std::size_t> block) {
+        sums.gather(run.acc.gtype_acc, n_study(run), block);
     };
     const auto print = [count](result_file& file, double one, double two) {
         for (const double sum : {count - one - two, one, two}) {
@@ -66,5 +67,5 @@ void data::output_current_gtype_counts_wt(int iter, int count) {
             file.number(sum);
         }
     };
-    write_counts(*this, concat("_gtcounts_wt_iter", iter + 1), gather, print);
+    write_counts(run, concat("_gtcounts_wt_iter", iter + 1), gather, print);
 }

@@ -4,6 +4,7 @@
 
 #include "model/text.h"
 #include "output/output_common.h"
+#include "output/results.h"
 
 namespace {
 
@@ -20,12 +21,12 @@ enum class triple_source {
 triple_source source_of(const data& run, const snp& site) {
     const parameters& params = run.params;
     if (site.type < 2) return triple_source::imputed;
-    if (!keeps_input_probs(run, site) || (params.pgs_prob && site.type != run.n_panels)) {
+    if (!keeps_input_probs(run, site) || (params.pgs_prob && site.type != run.plan.n_panels)) {
         if (!params.pgs && !params.pgs_prob) return triple_source::none;
         const bool prephased = params.use_prephased_g && params.weight_panel >= 0 && !params.mc_impute;
         return prephased ? triple_source::prephased : triple_source::posterior;
     }
-    const bool study_site = site.type == run.n_panels - 1;
+    const bool study_site = site.type == run.plan.n_panels - 1;
     if (!params.prob_g && params.pgs_miss && study_site) return triple_source::input_or_posterior;
     return triple_source::input;
 }
@@ -59,7 +60,7 @@ class line_writer {
     void write(std::span<const std::size_t> block) {
         with_sums_.clear();
         for (const std::size_t s : block) {
-            if (needs_sums(source_of(run_, *run_.sites[s]))) with_sums_.push_back(s);
+            if (needs_sums(source_of(run_, *run_.sites.in_order[s]))) with_sums_.push_back(s);
         }
         sums_.gather(run_, with_sums_);
         if (run_.params.use_prephased_g && run_.params.weight_panel >= 0) {
@@ -68,7 +69,7 @@ class line_writer {
         }
         std::size_t j = 0;
         for (const std::size_t s : block) {
-            const triple_source source = source_of(run_, *run_.sites[s]);
+            const triple_source source = source_of(run_, *run_.sites.in_order[s]);
             write_line(j, s, source);
             if (needs_sums(source)) ++j;
         }
@@ -77,8 +78,8 @@ class line_writer {
   private:
     // j: place of the site among those of the block that need sums.
     void write_line(std::size_t j, std::size_t s, triple_source source) {
-        const snp& site = *run_.sites[s];
-        write_site_columns(file_, site, run_.positions[s], output_labels(run_, site, site.type));
+        const snp& site = *run_.sites.in_order[s];
+        write_site_columns(file_, site, run_.sites.positions[s], output_labels(run_, site, site.type));
         const bool from_sums = source == triple_source::imputed || source == triple_source::posterior ||
                                source == triple_source::prephased;
         const sum_block& sums = source == triple_source::prephased ? prephased_sums_ : sums_;
@@ -91,7 +92,7 @@ class line_writer {
                 const double d = divisor[i];
                 probs = triple_of(sums.one(j, i) / d, sums.two(j, i) / d, haploid_[i] != 0);
                 if (!prints_as_one(probs, low_, high_))
-                    run_.check_genotype_probs(probs, run_.positions[s], low_, high_);
+                    check_genotype_probs(run_, probs, run_.sites.positions[s], low_, high_);
             } else if (source != triple_source::none) {
                 probs = input_triple(site, i);
             }
@@ -112,18 +113,18 @@ class line_writer {
 
 }  // namespace
 
-void data::output_mcmc() {
-    if (sporadic_haploid_imputation) return;
-    result_file file(log, output_name(*this, ""), params.o_gz);
-    line_writer writer(*this, file);
+void output_mcmc(data& run) {
+    if (run.plan.sporadic_haploid_imputation) return;
+    result_file file(run.log, output_name(run, ""), run.params.o_gz);
+    line_writer writer(run, file);
     const auto selected =
-        select_sites(*this, output_interval(), [this](const snp& site) { return type_is_output(*this, site); });
+        select_sites(run, run.output_interval(), [&run](const snp& site) { return type_is_output(run, site); });
     visit_blocks(selected, [&writer](std::span<const std::size_t> block) { writer.write(block); });
 }
 
-void data::check_genotype_probs(const std::array<double, 3>& probs, long position, double low, double high) {
+void check_genotype_probs(data& run, const std::array<double, 3>& probs, long position, double low, double high) {
     if (prints_as_one(probs, low, high)) return;
-    log.fatal(
+    run.log.fatal(
         concat("ERROR: The imputed genotype probabilities for the SNP at position ", position,
                " do not sum to 1.0; this implies that there was a problem with the imputation. Please contact the "
                "authors for assistance."));

@@ -15,7 +15,7 @@ double smallest_printed(int outdp) {
 
 const panel_labels& output_labels(const data& run, const snp& site, int type) {
     if (type == 3) return site.labels[2];
-    if (type == 0 || run.panel0_given()) return site.labels[0];
+    if (type == 0 || run.params.panel0_given()) return site.labels[0];
     const bool study_only = type == 2 && !is_given(run.params.g_ref_file);
     return site.labels[study_only ? 2 : 1];
 }
@@ -34,34 +34,35 @@ void write_site_columns(result_file& file, const snp& site, long position, const
 
 std::vector<char> haploid_individuals(const data& run, int panel) {
     std::vector<char> haploid(panel == 2 ? n_study(run)
-                                         : static_cast<std::size_t>(run.n_ind[static_cast<std::size_t>(panel)]));
-    for (std::size_t i = 0; i < haploid.size(); ++i) haploid[i] = run.is_haploid(panel, static_cast<int>(i)) ? 1 : 0;
+                                         : static_cast<std::size_t>(run.panels[static_cast<std::size_t>(panel)].n_ind));
+    for (std::size_t i = 0; i < haploid.size(); ++i)
+        haploid[i] = run.panels[panel].is_haploid(static_cast<int>(i)) ? 1 : 0;
     return haploid;
 }
 
 bool all_have_known_haps(const data& run) {
-    return std::find(run.has_known_haps.begin(), run.has_known_haps.end(), false) == run.has_known_haps.end();
+    return std::find(run.panels[2].ordered.begin(), run.panels[2].ordered.end(), false) == run.panels[2].ordered.end();
 }
 
 bool any_has_known_haps(const data& run) {
-    return std::find(run.has_known_haps.begin(), run.has_known_haps.end(), true) != run.has_known_haps.end();
+    return std::find(run.panels[2].ordered.begin(), run.panels[2].ordered.end(), true) != run.panels[2].ordered.end();
 }
 
 genotype_triple input_triple(const snp& site, std::size_t individual) {
-    const std::vector<float>& probs = site.gtype_probs[1];
+    const std::vector<float>& probs = site.gtype_probs[2];
     if (probs.empty()) return {0.0, 0.0, 0.0};
     const float* p = probs.data() + individual * 3;
     return {static_cast<double>(p[0]), static_cast<double>(p[1]), static_cast<double>(p[2])};
 }
 
 bool tallies_by_missing(const data& run, const snp& site) {
-    return run.count_missing_only && site.type == run.n_panels - 1;
+    return run.plan.count_missing_only && site.type == run.plan.n_panels - 1;
 }
 
 int tally_entry(const data& run, const snp& site, std::size_t individual) {
     if (!tallies_by_missing(run, site)) return static_cast<int>(individual);
     if (study_genotype(site, individual) != missing_genotype) return -1;
-    const auto first = site.gtypes[1].begin();
+    const auto first = site.gtypes[2].begin();
     return static_cast<int>(std::count(first, first + static_cast<std::ptrdiff_t>(individual), missing_genotype));
 }
 
@@ -80,7 +81,7 @@ std::array<double, 2> genotype_sums(const data& run, std::size_t site, std::size
     }
     if (site >= run.acc.tallies.size()) return {0.0, 0.0};
     const auto& counts = run.acc.tallies[site].miss_counts;
-    const int entry = tally_entry(run, *run.sites[site], individual);
+    const int entry = tally_entry(run, *run.sites.in_order[site], individual);
     return {tally_count(counts[0], entry), tally_count(counts[1], entry)};
 }
 
@@ -118,7 +119,7 @@ void sum_block::gather(const data& run, std::span<const std::size_t> sites) {
     for (std::size_t j = 0; j < sites.size(); ++j) {
         if (sites[j] >= run.acc.tallies.size()) continue;
         const auto& counts = run.acc.tallies[sites[j]].miss_counts;
-        const snp& site = *run.sites[sites[j]];
+        const snp& site = *run.sites.in_order[sites[j]];
         const bool by_missing = tallies_by_missing(run, site);
         int next_entry = 0;
         for (std::size_t i = 0; i < n_rows_; ++i) {
@@ -130,7 +131,7 @@ void sum_block::gather(const data& run, std::span<const std::size_t> sites) {
 }
 
 sum_divisor::sum_divisor(const data& run, const snp& site, bool imputed)
-    : count_(static_cast<double>(run.stored_iters.size())) {
+    : count_(static_cast<double>(run.plan.stored_iters.size())) {
     if (imputed && run.params.weight_imputed_gt >= 0 && !run.params.mc_impute) {
         weights_ = &run.acc.weight_sum[static_cast<std::size_t>(site.top_panel)];
     }

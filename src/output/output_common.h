@@ -36,15 +36,15 @@ void write_site_columns(result_file& file, const snp& site, long position, const
 template <typename Wanted>
 std::vector<std::size_t> select_sites(const data& run, std::pair<long, long> interval, Wanted wanted) {
     std::vector<std::size_t> selected;
-    const auto [first, last] = run.site_range(interval);
+    const auto [first, last] = run.sites.range(interval);
     for (std::size_t s = first; s < last; ++s) {
-        if (wanted(*run.sites[s])) selected.push_back(s);
+        if (wanted(*run.sites.in_order[s])) selected.push_back(s);
     }
     return selected;
 }
 
 inline bool type_is_output(const data& run, const snp& site) {
-    return run.output_types[static_cast<std::size_t>(site.type)];
+    return run.plan.output_types[static_cast<std::size_t>(site.type)];
 }
 
 // Whether the input probabilities of a study site (type 2 or 3) are kept for the output.
@@ -54,8 +54,8 @@ inline bool keeps_input_probs(const data& run, const snp& site) {
 
 // Number of study individuals in the run: all, or the first ones under -nind.
 inline std::size_t n_study(const data& run) {
-    const int n = run.params.nind > 0 ? std::min(run.params.nind, run.n_ind[2]) : run.n_ind[2];
-    return static_cast<std::size_t>(n);
+    const std::size_t n = run.panels[2].n_ind;
+    return run.params.nind > 0 ? std::min(static_cast<std::size_t>(run.params.nind), n) : n;
 }
 
 // By individual of Panel 1 or 2: 1 if it has one haplotype only.
@@ -67,7 +67,7 @@ bool any_has_known_haps(const data& run);
 
 // The genotype of a study individual; missing where the run keeps no genotypes.
 inline std::uint8_t study_genotype(const snp& site, std::size_t individual) {
-    return site.gtypes[1].empty() ? missing_genotype : site.gtypes[1][individual];
+    return site.gtypes[2].empty() ? missing_genotype : site.gtypes[2][individual];
 }
 
 // --- genotype probabilities

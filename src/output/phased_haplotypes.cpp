@@ -1,6 +1,7 @@
 // The consensus haplotypes and the confidence in their phase.
 
 #include "output/output_common.h"
+#include "output/results.h"
 
 namespace {
 
@@ -10,7 +11,7 @@ std::vector<std::size_t> haplotype_sites(const data& run) {
     const bool with_study_only = run.params.use_prephased_g || run.params.include_unphased_sites_in_output_haps;
     const bool with_imputed = run.params.mc_impute || all_have_known_haps(run);
     return select_sites(run, run.haps_interval(), [&](const snp& site) {
-        return type_is_output(run, site) && (site.type != run.n_panels || with_study_only) &&
+        return type_is_output(run, site) && (site.type != run.plan.n_panels || with_study_only) &&
                (site.type > 1 || with_imputed);
     });
 }
@@ -18,7 +19,7 @@ std::vector<std::size_t> haplotype_sites(const data& run) {
 void write_unphased(result_file& file, const snp& site, std::size_t n_individuals) {
     static constexpr std::array<const char*, 3> texts{" 0* 0*", " 0* 1*", " 1* 1*"};
     for (std::size_t i = 0; i < n_individuals; ++i) {
-        const bool unknown = site.gtype_probs[1].empty();
+        const bool unknown = site.gtype_probs[2].empty();
         file.text(unknown ? " X* X*" : texts[static_cast<std::size_t>(most_likely(input_triple(site, i)))]);
     }
 }
@@ -31,7 +32,7 @@ void write_phased(result_file& file, const data& run, const snp& site, const std
         return unknown ? '?' : allele_digit(alleles, hap);
     };
     for (std::size_t i = 0; i < haploid.size(); ++i) {
-        const auto first = static_cast<std::size_t>(run.first_hap(2, static_cast<int>(i)));
+        const auto first = static_cast<std::size_t>(run.panels[2].first_hap(static_cast<int>(i)));
         file.character(' ');
         file.character(digit(first));
         if (run.params.haploid_g) continue;
@@ -42,42 +43,42 @@ void write_phased(result_file& file, const data& run, const snp& site, const std
 
 }  // namespace
 
-void data::output_phased_haps() {
-    result_file file(log, output_name(*this, "_haps"), params.o_gz);
-    site_alleles alleles(haps[2]);
-    const std::vector<char> haploid = haploid_individuals(*this, 2);
-    for (const std::size_t s : haplotype_sites(*this)) {
-        const snp& site = *sites[s];
-        write_site_columns(file, site, positions[s], output_labels(*this, site, site.type));
-        if (site.type == n_panels && !params.use_prephased_g) {
+void output_phased_haps(data& run) {
+    result_file file(run.log, output_name(run, "_haps"), run.params.o_gz);
+    site_alleles alleles(run.panels[2].haps);
+    const std::vector<char> haploid = haploid_individuals(run, 2);
+    for (const std::size_t s : haplotype_sites(run)) {
+        const snp& site = *run.sites.in_order[s];
+        write_site_columns(file, site, run.sites.positions[s], output_labels(run, site, site.type));
+        if (site.type == run.plan.n_panels && !run.params.use_prephased_g) {
             write_unphased(file, site, haploid.size());
         } else {
-            write_phased(file, *this, site, alleles.row(s), haploid);
+            write_phased(file, run, site, alleles.row(s), haploid);
         }
         file.end_line();
     }
 }
 
-void data::output_pairwise_certainties() {
-    if (!params.phase || all_have_known_haps(*this)) return;
-    result_file file(log, output_name(*this, "_haps_confidence"), params.o_gz);
-    const double low = smallest_printed(params.outdp);
-    for (const std::size_t s : haplotype_sites(*this)) {
-        const snp& site = *sites[s];
-        write_site_columns(file, site, positions[s], output_labels(*this, site, site.type));
+void output_pairwise_certainties(data& run) {
+    if (!run.params.phase || all_have_known_haps(run)) return;
+    result_file file(run.log, output_name(run, "_haps_confidence"), run.params.o_gz);
+    const double low = smallest_printed(run.params.outdp);
+    for (const std::size_t s : haplotype_sites(run)) {
+        const snp& site = *run.sites.in_order[s];
+        write_site_columns(file, site, run.sites.positions[s], output_labels(run, site, site.type));
         std::size_t slot = 0;
-        for (const bool known : has_known_haps) {
+        for (const bool known : run.panels[2].ordered) {
             file.character(' ');
             if (known) {
                 file.character('-');
                 continue;
             }
-            const double certainty = site.type == n_panels ? -1.0 : pairwise_certainty[s][slot];
+            const double certainty = site.type == run.plan.n_panels ? -1.0 : run.pairwise_certainty[s][slot];
             ++slot;
             if (certainty < no_call) {
                 file.character('*');
             } else {
-                file.probability(certainty, params.outdp, low);
+                file.probability(certainty, run.params.outdp, low);
             }
         }
         file.end_line();

@@ -4,6 +4,7 @@
 
 #include "model/text.h"
 #include "output/output_common.h"
+#include "output/results.h"
 
 namespace {
 
@@ -38,14 +39,14 @@ bool wants_posterior_columns(const data& run) {
 std::vector<std::size_t> selfcheck_sets(const data& run) {
     std::vector<std::size_t> sets;
     for (const std::size_t set : {std::size_t{1}, std::size_t{0}}) {
-        if (!run.selfcheck_iters.empty() && run.output_types[set]) sets.push_back(set);
+        if (!run.plan.selfcheck_iters.empty() && run.plan.output_types[set]) sets.push_back(set);
     }
     return sets;
 }
 
 // Whether the triples of a site are posterior chances, and whether it has triples at all.
 bool has_posterior(const data& run, const snp& site) {
-    return site.type < 2 || (site.type == run.n_panels - 1 && (run.params.pgs || run.params.pgs_prob));
+    return site.type < 2 || (site.type == run.plan.n_panels - 1 && (run.params.pgs || run.params.pgs_prob));
 }
 bool is_written(const data& run, const snp& site) {
     return site.type < 2 || run.params.pgs || run.params.pgs_prob || keeps_input_probs(run, site);
@@ -76,11 +77,11 @@ class snp_info_writer {
 
   private:
     void write_line(std::size_t j, std::size_t s) {
-        const snp& site = *run_.sites[s];
+        const snp& site = *run_.sites.in_order[s];
         info_measure measure;
         double certainty_sum = 0.0;
         measure_site(j, s, measure, certainty_sum);
-        write_site_columns(file_, site, run_.positions[s], output_labels(run_, site, site.type));
+        write_site_columns(file_, site, run_.sites.positions[s], output_labels(run_, site, site.type));
         for (const double value :
              {measure.frequency(), measure.info(), certainty_sum / static_cast<double>(haploid_.size())}) {
             file_.character(' ');
@@ -94,7 +95,7 @@ class snp_info_writer {
     }
 
     void measure_site(std::size_t j, std::size_t s, info_measure& measure, double& certainty_sum) {
-        const snp& site = *run_.sites[s];
+        const snp& site = *run_.sites.in_order[s];
         const bool posterior = has_posterior(run_, site);
         if (!posterior && !keeps_input_probs(run_, site)) return;
         const sum_divisor divisor(run_, site, site.type < 2);
@@ -103,7 +104,7 @@ class snp_info_writer {
             genotype_triple p = posterior
                                     ? triple_of(sums_.one(j, i) / divisor[i], sums_.two(j, i) / divisor[i], haploid)
                                     : input_triple(site, i);
-            if (!posterior && haploid) make_haploid(p, site, run_.positions[s]);
+            if (!posterior && haploid) make_haploid(p, site, run_.sites.positions[s]);
             certainty_sum += *std::max_element(p.begin(), p.end());
             const double total = p[0] + p[1] + p[2];
             for (double& value : p) value /= total;
@@ -132,7 +133,7 @@ class snp_info_writer {
     void write_posterior_columns(std::size_t j, const snp& site) {
         comparison_.clear();
         if (site.type == 2) {
-            const auto n = static_cast<double>(run_.stored_iters.size());
+            const auto n = static_cast<double>(run_.plan.stored_iters.size());
             for (std::size_t i = 0; i < haploid_.size(); ++i) {
                 const bool haploid = haploid_[i] != 0;
                 const genotype_triple p = triple_of(sums_.one(j, i) / n, sums_.two(j, i) / n, haploid);
@@ -147,7 +148,7 @@ class snp_info_writer {
             file_.text(" -1 -1 -1");
             return;
         }
-        const auto m = static_cast<double>(run_.selfcheck_iters.size());
+        const auto m = static_cast<double>(run_.plan.selfcheck_iters.size());
         info_measure measure;
         comparison_.clear();
         for (std::size_t i = 0; i < haploid_.size(); ++i) {
@@ -179,9 +180,10 @@ struct sample_source {
 
 std::vector<sample_source> sample_sources(const data& run) {
     std::vector<sample_source> sources;
-    if (run.params.pgs) sources.push_back({"type2", &run.acc.gtype_acc, static_cast<double>(run.stored_iters.size())});
+    if (run.params.pgs)
+        sources.push_back({"type2", &run.acc.gtype_acc, static_cast<double>(run.plan.stored_iters.size())});
     for (const std::size_t set : selfcheck_sets(run)) {
-        const auto m = static_cast<double>(run.selfcheck_iters.size());
+        const auto m = static_cast<double>(run.plan.selfcheck_iters.size());
         sources.push_back({set == 1 ? "type1" : "type0", &run.acc.gtype_acc3[set], m});
     }
     return sources;
@@ -189,7 +191,7 @@ std::vector<sample_source> sample_sources(const data& run) {
 
 void compare_individual(const data& run, const sample_source& source, std::size_t individual, std::size_t s,
                         bool haploid, comparison& result) {
-    const std::uint8_t genotype = study_genotype(*run.sites[s], individual);
+    const std::uint8_t genotype = study_genotype(*run.sites.in_order[s], individual);
     if (genotype == missing_genotype) return;
     const double one = (*source.sums)[0].get(individual, s) / source.divisor;
     const double two = (*source.sums)[1].get(individual, s) / source.divisor;
@@ -198,28 +200,28 @@ void compare_individual(const data& run, const sample_source& source, std::size_
 
 }  // namespace
 
-void data::mcmc_info() {
-    result_file file(log, params.i_file, false);
-    snp_info_writer writer(*this, file);
+void mcmc_info(data& run) {
+    result_file file(run.log, run.params.i_file, false);
+    snp_info_writer writer(run, file);
     writer.write_head();
-    const auto selected = select_sites(*this, output_interval(), [this](const snp& site) {
-        return type_is_output(*this, site) && is_written(*this, site);
+    const auto selected = select_sites(run, run.output_interval(), [&run](const snp& site) {
+        return type_is_output(run, site) && is_written(run, site);
     });
     visit_blocks(selected, [&writer](std::span<const std::size_t> block) { writer.write(block); });
 }
 
-void data::mcmc_info_by_sample() {
-    if (params.mc_impute) return;
-    result_file file(log, params.i_file + "_by_sample", false);
-    const std::vector<sample_source> sources = sample_sources(*this);
+void mcmc_info_by_sample(data& run) {
+    if (run.params.mc_impute) return;
+    result_file file(run.log, run.params.i_file + "_by_sample", false);
+    const std::vector<sample_source> sources = sample_sources(run);
     for (std::size_t k = 0; k < sources.size(); ++k) {
         file.text(concat(k == 0 ? "" : " ", "concord_", sources[k].name, " r2_", sources[k].name));
     }
     file.end_line();
     if (sources.empty()) return;
 
-    const auto typed = select_sites(*this, output_interval(), [](const snp& site) { return site.type == 2; });
-    const std::vector<char> haploid = haploid_individuals(*this, 2);
+    const auto typed = select_sites(run, run.output_interval(), [](const snp& site) { return site.type == 2; });
+    const std::vector<char> haploid = haploid_individuals(run, 2);
     // Individuals are taken by the dozens, so that the genotypes of a site are read in runs.
     constexpr std::size_t group = 64;
     for (std::size_t first = 0; first < haploid.size(); first += group) {
@@ -228,7 +230,7 @@ void data::mcmc_info_by_sample() {
         for (const std::size_t s : typed) {
             for (std::size_t i = 0; i < n; ++i) {
                 for (std::size_t k = 0; k < sources.size(); ++k) {
-                    compare_individual(*this, sources[k], first + i, s, haploid[first + i] != 0,
+                    compare_individual(run, sources[k], first + i, s, haploid[first + i] != 0,
                                        results[i * sources.size() + k]);
                 }
             }

@@ -7,6 +7,7 @@
 #include "model/text.h"
 #include "model/text_input.h"
 #include "output/output_common.h"
+#include "output/results.h"
 
 namespace {
 
@@ -16,15 +17,15 @@ constexpr int absent_allele = -1;  // the place of the second allele of a haploi
 std::vector<int> string_layout(const data& run, int panel) {
     std::vector<int> layout;
     const auto p = static_cast<std::size_t>(panel);
-    const bool haploid_panel = panel == 2 ? run.params.haploid_g : run.params.haploid_ref;
-    if (panel == 0 || run.n_ind[p] == 0 || haploid_panel) {
-        for (int h = 0; h < run.n_hap[p]; ++h) layout.push_back(h);
+    const bool haploid_panel = panel == 2 && run.params.haploid_g;
+    if (panel == 0 || run.panels[p].n_ind == 0 || haploid_panel) {
+        for (int h = 0; h < run.panels[p].n_hap; ++h) layout.push_back(h);
         return layout;
     }
-    for (int i = 0; i < run.n_ind[p]; ++i) {
-        const int first = run.first_hap(panel, i);
+    for (int i = 0; i < run.panels[p].n_ind; ++i) {
+        const int first = run.panels[panel].first_hap(i);
         layout.push_back(first);
-        layout.push_back(run.is_haploid(panel, i) ? absent_allele : first + 1);
+        layout.push_back(run.panels[panel].is_haploid(i) ? absent_allele : first + 1);
     }
     return layout;
 }
@@ -47,15 +48,15 @@ void write_haplotypes(data& run, const std::string& name, int panel, const std::
                       bool in_panel_coding) {
     const auto p = static_cast<std::size_t>(panel);
     result_file file(run.log, name, true);
-    site_alleles alleles(run.haps[p]);
+    site_alleles alleles(run.panels[p].haps);
     const std::vector<int> layout = string_layout(run, panel);
     std::string text;
     for (const std::size_t s : selected) {
-        const snp& site = *run.sites[s];
+        const snp& site = *run.sites.in_order[s];
         const panel_labels& labels = site.in_panel(panel) ? site.labels[p] : output_labels(run, site, site.type);
         // Two equal labels do not show that the panel's coding was inverted; the reader will invert them again.
         const bool inverted = in_panel_coding && site.allele_flipped[p] && labels.a0 == labels.a1;
-        write_site_columns(file, site, run.positions[s], labels);
+        write_site_columns(file, site, run.sites.positions[s], labels);
         file.character(' ');
         write_haplotype_string(file, alleles.row(s), layout, inverted, text);
         file.end_line();
@@ -67,7 +68,7 @@ std::vector<std::size_t> panel_sites(const data& run, int panel) {
     const bool imputed_too = panel == 2 && run.params.use_panel1_for_type0_imputation && run.params.stage_one;
     return select_sites(run, run.haps_interval(), [&](const snp& site) {
         const auto s = static_cast<std::size_t>(site.index);
-        return site.type != run.n_panels && run.haps[static_cast<std::size_t>(panel)].holds(s) &&
+        return site.type != run.plan.n_panels && run.panels[static_cast<std::size_t>(panel)].haps.holds(s) &&
                (site.in_panel(panel) || (imputed_too && site.type == 0)) && !(panel == 1 && site.panel1_placeholder);
     });
 }
@@ -83,7 +84,7 @@ std::string tmp_name(const data& run, int iter) {
 std::vector<std::size_t> tmp_sites(const data& run) {
     const bool imputed_too = run.params.include_unphased_sites_in_output_haps || run.params.mc_impute;
     return select_sites(run, run.haps_interval(), [&](const snp& site) {
-        return site.type == run.n_panels - 1 || (imputed_too && site.type < 2);
+        return site.type == run.plan.n_panels - 1 || (imputed_too && site.type < 2);
     });
 }
 
@@ -106,9 +107,9 @@ tmp_fields read_tmp_line(text_input& input, std::string_view line) {
 }
 
 void check_tmp_line(data& run, const std::string& name, const tmp_fields& f, std::size_t s) {
-    const snp& site = *run.sites[s];
+    const snp& site = *run.sites.in_order[s];
     const panel_labels& labels = site.in_panel(2) ? site.labels[2] : output_labels(run, site, site.type);
-    const std::string position = std::to_string(run.positions[s]);
+    const std::string position = std::to_string(run.sites.positions[s]);
     if (f.position == position && f.a0 == labels.a0 && f.a1 == labels.a1) return;
     run.log.fatal(
         concat("ERROR: Incompatibility found between stored information and Panel 2 tmp sampled haplotypes file [",
@@ -129,8 +130,8 @@ std::vector<bit_place> bit_places(const data& run) {
     std::size_t character = 0;
     std::size_t slot = 0;
     for (std::size_t i = 0; i < n_study(run); ++i) {
-        const bool kept = run.params.mc_impute || !run.has_known_haps[i];
-        const int n_alleles = run.is_haploid(2, static_cast<int>(i)) ? 1 : 2;
+        const bool kept = run.params.mc_impute || !run.panels[2].ordered[i];
+        const int n_alleles = run.panels[2].is_haploid(static_cast<int>(i)) ? 1 : 2;
         for (int h = 0; kept && h < n_alleles; ++h) {
             places.push_back({character + static_cast<std::size_t>(h), slot, h});
         }
@@ -142,11 +143,11 @@ std::vector<bit_place> bit_places(const data& run) {
 
 void allocate_bits(data& run, const std::vector<std::size_t>& selected) {
     if (selected.empty() || run.acc.mcmc_bits.has(selected.front())) return;
-    std::vector<int> column(run.sites.size(), -1);
+    std::vector<int> column(run.sites.in_order.size(), -1);
     for (std::size_t k = 0; k < selected.size(); ++k) column[selected[k]] = static_cast<int>(k);
-    const auto n_unknown = std::count(run.has_known_haps.begin(), run.has_known_haps.end(), false);
+    const auto n_unknown = std::count(run.panels[2].ordered.begin(), run.panels[2].ordered.end(), false);
     const std::size_t n_slots = run.params.mc_impute ? n_study(run) : static_cast<std::size_t>(n_unknown);
-    run.acc.mcmc_bits.allocate(n_slots, column, selected.size(), run.stored_iters.size());
+    run.acc.mcmc_bits.allocate(n_slots, column, selected.size(), run.plan.stored_iters.size());
 }
 
 void remove_directory(data& run) {
@@ -184,51 +185,51 @@ void load_tmp_haps(data& run) {
         allocate_bits(run, selected);
         return;
     }
-    for (const int iter : run.stored_iters) run.read_current_haps_from_tmp(iter);
+    for (const int iter : run.plan.stored_iters) read_current_haps_from_tmp(run, iter);
 }
 
-void data::output_current_haps(int iter) {
-    const std::array<const std::string*, 3> stems{&params.hap_samp_out_h, &params.hap_samp_out_g_ref,
-                                                  &params.hap_samp_out_g};
+void output_current_haps(data& run, int iter) {
+    const std::array<const std::string*, 3> stems{&run.params.hap_samp_out_h, &run.params.hap_samp_out_g_ref,
+                                                  &run.params.hap_samp_out_g};
     for (int panel = 0; panel < 3; ++panel) {
         const std::string& stem = *stems[static_cast<std::size_t>(panel)];
         if (!is_given(stem)) continue;
-        write_haplotypes(*this, concat(stem, "_hapsamp", iter + 1, ".gz"), panel, panel_sites(*this, panel), true);
+        write_haplotypes(run, concat(stem, "_hapsamp", iter + 1, ".gz"), panel, panel_sites(run, panel), true);
     }
 }
 
-void data::output_current_haps_to_tmp(int iter) {
-    write_haplotypes(*this, tmp_name(*this, iter), 2, tmp_sites(*this), false);
+void output_current_haps_to_tmp(data& run, int iter) {
+    write_haplotypes(run, tmp_name(run, iter), 2, tmp_sites(run), false);
 }
 
-void data::read_current_haps_from_tmp(int iter) {
-    const std::string name = tmp_name(*this, iter);
+void read_current_haps_from_tmp(data& run, int iter) {
+    const std::string name = tmp_name(run, iter);
     const std::string unopened =
         concat("ERROR: The Panel 2 tmp sampled haplotypes file [", name, "] could not be opened.");
-    text_input input(log, name, unopened, unopened);
-    const std::vector<std::size_t> selected = tmp_sites(*this);
-    allocate_bits(*this, selected);
-    const std::vector<bit_place> places = bit_places(*this);
-    const auto stored =
-        static_cast<std::size_t>(std::find(stored_iters.begin(), stored_iters.end(), iter) - stored_iters.begin());
-    const std::size_t n_characters = string_layout(*this, 2).size();
+    text_input input(run.log, name, unopened, unopened);
+    const std::vector<std::size_t> selected = tmp_sites(run);
+    allocate_bits(run, selected);
+    const std::vector<bit_place> places = bit_places(run);
+    const auto stored = static_cast<std::size_t>(
+        std::find(run.plan.stored_iters.begin(), run.plan.stored_iters.end(), iter) - run.plan.stored_iters.begin());
+    const std::size_t n_characters = string_layout(run, 2).size();
     std::string_view line;
     for (const std::size_t s : selected) {
         if (!input.next_filled_line(line)) input.fail("There are fewer SNPs than the run has");
         const tmp_fields fields = read_tmp_line(input, line);
-        check_tmp_line(*this, name, fields, s);
+        check_tmp_line(run, name, fields, s);
         if (fields.alleles.size() != n_characters) input.fail("The haplotype string has another length");
         for (const bit_place& place : places) {
-            acc.mcmc_bits.set(place.slot, place.h, s, stored, fields.alleles[place.character] == '1');
+            run.acc.mcmc_bits.set(place.slot, place.h, s, stored, fields.alleles[place.character] == '1');
         }
     }
 }
 
-void data::remove_tmp_sampled_haps() {
-    log.stage("-deleting temporary files used to reduce memory requirements");
-    if (params.remove_mem_save_dir) {
-        remove_directory(*this);
+void remove_tmp_sampled_haps(data& run) {
+    run.log.stage("-deleting temporary files used to reduce memory requirements");
+    if (run.params.remove_mem_save_dir) {
+        remove_directory(run);
         return;
     }
-    for (const int iter : stored_iters) remove_tmp_file(*this, tmp_name(*this, iter));
+    for (const int iter : run.plan.stored_iters) remove_tmp_file(run, tmp_name(run, iter));
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-class data;
+struct data;
 
 // Reads the temporary haplotype files of all stored iterations back into the store of sampled alleles, unless it is
 // there.

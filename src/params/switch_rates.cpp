@@ -70,16 +70,18 @@ class chain {
 class switch_rate_pass {
   public:
     switch_rate_pass(data& run, bool full)
-        : run_(run), k_(full ? run.k_states_full : run.k_states), chains_{chain(run), chain(run), chain(run)} {
+        : run_(run),
+          k_(full ? run.models.k_states_full : run.models.k_states),
+          chains_{chain(run), chain(run), chain(run)} {
         const parameters& p = run.params;
         panel1_copies_panel0_ = p.use_panel1_for_type0_imputation && !p.stage_one;
-        panel0_model_ = run.panel0_given() && (!panel1_copies_panel0_ || p.selfcheck > 0.0);
+        panel0_model_ = run.params.panel0_given() && (!panel1_copies_panel0_ || p.selfcheck > 0.0);
     }
 
     void run() {
         bool first = true;
-        for (auto& [position, site] : run_.snps) {
-            if (site.type != run_.n_panels) {
+        for (auto& [position, site] : run_.sites.store) {
+            if (site.type != run_.plan.n_panels) {
                 visit(position, site, first);
                 if (!first) store(site);
             }
@@ -90,16 +92,16 @@ class switch_rate_pass {
   private:
     void visit(long position, const snp& site, bool first) {
         const bool haploid_study = run_.haploid_study();
-        if (run_.panel0_given() && chains_[0].advance(position, site)) {
+        if (run_.params.panel0_given() && chains_[0].advance(position, site)) {
             if (panel0_model_) set_haploid(2, 0, chains_[0]);
             if (panel1_copies_panel0_) {
                 set_haploid(1, 0, chains_[0]);
                 set_haploid(2, 1, chains_[0]);
             }
-            if (run_.update_panel[0]) set_haploid(0, 0, chains_[0]);
+            if (run_.panels[0].needs_update) set_haploid(0, 0, chains_[0]);
         }
         const bool placeholder = site.panel1_placeholder;
-        if (site.type > 0 && !placeholder && run_.panel1_given() && chains_[1].advance(position, site)) {
+        if (site.type > 0 && !placeholder && run_.params.panel1_given() && chains_[1].advance(position, site)) {
             if (!panel1_copies_panel0_) set_haploid(2, 1, chains_[1]);
             if (run_.haploid_panel1()) set_haploid(1, 1, chains_[1]);
             set_diploid(1, chains_[1]);
@@ -120,14 +122,14 @@ class switch_rate_pass {
 
     // Hands the latest values to the models that visit the site.
     void store(const snp& site) {
-        const bool reference = run_.panel0_given() || run_.panel1_given();
+        const bool reference = run_.params.panel0_given() || run_.params.panel1_given();
         const bool haploid_tables = reference || (run_.haploid_study() && site.type >= 2);
         for (std::size_t panel = 0; panel < 3; ++panel) {
             for (std::size_t cond = 0; cond < 3; ++cond) {
-                hmm_model& haploid = run_.models[0][panel][cond];
+                hmm_model& haploid = run_.models.chains[0][panel][cond];
                 if (haploid_tables) put(haploid, haploid.hap_gap, hap_cursor_[panel][cond], site, hap_[panel][cond]);
             }
-            hmm_model& diploid = run_.models[1][panel][panel];
+            hmm_model& diploid = run_.models.chains[1][panel][panel];
             if (site.type > 0) put(diploid, diploid.dip_gap, dip_cursor_[panel], site, dip_[panel]);
         }
     }
@@ -152,29 +154,30 @@ class switch_rate_pass {
 
 }  // namespace
 
-void data::set_switch_rates(bool full) {
-    log.stage("-setting switch rates");
-    ++switch_rates_version;
-    switch_rate_pass(*this, full).run();
+void set_switch_rates(data& run, bool full) {
+    run.log.stage("-setting switch rates");
+    ++run.models.switch_rates_version;
+    switch_rate_pass(run, full).run();
 }
 
-void data::set_switch_rates_for_hole_filling(bool full) {
-    log.stage("-setting hole-filling switch rates");
-    ++switch_rates_version;
-    if (!has_reference) return;
-    const int to = panel0_given() ? 0 : 1;
-    const int from = panel0_given() && panel1_given() ? 1 : 2;
-    if (to != hole_fill_to) return;
-    const auto& counts = full ? k_states_full : k_states;
+void set_switch_rates_for_hole_filling(data& run, bool full) {
+    run.log.stage("-setting hole-filling switch rates");
+    ++run.models.switch_rates_version;
+    if (!run.plan.has_reference) return;
+    const int to = run.params.panel0_given() ? 0 : 1;
+    const int from = run.params.panel0_given() && run.params.panel1_given() ? 1 : 2;
+    if (to != run.plan.hole_fill_to) return;
+    const auto& counts = full ? run.models.k_states_full : run.models.k_states;
     const auto t = static_cast<std::size_t>(to);
     const auto f = static_cast<std::size_t>(from);
 
     // The filled panel's own model leaves the holes out.
-    hmm_model& own = models[t][t][t];
-    chain own_chain(*this);
+    hmm_model& own = run.models.chains[t][t][t];
+    chain own_chain(run);
     for (std::size_t v = 0; v < own.n_sites(); ++v) {
         const auto s = static_cast<std::size_t>(own.site[v]);
-        if (sites[s]->type < to || sites[s]->ref_alleles_missing || !own_chain.advance(positions[s], *sites[s]))
+        if (run.sites.in_order[s]->type < to || run.sites.in_order[s]->ref_alleles_missing ||
+            !own_chain.advance(run.sites.positions[s], *run.sites.in_order[s]))
             continue;
         if (to == 0) {
             own.hap_gap[v] = make_haploid_gap(own_chain.gap(), counts[t][t][t]);
@@ -186,16 +189,16 @@ void data::set_switch_rates_for_hole_filling(bool full) {
         }
     }
 
-    hmm_model& source = hole_models[0][t][f];
+    hmm_model& source = run.models.hole_chains[0][t][f];
     source.hap_gap.assign(source.n_sites(), haploid_gap{});
-    chain source_chain(*this);
+    chain source_chain(run);
     bool first = true;
     for (std::size_t v = 0; v < source.n_sites(); ++v) {
         const auto s = static_cast<std::size_t>(source.site[v]);
         const bool starts_map = s == 0;
-        if (sites[s]->panel1_placeholder && !(starts_map && first)) continue;
+        if (run.sites.in_order[s]->panel1_placeholder && !(starts_map && first)) continue;
         first = false;
-        if (source_chain.advance(positions[s], *sites[s])) {
+        if (source_chain.advance(run.sites.positions[s], *run.sites.in_order[s])) {
             source.hap_gap[v] = make_haploid_gap(source_chain.gap(), counts[0][t][f]);
         }
     }

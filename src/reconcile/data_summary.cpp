@@ -22,18 +22,18 @@ struct site_counts {
 
 site_counts count_sites(const data& run) {
     site_counts counts;
-    for (const auto& [position, site] : run.snps) {
-        if (site.type == run.n_panels - 1) {
+    for (const auto& [position, site] : run.sites.store) {
+        if (site.type == run.plan.n_panels - 1) {
             ++counts.n_study;
             if (!site.ref_alleles_missing) counts.any_observed = true;
         }
-        type_counts& region = position < run.int_lower_bp   ? counts.upstream
-                              : position > run.int_upper_bp ? counts.downstream
-                                                            : counts.analysis;
+        type_counts& region = position < run.plan.int_lower_bp   ? counts.upstream
+                              : position > run.plan.int_upper_bp ? counts.downstream
+                                                                 : counts.analysis;
         ++region[static_cast<std::size_t>(site.type)];
     }
     for (std::size_t type = 0; type < n_types; ++type) {
-        if (run.output_types[type]) counts.output[type] = counts.analysis[type];
+        if (run.plan.output_types[type]) counts.output[type] = counts.analysis[type];
     }
     return counts;
 }

@@ -75,7 +75,7 @@ struct guessed_panel {
 };
 
 bool holds_data(const data& run, const guessed_panel& guess, const snp& site) {
-    if (site.type < guess.lowest_type || site.type > run.n_panels - 1) return false;
+    if (site.type < guess.lowest_type || site.type > run.plan.n_panels - 1) return false;
     return guess.panel != 1 || !site.panel1_placeholder;
 }
 
@@ -94,18 +94,18 @@ void guess_site(data& run, const guessed_panel& guess, long position, snp& site)
     const double rest = 1.0 - frequency;
     const std::array<double, 3> prior{rest * rest, rest * (frequency + frequency), frequency * frequency};
     const allele_row& old_row = site.haps[p];
-    allele_row new_row(static_cast<std::size_t>(run.n_hap[p]), 0);
-    for (int ind = 0; ind < run.n_ind[p]; ++ind) {
+    allele_row new_row(static_cast<std::size_t>(run.panels[p].n_hap), 0);
+    for (int ind = 0; ind < run.panels[p].n_ind; ++ind) {
         const auto i = static_cast<std::size_t>(ind);
-        const auto hap = static_cast<std::size_t>(run.first_hap(guess.panel, ind));
-        const bool diploid = !run.is_haploid(guess.panel, ind);
+        const auto hap = static_cast<std::size_t>(run.panels[guess.panel].first_hap(ind));
+        const bool diploid = !run.panels[guess.panel].is_haploid(ind);
         allele_pair alleles{};
         if (keeps_alleles(guess, site, i, hap, diploid)) {
             alleles = {old_row[hap], diploid ? old_row[hap + 1] : 0};
         } else if (guess.probabilistic) {
-            alleles = from_probabilities(&site.gtype_probs[p - 1][3 * i], prior);
+            alleles = from_probabilities(&site.gtype_probs[p][3 * i], prior);
         } else {
-            alleles = from_genotype(site.gtypes[p - 1][i], frequency, diploid);
+            alleles = from_genotype(site.gtypes[p][i], frequency, diploid);
         }
         if (alleles[0] != 0) new_row.set(hap, alleles[0]);
         if (diploid && alleles[1] != 0) new_row.set(hap + 1, alleles[1]);
@@ -133,7 +133,7 @@ void guess_panel(data& run, const guessed_panel& guess) {
         }
         if (params.chrX) run.log.line(" --known haplotype alleles from the -g_ref file will not be changed");
     }
-    for (auto& [position, site] : run.snps) {
+    for (auto& [position, site] : run.sites.store) {
         if (holds_data(run, guess, site)) guess_site(run, guess, position, site);
     }
 }
@@ -154,8 +154,8 @@ void fill_panel0_site(snp& site, double frequency) {
 
 void fill_panel0(data& run) {
     run.log.stage("-some Panel 0 alleles are missing; now imputing from allele freqs");
-    for (auto& [position, site] : run.snps) {
-        if (site.type == run.n_panels) continue;
+    for (auto& [position, site] : run.sites.store) {
+        if (site.type == run.plan.n_panels) continue;
         fill_panel0_site(site, drawing_frequency(run, position, site, 0));
     }
 }
@@ -164,7 +164,7 @@ void fill_panel0(data& run) {
 // that another run sampled has its haplotypes already.
 bool needs_guesses(const data& run, std::size_t panel, const std::string& file, const std::string& sampled_file,
                    bool haploid) {
-    return run.update_panel[panel] || (is_given(file) && (haploid || !is_given(sampled_file)));
+    return run.panels[panel].needs_update || (is_given(file) && (haploid || !is_given(sampled_file)));
 }
 
 }  // namespace
@@ -172,10 +172,10 @@ bool needs_guesses(const data& run, std::size_t panel, const std::string& file, 
 void make_initial_haplotypes(data& run) {
     const parameters& params = run.params;
     if (needs_guesses(run, 2, params.g_file, params.hap_samp_in_g, params.haploid_g || params.chrX)) {
-        guess_panel(run, {2, run.n_panels - 1, params.prob_g});
+        guess_panel(run, {2, run.plan.n_panels - 1, params.prob_g});
     }
     if (needs_guesses(run, 1, params.g_ref_file, params.hap_samp_in_g_ref, params.chrX)) {
         guess_panel(run, {1, 1, params.prob_g_ref});
     }
-    if (run.update_panel[0]) fill_panel0(run);
+    if (run.panels[0].needs_update) fill_panel0(run);
 }

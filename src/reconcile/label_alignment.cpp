@@ -21,13 +21,12 @@ bool recodes_genotypes(const data& run, const snp& site, int panel) {
 }
 
 void recode_genotypes(const data& run, snp& site, int panel) {
-    const auto slot = static_cast<std::size_t>(panel - 1);
     if (!(panel == 2 ? run.params.prob_g : run.params.prob_g_ref)) {
-        for (std::uint8_t& genotype : site.gtypes[slot]) {
+        for (std::uint8_t& genotype : site.gtypes[panel]) {
             if (genotype != missing_genotype) genotype = static_cast<std::uint8_t>(2 - genotype);
         }
     }
-    std::vector<float>& probs = site.gtype_probs[slot];
+    std::vector<float>& probs = site.gtype_probs[panel];
     for (std::size_t i = 0; i + 2 < probs.size(); i += 3) std::swap(probs[i], probs[i + 2]);
 }
 
@@ -45,7 +44,7 @@ void exchange_alleles(const data& run, snp& site, int panel) {
 template <typename Action>
 void for_tested_panels(const data& run, const snp& site, int reference, Action action) {
     if (site.type == 2 && !action(2)) return;
-    if (reference == 0 && run.panel1_given()) action(1);
+    if (reference == 0 && run.params.panel1_given()) action(1);
 }
 
 // The panel whose alleles differ from those of the reference, -1 if there is none.
@@ -88,7 +87,7 @@ bool labels_agree(const panel_labels& panel, const panel_labels& reference) {
 
 void align_labels(data& run) {
     run.log.stage("-aligning allele labels between panels");
-    for (auto& [position, site] : run.snps) {
+    for (auto& [position, site] : run.sites.store) {
         const int reference = reference_panel(site);
         if (!spans_panels(site) || reference < 0) continue;
         for_tested_panels(run, site, reference, [&run, &site = site, reference](int panel) {
@@ -105,7 +104,7 @@ void remove_non_aligned(data& run) {
     run.log.stage("-removing non-aligned genotyped SNPs");
     int n_sites = 0;
     int n_removed = 0;
-    for (auto entry = run.snps.begin(); entry != run.snps.end();) {
+    for (auto entry = run.sites.store.begin(); entry != run.sites.store.end();) {
         const auto& [position, site] = *entry;
         const int reference = reference_panel(site);
         bool keep = !spans_panels(site);
@@ -118,7 +117,7 @@ void remove_non_aligned(data& run) {
                 run.log.line(removal_line(position, site, panel, reference));
             }
         }
-        entry = keep ? std::next(entry) : run.snps.erase(entry);
+        entry = keep ? std::next(entry) : run.sites.store.erase(entry);
     }
     run.log.line(concat(" --removed ", n_removed, " out of ", n_sites, " SNPs with data in multiple panels"));
 }

@@ -5,6 +5,7 @@
 
 #include "model/data.h"
 #include "model/text.h"
+#include "reconcile/match.h"
 
 namespace {
 
@@ -46,7 +47,7 @@ bool agrees_with_panel1(label_pair own, const snp& site) {
 
 // A second SNP of a reference panel claims a study SNP that has its partner.
 void note_second_match(data& run, const site_store::iterator& match, int panel) {
-    run.multi_match_positions.insert(match->first);
+    run.sites.multi_match_positions.insert(match->first);
     run.log.warn(
         concat("WARNING: Multiple SNPs at position ", match->first, " in Panel ", panel,
                " have alleles that are compatible with those of SNP ", match->second.snp_id,
@@ -55,7 +56,7 @@ void note_second_match(data& run, const site_store::iterator& match, int panel) 
 }
 
 // A Panel 0 SNP that fits no study SNP looks for a partner in Panel 1.
-bool find_in_panel1(data& run, label_pair own, site_store::iterator& match, const data::store_range& range) {
+bool find_in_panel1(data& run, label_pair own, site_store::iterator& match, const store_range& range) {
     for (auto entry = range.first; entry != range.second; ++entry) {
         const label_pair other = labels_of(entry->second, 1);
         if (other.a0 == other.a1) {
@@ -72,18 +73,18 @@ bool find_in_panel1(data& run, label_pair own, site_store::iterator& match, cons
 
 }  // namespace
 
-bool data::find_compatible_snp(const std::string& a0, const std::string& a1, int panel, site_store::iterator& match,
-                               const store_range& range) {
+bool find_compatible_snp(data& run, const std::string& a0, const std::string& a1, int panel,
+                         site_store::iterator& match, const store_range& range) {
     const label_pair own{a0, a1};
     const auto found = std::find_if(range.first, range.second,
                                     [&](const auto& entry) { return fits_study(own, panel, entry.second); });
-    if (found == range.second) return panel == 0 && find_in_panel1(*this, own, match, range);
+    if (found == range.second) return panel == 0 && find_in_panel1(run, own, match, range);
     match = found;
     if (panel == 2) return true;
     if (panel == 0 && !agrees_with_panel1(own, found->second)) return false;
     const label_pair taken = labels_of(found->second, static_cast<std::size_t>(panel));
     if (taken.a0 == "*" && taken.a1 == "*") return true;
-    note_second_match(*this, found, panel);
+    note_second_match(run, found, panel);
     return false;
 }
 
@@ -96,9 +97,9 @@ void drop_panel(snp& site, std::size_t panel) {
         site.ref_missing.clear();
         return;
     }
-    site.gtypes[panel - 1].clear();
-    site.gtype_probs[panel - 1].clear();
-    site.gtype_emiss[panel - 1].clear();
+    site.gtypes[panel].clear();
+    site.gtype_probs[panel].clear();
+    site.gtype_emiss[panel].clear();
     if (panel == 1) return;
     site.known_phase_flags.clear();
     site.known_haps_flags.clear();
@@ -123,7 +124,7 @@ bool type_is_settled(const snp& site, bool has_panel0) {
 
 }  // namespace
 
-void data::copy_snp(const snp& from, snp& to, const std::set<int>& panels, bool has_panel0) {
+void copy_snp(const snp& from, snp& to, const std::set<int>& panels, bool has_panel0) {
     to = from;
     for (int panel = 0; panel < 3; ++panel) {
         if (!panels.contains(panel)) drop_panel(to, static_cast<std::size_t>(panel));
@@ -179,7 +180,9 @@ class hole_preparation {
 };
 
 hole_preparation::hole_preparation(data& run)
-    : run_(run), target_(run.panel0_given() ? 0 : 1), source_(run.panel0_given() && run.panel1_given() ? 1 : 2) {}
+    : run_(run),
+      target_(run.params.panel0_given() ? 0 : 1),
+      source_(run.params.panel0_given() && run.params.panel1_given() ? 1 : 2) {}
 
 void hole_preparation::withdraw(snp& site) const {
     site.labels[0].a0 = site.labels[0].a1 = '*';
@@ -196,13 +199,13 @@ void hole_preparation::fill(snp& site) const {
     labels.a0 = source.a0;
     labels.a1 = source.a1;
     labels.freq = source.freq;
-    site.haps[target_].assign(static_cast<std::size_t>(run_.n_hap[target_]), missing_allele);
+    site.haps[target_].assign(static_cast<std::size_t>(run_.panels[target_].n_hap), missing_allele);
     if (target_ == 1) {
-        const auto n = static_cast<std::size_t>(run_.n_ind[1]);
+        const auto n = static_cast<std::size_t>(run_.panels[1].n_ind);
         if (run_.params.prob_g_ref) {
-            site.gtype_probs[0].assign(3 * n, 0.0F);
+            site.gtype_probs[1].assign(3 * n, 0.0F);
         } else {
-            site.gtypes[0].assign(n, missing_genotype);
+            site.gtypes[1].assign(n, missing_genotype);
         }
     }
     site.ref_alleles_missing = true;
@@ -246,8 +249,8 @@ void hole_preparation::prepare(snp& site) {
 
 }  // namespace
 
-void data::initialize_missing_ref_panel_snp_info() {
-    if (!panel0_given() && !panel1_given()) return;
-    hole_preparation holes(*this);
-    for (auto& [position, site] : snps) holes.prepare(site);
+void initialize_missing_ref_panel_snp_info(data& run) {
+    if (!run.params.panel0_given() && !run.params.panel1_given()) return;
+    hole_preparation holes(run);
+    for (auto& [position, site] : run.sites.store) holes.prepare(site);
 }

@@ -12,14 +12,14 @@ using word_row = std::vector<std::uint64_t>;
 using row_block = std::array<const std::uint64_t*, bits::word_bits>;
 
 void fix_site_list(data& run) {
-    run.sites.clear();
-    run.positions.clear();
-    run.sites.reserve(run.snps.size());
-    run.positions.reserve(run.snps.size());
-    for (auto& [position, site] : run.snps) {
-        site.index = static_cast<int>(run.sites.size());
-        run.sites.push_back(&site);
-        run.positions.push_back(position);
+    run.sites.in_order.clear();
+    run.sites.positions.clear();
+    run.sites.in_order.reserve(run.sites.store.size());
+    run.sites.positions.reserve(run.sites.store.size());
+    for (auto& [position, site] : run.sites.store) {
+        site.index = static_cast<int>(run.sites.in_order.size());
+        run.sites.in_order.push_back(&site);
+        run.sites.positions.push_back(position);
     }
 }
 
@@ -42,8 +42,8 @@ template <typename Row_of_site>
 void fill_block(const data& run, packed_haplotypes& packed, std::size_t first_site, Row_of_site row_of_site) {
     if (packed.n_hap() == 0) return;
     row_block rows{};
-    const std::size_t n = std::min(bits::word_bits, run.sites.size() - first_site);
-    for (std::size_t j = 0; j < n; ++j) rows[j] = row_of_site(*run.sites[first_site + j]);
+    const std::size_t n = std::min(bits::word_bits, run.sites.in_order.size() - first_site);
+    for (std::size_t j = 0; j < n; ++j) rows[j] = row_of_site(*run.sites.in_order[first_site + j]);
     packed.fill(first_site, rows.data(), n);
 }
 
@@ -57,24 +57,25 @@ void release_rows(snp& site, bool keeps_study) {
 
 void pack_haplotypes(data& run) {
     fix_site_list(run);
-    const std::size_t n_sites = run.sites.size();
+    const std::size_t n_sites = run.sites.in_order.size();
     std::array<word_row, 3> zeros;
     for (std::size_t panel = 0; panel < 3; ++panel) {
-        const auto n_hap = static_cast<std::size_t>(run.n_hap[panel]);
-        run.haps[panel] = packed_haplotypes(n_hap, n_sites);
+        const auto n_hap = static_cast<std::size_t>(run.panels[panel].n_hap);
+        run.panels[panel].haps = packed_haplotypes(n_hap, n_sites);
         zeros[panel].assign(bits::words_for(n_hap), 0);
     }
-    const bool any_missing =
-        std::any_of(run.sites.begin(), run.sites.end(), [](const snp* site) { return missing_row(*site) != nullptr; });
-    run.ref_missing = any_missing ? packed_haplotypes(run.haps[0].n_hap(), n_sites) : packed_haplotypes();
+    const bool any_missing = std::any_of(run.sites.in_order.begin(), run.sites.in_order.end(),
+                                         [](const snp* site) { return missing_row(*site) != nullptr; });
+    run.panels[0].missing = any_missing ? packed_haplotypes(run.panels[0].haps.n_hap(), n_sites) : packed_haplotypes();
     for (std::size_t first_site = 0; first_site < n_sites; first_site += bits::word_bits) {
         for (std::size_t panel = 0; panel < 3; ++panel) {
-            fill_block(run, run.haps[panel], first_site,
+            fill_block(run, run.panels[panel].haps, first_site,
                        [&](const snp& site) { return panel_row(run, site, panel, zeros[panel]); });
         }
-        fill_block(run, run.ref_missing, first_site, missing_row);
+        fill_block(run, run.panels[0].missing, first_site, missing_row);
         const std::size_t end = std::min(first_site + bits::word_bits, n_sites);
         for (std::size_t s = first_site; s < end; ++s)
-            release_rows(*run.sites[s], run.params.use_prephased_g && run.sites[s]->type == run.n_panels);
+            release_rows(*run.sites.in_order[s],
+                         run.params.use_prephased_g && run.sites.in_order[s]->type == run.plan.n_panels);
     }
 }

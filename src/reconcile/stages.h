@@ -3,7 +3,7 @@
 // The stages of data::setup, which turn what the readers left in the store into one consistent site list with a plan of
 // updates. Each one writes its own lines of the log; data::setup decides which of them a run needs.
 
-class data;
+struct data;
 struct snp;
 
 // Erases the sites of the buffer that no known haplotype spoke of.

@@ -1,6 +1,6 @@
 #pragma once
 
-class data;
+struct data;
 
 // Fixes the iteration lists, builds the site lists of the models, and allocates the working tables and sums. Ends the
 // run when -nind asks for more individuals than there are, when memory saving has no sites to work on, or when the

@@ -79,7 +79,7 @@ void check_panel(data& run, const strand_stage& stage) {
     int n_sites = 0;
     int n_mismatch = 0;
     int n_frequency = 0;
-    for (auto& [position, site] : run.snps) {
+    for (auto& [position, site] : run.sites.store) {
         if (site.type < stage.lowest_type || site.type > stage.highest_type) continue;
         ++n_sites;
         const strand_check result = align_site(run, stage, position, site);
@@ -118,6 +118,6 @@ void check_strand_of_panel1(data& run) {
 }
 
 void check_strand_of_panel2(data& run) {
-    const std::string reference = run.panel0_given() ? (run.panel1_given() ? "0+1" : "0") : "1";
+    const std::string reference = run.params.panel0_given() ? (run.params.panel1_given() ? "0+1" : "0") : "1";
     check_panel(run, {2, 2, 3, run.params.align_by_maf_g, reference, reference});
 }

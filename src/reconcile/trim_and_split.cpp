@@ -3,6 +3,7 @@
 
 #include "model/data.h"
 #include "model/text.h"
+#include "reconcile/match.h"
 #include "reconcile/stages.h"
 
 namespace {
@@ -11,8 +12,8 @@ namespace {
 template <typename Predicate>
 void trim_buffer(data& run, const char* stage_line, Predicate worth_keeping) {
     run.log.stage(stage_line);
-    const auto n_removed = std::erase_if(run.snps, [&](const auto& entry) {
-        const bool inside = entry.first >= run.int_lower_bp && entry.first <= run.int_upper_bp;
+    const auto n_removed = std::erase_if(run.sites.store, [&](const auto& entry) {
+        const bool inside = entry.first >= run.plan.int_lower_bp && entry.first <= run.plan.int_upper_bp;
         return !inside && !worth_keeping(entry.second);
     });
     run.log.line(concat(" --removed ", n_removed, " SNPs"));
@@ -27,16 +28,16 @@ bool joins_study_and_reference(const snp& site) {
 
 // Splits the first site at the position that can be split; false if there is none.
 bool split_at(data& run, long position) {
-    const auto [begin, end] = run.snps.equal_range(position);
+    const auto [begin, end] = run.sites.store.equal_range(position);
     for (auto entry = begin; entry != end; ++entry) {
         if (!joins_study_and_reference(entry->second)) continue;
         snp study_part;
         snp reference_part;
-        data::copy_snp(entry->second, study_part, {2}, run.panel0_given());
-        data::copy_snp(entry->second, reference_part, {0, 1}, run.panel0_given());
-        run.snps.erase(entry);
-        run.snps.emplace(position, std::move(study_part));
-        run.snps.emplace(position, std::move(reference_part));
+        copy_snp(entry->second, study_part, {2}, run.params.panel0_given());
+        copy_snp(entry->second, reference_part, {0, 1}, run.params.panel0_given());
+        run.sites.store.erase(entry);
+        run.sites.store.emplace(position, std::move(study_part));
+        run.sites.store.emplace(position, std::move(reference_part));
         return true;
     }
     return false;
@@ -57,7 +58,7 @@ void split_multiple_matches(data& run) {
     run.log.stage(
         "-converting Panel 2 SNPs that match multiple reference SNPs to Type 3 (will not inform the imputation)");
     int n_converted = 0;
-    for (const long position : run.multi_match_positions) {
+    for (const long position : run.sites.multi_match_positions) {
         if (split_at(run, position)) ++n_converted;
     }
     run.log.line(concat(" --converted ", n_converted, " SNPs"));

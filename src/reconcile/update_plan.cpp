@@ -25,14 +25,13 @@ struct genotype_panel {
     // only whether somebody was flagged.
     long n_update = 0, n_het = 0, n_ordered = 0;
 
-    std::size_t slot() const { return static_cast<std::size_t>(panel - 1); }
     // Input probabilities leave every genotype open.
     bool draws_everybody() const { return probabilistic && read && !sampled; }
 };
 
 bool holds_data(const data& run, const genotype_panel& plan, const snp& site) {
-    if (site.type < plan.lowest_type || site.type > run.n_panels - 1) return false;
-    if (!plan.probabilistic && site.gtypes[plan.slot()].size() != plan.n) return false;
+    if (site.type < plan.lowest_type || site.type > run.plan.n_panels - 1) return false;
+    if (!plan.probabilistic && site.gtypes[plan.panel].size() != plan.n) return false;
     return plan.panel != 1 || !site.panel1_placeholder;
 }
 
@@ -47,8 +46,8 @@ void flag_genotype(genotype_panel& plan, std::size_t i, std::uint8_t genotype) {
 }
 
 bool is_heterozygous(const genotype_panel& plan, const snp& site, std::size_t i) {
-    if (!plan.probabilistic) return site.gtypes[plan.slot()][i] == 1;
-    const std::vector<float>& probs = site.gtype_probs[plan.slot()];
+    if (!plan.probabilistic) return site.gtypes[plan.panel][i] == 1;
+    const std::vector<float>& probs = site.gtype_probs[plan.panel];
     return !probs.empty() && static_cast<double>(probs[3 * i + 1]) + 1e-10 > 1.0;
 }
 
@@ -57,7 +56,7 @@ void visit_site(genotype_panel& plan, const snp& site) {
     for (std::size_t i = 0; i < plan.n; ++i) {
         const bool phase_known = has_known_phase && site.known_phase_flags[i];
         if (!phase_known) {
-            if (!plan.update[i] || !plan.het[i]) flag_genotype(plan, i, site.gtypes[plan.slot()][i]);
+            if (!plan.update[i] || !plan.het[i]) flag_genotype(plan, i, site.gtypes[plan.panel][i]);
         } else if (plan.known_haps_given && !plan.ordered[i] && is_heterozygous(plan, site, i)) {
             plan.ordered[i] = true;
             --plan.n_ordered;
@@ -67,7 +66,7 @@ void visit_site(genotype_panel& plan, const snp& site) {
 
 // Whether no further site can change a flag, as far as the counts tell.
 bool all_flagged(const data& run, const genotype_panel& plan) {
-    return plan.n_update == 0 && plan.n_het == run.n_males[plan.slot()] &&
+    return plan.n_update == 0 && plan.n_het == run.panels[plan.panel].n_males &&
            (plan.n_ordered == 0 || !plan.known_haps_given);
 }
 
@@ -79,7 +78,7 @@ void set_first_flags(const data& run, genotype_panel& plan) {
     plan.n_update = plan.n_het = plan.n_ordered = static_cast<long>(plan.n);
     if (!plan.read || plan.sampled) return;
     for (std::size_t i = 0; i < plan.n; ++i) {
-        if (!run.is_haploid_male(plan.panel, static_cast<int>(i))) continue;
+        if (!run.panels[plan.panel].is_haploid_male(static_cast<int>(i))) continue;
         plan.ordered[i] = true;
         --plan.n_ordered;
     }
@@ -88,9 +87,9 @@ void set_first_flags(const data& run, genotype_panel& plan) {
 // Sets the flags that the genotypes ask for; true if a hole was seen.
 bool visit_sites(const data& run, genotype_panel& plan) {
     if (!plan.read || plan.sampled) return false;
-    const bool seeks_hole = run.hole_fill_to == plan.panel && run.params.fill_holes;
+    const bool seeks_hole = run.plan.hole_fill_to == plan.panel && run.params.fill_holes;
     bool hole_seen = false;
-    for (const auto& [position, site] : run.snps) {
+    for (const auto& [position, site] : run.sites.store) {
         if (!holds_data(run, plan, site)) continue;
         if (seeks_hole && site.ref_alleles_missing) {
             hole_seen = true;
@@ -104,13 +103,13 @@ bool visit_sites(const data& run, genotype_panel& plan) {
 
 void choose_hole_panels(data& run) {
     if (!run.params.fill_holes) return;
-    const bool panel0 = run.n_hap[0] > 0;
-    const bool panel1 = run.n_hap[1] > 0;
+    const bool panel0 = run.panels[0].n_hap > 0;
+    const bool panel1 = run.panels[1].n_hap > 0;
     if (panel0 || panel1) {
-        run.hole_fill_from = panel0 && panel1 ? 1 : 2;
-        run.hole_fill_to = panel0 ? 0 : 1;
+        run.plan.hole_fill_from = panel0 && panel1 ? 1 : 2;
+        run.plan.hole_fill_to = panel0 ? 0 : 1;
     } else {
-        run.hole_fill_from = run.hole_fill_to = -1;
+        run.plan.hole_fill_from = run.plan.hole_fill_to = -1;
     }
 }
 
@@ -120,40 +119,41 @@ bool plan_genotype_panel(data& run, genotype_panel plan) {
     const bool hole_seen = visit_sites(run, plan);
     const auto p = static_cast<std::size_t>(plan.panel);
     const auto n = static_cast<long>(plan.n);
-    run.update_panel[p] = plan.draws_everybody() || plan.n_update < n;
-    run.phase_panel[p] = plan.draws_everybody() || plan.n_het < n;
+    run.panels[p].needs_update = plan.draws_everybody() || plan.n_update < n;
+    run.panels[p].needs_phasing = plan.draws_everybody() || plan.n_het < n;
     return hole_seen;
 }
 
 bool plan_panel2(data& run) {
     const parameters& params = run.params;
     return plan_genotype_panel(run, {.panel = 2,
-                                     .n = static_cast<std::size_t>(run.n_ind[2]),
-                                     .lowest_type = run.n_panels - 1,
+                                     .n = static_cast<std::size_t>(run.panels[2].n_ind),
+                                     .lowest_type = run.plan.n_panels - 1,
                                      .read = true,
                                      .sampled = is_given(params.hap_samp_in_g),
                                      .probabilistic = params.prob_g,
                                      .all_ordered = params.haploid_g,
                                      .known_haps_given = is_given(params.known_haps_g_file),
-                                     .update = run.update_indiv2,
-                                     .het = run.het_indiv2,
-                                     .ordered = run.has_known_haps});
+                                     .update = run.panels[2].update,
+                                     .het = run.panels[2].heterozygous,
+                                     .ordered = run.panels[2].ordered});
 }
 
 bool plan_panel1(data& run) {
     const parameters& params = run.params;
     const bool haplotypes = params.h_files.size() >= 2;
-    return plan_genotype_panel(run, {.panel = 1,
-                                     .n = static_cast<std::size_t>(haplotypes ? run.n_hap[1] : run.n_ind[1]),
-                                     .lowest_type = 1,
-                                     .read = is_given(params.g_ref_file) || is_given(params.known_haps_g_ref_file),
-                                     .sampled = is_given(params.hap_samp_in_g_ref),
-                                     .probabilistic = params.prob_g_ref,
-                                     .all_ordered = haplotypes,
-                                     .known_haps_given = is_given(params.known_haps_g_ref_file),
-                                     .update = run.update_indiv1,
-                                     .het = run.het_indiv1,
-                                     .ordered = run.ordered_ref});
+    return plan_genotype_panel(run,
+                               {.panel = 1,
+                                .n = static_cast<std::size_t>(haplotypes ? run.panels[1].n_hap : run.panels[1].n_ind),
+                                .lowest_type = 1,
+                                .read = is_given(params.g_ref_file) || is_given(params.known_haps_g_ref_file),
+                                .sampled = is_given(params.hap_samp_in_g_ref),
+                                .probabilistic = params.prob_g_ref,
+                                .all_ordered = haplotypes,
+                                .known_haps_given = is_given(params.known_haps_g_ref_file),
+                                .update = run.panels[1].update,
+                                .het = run.panels[1].heterozygous,
+                                .ordered = run.panels[1].ordered});
 }
 
 // Flags the haplotypes that miss an allele at the site; the number of those that had no flag yet.
@@ -172,36 +172,36 @@ long flag_missing_alleles(const std::vector<std::uint64_t>& missing, std::vector
 // Fills the flags of Panel 0; true if a hole was seen.
 bool plan_panel0(data& run) {
     const bool sampled = is_given(run.params.hap_samp_in_h);
-    const bool seeks_hole = run.hole_fill_to == 0 && run.params.fill_holes;
-    run.update_hap0.assign(static_cast<std::size_t>(run.n_hap[0]), false);
-    long n_left = run.n_hap[0];
+    const bool seeks_hole = run.plan.hole_fill_to == 0 && run.params.fill_holes;
+    run.panels[0].update.assign(static_cast<std::size_t>(run.panels[0].n_hap), false);
+    long n_left = run.panels[0].n_hap;
     bool hole_seen = false;
-    if (run.panel0_given() && (!sampled || seeks_hole)) {
-        for (const auto& [position, site] : run.snps) {
-            if (site.type == run.n_panels) continue;
+    if (run.params.panel0_given() && (!sampled || seeks_hole)) {
+        for (const auto& [position, site] : run.sites.store) {
+            if (site.type == run.plan.n_panels) continue;
             if (seeks_hole && site.ref_alleles_missing) {
                 hole_seen = true;
                 if (sampled) break;
             } else {
-                n_left -= flag_missing_alleles(site.haps[0].missing(), run.update_hap0);
+                n_left -= flag_missing_alleles(site.haps[0].missing(), run.panels[0].update);
             }
             if (n_left == 0 && (hole_seen || !seeks_hole)) break;
         }
     }
-    run.update_panel[0] = n_left < run.n_hap[0];
-    if (!run.update_panel[0]) run.sporadic_haploid_imputation = false;
+    run.panels[0].needs_update = n_left < run.panels[0].n_hap;
+    if (!run.panels[0].needs_update) run.plan.sporadic_haploid_imputation = false;
     return hole_seen;
 }
 
 // A run in which nobody needs sampling passes over the data once.
 void shorten_if_nothing_to_do(data& run) {
     parameters& params = run.params;
-    if (run.update_panel[0] || run.update_panel[1] || run.update_panel[2]) return;
+    if (run.panels[0].needs_update || run.panels[1].needs_update || run.panels[2].needs_update) return;
     if (is_given(params.hap_samp_in_g) || is_given(params.hap_samp_in_g_ref) || is_given(params.hap_samp_in_h)) return;
     params.iter = 1;
     params.burnin = 0;
-    run.has_known_haps.assign(run.has_known_haps.size(), true);
-    run.ordered_ref.assign(run.ordered_ref.size(), true);
+    run.panels[2].ordered.assign(run.panels[2].ordered.size(), true);
+    run.panels[1].ordered.assign(run.panels[1].ordered.size(), true);
 }
 
 // Makes a site of Panel 2 alone.
@@ -212,14 +212,14 @@ void withdraw_reference(snp& site) {
         site.labels[panel] = panel_labels{};
         site.haps[panel].clear();
     }
-    site.gtypes[0].clear();
-    site.gtype_probs[0].clear();
+    site.gtypes[1].clear();
+    site.gtype_probs[1].clear();
 }
 
 void cancel_idle_hole_filling(data& run) {
-    if (!run.params.fill_holes || (run.hole_fill_from >= 0 && run.hole_fill_to >= 0)) return;
+    if (!run.params.fill_holes || (run.plan.hole_fill_from >= 0 && run.plan.hole_fill_to >= 0)) return;
     run.params.fill_holes = false;
-    for (auto& [position, site] : run.snps) {
+    for (auto& [position, site] : run.sites.store) {
         if (site.ref_alleles_missing) withdraw_reference(site);
     }
 }
@@ -231,9 +231,9 @@ void make_update_plan(data& run) {
     const bool hole_in_panel2 = plan_panel2(run);
     const bool hole_in_panel1 = plan_panel1(run);
     const bool hole_in_panel0 = plan_panel0(run);
-    if (!hole_in_panel2 && !hole_in_panel1 && !hole_in_panel0) run.hole_fill_from = run.hole_fill_to = -1;
+    if (!hole_in_panel2 && !hole_in_panel1 && !hole_in_panel0) run.plan.hole_fill_from = run.plan.hole_fill_to = -1;
     shorten_if_nothing_to_do(run);
-    if (run.params.use_prephased_g && run.update_panel[2]) {
+    if (run.params.use_prephased_g && run.panels[2].needs_update) {
         run.log.fatal(
             "ERROR: The -use_prephased_g option requires that all of your input genotypes"
             " be completely phased with no missing values.");

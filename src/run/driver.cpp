@@ -5,9 +5,17 @@
 #include <algorithm>
 #include <iostream>
 
+#include "input/readers.h"
 #include "model/data.h"
 #include "model/text.h"
+#include "output/results.h"
+#include "params/population.h"
+#include "params/switch_rates.h"
+#include "reconcile/setup.h"
+#include "run/driver.h"
 #include "run/passes.h"
+#include "run/process_input.h"
+#include "run/reports.h"
 
 namespace {
 
@@ -17,13 +25,13 @@ class iteration_loop {
         : run_(run), p_(run.params), progress_(std::cerr, !run.params.verbose && isatty(STDERR_FILENO) != 0) {}
 
     void run_all() {
-        for (int it = 0; it < p_.iter && next_stored_ < run_.stored_iters.size(); ++it) {
+        for (int it = 0; it < p_.iter && next_stored_ < run_.plan.stored_iters.size(); ++it) {
             iteration now;
             now.it = it;
-            now.late = !p_.random_cond && it >= run_.informed_start_iter;
-            now.stored = it == run_.stored_iters[next_stored_];
+            now.late = !p_.random_cond && it >= run_.plan.informed_start_iter;
+            now.stored = it == run_.plan.stored_iters[next_stored_];
             now.selfcheck =
-                next_selfcheck_ < run_.selfcheck_iters.size() && it == run_.selfcheck_iters[next_selfcheck_];
+                next_selfcheck_ < run_.plan.selfcheck_iters.size() && it == run_.plan.selfcheck_iters[next_selfcheck_];
             now.stored_count = stored_count_;
             progress_.start_iteration(it, p_.iter);
             run_one(now);
@@ -33,12 +41,12 @@ class iteration_loop {
 
   private:
     void run_one(const iteration& now) {
-        if (now.it == run_.informed_start_iter) renew_parameters();
+        if (now.it == run_.plan.informed_start_iter) renew_parameters();
         run_.log.terminal_line("");
         run_.log.terminal_line(concat("MCMC iteration [", now.it + 1, "/", p_.iter, "]"));
-        if (run_.n_hap[0] >= 1) pass_panel0(now);
-        if (run_.n_hap[1] >= 1) pass_panel1(now);
-        if (run_.n_ind[2] >= 1) {
+        if (run_.panels[0].n_hap >= 1) pass_panel0(now);
+        if (run_.panels[1].n_hap >= 1) pass_panel1(now);
+        if (run_.panels[2].n_ind >= 1) {
             pass_panel2(now);
             if (now.stored) finish_stored(now);
         }
@@ -49,31 +57,31 @@ class iteration_loop {
 
     void renew_parameters() {
         run_.log.stage("RESETTING PARAMETERS FOR \"SURROGATE FAMILY\" MODELING");
-        run_.set_theta_panel(true);
-        run_.set_mutation_matrix(true);
-        run_.set_switch_rates(true);
-        if (p_.fill_holes) run_.set_switch_rates_for_hole_filling(true);
+        set_theta_panel(run_, true);
+        set_mutation_matrix(run_, true);
+        set_switch_rates(run_, true);
+        if (p_.fill_holes) set_switch_rates_for_hole_filling(run_, true);
     }
 
     void pass_panel0(const iteration& now) {
-        if (now.it > 0 && is_given(p_.hap_samp_in_h)) run_.read_sampled_haps(now.it, 0);
-        if (run_.update_panel[0]) update_panel0_haplotypes(run_, now, progress_);
-        if (run_.hole_fill_to == 0) fill_panel0_holes(run_, now, progress_);
+        if (now.it > 0 && is_given(p_.hap_samp_in_h)) read_sampled_haps(run_, now.it, 0);
+        if (run_.panels[0].needs_update) update_panel0_haplotypes(run_, now, progress_);
+        if (run_.plan.hole_fill_to == 0) fill_panel0_holes(run_, now, progress_);
     }
 
     void pass_panel1(const iteration& now) {
-        if (now.it > 0 && is_given(p_.hap_samp_in_g_ref)) run_.read_sampled_haps(now.it, 1);
-        if (run_.update_panel[1]) update_panel1_individuals(run_, now, progress_);
+        if (now.it > 0 && is_given(p_.hap_samp_in_g_ref)) read_sampled_haps(run_, now.it, 1);
+        if (run_.panels[1].needs_update) update_panel1_individuals(run_, now, progress_);
         if (p_.use_panel1_for_type0_imputation) {
             if (!p_.stage_one) update_panel1_from_panel0(run_, now, progress_);
-        } else if (run_.hole_fill_to == 1) {
+        } else if (run_.plan.hole_fill_to == 1) {
             fill_panel1_holes(run_, now, progress_);
         }
     }
 
     void pass_panel2(const iteration& now) {
-        if (now.it > 0 && is_given(p_.hap_samp_in_g) && now.stored) run_.read_sampled_haps(now.it, 2);
-        if (run_.update_panel[2]) {
+        if (now.it > 0 && is_given(p_.hap_samp_in_g) && now.stored) read_sampled_haps(run_, now.it, 2);
+        if (run_.panels[2].needs_update) {
             update_study_individuals(run_, now, progress_);
         } else {
             record_known_study(run_, now);
@@ -87,12 +95,12 @@ class iteration_loop {
         ++stored_count_;
         ++next_stored_;
         if (p_.counts_per_iter) {
-            run_.output_current_gtype_counts(now.it, stored_count_);
+            output_current_gtype_counts(run_, now.it, stored_count_);
         } else if (p_.counts_wt_per_iter) {
-            run_.output_current_gtype_counts_wt(now.it, stored_count_);
+            output_current_gtype_counts_wt(run_, now.it, stored_count_);
         }
         if (p_.weight_imputed_gt >= 0) print_weights();
-        if (run_.tmp_haps) run_.output_current_haps_to_tmp(now.it);
+        if (run_.plan.tmp_haps) output_current_haps_to_tmp(run_, now.it);
     }
 
     void print_weights() {
@@ -106,11 +114,11 @@ class iteration_loop {
     }
 
     void write_iteration_files(int it) {
-        if (run_.store_sampled_haps) run_.output_current_haps(it);
-        if (p_.show_diploid_copy_states) run_.output_current_copy_states(it, 1, 2, 2);
+        if (run_.plan.store_sampled_haps) output_current_haps(run_, it);
+        if (p_.show_diploid_copy_states) output_current_copy_states(run_, it, 1, 2, 2);
         if (p_.show_haploid_copy_states) {
-            if (run_.n_hap[1] > 0 && run_.output_types[1]) run_.output_current_copy_states(it, 0, 2, 1);
-            if (run_.n_hap[0] > 0 && run_.output_types[0]) run_.output_current_copy_states(it, 0, 2, 0);
+            if (run_.panels[1].n_hap > 0 && run_.plan.output_types[1]) output_current_copy_states(run_, it, 0, 2, 1);
+            if (run_.panels[0].n_hap > 0 && run_.plan.output_types[0]) output_current_copy_states(run_, it, 0, 2, 0);
         }
     }
 
@@ -134,7 +142,7 @@ void print_success_rate(run_log& log, const std::string& kind, long n_stay, long
 // Individuals that -known_haps_g gave no phase in the region are modelled without order.
 void warn_of_unordered(data& run) {
     for (std::size_t i = 0; i < static_cast<std::size_t>(run.params.nind); ++i) {
-        if (run.has_known_haps[i]) continue;
+        if (run.panels[2].ordered[i]) continue;
         run.log.warn(
             concat("WARNING: Sample #", i + 1,
                    " in the output file was not provided with valid known haplotypes (via the -known_haps_g file) in "
@@ -145,28 +153,28 @@ void warn_of_unordered(data& run) {
 
 void write_results(data& run) {
     const parameters& p = run.params;
-    run.output_mcmc();
-    run.mcmc_info();
-    if (p.sample_qc_info) run.mcmc_info_by_sample();
-    if (p.selfcheck > 0.0) run.mcmc_accuracy();
+    output_mcmc(run);
+    mcmc_info(run);
+    if (p.sample_qc_info) mcmc_info_by_sample(run);
+    if (p.selfcheck > 0.0) mcmc_accuracy(run);
     if (is_given(p.known_haps_g_file) && run.log.warnings_on()) {
         warn_of_unordered(run);
-        if (!p.use_prephased_g) run.print_diplotype_ordering_states();
+        if (!p.use_prephased_g) print_diplotype_ordering_states(run);
     }
     if (p.phase) {
-        run.phase_fixed();
-        run.phase_pairwise();
-        run.output_pairwise_certainties();
-        run.output_phased_haps();
+        phase_fixed(run);
+        phase_pairwise(run);
+        output_pairwise_certainties(run);
+        output_phased_haps(run);
     }
-    if (p.print_allele_probs) run.output_allele_probs();
+    if (p.print_allele_probs) output_allele_probs(run);
 }
 
 void write_merged_panels(data& run) {
     if (is_given(run.params.merge_ref_panels_output_ref)) {
-        run.output_merged_ref();
+        output_merged_ref(run);
     } else if (is_given(run.params.merge_ref_panels_output_gen)) {
-        run.output_merged_gen();
+        output_merged_gen(run);
     }
 }
 
@@ -178,7 +186,7 @@ void finish(data& run) {
     } else {
         write_results(run);
     }
-    if (run.tmp_haps) run.remove_tmp_sampled_haps();
+    if (run.plan.tmp_haps) remove_tmp_sampled_haps(run);
     const int n_warnings = run.log.warning_count();
     if (n_warnings > 0) {
         run.log.stage(concat(n_warnings, " warning", n_warnings == 1 ? " was" : "s were",
@@ -190,16 +198,16 @@ void finish(data& run) {
 
 }  // namespace
 
-void data::impute() {
-    process_input();
-    print_nomenclature();
-    print_files();
-    read_data();
-    setup();
-    print_params();
-    log.header("---------", " Run log ");
-    const bool by_hap = is_given(params.distances_by_hap_file);
-    if (!params.random_cond && (by_hap || is_given(params.distances_file))) read_distances_file(by_hap);
-    iteration_loop(*this).run_all();
-    finish(*this);
+void impute(data& run) {
+    process_input(run);
+    print_nomenclature(run);
+    print_files(run);
+    read_data(run);
+    setup(run);
+    print_params(run);
+    run.log.header("---------", " Run log ");
+    const bool by_hap = is_given(run.params.distances_by_hap_file);
+    if (!run.params.random_cond && (by_hap || is_given(run.params.distances_file))) read_distances_file(run, by_hap);
+    iteration_loop(run).run_all();
+    finish(run);
 }

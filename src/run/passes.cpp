@@ -1,5 +1,7 @@
 #include "run/passes.h"
 
+#include "inference/accumulate.h"
+#include "inference/conditioning.h"
 #include "inference/updates.h"
 #include "model/data.h"
 #include "model/result_file.h"
@@ -46,16 +48,16 @@ bool by_matrix(const data& run) {
 // States of a reference panel's own, or of a study individual's phasing update.
 void choose_own_states(data& run, const iteration& now, int i, int panel) {
     const parameters& p = run.params;
-    const bool haploid_panel = panel == 2 ? p.haploid_g : p.haploid_ref;
-    const bool haploid_member = run.is_haploid(panel, i);
-    const int first = run.first_hap(panel, i);
+    const bool haploid_panel = panel == 2 && p.haploid_g;
+    const bool haploid_member = run.panels[panel].is_haploid(i);
+    const int first = run.panels[panel].first_hap(i);
     const int ploidy = haploid_member ? 0 : 1;
     if (!now.late) {
-        run.choose_random_conditioning_states(first, ploidy, panel, panel);
+        choose_random_conditioning_states(run, first, ploidy, panel, panel);
     } else if (is_given(p.distances_file) || is_given(p.distances_by_hap_file)) {
-        run.choose_conditioning_states_from_dist_matrix(i, ploidy, panel, panel, false);
+        choose_conditioning_states_from_dist_matrix(run, i, ploidy, panel, panel, false);
     } else {
-        run.choose_informed_conditioning_states(first, ploidy, panel, panel, haploid_panel || haploid_member);
+        choose_informed_conditioning_states(run, first, ploidy, panel, panel, haploid_panel || haploid_member);
     }
 }
 
@@ -63,12 +65,12 @@ void choose_own_states(data& run, const iteration& now, int i, int panel) {
 void choose_shared_states(data& run, const iteration& now, int i, int panel, int cond_panel) {
     const parameters& p = run.params;
     if (!now.late) {
-        run.choose_random_conditioning_states(-1, 0, panel, cond_panel);
+        choose_random_conditioning_states(run, -1, 0, panel, cond_panel);
     } else if (is_given(p.distances_file)) {
-        run.choose_conditioning_states_from_dist_matrix(i, 0, panel, cond_panel, false);
+        choose_conditioning_states_from_dist_matrix(run, i, 0, panel, cond_panel, false);
     } else if (!p.choose_haploid_family) {
-        run.choose_informed_conditioning_states(run.first_hap(panel, i), 0, panel, cond_panel,
-                                                run.is_haploid(panel, i));
+        choose_informed_conditioning_states(run, run.panels[panel].first_hap(i), 0, panel, cond_panel,
+                                            run.panels[panel].is_haploid(i));
     }
 }
 
@@ -77,68 +79,68 @@ void choose_haplotype_states(data& run, const iteration& now, int hap, int panel
     const parameters& p = run.params;
     if (!now.late || !p.choose_haploid_family || is_given(p.distances_file)) return;
     if (by_matrix(run)) {
-        run.choose_conditioning_states_from_dist_matrix(hap, 0, panel, cond_panel, true);
+        choose_conditioning_states_from_dist_matrix(run, hap, 0, panel, cond_panel, true);
     } else {
-        run.choose_informed_conditioning_states(hap, 0, panel, cond_panel, true);
+        choose_informed_conditioning_states(run, hap, 0, panel, cond_panel, true);
     }
 }
 
 // The states of one haplotype that is filled from another panel.
 void choose_filling_states(data& run, const iteration& now, int hap, int panel, int cond_panel) {
     if (!now.late) {
-        run.choose_random_conditioning_states(-1, 0, panel, cond_panel);
+        choose_random_conditioning_states(run, -1, 0, panel, cond_panel);
     } else if (by_matrix(run)) {
-        run.choose_conditioning_states_from_dist_matrix(hap, 0, panel, cond_panel, true);
+        choose_conditioning_states_from_dist_matrix(run, hap, 0, panel, cond_panel, true);
     } else {
-        run.choose_informed_conditioning_states(hap, 0, panel, cond_panel, true);
+        choose_informed_conditioning_states(run, hap, 0, panel, cond_panel, true);
     }
 }
 
 void fill_haplotype(data& run, const iteration& now, int hap, int panel, int states_from) {
     choose_filling_states(run, now, hap, panel, states_from);
     say_sweep(run, " [fill holes]");
-    fill_holes_of_haplotype(run, hap, panel, run.hole_fill_from);
+    fill_holes_of_haplotype(run, hap, panel, run.plan.hole_fill_from);
 }
 
 }  // namespace
 
 void update_panel0_haplotypes(data& run, const iteration& now, progress_line& progress) {
-    for (int h = 0; h < run.n_hap[0]; ++h) {
-        report_member(run, progress, "haplotype", "Panel 0 haplotype", h, run.n_hap[0]);
-        if (!run.update_hap0[at(h)]) continue;
+    for (int h = 0; h < run.panels[0].n_hap; ++h) {
+        report_member(run, progress, "haplotype", "Panel 0 haplotype", h, run.panels[0].n_hap);
+        if (!run.panels[0].update[at(h)]) continue;
         if (!now.late) {
-            run.choose_random_conditioning_states(h, 0, 0, 0);
+            choose_random_conditioning_states(run, h, 0, 0, 0);
         } else if (by_matrix(run)) {
-            run.choose_conditioning_states_from_dist_matrix(h, 0, 0, 0, true);
+            choose_conditioning_states_from_dist_matrix(run, h, 0, 0, 0, true);
         } else {
-            run.choose_informed_conditioning_states(h, 0, 0, 0, true);
+            choose_informed_conditioning_states(run, h, 0, 0, 0, true);
         }
         haploid_update update;
         update.ind = update.hap = h;
         update.sample = true;
-        update.save_alleles = now.stored && run.sporadic_haploid_imputation;
+        update.save_alleles = now.stored && run.plan.sporadic_haploid_imputation;
         update.stored = now.stored;
         haploid(run, update);
-        if (update.save_alleles) run.store_counts_or_haps(h, h, 0, 0, now.stored_count, false, -1, -1, false);
+        if (update.save_alleles) store_counts_or_haps(run, h, h, 0, 0, now.stored_count, false, -1, -1, false);
     }
     end_members(run);
 }
 
 void fill_panel0_holes(data& run, const iteration& now, progress_line& progress) {
-    for (int h = 0; h < run.n_hap[0]; ++h) {
-        report_member(run, progress, "haplotype", "Panel 0 haplotype", h, run.n_hap[0]);
-        fill_haplotype(run, now, h, 0, run.hole_fill_from);
+    for (int h = 0; h < run.panels[0].n_hap; ++h) {
+        report_member(run, progress, "haplotype", "Panel 0 haplotype", h, run.panels[0].n_hap);
+        fill_haplotype(run, now, h, 0, run.plan.hole_fill_from);
     }
     end_members(run);
 }
 
 void update_panel1_individuals(data& run, const iteration& now, progress_line& progress) {
-    for (int i = 0; i < run.n_ind[1]; ++i) {
-        report_member(run, progress, "ref indiv", "reference individual", i, run.n_ind[1]);
-        if (!run.update_indiv1[at(i)]) continue;
+    for (int i = 0; i < run.panels[1].n_ind; ++i) {
+        report_member(run, progress, "ref indiv", "reference individual", i, run.panels[1].n_ind);
+        if (!run.panels[1].update[at(i)]) continue;
         choose_own_states(run, now, i, 1);
-        const int hap = run.first_hap(1, i);
-        if (run.is_haploid(1, i)) {
+        const int hap = run.panels[1].first_hap(i);
+        if (run.panels[1].is_haploid(i)) {
             haploid_update update;
             update.ind = i;
             update.hap = hap;
@@ -151,7 +153,7 @@ void update_panel1_individuals(data& run, const iteration& now, progress_line& p
         update.ind = i;
         update.hap = hap;
         update.panel = 1;
-        if (run.ordered_ref[at(i)]) {
+        if (run.panels[1].ordered[at(i)]) {
             update_ordered(run, update);
         } else {
             diploid(run, update);
@@ -161,13 +163,13 @@ void update_panel1_individuals(data& run, const iteration& now, progress_line& p
 }
 
 void update_panel1_from_panel0(data& run, const iteration& now, progress_line& progress) {
-    for (int i = 0; i < run.n_ind[1]; ++i) {
-        report_member(run, progress, "ref indiv", "reference individual", i, run.n_ind[1]);
+    for (int i = 0; i < run.panels[1].n_ind; ++i) {
+        report_member(run, progress, "ref indiv", "reference individual", i, run.panels[1].n_ind);
         choose_shared_states(run, now, i, 1, 0);
-        for (int strand = 0; strand < (run.is_haploid(1, i) ? 1 : 2); ++strand) {
+        for (int strand = 0; strand < (run.panels[1].is_haploid(i) ? 1 : 2); ++strand) {
             haploid_update update;
             update.ind = i;
-            update.hap = run.first_hap(1, i) + strand;
+            update.hap = run.panels[1].first_hap(i) + strand;
             update.panel = 1;
             update.strand = strand;
             update.sample = true;
@@ -179,11 +181,11 @@ void update_panel1_from_panel0(data& run, const iteration& now, progress_line& p
 }
 
 void fill_panel1_holes(data& run, const iteration& now, progress_line& progress) {
-    for (int i = 0; i < run.n_ind[1]; ++i) {
-        report_member(run, progress, "ref indiv", "reference individual", i, run.n_ind[1]);
-        for (int strand = 0; strand < (run.is_haploid(1, i) ? 1 : 2); ++strand) {
+    for (int i = 0; i < run.panels[1].n_ind; ++i) {
+        report_member(run, progress, "ref indiv", "reference individual", i, run.panels[1].n_ind);
+        for (int strand = 0; strand < (run.panels[1].is_haploid(i) ? 1 : 2); ++strand) {
             // States come from the study, whatever panel the sweep copies.
-            fill_haplotype(run, now, run.first_hap(1, i) + strand, 1, 2);
+            fill_haplotype(run, now, run.panels[1].first_hap(i) + strand, 1, 2);
         }
     }
     end_members(run);
@@ -208,7 +210,7 @@ study_flags settle_flags(const data& run, const iteration& now, bool known) {
 void update_study_haplotype(data& run, const iteration& now, int i, int known_index, const study_flags& flags) {
     haploid_update update;
     update.ind = i;
-    update.hap = run.first_hap(2, i);
+    update.hap = run.panels[2].first_hap(i);
     update.panel = update.cond_panel = 2;
     update.known_index = known_index;
     update.sample = true;
@@ -224,7 +226,7 @@ void update_study_individual(data& run, const iteration& now, int i, bool known,
     choose_own_states(run, now, i, 2);
     diploid_update update;
     update.ind = i;
-    update.hap = run.first_hap(2, i);
+    update.hap = run.panels[2].first_hap(i);
     update.panel = 2;
     update.known_index = known ? known_index : -1;
     update.backward = flags.backward;
@@ -241,7 +243,7 @@ void update_study_individual(data& run, const iteration& now, int i, bool known,
             run.debug_wt_out->number(w);
             run.debug_wt_out->end_line();
         }
-    } else if (run.is_haploid(2, i)) {
+    } else if (run.panels[2].is_haploid(i)) {
         update_study_haplotype(run, now, i, update.known_index, flags);
     } else if (known) {
         update_ordered(run, update);
@@ -275,9 +277,9 @@ void update_study_individuals(data& run, const iteration& now, progress_line& pr
     int known_index = -1;
     for (int i = 0; i < p.nind; ++i) {
         report_member(run, progress, "inf indiv", "individual", i, p.nind);
-        const bool known = run.has_known_haps[at(i)];
+        const bool known = run.panels[2].ordered[at(i)];
         if (known) ++known_index;
-        if (run.update_indiv2[at(i)]) {
+        if (run.panels[2].update[at(i)]) {
             update_study_individual(run, now, i, known, known_index);
         } else {
             record_if_counted(run, now, i, known_index);
@@ -291,7 +293,7 @@ void update_study_individuals(data& run, const iteration& now, progress_line& pr
 void record_known_study(data& run, const iteration& now) {
     int known_index = -1;
     for (int i = 0; i < run.params.nind; ++i) {
-        if (run.has_known_haps[at(i)]) ++known_index;
+        if (run.panels[2].ordered[at(i)]) ++known_index;
         record_if_counted(run, now, i, known_index);
     }
 }
@@ -304,10 +306,10 @@ void impute_section(data& run, const iteration& now, int i, int cond_panel, int 
     const bool keep_out = now.stored && !p.suppress_imputation_output;
     const bool sample_states = cond_panel == 0 && p.use_panel1_for_type0_imputation && p.stage_one;
     choose_shared_states(run, now, i, 2, cond_panel);
-    for (int strand = 0; strand < (run.is_haploid(2, i) ? 1 : 2); ++strand) {
+    for (int strand = 0; strand < (run.panels[2].is_haploid(i) ? 1 : 2); ++strand) {
         haploid_update update;
         update.ind = i;
-        update.hap = run.first_hap(2, i) + strand;
+        update.hap = run.panels[2].first_hap(i) + strand;
         update.panel = 2;
         update.cond_panel = cond_panel;
         update.strand = strand;
@@ -341,22 +343,23 @@ void impute_study_from_reference(data& run, const iteration& now, progress_line&
     if (p.show_ref_copy_probs && now.stored) {
         run.ref_copy_out = open_iteration_file(run, "_ref_copy_probs_iter", now.it);
     }
-    const bool from_panel1 = run.n_hap[1] >= 1 && run.output_types[1];
-    const bool from_panel0 = run.n_hap[0] >= 1 && (run.output_types[0] || p.show_ref_copy_probs) &&
+    const bool from_panel1 = run.panels[1].n_hap >= 1 && run.plan.output_types[1];
+    const bool from_panel0 = run.panels[0].n_hap >= 1 && (run.plan.output_types[0] || p.show_ref_copy_probs) &&
                              (!p.use_panel1_for_type0_imputation || now.selfcheck || p.stage_one);
-    const bool shows_progress = (run.n_hap[1] > 0 && run.output_types[1]) || (run.n_hap[0] >= 1 && run.output_types[0]);
+    const bool shows_progress =
+        (run.panels[1].n_hap > 0 && run.plan.output_types[1]) || (run.panels[0].n_hap >= 1 && run.plan.output_types[0]);
     int known_index = -1;
     int unknown_index = -1;
     for (int i = 0; i < p.nind; ++i) {
-        const bool known = run.has_known_haps[at(i)];
+        const bool known = run.panels[2].ordered[at(i)];
         ++(known ? known_index : unknown_index);
         run.acc.term_prob = {};
         if (shows_progress) report_member(run, progress, "inf indiv", "individual", i, p.nind);
         if (from_panel1) impute_section(run, now, i, 1, known_index);
         if (from_panel0) impute_section(run, now, i, 0, known_index);
         if (now.stored && !p.suppress_imputation_output) {
-            run.store_counts_or_haps(i, run.first_hap(2, i), run.is_haploid(2, i) ? 0 : 1, 2, now.stored_count,
-                                     now.selfcheck, known_index, unknown_index, known);
+            store_counts_or_haps(run, i, run.panels[2].first_hap(i), run.panels[2].is_haploid(i) ? 0 : 1, 2,
+                                 now.stored_count, now.selfcheck, known_index, unknown_index, known);
         }
     }
     if (shows_progress) end_members(run);

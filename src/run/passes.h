@@ -2,7 +2,7 @@
 
 #include "run/progress.h"
 
-class data;
+struct data;
 
 // What an iteration is used for.
 struct iteration {

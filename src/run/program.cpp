@@ -10,6 +10,7 @@
 #include "model/text.h"
 #include "random/random.h"
 #include "run/command_line.h"
+#include "run/driver.h"
 
 namespace {
 
@@ -66,7 +67,7 @@ bool report_faults(run_log& log, const command_line& line) {
 // What stands between a prepared run and its end; a failure that nobody foresaw ends as a fatal message.
 void run_guarded(data& run) {
     try {
-        run.impute();
+        impute(run);
     } catch (const std::bad_alloc&) {
         run.log.fatal("ERROR: The memory is exhausted.");
     } catch (const std::exception& failure) {

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "inference/accumulate.h"
 #include "inference/model_run.h"
 #include "inference/workspace.h"
 #include "model/data.h"
@@ -22,11 +23,11 @@ class counts : public ::testing::Test, protected model_run {
   protected:
     void SetUp() override {
         capture.open(run.log);
-        run.n_panels = 3;
-        run.int_lower_bp = 100;
-        run.int_upper_bp = 200;
-        run.buffer_lower = 95;
-        run.buffer_upper = 205;
+        run.plan.n_panels = 3;
+        run.plan.int_lower_bp = 100;
+        run.plan.int_upper_bp = 200;
+        run.plan.buffer_lower = 95;
+        run.plan.buffer_upper = 205;
         add_site(95, 0);
         add_site(100, 0);
         add_site(110, 1);
@@ -55,18 +56,18 @@ class counts : public ::testing::Test, protected model_run {
             for (std::size_t cond = 0; cond < 2; ++cond) run.acc.gtype_acc3[cond][g].allocate(3, columns, n_sites);
         }
         run.acc.mcmc_bits.allocate(3, columns, n_sites, 70);
-        run.output_types = {true, true, true, true};
+        run.plan.output_types = {true, true, true, true};
     }
     double a(std::size_t s) const { return run.work->allele_prob[0][s]; }
     double b(std::size_t s) const { return run.work->allele_prob[1][s]; }
     static double het(double p, double q) { return (1.0 - q) * p + (1.0 - p) * q; }
     // Individual 1 of the study, of unknown phase.
     void store_unknown(int stored_count = 0, bool selfcheck = false, int diploid = 1) {
-        run.store_counts_or_haps(1, diploid == 0 ? 1 : 2, diploid, 2, stored_count, selfcheck, -1, 1, false);
+        store_counts_or_haps(run, 1, diploid == 0 ? 1 : 2, diploid, 2, stored_count, selfcheck, -1, 1, false);
     }
     // Individual 1 of the study as the first with known haplotypes.
     void store_known(int stored_count = 0, int diploid = 1) {
-        run.store_counts_or_haps(1, diploid == 0 ? 1 : 2, diploid, 2, stored_count, false, 0, 1, true);
+        store_counts_or_haps(run, 1, diploid == 0 ? 1 : 2, diploid, 2, stored_count, false, 0, 1, true);
     }
     std::string set_bits(std::size_t slot, int h, std::size_t iteration) const {
         std::string text;
@@ -75,13 +76,13 @@ class counts : public ::testing::Test, protected model_run {
     }
     void fill_study(input_source& source) {
         for (std::size_t h = 0; h < 6; ++h) {
-            for (std::size_t s = 0; s < n_sites; ++s) run.haps[2].set(h, s, source.integer(0, 1));
+            for (std::size_t s = 0; s < n_sites; ++s) run.panels[2].haps.set(h, s, source.integer(0, 1));
         }
     }
     // The alleles of a study haplotype at some sites, zeros elsewhere.
     std::string alleles_at(std::size_t hap, const std::vector<std::size_t>& at_sites) const {
         std::string text(n_sites, '0');
-        for (const std::size_t s : at_sites) text[s] = run.haps[2].allele(hap, s) == 1 ? '1' : '0';
+        for (const std::size_t s : at_sites) text[s] = run.panels[2].haps.allele(hap, s) == 1 ? '1' : '0';
         return text;
     }
     static bool imputed(std::size_t s) { return s == edge0 || s == imputed1 || s == borrowed || s == edge1; }
@@ -137,8 +138,8 @@ TEST_F(counts, one_allele_is_summed_for_a_known_haploid) {
 TEST_F(counts, no_alleles_are_summed_otherwise) {
     store_known();  // without -phase
     run.params.phase = true;
-    run.store_counts_or_haps(1, 2, 1, 2, 1, false, 0, 1, false);  // not known
-    run.store_counts_or_haps(1, 2, 1, 2, 1, false, -1, 1, true);  // without a place
+    store_counts_or_haps(run, 1, 2, 1, 2, 1, false, 0, 1, false);  // not known
+    store_counts_or_haps(run, 1, 2, 1, 2, 1, false, -1, 1, true);  // without a place
     for (std::size_t s = 0; s < n_sites; ++s) EXPECT_EQ(0.0, run.acc.gtype_acc2[0].get(0, s));
 }
 
@@ -274,27 +275,27 @@ TEST_F(counts, sampled_alleles_are_kept_at_study_sites_for_phasing) {
 
 TEST_F(counts, bits_stand_in_the_place_among_the_unknown) {
     run.params.phase = true;
-    run.haps[2].set(2, typed, 1);
-    run.store_counts_or_haps(1, 2, 1, 2, 3, false, -1, 0, false);
+    run.panels[2].haps.set(2, typed, 1);
+    store_counts_or_haps(run, 1, 2, 1, 2, 3, false, -1, 0, false);
     EXPECT_EQ("000100000", set_bits(0, 0, 3));
     EXPECT_EQ("000000000", set_bits(1, 0, 3));
 }
 
 TEST_F(counts, a_haploid_has_one_row_of_bits) {
     run.params.phase = true;
-    for (std::size_t h = 0; h < 6; ++h) run.haps[2].set(h, typed, 1);
+    for (std::size_t h = 0; h < 6; ++h) run.panels[2].haps.set(h, typed, 1);
     store_unknown(0, false, 0);
     EXPECT_EQ("000100000", set_bits(1, 0, 0));
     EXPECT_EQ("000000000", set_bits(1, 1, 0));
 }
 
 TEST_F(counts, no_bits_are_kept_without_phasing_for_known_ones_or_beside_temporary_files) {
-    for (std::size_t h = 0; h < 6; ++h) run.haps[2].set(h, typed, 1);
+    for (std::size_t h = 0; h < 6; ++h) run.panels[2].haps.set(h, typed, 1);
     store_unknown();
     run.params.phase = true;
     store_known();
-    run.store_counts_or_haps(1, 2, 1, 2, 0, false, -1, -1, false);
-    run.tmp_haps = true;
+    store_counts_or_haps(run, 1, 2, 1, 2, 0, false, -1, -1, false);
+    run.plan.tmp_haps = true;
     store_unknown();
     for (std::size_t slot = 0; slot < 3; ++slot) EXPECT_EQ("000000000", set_bits(slot, 0, 0));
 }
@@ -330,7 +331,7 @@ TEST_F(counts, self_check_sums_are_those_of_the_panels_in_use) {
             for (const bool type1 : {false, true}) {
                 for (auto& cond : run.acc.gtype_acc3) cond[1].allocate(3, {0, 1, 2, 3, 4, 5, 6, 7, 8}, n_sites);
                 run.params.weight_panel = weight_panel;
-                run.output_types = {type0, type1, true, true};
+                run.plan.output_types = {type0, type1, true, true};
                 store_unknown(0, true);
                 EXPECT_EQ(type0 || weight_panel == 0, run.acc.gtype_acc3[0][1].get(1, typed) > 0.0);
                 EXPECT_EQ(type1 || weight_panel == 1, run.acc.gtype_acc3[1][1].get(1, typed) > 0.0);
@@ -391,25 +392,25 @@ TEST_F(sampled_counts, come_with_bits_at_every_site_under_phase) {
 
 TEST_F(sampled_counts, keep_bits_under_the_index_of_the_individual) {
     run.params.phase = true;
-    run.haps[2].set(2, typed, 1);
-    run.haps[2].set(2, edge0, 1);
-    run.store_counts_or_haps(1, 2, 1, 2, 0, false, -1, 0, false);
+    run.panels[2].haps.set(2, typed, 1);
+    run.panels[2].haps.set(2, edge0, 1);
+    store_counts_or_haps(run, 1, 2, 1, 2, 0, false, -1, 0, false);
     EXPECT_EQ("010100000", set_bits(1, 0, 0));
     EXPECT_EQ("000000000", set_bits(0, 0, 0));
 }
 
 TEST_F(sampled_counts, keep_the_bits_of_known_haplotypes_at_study_sites_even_without_phase) {
-    run.haps[2].set(2, typed, 1);
-    run.haps[2].set(2, edge0, 1);
+    run.panels[2].haps.set(2, typed, 1);
+    run.panels[2].haps.set(2, edge0, 1);
     store_known(0);
     EXPECT_EQ("000100000", set_bits(1, 0, 0));
 }
 
 TEST_F(sampled_counts, keep_no_bits_beside_temporary_files) {
     run.params.phase = true;
-    run.tmp_haps = true;
-    run.haps[2].set(2, edge0, 1);
-    run.haps[2].set(2, typed, 1);
+    run.plan.tmp_haps = true;
+    run.panels[2].haps.set(2, edge0, 1);
+    run.panels[2].haps.set(2, typed, 1);
     store_unknown(0);
     EXPECT_EQ("000000000", set_bits(1, 0, 0));
 }
@@ -425,16 +426,16 @@ class sporadic_counts : public sampled_counts {
   protected:
     void SetUp() override {
         sampled_counts::SetUp();
-        run.sporadic_haploid_imputation = true;
-        run.ref_missing = packed_haplotypes(4, n_sites);
+        run.plan.sporadic_haploid_imputation = true;
+        run.panels[0].missing = packed_haplotypes(4, n_sites);
         for (const std::size_t s : {left, edge0, typed, apart}) {
-            run.ref_missing.set(1, s, 1);
-            run.ref_missing.set(3, s, 1);
+            run.panels[0].missing.set(1, s, 1);
+            run.panels[0].missing.set(3, s, 1);
             run.acc.tallies[s].miss_counts = {row(2, 0), row(2, 0)};
         }
     }
     void store(int hap, int stored_count = 0) {
-        run.store_counts_or_haps(hap, hap, 0, 0, stored_count, false, -1, -1, false);
+        store_counts_or_haps(run, hap, hap, 0, 0, stored_count, false, -1, -1, false);
     }
 };
 
@@ -476,7 +477,7 @@ TEST_F(sporadic_counts, count_nothing_when_chances_are_summed) {
 }
 
 TEST_F(sporadic_counts, of_another_kind_of_run_end_it) {
-    run.sporadic_haploid_imputation = false;
+    run.plan.sporadic_haploid_imputation = false;
     expect_end(capture,
                "ERROR: The update_panel should not be zero unless you are performing sporadic haploid imputation.", 1,
                [this] { store(1); });

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "inference/conditioning.h"
 #include "inference/inference_tools.h"
 #include "inference/model_run.h"
 #include "inference/workspace.h"
@@ -35,7 +36,7 @@ state_list candidates(const data& run, int panel, int cond_panel, int first, int
     }
     state_list list;
     for (const int p : panels) {
-        for (int h = 0; h < run.n_hap[static_cast<std::size_t>(p)]; ++h) {
+        for (int h = 0; h < run.panels[static_cast<std::size_t>(p)].n_hap; ++h) {
             const bool own = p == panel && panel == cond_panel && h >= first && h < first + n_own;
             if (!own) list.emplace_back(p, h);
         }
@@ -69,7 +70,7 @@ class conditioning : public ::testing::Test {
             site.ref_alleles_missing = source.chance(0.3);
             if (source.chance(0.5)) site.known_haps_flags.assign(1, false);
         }
-        run.n_panels = 3;
+        run.plan.n_panels = 3;
         made.list_sites();
         made.give_haplotypes(n_hap);
         made.fill_haplotypes(source);
@@ -93,9 +94,9 @@ TEST_F(conditioning, all_candidates_are_taken_in_order_without_a_draw) {
             set_states(u, available(u) + more);
             const state_list expected = candidates(run, u.panel, u.cond_panel, u.hap, n_own_of(u));
             listed_draws draws({});
-            run.choose_random_conditioning_states(u.hap, u.ploidy, u.panel, u.cond_panel);
+            choose_random_conditioning_states(run, u.hap, u.ploidy, u.panel, u.cond_panel);
             EXPECT_EQ(expected, chosen(run)) << "at random, " << name_of(u);
-            run.choose_informed_conditioning_states(u.hap, u.ploidy, u.panel, u.cond_panel, u.ploidy == 0);
+            choose_informed_conditioning_states(run, u.hap, u.ploidy, u.panel, u.cond_panel, u.ploidy == 0);
             EXPECT_EQ(expected, chosen(run)) << "informed, " << name_of(u);
         }
     }
@@ -105,7 +106,7 @@ TEST_F(conditioning, nobody_is_left_out_when_no_haplotype_is_named) {
     make({7, 6, 8});
     made.set_states(0, 2, 0, 7);
     listed_draws draws({});
-    run.choose_random_conditioning_states(-1, 0, 2, 0);
+    choose_random_conditioning_states(run, -1, 0, 2, 0);
     EXPECT_EQ(candidates(run, 2, 0, -9, 0), chosen(run));
 }
 
@@ -145,7 +146,7 @@ TEST_F(conditioning, a_random_choice_is_a_sorted_sample_of_the_running_index) {
                     }
                 }
                 seeded_draws draws(K);
-                r.choose_random_conditioning_states(u.hap, u.ploidy, u.panel, u.cond_panel);
+                choose_random_conditioning_states(r, u.hap, u.ploidy, u.panel, u.cond_panel);
                 EXPECT_EQ(expected, chosen(r)) << name_of(u) << " K " << K;
                 EXPECT_EQ(next, draws.next());
                 EXPECT_TRUE(std::is_sorted(expected.begin(), expected.end()));
@@ -163,7 +164,7 @@ TEST_F(conditioning, an_empty_middle_panel_is_passed_over) {
     made.set_states(0, 2, 2, 8);
     std::vector<double> highest(8, 0.999999);  // the last free places, in turn
     listed_draws draws(highest);
-    run.choose_random_conditioning_states(0, 0, 2, 2);
+    choose_random_conditioning_states(run, 0, 0, 2, 2);
     for (const auto& [panel, hap] : chosen(run)) EXPECT_NE(1, panel);
     EXPECT_EQ(8U, run.cond_states.size());
 }
@@ -176,8 +177,8 @@ struct settings {
 };
 
 bool counts(const data& run, const snp& site, const update_kind& u) {
-    const bool full = !(run.params.fill_holes && u.panel == u.cond_panel && u.panel == run.hole_fill_to);
-    if (site.type < u.panel || site.type == run.n_panels) return false;
+    const bool full = !(run.params.fill_holes && u.panel == u.cond_panel && u.panel == run.plan.hole_fill_to);
+    if (site.type < u.panel || site.type == run.plan.n_panels) return false;
     if (run.params.fill_holes && site.type < u.cond_panel) return false;
     if (!full && site.ref_alleles_missing) return false;
     return !run.params.choose_states_from_scaffold || !site.known_haps_flags.empty();
@@ -185,11 +186,12 @@ bool counts(const data& run, const snp& site, const update_kind& u) {
 
 int distance(const data& run, const update_kind& u, int hap, const std::pair<int, int>& other) {
     int n = 0;
-    for (const snp* site : run.sites) {
+    for (const snp* site : run.sites.in_order) {
         const auto s = static_cast<std::size_t>(site->index);
         if (!counts(run, *site, u)) continue;
-        const int x = run.haps[static_cast<std::size_t>(u.panel)].allele(static_cast<std::size_t>(hap), s);
-        const int y = run.haps[static_cast<std::size_t>(other.first)].allele(static_cast<std::size_t>(other.second), s);
+        const int x = run.panels[static_cast<std::size_t>(u.panel)].haps.allele(static_cast<std::size_t>(hap), s);
+        const int y =
+            run.panels[static_cast<std::size_t>(other.first)].haps.allele(static_cast<std::size_t>(other.second), s);
         if (x != y) ++n;
     }
     return n;
@@ -229,7 +231,7 @@ TEST_F(conditioning, an_informed_choice_takes_the_nearest_at_the_counted_sites) 
     make({15, 10, 12});
     for (const settings& how : {settings{}, {true, false, 0}, {true, false, 1}, {false, true, -1}, {true, true, 0}}) {
         run.params.fill_holes = how.fill_holes;
-        run.hole_fill_to = how.hole_fill_to;
+        run.plan.hole_fill_to = how.hole_fill_to;
         run.params.choose_states_from_scaffold = how.scaffold;
         run.work = std::make_unique<sweep_workspace>();
         for (const update_kind& u : all_updates) {
@@ -249,7 +251,7 @@ TEST_F(conditioning, an_informed_choice_takes_the_nearest_at_the_counted_sites) 
                     next = draws.next();
                 }
                 seeded_draws draws(K);
-                run.choose_informed_conditioning_states(u.hap, u.ploidy, u.panel, u.cond_panel, u.ploidy == 0);
+                choose_informed_conditioning_states(run, u.hap, u.ploidy, u.panel, u.cond_panel, u.ploidy == 0);
                 EXPECT_EQ(expected, chosen(run)) << name_of(u) << " K " << K;
                 EXPECT_EQ(next, draws.next());
             }
@@ -265,9 +267,9 @@ TEST_F(conditioning, an_informed_choice_sees_changed_haplotypes) {
     for (int repeat = 0; repeat < 20; ++repeat) {
         for (int change = 0; change < 5; ++change) {
             const auto p = static_cast<std::size_t>(source.integer(0, 1) * 2);
-            const auto h = static_cast<std::size_t>(source.integer(0, run.n_hap[p] - 1));
+            const auto h = static_cast<std::size_t>(source.integer(0, run.panels[p].n_hap - 1));
             const auto s = static_cast<std::size_t>(source.integer(0, 89));
-            run.haps[p].set(h, s, source.integer(0, 1));
+            run.panels[p].haps.set(h, s, source.integer(0, 1));
         }
         std::vector<int> figures;
         for (const auto& other : pool) figures.push_back(distance(run, u, u.hap, other));
@@ -277,7 +279,7 @@ TEST_F(conditioning, an_informed_choice_sees_changed_haplotypes) {
             expected = nearest(pool, figures, 4);
         }
         seeded_draws draws(repeat);
-        run.choose_informed_conditioning_states(u.hap, 0, 2, 0, true);
+        choose_informed_conditioning_states(run, u.hap, 0, 2, 0, true);
         EXPECT_EQ(expected, chosen(run));
     }
 }
@@ -296,14 +298,15 @@ TEST_F(conditioning, a_haploid_choice_may_look_at_both_haplotypes) {
         expected = nearest(pool, figures, 5);
     }
     seeded_draws draws(1);
-    run.choose_informed_conditioning_states(2, 0, 2, 0, false);
+    choose_informed_conditioning_states(run, 2, 0, 2, 0, false);
     EXPECT_EQ(expected, chosen(run));
 }
 
 TEST_F(conditioning, like_haplotypes_make_an_informed_choice_uniform) {
     make({10, 0, 2});
     for (int h = 0; h < 10; ++h) {
-        for (std::size_t s = 0; s < run.sites.size(); ++s) run.haps[0].set(static_cast<std::size_t>(h), s, 1);
+        for (std::size_t s = 0; s < run.sites.in_order.size(); ++s)
+            run.panels[0].haps.set(static_cast<std::size_t>(h), s, 1);
     }
     made.set_states(0, 2, 0, 3);
     std::vector<int> drawn(3);
@@ -313,7 +316,7 @@ TEST_F(conditioning, like_haplotypes_make_an_informed_choice_uniform) {
     }
     std::sort(drawn.begin(), drawn.end());
     seeded_draws draws(4);
-    run.choose_informed_conditioning_states(0, 0, 2, 0, true);
+    choose_informed_conditioning_states(run, 0, 0, 2, 0, true);
     EXPECT_EQ(drawn, run.cond_states.hap);
 }
 
@@ -328,7 +331,7 @@ TEST_F(conditioning, diploid_choices_of_the_study_are_recorded_by_individual) {
     set_states(u, 6);
     seeded_draws draws(2);
     for (std::size_t n = 1; n <= 2; ++n) {
-        run.choose_informed_conditioning_states(4, 1, 2, 2, false);
+        choose_informed_conditioning_states(run, 4, 1, 2, 2, false);
         const copy_state_record& record = records[2];
         ASSERT_EQ(6 * n, record.panel.size()) << "the record grows";
         ASSERT_EQ(6 * n, record.dist_b.size());
@@ -352,7 +355,7 @@ TEST_F(conditioning, haploid_choices_from_the_references_are_recorded_by_haploty
         const update_kind u{2, cond, 0, 7};
         set_states(u, 4);
         seeded_draws draws(2);
-        run.choose_informed_conditioning_states(7, 0, 2, cond, true);
+        choose_informed_conditioning_states(run, 7, 0, 2, cond, true);
         const copy_state_record& record = records[7];
         ASSERT_EQ(4U, record.hap.size());
         EXPECT_TRUE(record.dist_b.empty());
@@ -368,7 +371,7 @@ TEST_F(conditioning, taking_all_is_recorded_with_distances_of_zero) {
     run.params.show_diploid_copy_states = true;
     model_run::at(run.copy_states, 1, 2, 2).resize(2);
     made.set_states(1, 2, 2, 5);
-    run.choose_informed_conditioning_states(2, 1, 2, 2, false);
+    choose_informed_conditioning_states(run, 2, 1, 2, 2, false);
     const copy_state_record& record = model_run::at(run.copy_states, 1, 2, 2)[1];
     EXPECT_EQ((std::vector<int>{0, 0, 0, 2, 2}), record.panel);
     EXPECT_EQ((std::vector<int>{0, 1, 2, 0, 1}), record.hap);
@@ -391,7 +394,7 @@ TEST_F(conditioning, nothing_else_is_recorded) {
                 diploid ? u.ploidy == 1 && u.panel == 2 : u.ploidy == 0 && u.panel == 2 && u.cond_panel < 2;
             set_states(u, 3);
             seeded_draws draws(3);
-            run.choose_informed_conditioning_states(u.hap, u.ploidy, u.panel, u.cond_panel, u.ploidy == 0);
+            choose_informed_conditioning_states(run, u.hap, u.ploidy, u.panel, u.cond_panel, u.ploidy == 0);
             std::size_t n = 0;
             for (const auto& mode : run.copy_states) {
                 for (const auto& panel : mode) {
@@ -416,7 +419,8 @@ class matrix_choice : public conditioning {
   protected:
     void make_matrix(bool by_hap, int largest) {
         (by_hap ? run.params.distances_by_hap_file : run.params.distances_file) = "matrix";
-        n_units = {run.n_hap[0], by_hap ? run.n_hap[1] : run.n_ind[1], by_hap ? run.n_hap[2] : run.n_ind[2]};
+        n_units = {run.panels[0].n_hap, by_hap ? run.panels[1].n_hap : run.panels[1].n_ind,
+                   by_hap ? run.panels[2].n_hap : run.panels[2].n_ind};
         const auto N = static_cast<std::size_t>(n_units[0] + n_units[1] + n_units[2]);
         run.dist_matrix.assign(N, std::vector<double>(N, 0.0));
         for (auto& row : run.dist_matrix) {
@@ -447,7 +451,7 @@ class matrix_choice : public conditioning {
             next = draws.next();
         }
         seeded_draws draws(K);
-        run.choose_conditioning_states_from_dist_matrix(argument, u.ploidy, u.panel, u.cond_panel, single);
+        choose_conditioning_states_from_dist_matrix(run, argument, u.ploidy, u.panel, u.cond_panel, single);
         EXPECT_EQ(expected, chosen(run)) << name_of(u) << " K " << K;
         EXPECT_EQ(next, draws.next());
     }
@@ -501,7 +505,7 @@ TEST_F(matrix_choice, a_tie_can_keep_one_haplotype_of_an_individual_and_drop_the
     seeded_draws draws(3);
     std::size_t n_split = 0;
     for (int repeat = 0; repeat < 30; ++repeat) {
-        run.choose_conditioning_states_from_dist_matrix(0, 1, 2, 2, false);
+        choose_conditioning_states_from_dist_matrix(run, 0, 1, 2, 2, false);
         ASSERT_EQ(3U, run.cond_states.size());
         const bool first = std::count(run.cond_states.hap.begin(), run.cond_states.hap.end(), 2) == 1;
         const bool second = std::count(run.cond_states.hap.begin(), run.cond_states.hap.end(), 3) == 1;
@@ -516,7 +520,7 @@ TEST_F(matrix_choice, one_individual_at_the_threshold_keeps_both_haplotypes_with
     run.dist_matrix[0] = {0.0, 1.0, 2.0};
     made.set_states(1, 2, 2, 2);
     listed_draws draws({});
-    run.choose_conditioning_states_from_dist_matrix(0, 1, 2, 2, false);
+    choose_conditioning_states_from_dist_matrix(run, 0, 1, 2, 2, false);
     EXPECT_EQ((state_list{{2, 2}, {2, 3}}), chosen(run));
 }
 
@@ -527,16 +531,16 @@ TEST_F(matrix_choice, takes_all_without_a_draw) {
     for (const update_kind& u : all_updates) {
         if (u.ploidy == 1 || n_own_of(u) > 0) continue;
         set_states(u, available(u));
-        run.choose_conditioning_states_from_dist_matrix(u.hap, 0, u.panel, u.cond_panel, true);
+        choose_conditioning_states_from_dist_matrix(run, u.hap, 0, u.panel, u.cond_panel, true);
         EXPECT_EQ(candidates(run, u.panel, u.cond_panel, -9, 0), chosen(run)) << name_of(u);
     }
     for (const int panel : {1, 2}) {
         made.set_states(1, panel, panel, panel == 1 ? 7 : 13);
-        run.choose_conditioning_states_from_dist_matrix(1, 1, panel, panel, false);
+        choose_conditioning_states_from_dist_matrix(run, 1, 1, panel, panel, false);
         EXPECT_EQ(candidates(run, panel, panel, 2, 2), chosen(run));
     }
     made.set_states(0, 0, 0, 4);
-    run.choose_conditioning_states_from_dist_matrix(3, 0, 0, 0, true);
+    choose_conditioning_states_from_dist_matrix(run, 3, 0, 0, 0, true);
     EXPECT_EQ(candidates(run, 0, 0, 3, 1), chosen(run));
 }
 
@@ -546,7 +550,7 @@ TEST_F(matrix_choice, takes_all_one_candidate_early_for_a_single_haplotype) {
     make_matrix(true, 3);
     listed_draws draws({});
     made.set_states(0, 2, 2, 13);
-    run.choose_conditioning_states_from_dist_matrix(2, 0, 2, 2, true);
+    choose_conditioning_states_from_dist_matrix(run, 2, 0, 2, 2, true);
     state_list expected = candidates(run, 2, 2, 2, 1);
     ASSERT_EQ(14U, expected.size());
     expected.pop_back();
@@ -555,10 +559,10 @@ TEST_F(matrix_choice, takes_all_one_candidate_early_for_a_single_haplotype) {
 
 TEST_F(matrix_choice, of_a_haploid_male_leaves_out_his_one_haplotype) {
     make({6, 0, 5});
-    run.chrx_haploid = true;
-    run.ploidy_by_panel[1] = {2, 1, 2};
-    run.first_hap_by_panel[1] = {0, 2, 3};
-    run.n_ind[2] = 3;
+    run.plan.chrx_haploid = run.panels[1].sexes_differ = run.panels[2].sexes_differ = true;
+    run.panels[2].ploidy = {2, 1, 2};
+    run.panels[2].first_haps = {0, 2, 3};
+    run.panels[2].n_ind = 3;
     make_matrix(true, 5);
     const update_kind male{2, 2, 0, 2};
     for (const int K : {1, 4}) expect_choice(male, 1, false, candidates(run, 2, 2, 2, 1), {place(2, 2)}, true, K);

@@ -44,8 +44,8 @@ class posteriors : public ::testing::Test, protected model_run {
   protected:
     void SetUp() override {
         snp& site = add_site(100, 2);
-        site.gtypes[1] = {3, 3};
-        site.gtype_probs[1] = {0.2F, 0.3F, 0.5F, 0.0F, 0.0F, 0.0F};
+        site.gtypes[2] = {3, 3};
+        site.gtype_probs[2] = {0.2F, 0.3F, 0.5F, 0.0F, 0.0F, 0.0F};
         list_sites();
         give_haplotypes({2, 0, 4});
         for (std::size_t g = 0; g < 2; ++g) {
@@ -53,8 +53,8 @@ class posteriors : public ::testing::Test, protected model_run {
             run.acc.gtype_acc2[g].allocate(1, {0}, 1);
         }
         const double a = 0.9, mu = 0.1;
-        at(run.mutation_matrix, 0, 2, 2) = haploid_table(mu);
-        at(run.mutation_matrix, 1, 2, 2) = {{{a * a, 2 * a * mu, mu * mu, 1.0},
+        at(run.models.mutation, 0, 2, 2) = haploid_table(mu);
+        at(run.models.mutation, 1, 2, 2) = {{{a * a, 2 * a * mu, mu * mu, 1.0},
                                              {a * mu, mu * mu + a * a, a * mu, 1.0},
                                              {mu * mu, 2 * a * mu, a * a, 1.0}}};
         run.params.pgs = true;
@@ -62,7 +62,7 @@ class posteriors : public ::testing::Test, protected model_run {
         target.genotype_probs = true;
         target.known_index = 0;
     }
-    const snp& site() const { return *run.sites[0]; }
+    const snp& site() const { return *run.sites.in_order[0]; }
     void expect_genotype(double one, double two, std::size_t ind = 0) {
         EXPECT_DOUBLE_EQ(one, run.acc.gtype_acc[0].get(ind, 0));
         EXPECT_DOUBLE_EQ(two, run.acc.gtype_acc[1].get(ind, 0));
@@ -71,7 +71,7 @@ class posteriors : public ::testing::Test, protected model_run {
 };
 
 TEST_F(posteriors, of_a_pair_are_those_of_its_genotypes) {
-    const emission_table& M = at(run.mutation_matrix, 1, 2, 2);
+    const emission_table& M = at(run.models.mutation, 1, 2, 2);
     const std::array<double, 4> emission{0.5, 0.25, 0.25, 0.125}, weights{0.5 * 2, 0.25 * 5, 0.0, 0.125 * 3};
     add_diploid_posterior(run, target, site(), weights, emission);
     add_diploid_posterior(run, target, site(), weights, emission);
@@ -115,7 +115,7 @@ TEST_F(posteriors, of_a_haploid_without_weight_are_even) {
 }
 
 TEST_F(posteriors, are_needed_only_where_the_data_leave_something_open) {
-    snp& here = *run.sites[0];
+    snp& here = *run.sites.in_order[0];
     EXPECT_TRUE(haploid_posterior_needed(run, target, here));
     EXPECT_TRUE(ordered_posterior_needed(run, target, here));
     EXPECT_TRUE(diploid_posterior_needed(run, target, here));
@@ -123,26 +123,26 @@ TEST_F(posteriors, are_needed_only_where_the_data_leave_something_open) {
     EXPECT_FALSE(haploid_posterior_needed(run, target, here));
     EXPECT_FALSE(ordered_posterior_needed(run, target, here));
     here.known_phase_flags.clear();
-    here.gtypes[1][0] = 2;
+    here.gtypes[2][0] = 2;
     run.params.pgs = false;
-    run.params.pgs_miss = run.count_missing_only = true;
+    run.params.pgs_miss = run.plan.count_missing_only = true;
     EXPECT_FALSE(haploid_posterior_needed(run, target, here));
     EXPECT_FALSE(ordered_posterior_needed(run, target, here));
     EXPECT_FALSE(diploid_posterior_needed(run, target, here));
     target.genotype_probs = false;
-    here.gtypes[1][0] = 3;
+    here.gtypes[2][0] = 3;
     EXPECT_FALSE(haploid_posterior_needed(run, target, here));
     EXPECT_FALSE(ordered_posterior_needed(run, target, here));
     EXPECT_FALSE(diploid_posterior_needed(run, target, here));
 }
 
 TEST_F(posteriors, of_a_certain_individual_are_its_alleles) {
-    run.haps[2].set(0, 0, 1);
+    run.panels[2].haps.set(0, 0, 1);
     add_certain_individual(run, target, site(), false);
     expect_genotype(1.0, 0.0);
     EXPECT_EQ(1.0, run.acc.gtype_acc2[0].get(0, 0));
     EXPECT_EQ(0.0, run.acc.gtype_acc2[1].get(0, 0));
-    run.haps[2].set(1, 0, 1);
+    run.panels[2].haps.set(1, 0, 1);
     add_certain_individual(run, target, site(), false);
     expect_genotype(1.0, 1.0);
     target.ind = 1;

@@ -9,6 +9,10 @@
 
 namespace {
 
+haplotypes_by_panel views_of(const std::array<packed_haplotypes, 3>& panels) {
+    return {&panels[0], &panels[1], &panels[2]};
+}
+
 std::array<packed_haplotypes, 3> random_panels(input_source& source, std::size_t n_sites) {
     std::array<packed_haplotypes, 3> panels;
     const std::array<std::size_t, 3> n_hap{90, 30, 40};
@@ -54,9 +58,9 @@ TEST(state_alleles, are_one_bit_a_state_and_one_row_a_site) {
                 if (source.chance(0.2)) some.push_back(static_cast<int>(s));
             }
             std::vector<std::uint64_t> rows{77, 78};
-            gather_state_alleles(haps, states, all, K, rows);
+            gather_state_alleles(views_of(haps), states, all, K, rows);
             expect_rows(haps, states, all, K, rows);
-            gather_state_alleles(haps, states, some, K, rows);
+            gather_state_alleles(views_of(haps), states, some, K, rows);
             expect_rows(haps, states, some, K, rows);
         }
     }
@@ -68,7 +72,7 @@ TEST(state_alleles, of_places_without_a_state_are_zero) {
     conditioning_states states;
     for (int k = 0; k < 3; ++k) states.add(0, k);
     std::vector<std::uint64_t> rows(50, ~std::uint64_t{0});
-    gather_state_alleles(haps, states, {1, 2, 70}, 70, rows);
+    gather_state_alleles(views_of(haps), states, {1, 2, 70}, 70, rows);
     expect_rows(haps, states, {1, 2, 70}, 70, rows);
 }
 
@@ -78,10 +82,10 @@ TEST(state_alleles, without_sites_or_states_are_empty) {
     conditioning_states states;
     states.add(0, 1);
     std::vector<std::uint64_t> rows{1};
-    gather_state_alleles(haps, states, {}, 1, rows);
+    gather_state_alleles(views_of(haps), states, {}, 1, rows);
     EXPECT_TRUE(rows.empty());
     rows = {1};
-    gather_state_alleles(haps, {}, {0, 1}, 0, rows);
+    gather_state_alleles(views_of(haps), {}, {0, 1}, 0, rows);
     EXPECT_TRUE(rows.empty());
 }
 
@@ -91,7 +95,7 @@ TEST(state_alleles, put_a_repeated_state_at_each_of_its_places) {
     conditioning_states states;
     for (int k = 0; k < 5; ++k) states.add(2, 7);
     std::vector<std::uint64_t> rows;
-    gather_state_alleles(haps, states, {0, 5, 19}, 5, rows);
+    gather_state_alleles(views_of(haps), states, {0, 5, 19}, 5, rows);
     expect_rows(haps, states, {0, 5, 19}, 5, rows);
 }
 

@@ -31,12 +31,12 @@ class updates : public ::testing::Test, protected model_run {
 
     void make(std::uint64_t seed) {
         source = input_source(seed);
-        run.n_panels = 3;
-        run.int_lower_bp = 105;
-        run.int_upper_bp = 140;
-        run.buffer_lower = 100;
-        run.buffer_upper = 160;
-        run.output_types = {true, true, true, true};
+        run.plan.n_panels = 3;
+        run.plan.int_lower_bp = 105;
+        run.plan.int_upper_bp = 140;
+        run.plan.buffer_lower = 100;
+        run.plan.buffer_upper = 160;
+        run.plan.output_types = {true, true, true, true};
         const std::vector<std::pair<int, int>> kinds{{0, 0}, {0, 1}, {1, 1}, {1, 2}, {2, 2}, {2, 2}, {2, 2}, {3, 3}};
         for (int s = 0; s < n_sites; ++s) {
             const auto [type, top] = kinds[z(source.integer(0, 7))];
@@ -59,9 +59,9 @@ class updates : public ::testing::Test, protected model_run {
         list_sites();
         give_haplotypes({8, 8, 8});
         fill_haplotypes(source);
-        run.ref_missing = packed_haplotypes(8, n_sites);
+        run.panels[0].missing = packed_haplotypes(8, n_sites);
         for (std::size_t h = 0; h < 8; ++h) {
-            for (std::size_t s = 0; s < n_sites; ++s) run.ref_missing.set(h, s, source.chance(0.3) ? 1 : 0);
+            for (std::size_t s = 0; s < n_sites; ++s) run.panels[0].missing.set(h, s, source.chance(0.3) ? 1 : 0);
         }
         std::vector<int> columns;
         for (int s = 0; s < n_sites; ++s) columns.push_back(s);
@@ -83,19 +83,19 @@ class updates : public ::testing::Test, protected model_run {
                                 source.integer(4, 7));
     }
     bool in_output(std::size_t s) const {
-        return run.params.include_buffer_in_output || (run.positions[s] >= 105 && run.positions[s] <= 140);
+        return run.params.include_buffer_in_output || (run.sites.positions[s] >= 105 && run.sites.positions[s] <= 140);
     }
     std::vector<int> state_alleles(std::size_t s) const {
         std::vector<int> alleles;
         for (std::size_t k = 0; k < run.cond_states.size(); ++k) {
-            alleles.push_back(run.haps[z(run.cond_states.panel[k])].allele(z(run.cond_states.hap[k]), s));
+            alleles.push_back(run.panels[z(run.cond_states.panel[k])].haps.allele(z(run.cond_states.hap[k]), s));
         }
         return alleles;
     }
     bool no_posterior() const { return !run.params.pgs && !run.params.pgs_miss && !run.params.pgs_prob; }
     bool count_to_slot() const {
         const parameters& p = run.params;
-        return p.print_allele_probs || (p.phase && (p.pgs_prob || run.has_known_haps[ind]));
+        return p.print_allele_probs || (p.phase && (p.pgs_prob || run.panels[2].ordered[ind]));
     }
     // Sums as the rules give them, by site.
     struct sums {
@@ -119,7 +119,8 @@ class updates : public ::testing::Test, protected model_run {
     void expect_haplotypes(int panel, const packed_haplotypes& expected) {
         for (std::size_t h = 0; h < 8; ++h) {
             for (std::size_t s = 0; s < n_sites; ++s) {
-                ASSERT_EQ(expected.allele(h, s), run.haps[z(panel)].allele(h, s)) << "haplotype " << h << " site " << s;
+                ASSERT_EQ(expected.allele(h, s), run.panels[z(panel)].haps.allele(h, s))
+                    << "haplotype " << h << " site " << s;
             }
         }
     }
@@ -132,23 +133,24 @@ class updates : public ::testing::Test, protected model_run {
 class haploid_updates : public updates {
   protected:
     bool full(int panel, int cond) const {
-        return !(run.params.fill_holes && panel == cond && panel == run.hole_fill_to);
+        return !(run.params.fill_holes && panel == cond && panel == run.plan.hole_fill_to);
     }
     int observed(const haploid_update& u, std::size_t s) const {
-        const snp& site = *run.sites[s];
-        if (u.panel == 0) return run.ref_missing.allele(z(u.hap), s) == 1 ? 2 : run.haps[0].allele(z(u.hap), s);
+        const snp& site = *run.sites.in_order[s];
+        if (u.panel == 0)
+            return run.panels[0].missing.allele(z(u.hap), s) == 1 ? 2 : run.panels[0].haps.allele(z(u.hap), s);
         if (u.panel == 1 && site.panel1_placeholder) return 2;
-        if (u.panel > u.cond_panel) return site.type >= u.panel ? run.haps[z(u.panel)].allele(z(u.hap), s) : 2;
-        const int g = site.gtypes[z(u.panel - 1)][z(u.ind)];
+        if (u.panel > u.cond_panel) return site.type >= u.panel ? run.panels[z(u.panel)].haps.allele(z(u.hap), s) : 2;
+        const int g = site.gtypes[z(u.panel)][z(u.ind)];
         return g > 2 ? 2 : g / 2;
     }
     bool own_missing(const haploid_update& u, std::size_t s) const {
-        return u.panel == 0 ? run.ref_missing.allele(z(u.hap), s) == 1
-                            : run.sites[s]->gtypes[z(u.panel - 1)][z(u.ind)] == 3;
+        return u.panel == 0 ? run.panels[0].missing.allele(z(u.hap), s) == 1
+                            : run.sites.in_order[s]->gtypes[z(u.panel)][z(u.ind)] == 3;
     }
     // Whether the walk by site draws the allele.
     bool draws_by_site(const haploid_update& u, std::size_t s) const {
-        const snp& site = *run.sites[s];
+        const snp& site = *run.sites.in_order[s];
         if (u.panel == 1 && site.panel1_placeholder) return true;
         const bool through = run.params.use_panel1_for_type0_imputation && u.panel == 2;
         if (through && site.top_panel != u.cond_panel) return false;
@@ -158,7 +160,7 @@ class haploid_updates : public updates {
     }
     // Whether the older routine draws it.
     bool draws_in_turn(const haploid_update& u, std::size_t s) const {
-        const snp& site = *run.sites[s];
+        const snp& site = *run.sites.in_order[s];
         if (u.panel == u.cond_panel) return own_missing(u, s);
         if (u.panel == 1 && site.panel1_placeholder) return true;
         return (run.params.use_panel1_for_type0_imputation ? site.top_panel : site.type) == u.cond_panel;
@@ -170,9 +172,9 @@ class haploid_updates : public updates {
     }
 
     void make_model(const haploid_update& u, int K) {
-        hmm_model& model = at(run.models, 0, u.panel, u.cond_panel);
+        hmm_model& model = at(run.models.chains, 0, u.panel, u.cond_panel);
         model = {};
-        for (const snp* site : run.sites) {
+        for (const snp* site : run.sites.in_order) {
             if (site->top_panel < u.cond_panel || site->top_panel == 3) continue;
             if (!full(u.panel, u.cond_panel) && site->ref_alleles_missing) continue;
             model.site.push_back(site->index);
@@ -182,7 +184,7 @@ class haploid_updates : public updates {
         for (std::size_t v = 0; v < model.n_sites(); ++v)
             model.checkpoint.push_back((model.n_sites() - 1 - v) % 4 == 0);
         const double mu = 0.02;
-        at(run.mutation_matrix, 0, u.panel, u.cond_panel) = {{{1.0 - mu, mu, 1.0, 0.0}, {mu, 1.0 - mu, 1.0, 0.0}, {}}};
+        at(run.models.mutation, 0, u.panel, u.cond_panel) = {{{1.0 - mu, mu, 1.0, 0.0}, {mu, 1.0 - mu, 1.0, 0.0}, {}}};
         plain = {};
         plain.K = K;
         plain.M = {{{1.0 - mu, mu, 1.0}, {mu, 1.0 - mu, 1.0}}};
@@ -202,7 +204,7 @@ class haploid_updates : public updates {
         }
     }
     std::size_t site_of(const haploid_update& u, std::size_t v) {
-        return z(at(run.models, 0, u.panel, u.cond_panel).site[v]);
+        return z(at(run.models.chains, 0, u.panel, u.cond_panel).site[v]);
     }
 
     // Runs the update and the plain one with the same seed; compares everything.
@@ -220,15 +222,15 @@ class haploid_updates : public updates {
             }
             next = draws.next();
         }
-        packed_haplotypes expected = run.haps[z(u.panel)];
+        packed_haplotypes expected = run.panels[z(u.panel)].haps;
         std::vector<int> last_sampled(n_sites, 0), counted(n_sites, -1);
-        const bool counting =
-            run.count_missing_only && run.params.mc_impute && u.panel == u.cond_panel && u.cond_panel >= 2 && u.stored;
+        const bool counting = run.plan.count_missing_only && run.params.mc_impute && u.panel == u.cond_panel &&
+                              u.cond_panel >= 2 && u.stored;
         for (std::size_t v = 0; v < plain.sites.size() && u.sample; ++v) {
             if (!plain.sites[v].draw_allele) continue;
             const std::size_t s = site_of(u, v);
             const int x = plain.sites[v].drawn;
-            if (u.save_alleles && in_output(s)) last_sampled[s] = run.sporadic_haploid_imputation ? 2 * x : x;
+            if (u.save_alleles && in_output(s)) last_sampled[s] = run.plan.sporadic_haploid_imputation ? 2 * x : x;
             if (keeps(u, s)) expected.set(z(u.hap), s, x);
             if (counting && in_output(s)) counted[s] = x;
         }
@@ -261,11 +263,11 @@ class haploid_updates : public updates {
         for (std::size_t v = 0; v < plain.sites.size() && u.allele_probs; ++v) {
             const std::size_t s = site_of(u, v);
             if (!in_output(s)) continue;
-            const bool own = u.selfcheck && run.sites[s]->type == 2;
-            const bool used = run.output_types[z(u.cond_panel)] || run.params.weight_panel == u.cond_panel;
-            if (run.sites[s]->top_panel != u.cond_panel && !(own && used)) continue;
+            const bool own = u.selfcheck && run.sites.in_order[s]->type == 2;
+            const bool used = run.plan.output_types[z(u.cond_panel)] || run.params.weight_panel == u.cond_panel;
+            if (run.sites.in_order[s]->top_panel != u.cond_panel && !(own && used)) continue;
             slow::haploid_site site = plain.sites[v];
-            if (own) site.obs = run.haps[z(u.panel)].allele(z(u.hap), s);
+            if (own) site.obs = run.panels[z(u.panel)].haps.allele(z(u.hap), s);
             (own ? leave_out : prob)[s] = plain.allele_one(site, own);
         }
         return {prob, leave_out};
@@ -277,15 +279,15 @@ class haploid_updates : public updates {
         for (std::size_t v = 0; v < plain.sites.size() && u.genotype_probs; ++v) {
             const std::size_t s = site_of(u, v);
             if (!in_output(s)) continue;
-            const snp& site = *run.sites[s];
+            const snp& site = *run.sites.in_order[s];
             if (!site.known_phase_flags.empty() && site.known_phase_flags[z(u.ind)]) {
                 const int x = after.allele(z(u.hap), s);
-                if (x > 0 && !no_posterior() && !run.count_missing_only) result.genotype[1][s] += 1.0;
+                if (x > 0 && !no_posterior() && !run.plan.count_missing_only) result.genotype[1][s] += 1.0;
                 if (count_to_slot()) result.allele[0][s] += x;
                 continue;
             }
             const int o = observed(u, s);
-            if (run.count_missing_only && o != 2) continue;
+            if (run.plan.count_missing_only && o != 2) continue;
             if (no_posterior() && o != 2) {
                 if (o == 1 && count_to_slot()) result.allele[0][s] += 1.0;
                 continue;
@@ -312,7 +314,7 @@ TEST_F(haploid_updates, of_any_model_follow_their_rules) {
     int seed = 0;
     for (int repeat = 0; repeat < 8; ++repeat) {
         for (const auto& [panel, cond] : models) {
-            run.snps.clear();
+            run.sites.store.clear();
             run.params = {};
             run.hap_stay_count = run.hap_switch_count = 0;
             make(static_cast<std::uint64_t>(++seed));
@@ -325,12 +327,12 @@ TEST_F(haploid_updates, of_any_model_follow_their_rules) {
             p.phase = source.chance(0.5);
             p.include_buffer_in_output = source.chance(0.3);
             p.fill_holes = source.chance(0.3);
-            run.hole_fill_to = source.integer(0, 1);
+            run.plan.hole_fill_to = source.integer(0, 1);
             p.mc_impute = source.chance(0.4);
-            run.count_missing_only = p.pgs_miss = source.chance(0.3);
+            run.plan.count_missing_only = p.pgs_miss = source.chance(0.3);
             p.weight_panel = source.integer(-1, 1);
-            run.output_types[z(cond)] = source.chance(0.7);
-            run.sporadic_haploid_imputation = panel == 0;
+            run.plan.output_types[z(cond)] = source.chance(0.7);
+            run.plan.sporadic_haploid_imputation = panel == 0;
             std::vector<int> copied;
             for (int c = 0; c <= cond; ++c) copied.push_back(c);
             const int K = source.integer(1, 12);
@@ -358,15 +360,15 @@ TEST_F(haploid_updates, of_any_model_follow_their_rules) {
 // Posteriors alone, from a reference panel of few different haplotypes, are found by classes of these; the rules stay.
 TEST_F(haploid_updates, from_few_different_haplotypes_follow_their_rules) {
     for (int seed = 1; seed <= 24; ++seed) {
-        run.snps.clear();
+        run.sites.store.clear();
         run.params = {};
         make(static_cast<std::uint64_t>(seed));
         mosaic_panel reference;
         reference.n_hap = 60;
         reference.n_sites = n_sites;
         reference.n_founders = 4;
-        run.haps[0] = make_panel(source, reference);
-        run.n_hap[0] = 60;
+        run.panels[0].haps = make_panel(source, reference);
+        run.panels[0].n_hap = 60;
         run.work->reference_classes = {};
         run.work->by_class = {};
         parameters& p = run.params;
@@ -374,7 +376,7 @@ TEST_F(haploid_updates, from_few_different_haplotypes_follow_their_rules) {
         p.use_panel1_for_type0_imputation = source.chance(0.4);
         p.mem_save_1 = source.chance(0.2);
         p.weight_panel = source.integer(-1, 1);
-        run.output_types[0] = source.chance(0.7);
+        run.plan.output_types[0] = source.chance(0.7);
         haploid_update u;
         u.ind = ind;
         u.hap = hap + source.integer(0, 1);
@@ -397,18 +399,18 @@ TEST_F(haploid_updates, from_few_different_haplotypes_follow_their_rules) {
 
 TEST_F(haploid_updates, add_the_posteriors_of_a_haploid_individual) {
     for (int seed = 1; seed <= 24; ++seed) {
-        run.snps.clear();
+        run.sites.store.clear();
         run.params = {};
         run.hap_stay_count = run.hap_switch_count = 0;
         make(static_cast<std::uint64_t>(seed));
         parameters& p = run.params;
         p.pgs = source.chance(0.3);
         p.pgs_prob = source.chance(0.2);
-        p.pgs_miss = run.count_missing_only = !p.pgs && !p.pgs_prob && source.chance(0.3);
+        p.pgs_miss = run.plan.count_missing_only = !p.pgs && !p.pgs_prob && source.chance(0.3);
         p.phase = source.chance(0.5);
         p.print_allele_probs = source.chance(0.4);
         p.use_old_code = source.chance(0.3);
-        run.has_known_haps[ind] = source.chance(0.5);
+        run.panels[2].ordered[ind] = source.chance(0.5);
         choose_states(7, {0, 1, 2});
         haploid_update u;
         u.ind = ind;
@@ -428,18 +430,18 @@ class pair_updates : public updates {
   protected:
     bool gp(int panel) const { return panel == 2 ? run.params.prob_g : run.params.prob_g_ref; }
     bool phase_known(std::size_t s) const {
-        const auto& flags = run.sites[s]->known_phase_flags;
+        const auto& flags = run.sites.in_order[s]->known_phase_flags;
         return !flags.empty() && flags[ind];
     }
-    int genotype(int panel, std::size_t s) const { return run.sites[s]->gtypes[z(panel - 1)][ind]; }
+    int genotype(int panel, std::size_t s) const { return run.sites.in_order[s]->gtypes[z(panel)][ind]; }
 
     template <typename Model>
     void make_model(Model& plain, int panel, int K, bool ordered) {
-        hmm_model& model = at(run.models, 1, panel, panel);
+        hmm_model& model = at(run.models.chains, 1, panel, panel);
         model = {};
         std::vector<double> distances;
-        const bool full = !(run.params.fill_holes && panel == run.hole_fill_to);
-        for (const snp* site : run.sites) {
+        const bool full = !(run.params.fill_holes && panel == run.plan.hole_fill_to);
+        for (const snp* site : run.sites.in_order) {
             if (site->type < panel || site->type == 3 || (!full && site->ref_alleles_missing)) continue;
             if (panel == 1 && site->panel1_placeholder) continue;
             model.site.push_back(site->index);
@@ -450,21 +452,21 @@ class pair_updates : public updates {
         for (std::size_t v = 0; v < model.n_sites(); ++v)
             model.checkpoint.push_back((model.n_sites() - 1 - v) % 3 == 0);
         const double mu = 0.03, a = 1.0 - mu;
-        emission_table& M = at(run.mutation_matrix, 1, panel, panel);
+        emission_table& M = at(run.models.mutation, 1, panel, panel);
         M = {{{a * a, 2 * a * mu, mu * mu, 1.0},
               {a * mu, mu * mu + a * a, a * mu, 1.0},
               {mu * mu, 2 * a * mu, a * a, 1.0}}};
         const double nu = 0.01;
-        emission_table& Mh = at(run.mutation_matrix, 0, panel, panel);
+        emission_table& Mh = at(run.models.mutation, 0, panel, panel);
         Mh = {{{1.0 - nu, nu, 1.0, 0.0}, {nu, 1.0 - nu, 1.0, 0.0}, {}}};
         plain = {};
         plain.K = K;
         plain.pr_00 = {{{M[0][0], M[1][0]}, {M[1][0], M[2][0]}}};
         plain.pr_01 = {{{M[0][1] * 0.5, M[0][0]}, {M[0][2], M[2][1] * 0.5}}};
         plain.pr_10 = {{{M[0][1] * 0.5, M[0][2]}, {M[0][0], M[2][1] * 0.5}}};
-        run.pr_alleles_00[z(panel - 1)] = plain.pr_00;
-        run.pr_alleles_01[z(panel - 1)] = plain.pr_01;
-        run.pr_alleles_10[z(panel - 1)] = plain.pr_10;
+        run.models.pr_alleles_00[z(panel)] = plain.pr_00;
+        run.models.pr_alleles_01[z(panel)] = plain.pr_01;
+        run.models.pr_alleles_10[z(panel)] = plain.pr_10;
         for (std::size_t v = 0; v < model.n_sites(); ++v) {
             const auto s = z(model.site[v]);
             const int g = genotype(panel, s);
@@ -474,10 +476,11 @@ class pair_updates : public updates {
             site.kept = model.checkpoint[v];
             for (std::size_t x = 0; x < 2; ++x) {
                 for (std::size_t y = 0; y < 2; ++y) {
-                    double e = gp(panel) ? run.sites[s]->gtype_emiss[z(panel - 1)][3 * ind + x + y] : M[x + y][z(g)];
+                    double e =
+                        gp(panel) ? run.sites.in_order[s]->gtype_emiss[z(panel)][3 * ind + x + y] : M[x + y][z(g)];
                     if (ordered && phase_known(s)) {
-                        e = Mh[x][z(run.haps[z(panel)].allele(hap, s))] *
-                            Mh[y][z(run.haps[z(panel)].allele(hap + 1, s))];
+                        e = Mh[x][z(run.panels[z(panel)].haps.allele(hap, s))] *
+                            Mh[y][z(run.panels[z(panel)].haps.allele(hap + 1, s))];
                     }
                     site.emission[x * 2 + y] = e;
                 }
@@ -492,12 +495,12 @@ class pair_updates : public updates {
             plain.sites.push_back(site);
         }
     }
-    std::size_t site_of(int panel, std::size_t v) { return z(at(run.models, 1, panel, panel).site[v]); }
+    std::size_t site_of(int panel, std::size_t v) { return z(at(run.models.chains, 1, panel, panel).site[v]); }
 
     template <typename Model>
     void expect_draws(const Model& plain, int panel, bool stored, const packed_haplotypes& before) {
         packed_haplotypes expected = before;
-        const bool counting = run.count_missing_only && run.params.mc_impute && panel >= 2 && stored;
+        const bool counting = run.plan.count_missing_only && run.params.mc_impute && panel >= 2 && stored;
         std::vector<std::array<int, 2>> counted(n_sites, {0, 0});
         for (std::size_t v = 0; v < plain.sites.size(); ++v) {
             const slow::pair_site& site = plain.sites[v];
@@ -523,10 +526,10 @@ class pair_updates : public updates {
     // What the posteriors of an unordered individual add.
     sums unordered_posteriors(const slow::diploid_model& plain, int panel) {
         sums result;
-        const emission_table& M = at(run.mutation_matrix, 1, panel, panel);
+        const emission_table& M = at(run.models.mutation, 1, panel, panel);
         for (std::size_t v = 0; v < plain.sites.size(); ++v) {
             const std::size_t s = site_of(panel, v);
-            if (!in_output(s) || (run.count_missing_only && genotype(panel, s) != 3)) continue;
+            if (!in_output(s) || (run.plan.count_missing_only && genotype(panel, s) != 3)) continue;
             const slow::pair_site& site = plain.sites[v];
             std::array<double, 3> pr{};
             for (std::size_t a = 0; a < site.product.size(); ++a) {
@@ -541,7 +544,7 @@ class pair_updates : public updates {
             if (run.params.pgs_prob) {
                 total = 0.0;
                 for (std::size_t g = 0; g < 3; ++g) {
-                    pr[g] *= static_cast<double>(run.sites[s]->gtype_probs[z(panel - 1)][3 * ind + g]);
+                    pr[g] *= static_cast<double>(run.sites.in_order[s]->gtype_probs[z(panel)][3 * ind + g]);
                     total += pr[g];
                 }
                 for (double& p : pr) p /= total;
@@ -555,20 +558,22 @@ class pair_updates : public updates {
     // What the posteriors of an ordered individual add.
     sums ordered_posteriors(const slow::ordered_model& plain, int panel) {
         sums result;
-        const emission_table& Mh = at(run.mutation_matrix, 0, panel, panel);
+        const emission_table& Mh = at(run.models.mutation, 0, panel, panel);
         for (std::size_t v = 0; v < plain.sites.size(); ++v) {
             const std::size_t s = site_of(panel, v);
             if (!in_output(s)) continue;
             if (phase_known(s)) {
-                const int x = run.haps[z(panel)].allele(hap, s), y = run.haps[z(panel)].allele(hap + 1, s);
-                if (x + y > 0 && !no_posterior() && !run.count_missing_only) result.genotype[z(x + y - 1)][s] += 1.0;
+                const int x = run.panels[z(panel)].haps.allele(hap, s),
+                          y = run.panels[z(panel)].haps.allele(hap + 1, s);
+                if (x + y > 0 && !no_posterior() && !run.plan.count_missing_only)
+                    result.genotype[z(x + y - 1)][s] += 1.0;
                 if (count_to_slot()) {
                     result.allele[0][s] += x;
                     result.allele[1][s] += y;
                 }
                 continue;
             }
-            if (run.count_missing_only && genotype(panel, s) != 3) continue;
+            if (run.plan.count_missing_only && genotype(panel, s) != 3) continue;
             const slow::pair_site& site = plain.sites[v];
             std::array<std::array<double, 2>, 2> chance{};
             for (std::size_t a = 0; a < site.product.size(); ++a) {
@@ -595,7 +600,7 @@ class pair_updates : public updates {
     }
 
     void set_random_options(std::uint64_t seed) {
-        run.snps.clear();
+        run.sites.store.clear();
         run.params = {};
         run.dip_stay_count = run.dip_switch_count = 0;
         make(seed);
@@ -604,7 +609,7 @@ class pair_updates : public updates {
         p.prob_g_ref = source.chance(0.3);
         p.pgs = source.chance(0.4);
         p.pgs_prob = source.chance(0.2);
-        p.pgs_miss = run.count_missing_only = !p.pgs && !p.pgs_prob && !p.prob_g && source.chance(0.5);
+        p.pgs_miss = run.plan.count_missing_only = !p.pgs && !p.pgs_prob && !p.prob_g && source.chance(0.5);
         p.mc_impute = source.chance(0.3);
         p.phase = source.chance(0.5);
         p.print_allele_probs = source.chance(0.3);
@@ -612,7 +617,7 @@ class pair_updates : public updates {
         p.use_old_code = source.chance(0.3);
         p.include_buffer_in_output = source.chance(0.3);
         p.fill_holes = source.chance(0.2);
-        run.hole_fill_to = 1;
+        run.plan.hole_fill_to = 1;
     }
     diploid_update update_of(int panel) {
         diploid_update u;
@@ -649,7 +654,7 @@ TEST_F(pair_updates, of_unordered_individuals_follow_their_rules) {
             next = draws.next();
         }
         const sums expected = u.genotype_probs ? unordered_posteriors(plain, panel) : sums{};
-        const packed_haplotypes before = run.haps[z(panel)];
+        const packed_haplotypes before = run.panels[z(panel)].haps;
         SCOPED_TRACE("seed " + std::to_string(seed) + " panel " + std::to_string(panel));
         seeded_draws draws(seed);
         EXPECT_NEAR(likelihood, update_diploid(run, u), 1e-10);
@@ -664,7 +669,7 @@ TEST_F(pair_updates, of_ordered_individuals_follow_their_rules) {
     for (int seed = 1; seed <= 40; ++seed) {
         set_random_options(static_cast<std::uint64_t>(seed));
         run.params.prob_g = false;
-        run.has_known_haps[ind] = true;
+        run.panels[2].ordered[ind] = true;
         const int K = source.integer(1, 8);
         choose_states(K, {0, 1, 2});
         diploid_update u = update_of(2);
@@ -680,7 +685,7 @@ TEST_F(pair_updates, of_ordered_individuals_follow_their_rules) {
             next = draws.next();
         }
         const sums expected = u.genotype_probs ? ordered_posteriors(plain, 2) : sums{};
-        const packed_haplotypes before = run.haps[2];
+        const packed_haplotypes before = run.panels[2].haps;
         SCOPED_TRACE("seed " + std::to_string(seed));
         seeded_draws draws(seed);
         update_ordered(run, u);
@@ -693,13 +698,13 @@ TEST_F(pair_updates, of_ordered_individuals_follow_their_rules) {
 
 TEST_F(pair_updates, of_an_ordered_individual_whose_phase_is_all_known_draw_no_allele) {
     make(3);
-    run.has_known_haps[ind] = true;
-    for (snp* site : run.sites) site->known_phase_flags.assign(4, true);
+    run.panels[2].ordered[ind] = true;
+    for (snp* site : run.sites.in_order) site->known_phase_flags.assign(4, true);
     choose_states(5, {0, 1});
     set_states(1, 2, 2, 5);
     slow::ordered_model plain;
     make_model(plain, 2, 5, true);
-    const packed_haplotypes before = run.haps[2];
+    const packed_haplotypes before = run.panels[2].haps;
     double next = 0.0;
     {
         seeded_draws draws(2);
@@ -718,22 +723,22 @@ TEST_F(pair_updates, of_an_ordered_individual_whose_phase_is_all_known_draw_no_a
 
 TEST_F(updates, of_nobody_record_what_is_known) {
     for (int seed = 1; seed <= 10; ++seed) {
-        run.snps.clear();
+        run.sites.store.clear();
         run.params = {};
         make(static_cast<std::uint64_t>(seed));
         run.params.pgs = source.chance(0.5);
         run.params.phase = source.chance(0.5);
         run.params.print_allele_probs = source.chance(0.5);
-        run.has_known_haps[ind] = source.chance(0.5);
-        for (snp* site : run.sites) {
-            site->gtypes[1][ind] = static_cast<std::uint8_t>(run.haps[2].allele(hap, z(site->index)) +
-                                                             run.haps[2].allele(hap + 1, z(site->index)));
+        run.panels[2].ordered[ind] = source.chance(0.5);
+        for (snp* site : run.sites.in_order) {
+            site->gtypes[2][ind] = static_cast<std::uint8_t>(run.panels[2].haps.allele(hap, z(site->index)) +
+                                                             run.panels[2].haps.allele(hap + 1, z(site->index)));
         }
         record_known_individual(run, ind, 0);
-        const bool known = run.has_known_haps[ind];
+        const bool known = run.panels[2].ordered[ind];
         for (std::size_t s = 0; s < n_sites; ++s) {
-            const bool counts = run.sites[s]->type == 2 && in_output(s);
-            const int x = run.haps[2].allele(hap, s), y = run.haps[2].allele(hap + 1, s);
+            const bool counts = run.sites.in_order[s]->type == 2 && in_output(s);
+            const int x = run.panels[2].haps.allele(hap, s), y = run.panels[2].haps.allele(hap + 1, s);
             EXPECT_EQ(counts && run.params.pgs && x + y == 1 ? 1.0 : 0.0, run.acc.gtype_acc[0].get(ind, s)) << s;
             EXPECT_EQ(counts && run.params.pgs && x + y == 2 ? 1.0 : 0.0, run.acc.gtype_acc[1].get(ind, s)) << s;
             const bool alleles = counts && known && (run.params.phase || run.params.print_allele_probs);

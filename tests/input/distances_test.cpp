@@ -4,6 +4,8 @@
 #include <vector>
 
 #include "input/reader_fixture.h"
+#include "input/readers.h"
+#include "support/run_builder.h"
 
 namespace {
 
@@ -11,12 +13,12 @@ class distance_matrix : public reader_fixture {
   protected:
     void SetUp() override {
         reader_fixture::SetUp();
-        run.n_hap = {1, 0, 4};
-        run.n_ind = {0, 0, 2};
+        set_haplotypes(run.panels, {1, 0, 4});
+        set_individuals(run.panels, {0, 0, 2});
     }
     std::string read(const std::string& text, bool by_hap = false) {
         (by_hap ? run.params.distances_by_hap_file : run.params.distances_file) = write("dist", text);
-        return said([this, by_hap] { run.read_distances_file(by_hap); });
+        return said([this, by_hap] { read_distances_file(run, by_hap); });
     }
     void expect_wrong_size(const std::string& text) {
         run.params.distances_file = write("dist", text);
@@ -28,7 +30,7 @@ class distance_matrix : public reader_fixture {
             "across all panels. If you used the -distances_by_hap option, the matrix should still have dimension N x "
             "N, "
             "but in this case N is the total number of haplotypes in the dataset.",
-            [this] { run.read_distances_file(false); });
+            [this] { read_distances_file(run, false); });
         capture.open(run.log);
     }
     using matrix = std::vector<std::vector<double>>;
@@ -73,22 +75,22 @@ TEST_F(distance_matrix, surplus_entries_are_refused) {
 
 TEST_F(distance_matrix, compressed_matrix_is_read) {
     run.params.distances_file = files().write_compressed("dist.gz", "1 2 3\n4 5 6\n7 8 9\n");
-    run.read_distances_file(false);
+    read_distances_file(run, false);
     EXPECT_EQ(9.0, run.dist_matrix[2][2]);
 }
 
 TEST_F(distance_matrix, missing_files) {
     expect_fatal("ERROR: The -distances file you specified does not exist.",
-                 [this] { run.read_distances_file(false); });
+                 [this] { read_distances_file(run, false); });
     capture.open(run.log);
     expect_fatal("ERROR: The -distances_by_hap file you specified does not exist.",
-                 [this] { run.read_distances_file(true); });
+                 [this] { read_distances_file(run, true); });
 }
 
 TEST_F(distance_matrix, file_that_cannot_be_opened) {
     run.params.distances_file = files().name(".");
     expect_fatal("ERROR: The distance matrix file [" + files().name(".") + "] could not be opened.",
-                 [this] { run.read_distances_file(false); });
+                 [this] { read_distances_file(run, false); });
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "input/reader_fixture.h"
+#include "input/readers.h"
 
 namespace {
 
@@ -14,7 +15,7 @@ class genetic_map : public reader_fixture {
     }
     std::string read(const std::string& lines) {
         run.params.m_file = write("map", "position rate cM\n" + lines);
-        return said([this] { run.read_genetic_map(); });
+        return said([this] { read_genetic_map(run); });
     }
     std::string report(int n) const {
         return "\n-reading genetic map from -m file\n --filename=[" + run.params.m_file + "]\n --read " +
@@ -22,7 +23,7 @@ class genetic_map : public reader_fixture {
     }
     void expect_refused(const std::string& lines, const std::string& text) {
         run.params.m_file = write("map", lines);
-        expect_fatal(text, [this] { run.read_genetic_map(); });
+        expect_fatal(text, [this] { read_genetic_map(run); });
     }
     using positions = std::vector<long>;
     using values = std::vector<double>;
@@ -30,70 +31,70 @@ class genetic_map : public reader_fixture {
 
 TEST_F(genetic_map, keeps_one_point_on_each_side) {
     EXPECT_EQ(report(3), read("10 1 0.1\n90 1 0.2\n100 1 0.3\n150 1 0.4\n200 1 0.5\n300 1 0.6\n400 1 0.7\n"));
-    EXPECT_EQ((positions{90, 100, 150, 200, 300}), run.map_phys_pos);
-    ASSERT_EQ(5U, run.map_gen_pos.size());
-    EXPECT_DOUBLE_EQ(20.0, run.map_gen_pos[0]);
-    EXPECT_DOUBLE_EQ(60.0, run.map_gen_pos[4]);
+    EXPECT_EQ((positions{90, 100, 150, 200, 300}), run.map.positions);
+    ASSERT_EQ(5U, run.map.scaled.size());
+    EXPECT_DOUBLE_EQ(20.0, run.map.scaled[0]);
+    EXPECT_DOUBLE_EQ(60.0, run.map.scaled[4]);
 }
 
 TEST_F(genetic_map, map_that_starts_inside_has_no_point_to_the_left) {
     EXPECT_EQ(report(1), read("150 1 0.5\n250 1 0.7\n"));
-    EXPECT_EQ((positions{150, 250}), run.map_phys_pos);
-    EXPECT_DOUBLE_EQ(50.0 - 4 * 2500.0 * 1e-8 * 40, run.phys2gen(110));
+    EXPECT_EQ((positions{150, 250}), run.map.positions);
+    EXPECT_DOUBLE_EQ(50.0 - 4 * 2500.0 * 1e-8 * 40, run.map.at(110));
 }
 
 TEST_F(genetic_map, map_that_ends_inside_is_read_to_its_end) {
     EXPECT_EQ(report(2), read("90 1 0.1\n110 1 0.5\n150 1 0.7\n"));
-    EXPECT_EQ((positions{90, 110, 150}), run.map_phys_pos);
-    EXPECT_DOUBLE_EQ(70.0 + 4 * 2500.0 * 1e-8 * 50, run.phys2gen(200));
+    EXPECT_EQ((positions{90, 110, 150}), run.map.positions);
+    EXPECT_DOUBLE_EQ(70.0 + 4 * 2500.0 * 1e-8 * 50, run.map.at(200));
 }
 
 TEST_F(genetic_map, rest_of_the_file_behind_the_region_is_not_looked_at) {
     EXPECT_EQ(report(0), read("90 1 0.1\n300 1 0.5\n200 1 nonsense\n"));
-    EXPECT_EQ((positions{90, 300}), run.map_phys_pos);
+    EXPECT_EQ((positions{90, 300}), run.map.positions);
 }
 
 TEST_F(genetic_map, header_alone_gives_no_map) {
     EXPECT_EQ(report(0), read(""));
-    EXPECT_TRUE(run.map_phys_pos.empty());
-    EXPECT_EQ(0.0, run.phys2gen(150));
+    EXPECT_TRUE(run.map.positions.empty());
+    EXPECT_EQ(0.0, run.map.at(150));
 }
 
 TEST_F(genetic_map, positions_are_interpolated) {
     read("100 1 0.1\n200 1 0.5\n");
-    EXPECT_DOUBLE_EQ(20.0, run.phys2gen(125));
-    EXPECT_DOUBLE_EQ(10.0, run.phys2gen(100));
-    EXPECT_DOUBLE_EQ(50.0, run.phys2gen(200));
+    EXPECT_DOUBLE_EQ(20.0, run.map.at(125));
+    EXPECT_DOUBLE_EQ(10.0, run.map.at(100));
+    EXPECT_DOUBLE_EQ(50.0, run.map.at(200));
 }
 
 TEST_F(genetic_map, chrx_has_three_quarters_of_the_size) {
     run.params.chrX = true;
     read("100 1 1.0\n150 1 2.0\n");
-    EXPECT_DOUBLE_EQ(75.0, run.map_gen_pos[0]);
-    EXPECT_DOUBLE_EQ(150.0 + 3 * 2500.0 * 1e-8 * 50, run.phys2gen(200));
+    EXPECT_DOUBLE_EQ(75.0, run.map.scaled[0]);
+    EXPECT_DOUBLE_EQ(150.0 + 3 * 2500.0 * 1e-8 * 50, run.map.at(200));
 }
 
 TEST_F(genetic_map, pseudo_autosomal_region_is_reduced_outside_the_map_only) {
     run.params.chrX = run.params.Xpar = true;
     read("100 1 1.0\n150 1 2.0\n");
-    EXPECT_DOUBLE_EQ(100.0, run.map_gen_pos[0]);
-    EXPECT_DOUBLE_EQ(200.0 + 3 * 2500.0 * 1e-8 * 50, run.phys2gen(200));
+    EXPECT_DOUBLE_EQ(100.0, run.map.scaled[0]);
+    EXPECT_DOUBLE_EQ(200.0 + 3 * 2500.0 * 1e-8 * 50, run.map.at(200));
 }
 
 TEST_F(genetic_map, compressed_map_is_read) {
     run.params.m_file = files().write_compressed("map.gz", "p r c\n100 1 0.1\n");
-    EXPECT_EQ(report(1), said([this] { run.read_genetic_map(); }));
+    EXPECT_EQ(report(1), said([this] { read_genetic_map(run); }));
 }
 
 TEST_F(genetic_map, missing_file) {
-    expect_fatal("ERROR: The -m file you specified does not exist.", [this] { run.read_genetic_map(); });
+    expect_fatal("ERROR: The -m file you specified does not exist.", [this] { read_genetic_map(run); });
     EXPECT_NE(std::string::npos, capture.terminal.str().find(" --filename=[NULL]\n"));
 }
 
 TEST_F(genetic_map, file_that_cannot_be_opened) {
     run.params.m_file = files().name(".");
     expect_fatal("ERROR: The genetic map file [" + run.params.m_file + "] could not be opened.",
-                 [this] { run.read_genetic_map(); });
+                 [this] { read_genetic_map(run); });
 }
 
 TEST_F(genetic_map, header_needs_three_columns) {
@@ -120,12 +121,12 @@ TEST_F(genetic_map, map_positions_must_not_fall) {
 
 TEST_F(genetic_map, equal_map_positions_pass) {
     EXPECT_EQ(report(1), read("50 1 0.25\n60 1 0.25\n110 1 0.25\n"));
-    EXPECT_EQ((positions{60, 110}), run.map_phys_pos);
+    EXPECT_EQ((positions{60, 110}), run.map.positions);
 }
 
 TEST_F(genetic_map, order_inside_the_region_is_not_checked) {
     EXPECT_EQ(report(3), read("50 1 0.1\n120 1 0.5\n110 1 0.3\n110 1 0.2\n"));
-    EXPECT_EQ((positions{50, 120, 110, 110}), run.map_phys_pos);
+    EXPECT_EQ((positions{50, 120, 110, 110}), run.map.positions);
 }
 
 TEST_F(genetic_map, points_inside_are_compared_with_the_last_one_before) {
@@ -136,7 +137,7 @@ TEST_F(genetic_map, points_inside_are_compared_with_the_last_one_before) {
 
 TEST_F(genetic_map, trailing_blank_line_inside_the_region_repeats_the_last_point) {
     EXPECT_EQ(report(2), read("110 1 0.5\n\n"));
-    EXPECT_EQ((positions{110, 110}), run.map_phys_pos);
+    EXPECT_EQ((positions{110, 110}), run.map.positions);
     EXPECT_NE(std::string::npos, notes().find(", line 3: the line does not hold position, rate and map position"));
 }
 
@@ -149,7 +150,7 @@ TEST_F(genetic_map, blank_line_left_of_the_region_is_fatal) {
 
 TEST_F(genetic_map, more_columns_in_a_line_are_ignored) {
     EXPECT_EQ(report(1), read("110 rate 0.5 and more\n"));
-    EXPECT_DOUBLE_EQ(50.0, run.map_gen_pos[0]);
+    EXPECT_DOUBLE_EQ(50.0, run.map.scaled[0]);
 }
 
 }  // namespace

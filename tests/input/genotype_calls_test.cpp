@@ -205,24 +205,24 @@ TEST_F(frequency_by_em, agrees_with_the_recursion_as_written) {
         triples.insert(triples.end(), {a, b, 1.0F - 0.5F * a});
     }
     const listed_draws draws({0.3});
-    EXPECT_NEAR(slow(triples, 0.3), run.calculate_allele_freq_via_em(triples), 1e-13);
+    EXPECT_NEAR(slow(triples, 0.3), calculate_allele_freq_via_em(run, triples), 1e-13);
     EXPECT_EQ(1U, draws.n_taken());
 }
 
 TEST_F(frequency_by_em, hard_calls_give_the_count_with_a_pseudo_count) {
     const listed_draws draws({0.7});
-    EXPECT_NEAR((3.0 + 1.0) / 6.0, run.calculate_allele_freq_via_em({0, 1, 0, 0, 0, 1}), 1e-15);
+    EXPECT_NEAR((3.0 + 1.0) / 6.0, calculate_allele_freq_via_em(run, {0, 1, 0, 0, 0, 1}), 1e-15);
 }
 
 TEST_F(frequency_by_em, nobody_gives_one_half_and_takes_a_draw) {
     const listed_draws draws({0.9});
-    EXPECT_EQ(0.5, run.calculate_allele_freq_via_em({}));
+    EXPECT_EQ(0.5, calculate_allele_freq_via_em(run, {}));
     EXPECT_EQ(1U, draws.n_taken());
 }
 
 TEST_F(frequency_by_em, empty_triple_is_noted_once_and_gives_no_number) {
     const listed_draws draws({0.4});
-    EXPECT_TRUE(std::isnan(run.calculate_allele_freq_via_em({1, 0, 0, 0, 0, 0})));
+    EXPECT_TRUE(std::isnan(calculate_allele_freq_via_em(run, {1, 0, 0, 0, 0, 0})));
     EXPECT_EQ("orvide: LIKE (1): |0,0,0|\n", notes.str());
 }
 

@@ -32,12 +32,12 @@ class genotype_file : public reader_fixture {
 };
 
 TEST_F(genotype_file, lines_in_the_region_become_sites) {
-    run.map_phys_pos = {0, 1000};
-    run.map_gen_pos = {0.0, 1000.0};
+    run.map.positions = {0, 1000};
+    run.map.scaled = {0.0, 1000.0};
     const std::string text =
         read("s0 r0 99 A C 1 0 0 0 1 0\ns1 r1 100 A C 1 0 0 0 1 0\ns2 r2 200 G T 0 0 1 0 0 0\ns3 r3 201 A C x\n");
     EXPECT_EQ(stage() + " --detected 2 individuals\n" + read_line(2), text);
-    ASSERT_EQ(2U, run.snps.size());
+    ASSERT_EQ(2U, run.sites.store.size());
     const snp& first = site_at(100);
     EXPECT_EQ("s1", first.snp_id);
     EXPECT_EQ("r1", first.rs_id);
@@ -47,36 +47,36 @@ TEST_F(genotype_file, lines_in_the_region_become_sites) {
     EXPECT_EQ("*", first.labels[2].strand);
     EXPECT_EQ("*", first.labels[1].a0);
     EXPECT_DOUBLE_EQ(0.25, first.labels[2].freq);
-    EXPECT_EQ("01", text_of(first.gtypes[1]));
+    EXPECT_EQ("01", text_of(first.gtypes[2]));
     EXPECT_EQ("2222", text_of(first.haps[2]));
-    EXPECT_TRUE(first.gtype_probs[1].empty());
+    EXPECT_TRUE(first.gtype_probs[2].empty());
     EXPECT_EQ(3, first.type);
     EXPECT_EQ(3, first.top_panel);
-    EXPECT_EQ("23", text_of(site_at(200).gtypes[1]));
+    EXPECT_EQ("23", text_of(site_at(200).gtypes[2]));
     EXPECT_DOUBLE_EQ(1.0, site_at(200).labels[2].freq);
-    EXPECT_EQ(2, run.n_ind[2]);
-    EXPECT_EQ(4, run.n_hap[2]);
+    EXPECT_EQ(2, run.panels[2].n_ind);
+    EXPECT_EQ(4, run.panels[2].n_hap);
     EXPECT_EQ("", warnings());
     EXPECT_EQ("", notes());
 }
 
 TEST_F(genotype_file, call_threshold_decides_what_is_missing) {
     read("s r 150 A C 0.2 0.3 0.5 0.05 0.05 0.9 0.9 0.1 0\n");
-    EXPECT_EQ("320", text_of(site_at(150).gtypes[1]));
+    EXPECT_EQ("320", text_of(site_at(150).gtypes[2]));
     EXPECT_DOUBLE_EQ(0.5, site_at(150).labels[2].freq);
 }
 
 TEST_F(genotype_file, one_individual_has_eight_fields) {
     EXPECT_NE(std::string::npos, read("s r 150 A C 0 1 0\n").find(" --detected 1 individuals\n"));
-    EXPECT_EQ("1", text_of(site_at(150).gtypes[1]));
+    EXPECT_EQ("1", text_of(site_at(150).gtypes[2]));
 }
 
 TEST_F(genotype_file, excluded_columns_are_read_and_dropped) {
     context.exclude_flags = flags("010");
     EXPECT_EQ(stage() + " --detected 3 individuals\n --excluded 1 individuals, leaving 2 for analysis\n" + read_line(1),
               read("s r 150 A C 1 0 0 0 1 0 0 0 1\n"));
-    EXPECT_EQ("02", text_of(site_at(150).gtypes[1]));
-    EXPECT_EQ(4, run.n_hap[2]);
+    EXPECT_EQ("02", text_of(site_at(150).gtypes[2]));
+    EXPECT_EQ(4, run.panels[2].n_hap);
     EXPECT_DOUBLE_EQ(0.5, site_at(150).labels[2].freq);
 }
 
@@ -84,19 +84,19 @@ TEST_F(genotype_file, triples_are_kept_where_the_run_needs_them) {
     run.params.store_input_probs = {false, true};
     read("s r 150 A C 1 0 0 0.25 0.5 0.25 0 0 0\n");
     EXPECT_EQ((std::vector<float>{1, 0, 0, 0.25F, 0.5F, 0.25F, 0.33333334F, 0.33333334F, 0.33333334F}),
-              site_at(150).gtype_probs[1]);
-    EXPECT_EQ("033", text_of(site_at(150).gtypes[1]));
+              site_at(150).gtype_probs[2]);
+    EXPECT_EQ("033", text_of(site_at(150).gtypes[2]));
 }
 
 TEST_F(genotype_file, haploid_study_has_one_haplotype_each) {
-    run.params.haploid_g = true;
+    run.params.haploid_g = run.panels[2].all_haploid = true;
     run.params.store_input_probs = {true, false};
     read("s r 150 A C 1 0 0 0 1 0 0 0 1\n");
-    EXPECT_EQ("032", text_of(site_at(150).gtypes[1]));
+    EXPECT_EQ("032", text_of(site_at(150).gtypes[2]));
     EXPECT_EQ("222", text_of(site_at(150).haps[2]));
-    EXPECT_EQ(3, run.n_hap[2]);
+    EXPECT_EQ(3, run.panels[2].n_hap);
     EXPECT_DOUBLE_EQ(0.5, site_at(150).labels[2].freq);
-    EXPECT_EQ((std::vector<float>{1, 0, 0, 0.5F, 0, 0.5F, 0, 0, 1}), site_at(150).gtype_probs[1]);
+    EXPECT_EQ((std::vector<float>{1, 0, 0, 0.5F, 0, 0.5F, 0, 0, 1}), site_at(150).gtype_probs[2]);
 }
 
 TEST_F(genotype_file, male_of_chrx_is_never_heterozygous) {
@@ -104,9 +104,9 @@ TEST_F(genotype_file, male_of_chrx_is_never_heterozygous) {
     context.exclude_flags = flags("00");
     run.params.store_input_probs = {true, false};
     read("s r 150 A C 0 1 0 0 1 0\ns r 160 A C 0 0 1 0 1 0\n");
-    EXPECT_EQ("31", text_of(site_at(150).gtypes[1]));
-    EXPECT_EQ((std::vector<float>{0.5F, 0, 0.5F, 0, 1, 0}), site_at(150).gtype_probs[1]);
-    EXPECT_EQ(3, run.n_hap[2]);
+    EXPECT_EQ("31", text_of(site_at(150).gtypes[2]));
+    EXPECT_EQ((std::vector<float>{0.5F, 0, 0.5F, 0, 1, 0}), site_at(150).gtype_probs[2]);
+    EXPECT_EQ(3, run.panels[2].n_hap);
     EXPECT_EQ("222", text_of(site_at(150).haps[2]));
     EXPECT_DOUBLE_EQ((1.0 + 1.0) / 3.0, site_at(160).labels[2].freq);
 }
@@ -116,8 +116,8 @@ TEST_F(genotype_file, diploid_form_of_chrx_counts_males_twice) {
     context.exclude_flags = flags("00");
     run.params.store_input_probs = {true, false};
     read("s r 150 A C 0 1 0 0 1 0\ns r 160 A C 0 0 1 0 1 0\n");
-    EXPECT_EQ((std::vector<float>{0.5F, 0, 0.5F, 0, 1, 0}), site_at(150).gtype_probs[1]);
-    EXPECT_EQ(4, run.n_hap[2]);
+    EXPECT_EQ((std::vector<float>{0.5F, 0, 0.5F, 0, 1, 0}), site_at(150).gtype_probs[2]);
+    EXPECT_EQ(4, run.panels[2].n_hap);
     EXPECT_DOUBLE_EQ(3.0 / 4.0, site_at(160).labels[2].freq);
 }
 
@@ -127,7 +127,7 @@ TEST_F(genotype_file, excluded_snps_are_counted) {
                   " --excluded 3 SNPs, leaving 1 SNPs for analysis\n"
                   "   --3 SNPs excluded due to presence on exclusion list\n",
               read("s1 r1 150 A C 0 1 0\ns2 r2 160 A C 0 1 0\ns3 r3 170 A C 0 1 0\ns4 r4 180 A C 0 1 0\n"));
-    EXPECT_EQ(1U, run.snps.size());
+    EXPECT_EQ(1U, run.sites.store.size());
 }
 
 TEST_F(genotype_file, second_snp_at_a_position_is_dropped_beside_a_reference) {
@@ -145,8 +145,8 @@ TEST_F(genotype_file, second_snp_at_a_position_is_dropped_beside_a_reference) {
 
 TEST_F(genotype_file, second_snp_at_a_position_stays_without_a_reference) {
     read("s1 r1 150 A C 0 1 0\ns2 r2 150 A C 0 1 0\n");
-    ASSERT_EQ(2U, run.snps.count(150));
-    EXPECT_EQ("s1", run.snps.begin()->second.snp_id);
+    ASSERT_EQ(2U, run.sites.store.count(150));
+    EXPECT_EQ("s1", run.sites.store.begin()->second.snp_id);
     EXPECT_EQ("", warnings());
 }
 
@@ -169,7 +169,7 @@ TEST_F(genotype_file, no_data_counts_without_warnings_too) {
 TEST_F(genotype_file, snp_without_data_stays_for_counts) {
     run.params.counts_per_iter = true;
     read("s1 r1 150 A C 0 0 0\n");
-    EXPECT_EQ("3", text_of(site_at(150).gtypes[1]));
+    EXPECT_EQ("3", text_of(site_at(150).gtypes[2]));
     EXPECT_EQ(-1.0, site_at(150).labels[2].freq);
     EXPECT_EQ("", warnings());
 }
@@ -179,8 +179,8 @@ TEST_F(genotype_file, probabilities_keep_triples_and_take_a_draw_a_snp) {
     const listed_draws draws({0.3, 0.6});
     read("s1 r1 150 A C 0.5 0.5 0\ns2 r2 160 A C 0 0.5 1.5\n");
     EXPECT_EQ(2U, draws.n_taken());
-    EXPECT_TRUE(site_at(150).gtypes[1].empty());
-    EXPECT_EQ((std::vector<float>{0, 0.5F, 1.5F}), site_at(160).gtype_probs[1]);  // not normalised
+    EXPECT_TRUE(site_at(150).gtypes[2].empty());
+    EXPECT_EQ((std::vector<float>{0, 0.5F, 1.5F}), site_at(160).gtype_probs[2]);  // not normalised
     EXPECT_EQ("22", text_of(site_at(150).haps[2]));
     EXPECT_GT(site_at(150).labels[2].freq, 0.0);
 }
@@ -190,7 +190,7 @@ TEST_F(genotype_file, probabilities_above_a_threshold_give_the_frequency) {
     run.params.prob_g_thresh = 0.8;
     const listed_draws draws({});
     read("s1 r1 150 A C 0 0.5 3.5 0.5 0.25 0.25\n");
-    EXPECT_EQ((std::vector<float>{0, 0.125F, 0.875F, 0.5F, 0.25F, 0.25F}), site_at(150).gtype_probs[1]);
+    EXPECT_EQ((std::vector<float>{0, 0.125F, 0.875F, 0.5F, 0.25F, 0.25F}), site_at(150).gtype_probs[2]);
     EXPECT_DOUBLE_EQ(1.875 / 2.0, site_at(150).labels[2].freq);
 }
 
@@ -202,8 +202,8 @@ TEST_F(genotype_file, probabilities_under_a_threshold_of_zero_give_none) {
 
 TEST_F(genotype_file, short_line_reads_as_zeros_with_one_note) {
     read("s1 r1 150 A C 0 1 0 0 1 0\ns2 r2 160 A C 0 1 0 1\ns3 r3 170 A C 0 1\n");
-    EXPECT_EQ("10", text_of(site_at(160).gtypes[1]));
-    EXPECT_EQ("13", text_of(site_at(170).gtypes[1]));
+    EXPECT_EQ("10", text_of(site_at(160).gtypes[2]));
+    EXPECT_EQ("13", text_of(site_at(170).gtypes[2]));
     EXPECT_EQ("orvide: note: [" + name +
                   "], line 2: the line has fewer genotypes than the first one; what is missing reads as zeros\n",
               notes());
@@ -251,24 +251,24 @@ TEST_F(genotype_file, columns_must_be_those_of_the_sample_file) {
 TEST_F(genotype_file, empty_file_has_nobody) {
     const std::string text = read("");
     EXPECT_EQ(stage() + " --detected 0 individuals\n" + read_line(0), text);
-    EXPECT_EQ(0, run.n_ind[2]);
+    EXPECT_EQ(0, run.panels[2].n_ind);
 }
 
 TEST_F(genotype_file, blank_lines_are_skipped) {
     read("\ns1 r1 150 A C 0 1 0\n \n\ns2 r2 160 A C 0 1 0\n\n");
-    EXPECT_EQ(2U, run.snps.size());
-    EXPECT_EQ(1, run.n_ind[2]);
+    EXPECT_EQ(2U, run.sites.store.size());
+    EXPECT_EQ(1, run.panels[2].n_ind);
 }
 
 TEST_F(genotype_file, unsorted_file_loses_lines_with_a_note) {
     read("s1 r1 150 A C 0 1 0\ns2 r2 140 A C 0 1 0\ns3 r3 300 A C 0 1 0\ns4 r4 160 A C 0 1 0\n");
-    EXPECT_EQ(2U, run.snps.size());
+    EXPECT_EQ(2U, run.sites.store.size());
     EXPECT_NE(std::string::npos, notes().find("line 2: the positions are not in ascending order"));
 }
 
 TEST_F(genotype_file, carriage_return_does_not_spoil_the_last_number) {
     read("s1 r1 150 A C 0 1 0\r\n");
-    EXPECT_EQ("1", text_of(site_at(150).gtypes[1]));
+    EXPECT_EQ("1", text_of(site_at(150).gtypes[2]));
 }
 
 TEST_F(genotype_file, compressed_file_is_read_and_a_damaged_one_refused) {
@@ -276,7 +276,7 @@ TEST_F(genotype_file, compressed_file_is_read_and_a_damaged_one_refused) {
     for (int i = 100; i < 200; ++i) text += "s" + std::to_string(i) + " r " + std::to_string(i) + " A C 0 1 0\n";
     run.params.g_file = files().write_compressed("gen.gz", text);
     said([this] { read_genotypes(run, context, 2); });
-    EXPECT_EQ(100U, run.snps.size());
+    EXPECT_EQ(100U, run.sites.store.size());
     const std::string bytes = files().read("gen.gz");
     run.params.g_file = write("cut.gz", bytes.substr(0, bytes.size() - 12));
     EXPECT_THROW(read_genotypes(run, context, 2), run_end);
@@ -309,12 +309,12 @@ TEST_F(genotype_file, panel1_joins_a_site_of_the_study) {
     EXPECT_EQ("snp150", site.snp_id);
     EXPECT_EQ("C", site.labels[1].a0);
     EXPECT_DOUBLE_EQ(0.25, site.labels[1].freq);
-    EXPECT_EQ("01", text_of(site.gtypes[0]));
+    EXPECT_EQ("01", text_of(site.gtypes[1]));
     EXPECT_EQ("2222", text_of(site.haps[1]));
     EXPECT_EQ(2, site.type);
     EXPECT_EQ(2, site.top_panel);
-    EXPECT_EQ(2, run.n_ind[1]);
-    EXPECT_EQ(4, run.n_hap[1]);
+    EXPECT_EQ(2, run.panels[1].n_ind);
+    EXPECT_EQ(4, run.panels[1].n_hap);
 }
 
 TEST_F(genotype_file, panel1_alone_makes_new_sites) {
@@ -335,7 +335,7 @@ TEST_F(genotype_file, panel1_beside_panel0_waits_as_type_3) {
 
 TEST_F(genotype_file, panel1_keeps_two_snps_at_a_position) {
     read("s1 r 150 C A 1 0 0\ns2 r 150 C G 1 0 0\n", 1);
-    EXPECT_EQ(2U, run.snps.count(150));
+    EXPECT_EQ(2U, run.sites.store.count(150));
     EXPECT_EQ("", warnings());
 }
 
@@ -363,7 +363,7 @@ TEST_F(genotype_file, panel1_strand_is_applied_before_the_match) {
 
 TEST_F(genotype_file, panel1_snp_without_data_is_dropped) {
     read("s r 150 C A 0 0 0\n", 1);
-    EXPECT_TRUE(run.snps.empty());
+    EXPECT_TRUE(run.sites.store.empty());
     EXPECT_EQ(
         "WARNING: SNP r at position 150 is missing all of its Panel 1 genotypes and will be treated as if it had not "
         "been "
@@ -385,38 +385,38 @@ TEST_F(genotype_file, panel1_snp_without_data_is_a_hole_to_fill) {
 TEST_F(genotype_file, panel1_without_panel0_has_no_holes) {
     run.params.fill_holes = true;
     read("s r 150 C A 0 0 0\n", 1);
-    EXPECT_TRUE(run.snps.empty());
+    EXPECT_TRUE(run.sites.store.empty());
 }
 
 TEST_F(genotype_file, panel1_excludes_by_its_own_list_and_by_that_of_the_study) {
     context.exclude_snps[1] = {"s1"};
     context.exclude_snps[2] = {"s2"};
     read("s1 r 150 C A 1 0 0\ns2 r 160 C A 1 0 0\n", 1);
-    EXPECT_TRUE(run.snps.empty());
+    EXPECT_TRUE(run.sites.store.empty());
     run.params.impute_excluded = true;
     read("s1 r 150 C A 1 0 0\ns2 r 160 C A 1 0 0\n", 1);
     EXPECT_EQ("s2", site_at(160).snp_id);
 }
 
 TEST_F(genotype_file, panel1_does_not_ask_for_a_haploid_study) {
-    run.params.haploid_g = true;
+    run.params.haploid_g = run.panels[2].all_haploid = true;
     read("s r 150 C A 0 1 0\n", 1);
-    EXPECT_EQ("1", text_of(site_at(150).gtypes[0]));
-    EXPECT_EQ(2, run.n_hap[1]);
+    EXPECT_EQ("1", text_of(site_at(150).gtypes[1]));
+    EXPECT_EQ(2, run.panels[1].n_hap);
 }
 
 TEST_F(genotype_file, panel1_has_its_own_probabilities) {
     run.params.prob_g_ref = true;
     const listed_draws draws({0.5});
     read("s r 150 C A 0.5 0.5 0\n", 1);
-    EXPECT_EQ((std::vector<float>{0.5F, 0.5F, 0}), site_at(150).gtype_probs[0]);
-    EXPECT_TRUE(site_at(150).gtypes[0].empty());
+    EXPECT_EQ((std::vector<float>{0.5F, 0.5F, 0}), site_at(150).gtype_probs[1]);
+    EXPECT_TRUE(site_at(150).gtypes[1].empty());
 }
 
 TEST_F(genotype_file, panel1_keeps_no_triples_for_the_studys_sake) {
     run.params.store_input_probs = {true, true};
     read("s r 150 C A 0 1 0\n", 1);
-    EXPECT_TRUE(site_at(150).gtype_probs[0].empty());
+    EXPECT_TRUE(site_at(150).gtype_probs[1].empty());
 }
 
 }  // namespace

@@ -38,12 +38,12 @@ class haplotype_pair : public reader_fixture {
 };
 
 TEST_F(haplotype_pair, lines_in_the_region_become_sites) {
-    run.map_phys_pos = {0, 1000};
-    run.map_gen_pos = {0.0, 1000.0};
+    run.map.positions = {0, 1000};
+    run.map.scaled = {0.0, 1000.0};
     const std::string text =
         read("0 0 0 0\n0 1 1 ?\n1 1 0 1\nnot read\n", "r0 99 A C\nr1 100 A C\nr2 200 G T\nr3 201 A C\n");
     EXPECT_EQ(stage() + " --detected 4 haplotypes\n" + read_line(2), text);
-    ASSERT_EQ(2U, run.snps.size());
+    ASSERT_EQ(2U, run.sites.store.size());
     const snp& site = site_at(100);
     EXPECT_EQ("---", site.snp_id);
     EXPECT_EQ("r1", site.rs_id);
@@ -57,8 +57,8 @@ TEST_F(haplotype_pair, lines_in_the_region_become_sites) {
     EXPECT_EQ(0, site.type);
     EXPECT_EQ(0, site.top_panel);
     EXPECT_EQ("1101", text_of(site_at(200).haps[0]));
-    EXPECT_EQ(4, run.n_hap[0]);
-    EXPECT_EQ(0, run.n_ind[0]);
+    EXPECT_EQ(4, run.panels[0].n_hap);
+    EXPECT_EQ(0, run.panels[0].n_ind);
     EXPECT_EQ("", notes());
 }
 
@@ -75,7 +75,7 @@ TEST_F(haplotype_pair, sample_exclusions_and_absent_haplotypes_add_up) {
     EXPECT_EQ(stage() + " --detected 4 haplotypes\n --excluded 2 haplotypes, leaving 2 for analysis\n" + read_line(1),
               read("0 1 - 1\n", "r1 110 A C\n"));
     EXPECT_EQ("11", text_of(site_at(110).haps[0]));
-    EXPECT_EQ(2, run.n_hap[0]);
+    EXPECT_EQ(2, run.panels[0].n_hap);
 }
 
 TEST_F(haplotype_pair, columns_must_be_those_of_the_sample_file) {
@@ -102,14 +102,14 @@ TEST_F(haplotype_pair, excluded_lines_consume_their_haplotypes) {
 TEST_F(haplotype_pair, legend_lines_answer_to_the_id_of_dashes) {
     context.exclude_snps[0] = {"---"};
     read("0 1\n", "r1 110 A C\n");
-    EXPECT_TRUE(run.snps.empty());
+    EXPECT_TRUE(run.sites.store.empty());
 }
 
 TEST_F(haplotype_pair, study_list_is_ignored_if_excluded_snps_are_to_be_imputed) {
     context.exclude_snps[2] = {"r1"};
     run.params.impute_excluded = true;
     read("0 1\n", "r1 110 A C\n");
-    EXPECT_EQ(1U, run.snps.size());
+    EXPECT_EQ(1U, run.sites.store.size());
 }
 
 TEST_F(haplotype_pair, one_label_consumes_its_haplotypes) {
@@ -180,11 +180,11 @@ TEST_F(haplotype_pair, match_beside_panel1_depends_on_its_labels) {
 }
 
 TEST_F(haplotype_pair, unmatched_sites_need_their_type_put_out) {
-    run.output_types[0] = false;
+    run.plan.output_types[0] = false;
     EXPECT_EQ(
         stage() + " --detected 2 haplotypes\n" + read_line(1) + " --excluded 1 SNPs, leaving 0 SNPs for analysis\n",
         read("0 1\n", "r 110 A C\n"));
-    EXPECT_TRUE(run.snps.empty());
+    EXPECT_TRUE(run.sites.store.empty());
     EXPECT_EQ("", warnings());
 }
 
@@ -220,7 +220,7 @@ TEST_F(haplotype_pair, matched_site_without_alleles_is_a_hole_to_fill) {
 
 TEST_F(haplotype_pair, type_0_sites_can_take_part_in_panel1) {
     run.params.use_panel1_for_type0_imputation = true;
-    run.n_hap[1] = 3;
+    run.panels[1].n_hap = 3;
     read("0 1\n", "r1 110 A C\n");
     const snp& site = site_at(110);
     EXPECT_EQ(0, site.type);
@@ -234,7 +234,7 @@ TEST_F(haplotype_pair, type_0_sites_can_take_part_in_panel1) {
 
 TEST_F(haplotype_pair, type_0_sites_can_take_part_in_the_study_of_stage_one) {
     run.params.use_panel1_for_type0_imputation = run.params.stage_one = true;
-    run.n_hap[2] = 4;
+    run.panels[2].n_hap = 4;
     read("0 1\n", "r1 110 A C\n");
     const snp& site = site_at(110);
     EXPECT_EQ(0, site.top_panel);
@@ -367,10 +367,10 @@ TEST_F(haplotype_pair, empty_haplotype_file_has_no_haplotypes) {
 // --- Panel 1 ---------------------------------------------------------------------------------------------------------
 
 TEST_F(haplotype_pair, panel1_counts_haplotypes_and_no_individuals) {
-    run.n_ind[1] = 7;
+    run.panels[1].n_ind = 7;
     EXPECT_EQ(stage(1) + " --detected 3 haplotypes\n" + read_line(1), read("0 1 1\n", "r1 110 A C\n", 1));
-    EXPECT_EQ(3, run.n_hap[1]);
-    EXPECT_EQ(0, run.n_ind[1]);
+    EXPECT_EQ(3, run.panels[1].n_hap);
+    EXPECT_EQ(0, run.panels[1].n_ind);
     const snp& site = site_at(110);
     EXPECT_EQ("---", site.snp_id);
     EXPECT_EQ("011", text_of(site.haps[1]));
@@ -398,17 +398,17 @@ TEST_F(haplotype_pair, panel1_reads_a_question_mark_as_zero_with_a_note) {
 }
 
 TEST_F(haplotype_pair, panel1_needs_type_1_put_out_for_new_sites) {
-    run.output_types[1] = false;
+    run.plan.output_types[1] = false;
     label(add_site(110), 2, "A", "C");
     read("0 1\n0 1\n", "r1 110 A C\nr2 120 A C\n", 1);
-    EXPECT_EQ(1U, run.snps.size());
+    EXPECT_EQ(1U, run.sites.store.size());
     EXPECT_EQ("A", site_at(110).labels[1].a0);
 }
 
 TEST_F(haplotype_pair, panel1_has_its_own_list_and_words) {
     context.exclude_snps[1] = {"r1"};
     read("0 1\n0 1\n", "r1 110 A C\nr2 120 G G\n", 1);
-    EXPECT_TRUE(run.snps.empty());
+    EXPECT_TRUE(run.sites.store.empty());
     EXPECT_EQ(
         "WARNING: The SNP at position 120 in the Panel 1 -l file has only one unique allele (G); all reference SNPs "
         "must "
@@ -419,7 +419,7 @@ TEST_F(haplotype_pair, panel1_has_its_own_list_and_words) {
 TEST_F(haplotype_pair, panel1_is_never_filtered) {
     run.params.filt_rules_l = {"maf<0.05"};
     read("0 1\n", "r1 110 A C\n", 1);
-    EXPECT_EQ(1U, run.snps.size());
+    EXPECT_EQ(1U, run.sites.store.size());
 }
 
 TEST_F(haplotype_pair, compressed_pair_is_read_and_a_damaged_one_refused) {
@@ -431,11 +431,11 @@ TEST_F(haplotype_pair, compressed_pair_is_read_and_a_damaged_one_refused) {
     run.params.h_files = {files().write_compressed("hap.gz", haplotypes)};
     run.params.l_files = {files().write_compressed("leg.gz", legend)};
     said([this] { read_haplotypes(run, context, 0); });
-    EXPECT_EQ(100U, run.snps.size());
+    EXPECT_EQ(100U, run.sites.store.size());
     for (const char* name : {"hap.gz", "leg.gz"}) {
         const std::string bytes = files().read(name);
         write(name, bytes.substr(0, bytes.size() - 9));
-        run.snps.clear();
+        run.sites.store.clear();
         EXPECT_THROW(read_haplotypes(run, context, 0), run_end);
         capture.open(run.log);
         write(name, bytes);

@@ -4,6 +4,7 @@
 
 #include "input/reader_fixture.h"
 #include "input/readers.h"
+#include "support/run_builder.h"
 
 namespace {
 
@@ -19,8 +20,8 @@ class hierarchy : public reader_fixture {
             site.labels[p].freq = 0.25;
             site.haps[p] = alleles("0110");
             if (p == 0) continue;
-            site.gtypes[p - 1] = genotypes("11");
-            site.gtype_probs[p - 1] = {0, 1, 0, 0, 1, 0};
+            site.gtypes[p] = genotypes("11");
+            site.gtype_probs[p] = {0, 1, 0, 0, 1, 0};
         }
         if (panels.find('2') != std::string::npos) {
             site.known_phase_flags = site.known_haps_flags = flags("11");
@@ -36,8 +37,8 @@ class hierarchy : public reader_fixture {
     void give_two_references() {
         give_panel0();
         give_panel1_genotypes();
-        run.n_hap = {4, 4, 4};
-        run.n_ind = {0, 2, 2};
+        set_haplotypes(run.panels, {4, 4, 4});
+        set_individuals(run.panels, {0, 2, 2});
     }
     // The panels that still hold a site, as in add.
     static std::string panels_of(const snp& site) {
@@ -72,7 +73,7 @@ TEST_F(hierarchy, stage_two_drops_sites_of_the_study_alone) {
     add(150, 3, "2");
     add(160, 2, "02");
     EXPECT_EQ(report(" --removed 1 type 3 SNPs to avoid conflicts with Stage 1 imputation output\n"), close());
-    EXPECT_EQ(1U, run.snps.size());
+    EXPECT_EQ(1U, run.sites.store.size());
 }
 
 TEST_F(hierarchy, study_site_beside_one_reference_stays_if_type_3_is_put_out) {
@@ -84,17 +85,17 @@ TEST_F(hierarchy, study_site_beside_one_reference_stays_if_type_3_is_put_out) {
 
 TEST_F(hierarchy, study_site_beside_one_reference_leaves_in_silence_otherwise) {
     give_panel0();
-    run.output_types[3] = false;
+    run.plan.output_types[3] = false;
     add(150, 3, "2");
     EXPECT_EQ(report(none), close());
-    EXPECT_TRUE(run.snps.empty());
+    EXPECT_TRUE(run.sites.store.empty());
 }
 
 TEST_F(hierarchy, site_of_panel1_alone_is_removed) {
     give_two_references();
     add(150, 3, "1");
     EXPECT_EQ(report(" --removed 1 SNPs with genotypes in Panel 1 but not Panel 0 or Panel 2\n"), close());
-    EXPECT_TRUE(run.snps.empty());
+    EXPECT_TRUE(run.sites.store.empty());
 }
 
 TEST_F(hierarchy, study_site_that_lacks_panel0_loses_panel1) {
@@ -107,18 +108,18 @@ TEST_F(hierarchy, study_site_that_lacks_panel0_loses_panel1) {
     EXPECT_EQ("*", site.labels[1].strand);
     EXPECT_EQ(-1.0, site.labels[1].freq);
     EXPECT_TRUE(site.haps[1].empty());
-    EXPECT_TRUE(site.gtypes[0].empty());
-    EXPECT_TRUE(site.gtype_probs[0].empty());
-    EXPECT_EQ("11", text_of(site.gtypes[1]));
+    EXPECT_TRUE(site.gtypes[1].empty());
+    EXPECT_TRUE(site.gtype_probs[1].empty());
+    EXPECT_EQ("11", text_of(site.gtypes[2]));
     EXPECT_EQ(3, site.type);
 }
 
 TEST_F(hierarchy, study_site_that_lacks_panel0_leaves_if_type_3_is_not_put_out) {
     give_two_references();
-    run.output_types[3] = false;
+    run.plan.output_types[3] = false;
     add(150, 3, "12");
     EXPECT_EQ(report(to_type3), close());
-    EXPECT_TRUE(run.snps.empty());
+    EXPECT_TRUE(run.sites.store.empty());
 }
 
 TEST_F(hierarchy, study_site_that_lacks_panel1_loses_panel0) {
@@ -142,8 +143,8 @@ TEST_F(hierarchy, study_site_that_lacks_panel1_is_imputed_under_pgs) {
     EXPECT_EQ("*", site.labels[2].strand);
     EXPECT_EQ(-1.0, site.labels[2].freq);
     EXPECT_TRUE(site.haps[2].empty());
-    EXPECT_TRUE(site.gtypes[1].empty());
-    EXPECT_TRUE(site.gtype_probs[1].empty());
+    EXPECT_TRUE(site.gtypes[2].empty());
+    EXPECT_TRUE(site.gtype_probs[2].empty());
     EXPECT_TRUE(site.known_phase_flags.empty());
     EXPECT_TRUE(site.known_haps_flags.empty());
     EXPECT_EQ("0110", text_of(site.haps[0]));
@@ -161,7 +162,7 @@ TEST_F(hierarchy, imputed_study_site_keeps_panel1_on_top_if_that_imputes_type_0)
 TEST_F(hierarchy, pgs_without_type_0_reduces_to_type_3) {
     give_two_references();
     run.params.pgs = true;
-    run.output_types[0] = false;
+    run.plan.output_types[0] = false;
     add(150, 3, "02");
     EXPECT_EQ(report(to_type3), close());
 }
@@ -190,7 +191,7 @@ TEST_F(hierarchy, whole_sites_stay) {
     add(160, 0, "0");
     add(170, 1, "01");
     EXPECT_EQ(report(none), close());
-    EXPECT_EQ(3U, run.snps.size());
+    EXPECT_EQ(3U, run.sites.store.size());
 }
 
 TEST_F(hierarchy, triples_are_freed_by_type) {
@@ -199,8 +200,8 @@ TEST_F(hierarchy, triples_are_freed_by_type) {
     add(150, 2, "02");
     add(160, 3, "2");
     close();
-    EXPECT_FALSE(site_at(150).gtype_probs[1].empty());
-    EXPECT_TRUE(site_at(160).gtype_probs[1].empty());
+    EXPECT_FALSE(site_at(150).gtype_probs[2].empty());
+    EXPECT_TRUE(site_at(160).gtype_probs[2].empty());
 }
 
 class inclusion_list : public hierarchy {
@@ -224,21 +225,21 @@ TEST_F(inclusion_list, keeps_reference_sites_by_any_name) {
             "\n-applying SNP inclusion list\n --removed 2 reference-panel-only SNPs (type 0 or type 1) that were not "
             "on the inclusion list\n",
         close());
-    EXPECT_EQ(3U, run.snps.size());
+    EXPECT_EQ(3U, run.sites.store.size());
 }
 
 TEST_F(inclusion_list, never_removes_sites_of_the_study) {
     add(150, 2, "02");
     add(160, 3, "2");
     EXPECT_EQ(reading() + report(none) + "\n-applying SNP inclusion list\n", close());
-    EXPECT_EQ(2U, run.snps.size());
+    EXPECT_EQ(2U, run.sites.store.size());
 }
 
 TEST_F(inclusion_list, does_not_look_at_types_that_are_not_put_out) {
-    run.output_types[0] = false;
+    run.plan.output_types[0] = false;
     add(150, 0, "0");
     close();
-    EXPECT_EQ(1U, run.snps.size());
+    EXPECT_EQ(1U, run.sites.store.size());
 }
 
 TEST_F(inclusion_list, is_read_before_the_pass_and_must_exist) {

@@ -11,15 +11,15 @@ class initial_haplotypes_file : public reader_fixture {
   protected:
     // A study with one site at each position, A and C, everybody with the genotypes.
     void give_study(const std::string& codes, std::initializer_list<long> positions = {150}) {
-        run.n_ind[2] = static_cast<int>(codes.size());
-        run.n_hap[2] = 2 * run.n_ind[2];
-        if (run.chrx_haploid) run.n_hap[2] = 2 * run.n_females[1] + run.n_males[1];
-        if (run.params.haploid_g) run.n_hap[2] = run.n_ind[2];
+        run.panels[2].n_ind = static_cast<int>(codes.size());
+        run.panels[2].n_hap = 2 * run.panels[2].n_ind;
+        if (run.plan.chrx_haploid) run.panels[2].n_hap = 2 * run.panels[2].n_females + run.panels[2].n_males;
+        if (run.params.haploid_g) run.panels[2].n_hap = run.panels[2].n_ind;
         for (const long position : positions) {
             snp& site = add_site(position);
             label(site, 2, "A", "C");
-            site.gtypes[1] = genotypes(codes);
-            site.haps[2].assign(static_cast<std::size_t>(run.n_hap[2]), 2);
+            site.gtypes[2] = genotypes(codes);
+            site.haps[2].assign(static_cast<std::size_t>(run.panels[2].n_hap), 2);
         }
     }
     std::string read(const std::string& text) {
@@ -115,7 +115,7 @@ TEST_F(initial_haplotypes_file, missing_genotype_takes_any) {
 
 TEST_F(initial_haplotypes_file, probabilities_are_not_compared) {
     give_study("0");
-    site_at(150).gtypes[1].clear();
+    site_at(150).gtypes[2].clear();
     run.params.prob_g = true;
     read("s r 150 A C 0 1\n");
     EXPECT_EQ("01", haps());
@@ -146,7 +146,7 @@ TEST_F(initial_haplotypes_file, excluded_columns_are_passed_over) {
 }
 
 TEST_F(initial_haplotypes_file, haploid_study_has_one_field_each) {
-    run.params.haploid_g = true;
+    run.params.haploid_g = run.panels[2].all_haploid = true;
     give_study("022");
     read("s r 150 A C 0 1 0\n");
     EXPECT_EQ("012", haps());  // the third one differs from its genotype

@@ -14,15 +14,15 @@ class known_haplotypes : public reader_fixture {
     // A study read from -g, with one site at each position, A and C, everybody with the genotypes.
     void give_study(const std::string& codes, std::initializer_list<long> positions = {150}) {
         run.params.g_file = "study.gen";
-        run.n_ind[2] = static_cast<int>(codes.size());
-        run.n_hap[2] = 2 * run.n_ind[2];
-        if (run.chrx_haploid) run.n_hap[2] = 2 * run.n_females[1] + run.n_males[1];
-        if (run.params.haploid_g) run.n_hap[2] = run.n_ind[2];
+        run.panels[2].n_ind = static_cast<int>(codes.size());
+        run.panels[2].n_hap = 2 * run.panels[2].n_ind;
+        if (run.plan.chrx_haploid) run.panels[2].n_hap = 2 * run.panels[2].n_females + run.panels[2].n_males;
+        if (run.params.haploid_g) run.panels[2].n_hap = run.panels[2].n_ind;
         for (const long position : positions) {
             snp& site = add_site(position);
             label(site, 2, "A", "C");
-            site.gtypes[1] = genotypes(codes);
-            site.haps[2].assign(static_cast<std::size_t>(run.n_hap[2]), 2);
+            site.gtypes[2] = genotypes(codes);
+            site.haps[2].assign(static_cast<std::size_t>(run.panels[2].n_hap), 2);
         }
     }
     // Starting alleles of everybody.
@@ -52,7 +52,7 @@ class known_haplotypes : public reader_fixture {
     // "haplotypes genotypes phase-flags haps-flags" of a site.
     std::string content(long position = 150) {
         const snp& site = site_at(position);
-        return text_of(site.haps[2]) + " " + text_of(site.gtypes[1]) + " " + text_of(site.known_phase_flags) + " " +
+        return text_of(site.haps[2]) + " " + text_of(site.gtypes[2]) + " " + text_of(site.known_phase_flags) + " " +
                text_of(site.known_haps_flags);
     }
 };
@@ -86,33 +86,33 @@ TEST_F(known_haplotypes, crossed_labels_store_the_coding_of_the_site) {
 TEST_F(known_haplotypes, triples_of_the_study_stay_in_a_run_of_hard_calls) {
     give_study("3");
     run.params.store_input_probs = {true, false};
-    site_at(150).gtype_probs[1] = {0.5F, 0.25F, 0.25F};
+    site_at(150).gtype_probs[2] = {0.5F, 0.25F, 0.25F};
     read("s r 150 A C 0 1\n");
-    EXPECT_EQ((std::vector<float>{0.5F, 0.25F, 0.25F}), site_at(150).gtype_probs[1]);
+    EXPECT_EQ((std::vector<float>{0.5F, 0.25F, 0.25F}), site_at(150).gtype_probs[2]);
 }
 
 TEST_F(known_haplotypes, probabilities_become_one_hot_where_known) {
     give_study("333");
     run.params.prob_g = true;
     run.params.prob_g_thresh = 0.8;
-    site_at(150).gtypes[1].clear();
-    site_at(150).gtype_probs[1] = {1, 0, 0, 0, 0.5F, 3.5F, 0.5F, 0.25F, 0.25F};
+    site_at(150).gtypes[2].clear();
+    site_at(150).gtype_probs[2] = {1, 0, 0, 0, 0.5F, 3.5F, 0.5F, 0.25F, 0.25F};
     read("s r 150 A C 0 1 ? ? ? ?\n");
-    EXPECT_EQ((std::vector<float>{0, 1, 0, 0, 0.125F, 0.875F, 0.5F, 0.25F, 0.25F}), site_at(150).gtype_probs[1]);
+    EXPECT_EQ((std::vector<float>{0, 1, 0, 0, 0.125F, 0.875F, 0.5F, 0.25F, 0.25F}), site_at(150).gtype_probs[2]);
     EXPECT_DOUBLE_EQ((1 + 1.875) / 4.0, site_at(150).labels[2].freq);
     EXPECT_EQ("012222", text_of(site_at(150).haps[2]));
 }
 
 TEST_F(known_haplotypes, probabilities_are_normalised_unless_that_is_off) {
     for (const bool normalised : {true, false}) {
-        run.snps.clear();
+        run.sites.store.clear();
         give_study("3");
         run.params.prob_g = true;
         run.params.prob_g_norm = normalised;
-        site_at(150).gtype_probs[1] = {0, 0, 2};
+        site_at(150).gtype_probs[2] = {0, 0, 2};
         const listed_draws draws({0.5});
         read("s r 150 A C ? ?\n");
-        EXPECT_EQ(normalised ? 1.0F : 2.0F, site_at(150).gtype_probs[1][2]);
+        EXPECT_EQ(normalised ? 1.0F : 2.0F, site_at(150).gtype_probs[2][2]);
         EXPECT_EQ(1U, draws.n_taken());  // one for the frequency
     }
 }
@@ -149,7 +149,7 @@ TEST_F(known_haplotypes, second_site_at_the_position_is_not_expected) {
 TEST_F(known_haplotypes, site_with_other_labels_stands_beside_it_without_a_reference) {
     give_study("0");
     EXPECT_EQ(report("", 1, added(1)), read("s r 150 A G 0 1\n"));
-    EXPECT_EQ(2U, run.snps.count(150));
+    EXPECT_EQ(2U, run.sites.store.count(150));
     EXPECT_EQ(
         "WARNING: The -known_haps_g alleles AG do not match the -g alleles for the variant(s) at position 150; the "
         "-known_haps_g data will be treated as a separate variant.\n",
@@ -159,8 +159,8 @@ TEST_F(known_haplotypes, site_with_other_labels_stands_beside_it_without_a_refer
 // --- sites of their own ----------------------------------------------------------------------------------------------
 
 TEST_F(known_haplotypes, new_site_is_added) {
-    run.map_phys_pos = {0, 1000};
-    run.map_gen_pos = {0.0, 1000.0};
+    run.map.positions = {0, 1000};
+    run.map.scaled = {0.0, 1000.0};
     give_study("00", {});
     EXPECT_EQ(report("", 2, added(2)),
               read("s r 99 A C x y z w\ns r 100 A C 0 1 ? ?\ns r 200 C A 1 1 1* 0*\ns r 201 A C x\n"));
@@ -171,22 +171,22 @@ TEST_F(known_haplotypes, new_site_is_added) {
     EXPECT_EQ("C", site_at(200).labels[2].a0);
     EXPECT_EQ("*", site_at(200).labels[2].strand);
     EXPECT_EQ(3, site_at(200).top_panel);
-    EXPECT_TRUE(site_at(200).gtype_probs[1].empty());
+    EXPECT_TRUE(site_at(200).gtype_probs[2].empty());
 }
 
 TEST_F(known_haplotypes, new_site_gets_triples_in_a_run_that_keeps_them) {
     give_study("00", {});
     run.params.store_input_probs = {false, true};
     read("s r 150 A C 0 1 ? ?\n");
-    EXPECT_EQ((std::vector<float>{0, 1, 0, 0.33333334F, 0.33333334F, 0.33333334F}), site_at(150).gtype_probs[1]);
+    EXPECT_EQ((std::vector<float>{0, 1, 0, 0.33333334F, 0.33333334F, 0.33333334F}), site_at(150).gtype_probs[2]);
 }
 
 TEST_F(known_haplotypes, missing_haploid_carrier_gets_the_uniform_pair) {
-    run.params.haploid_g = true;
+    run.params.haploid_g = run.panels[2].all_haploid = true;
     give_study("00", {});
     run.params.store_input_probs = {false, true};
     read("s r 150 A C 1 ?\n");
-    EXPECT_EQ((std::vector<float>{0, 0, 1, 0.5F, 0, 0.5F}), site_at(150).gtype_probs[1]);
+    EXPECT_EQ((std::vector<float>{0, 0, 1, 0.5F, 0, 0.5F}), site_at(150).gtype_probs[2]);
     EXPECT_EQ("12 23 10 11", content());
 }
 
@@ -230,15 +230,15 @@ TEST_F(known_haplotypes, define_the_study_without_genotypes) {
     context.exclude_flags = flags("010");
     EXPECT_EQ(report(" --detected 3 individuals\n --excluded 1 individuals, leaving 2 for analysis\n", 1, added(1)),
               read("s r 150 A C 0 1 x y 1 1\n"));
-    EXPECT_EQ(2, run.n_ind[2]);
-    EXPECT_EQ(4, run.n_hap[2]);
+    EXPECT_EQ(2, run.panels[2].n_ind);
+    EXPECT_EQ(4, run.panels[2].n_hap);
     EXPECT_EQ("0111 12 11 11", content());
 }
 
 TEST_F(known_haplotypes, define_a_haploid_study) {
-    run.params.haploid_g = true;
+    run.params.haploid_g = run.panels[2].all_haploid = true;
     EXPECT_EQ(report(" --detected 3 individuals\n", 1, added(1)), read("s r 150 A C 0 1* ?\n"));
-    EXPECT_EQ(3, run.n_hap[2]);
+    EXPECT_EQ(3, run.panels[2].n_hap);
     EXPECT_EQ("012 023 110 111", content());
     EXPECT_DOUBLE_EQ(0.5, site_at(150).labels[2].freq);
     EXPECT_EQ(
@@ -251,11 +251,11 @@ TEST_F(known_haplotypes, define_a_haploid_study) {
 TEST_F(known_haplotypes, define_a_study_of_both_sexes) {
     write("sample", "ID_1 ID_2 sex\n0 0 D\na a 1\nb b 2\nc c 1\n");
     run.params.sample_known_haps_g_file = files().name("sample");
-    run.chrx_haploid = true;
+    run.plan.chrx_haploid = run.panels[1].sexes_differ = run.panels[2].sexes_differ = true;
     const std::string text = read("s r 150 A C 1 - 0 1 0* x\n");
     EXPECT_NE(std::string::npos, text.find(" --read 3 sample IDs (1 females, 2 males)\n"));
     EXPECT_NE(std::string::npos, text.find(" --detected 3 individuals\n"));
-    EXPECT_EQ(4, run.n_hap[2]);
+    EXPECT_EQ(4, run.panels[2].n_hap);
     EXPECT_EQ("1010 210 111 111", content());
     EXPECT_DOUBLE_EQ(0.5, site_at(150).labels[2].freq);
     EXPECT_TRUE(files().has("out_samples"));
@@ -273,8 +273,8 @@ TEST_F(known_haplotypes, columns_are_those_of_the_genotypes_less_the_excluded) {
 TEST_F(known_haplotypes, people_are_tied_by_either_id) {
     give_study("0000");
     run.params.sample_g_file = "given";
-    run.sample_ids_g = {std::vector<std::string>{"a1", "b1", "c1", "d1"},
-                        std::vector<std::string>{"a2", "b2", "c2", "d2"}};
+    run.panels[2].sample_ids = {std::vector<std::string>{"a1", "b1", "c1", "d1"},
+                                std::vector<std::string>{"a2", "b2", "c2", "d2"}};
     run.exclude_samples_g = {"d1"};
     run.params.sample_known_haps_g_file =
         write("sample", "ID_1 ID_2 missing\n0 0 0\nx c2 0\nnobody nobody 0\na1 y 0\nd1 d2 0\n");
@@ -289,26 +289,26 @@ TEST_F(known_haplotypes, people_are_tied_by_either_id) {
 }
 
 TEST_F(known_haplotypes, first_person_who_shares_an_id_is_taken) {
-    run.sample_ids_g = {std::vector<std::string>{"a", "b", "c"}, std::vector<std::string>{"p", "q", "r"}};
+    run.panels[2].sample_ids = {std::vector<std::string>{"a", "b", "c"}, std::vector<std::string>{"p", "q", "r"}};
     run.sample_ids_known_haps = {std::vector<std::string>{"c", "c", "q", "z"},
                                  std::vector<std::string>{"q", "r", "z", "z"}};
     std::vector<int> map;
-    run.map_known_haps_to_gtypes(map);
+    map_known_haps_to_gtypes(run, map);
     EXPECT_EQ((std::vector<int>{1, 2, -1, -1}), map);
 }
 
 TEST_F(known_haplotypes, nobody_gives_no_map) {
-    run.sample_ids_g = {std::vector<std::string>{"a"}, std::vector<std::string>{"p"}};
+    run.panels[2].sample_ids = {std::vector<std::string>{"a"}, std::vector<std::string>{"p"}};
     std::vector<int> map;
-    run.map_known_haps_to_gtypes(map);
+    map_known_haps_to_gtypes(run, map);
     EXPECT_TRUE(map.empty());
 }
 
 TEST_F(known_haplotypes, first_of_equal_ids_is_taken) {
-    run.sample_ids_g = {std::vector<std::string>{"a", "a"}, std::vector<std::string>{"p", "p"}};
+    run.panels[2].sample_ids = {std::vector<std::string>{"a", "a"}, std::vector<std::string>{"p", "p"}};
     run.sample_ids_known_haps = {std::vector<std::string>{"a"}, std::vector<std::string>{"x"}};
     std::vector<int> map;
-    run.map_known_haps_to_gtypes(map);
+    map_known_haps_to_gtypes(run, map);
     EXPECT_EQ((std::vector<int>{0}), map);
 }
 
@@ -335,7 +335,7 @@ TEST_F(known_haplotypes, other_alleles_are_refused) {
 }
 
 TEST_F(known_haplotypes, other_allele_of_a_haploid_study_is_refused) {
-    run.params.haploid_g = true;
+    run.params.haploid_g = run.panels[2].all_haploid = true;
     give_study("0");
     expect_refused("s r 150 A C 3\n", "ERROR: Individual 1 (1-indexed) has invalid alleles '3.' at position 150.");
 }

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "input/legend_filters.h"
 #include "input/reader_fixture.h"
 
 namespace {
@@ -13,7 +14,7 @@ class legend_filter : public reader_fixture {
     void parse(const texts& rules, const texts& columns = {"maf", "type"}) {
         run.legend_cols = columns;
         run.params.filt_rules_l = rules;
-        run.parse_legend_filters();
+        parse_legend_filters(run);
     }
     void expect_refused(const texts& rules, const std::string& message) {
         expect_fatal(message, [&] { parse(rules); });
@@ -27,7 +28,7 @@ class legend_filter : public reader_fixture {
         run.filt_str_values.clear();
         run.filt_is_numeric.clear();
         parse({"maf" + op + limit});
-        return run.filter_legend_snp_by_num({value, "snp"}, 150);
+        return filter_legend_snp_by_num(run, {value, "snp"}, 150);
     }
 };
 
@@ -75,23 +76,23 @@ TEST_F(legend_filter, number_at_the_start_of_a_token_is_enough) {
 
 TEST_F(legend_filter, texts_are_compared_whole) {
     parse({"type==snp", "maf!=x"});
-    EXPECT_TRUE(run.filter_legend_snp_by_str({"x", "snp"}));
-    EXPECT_FALSE(run.filter_legend_snp_by_str({"x", "SNP"}));
-    EXPECT_FALSE(run.filter_legend_snp_by_str({"x", "snps"}));
-    EXPECT_TRUE(run.filter_legend_snp_by_str({"y", "indel"}));
+    EXPECT_TRUE(filter_legend_snp_by_str(run, {"x", "snp"}));
+    EXPECT_FALSE(filter_legend_snp_by_str(run, {"x", "SNP"}));
+    EXPECT_FALSE(filter_legend_snp_by_str(run, {"x", "snps"}));
+    EXPECT_TRUE(filter_legend_snp_by_str(run, {"y", "indel"}));
 }
 
 TEST_F(legend_filter, several_rules_are_a_logical_or) {
     parse({"maf<0.1", "maf>0.9"});
-    EXPECT_TRUE(run.filter_legend_snp_by_num({"0.05", "snp"}, 150));
-    EXPECT_TRUE(run.filter_legend_snp_by_num({"0.95", "snp"}, 150));
-    EXPECT_FALSE(run.filter_legend_snp_by_num({"0.5", "snp"}, 150));
+    EXPECT_TRUE(filter_legend_snp_by_num(run, {"0.05", "snp"}, 150));
+    EXPECT_TRUE(filter_legend_snp_by_num(run, {"0.95", "snp"}, 150));
+    EXPECT_FALSE(filter_legend_snp_by_num(run, {"0.5", "snp"}, 150));
 }
 
 TEST_F(legend_filter, kinds_of_rules_pass_over_each_other) {
     parse({"type==snp", "maf>0.5"});
-    EXPECT_FALSE(run.filter_legend_snp_by_num({"0.1", "snp"}, 150));
-    EXPECT_FALSE(run.filter_legend_snp_by_str({"0.9", "indel"}));
+    EXPECT_FALSE(filter_legend_snp_by_num(run, {"0.1", "snp"}, 150));
+    EXPECT_FALSE(filter_legend_snp_by_str(run, {"0.9", "indel"}));
 }
 
 TEST_F(legend_filter, token_that_is_no_number_ends_the_run) {
@@ -100,13 +101,13 @@ TEST_F(legend_filter, token_that_is_no_number_ends_the_run) {
         "ERROR: The -filt_rules_l value [NA] at position 150 is not numeric, even though the corresponding filter rule "
         "[maf<0.05] uses a numeric criterion.",
         [this] {
-            run.filter_legend_snp_by_num({"NA", "snp"}, 150);
+            filter_legend_snp_by_num(run, {"NA", "snp"}, 150);
         });
 }
 
 TEST_F(legend_filter, earlier_rule_that_fires_saves_such_a_line) {
     parse({"maf<0.05", "type>3"});
-    EXPECT_TRUE(run.filter_legend_snp_by_num({"0.01", "NA"}, 150));
+    EXPECT_TRUE(filter_legend_snp_by_num(run, {"0.01", "NA"}, 150));
 }
 
 TEST_F(legend_filter, empty_rule_is_refused) {

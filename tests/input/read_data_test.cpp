@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "input/reader_fixture.h"
+#include "input/readers.h"
 #include "support/scripted_draws.h"
 
 namespace {
@@ -20,7 +21,7 @@ class whole_reading : public reader_fixture {
         run.params.h_files.insert(run.params.h_files.begin(), write("hap0", "0 1 1\n1 1 0\n0 1 0\n1 0 0\n"));
         run.params.l_files.insert(run.params.l_files.begin(),
                                   write("leg0", "id p a0 a1\nr1 110 A C\nrx 130 A G\nr2 150 C A\nry 170 A T\n"));
-        run.has_reference = true;
+        run.plan.has_reference = true;
     }
     void give_second_pair() {
         run.params.h_files.push_back(write("hap1", "0 1\n1 1\n0 0\n"));
@@ -28,7 +29,7 @@ class whole_reading : public reader_fixture {
     }
     // The stage lines of a reading, one a line.
     std::string stages() {
-        const std::string text = said([this] { run.read_data(); });
+        const std::string text = said([this] { read_data(run); });
         std::string lines;
         std::istringstream stream(text);
         for (std::string line; std::getline(stream, line);) {
@@ -38,14 +39,14 @@ class whole_reading : public reader_fixture {
     }
     std::string types() const {
         std::string text;
-        for (const auto& [position, site] : run.snps)
+        for (const auto& [position, site] : run.sites.store)
             text += std::to_string(position) + ":" + std::to_string(site.type) + " ";
         return text;
     }
 };
 
 TEST_F(whole_reading, study_alone) {
-    const std::string text = said([this] { run.read_data(); });
+    const std::string text = said([this] { read_data(run); });
     EXPECT_TRUE(text.starts_with(
         "\n-----------------\n Data processing \n-----------------\n\n-reading genetic map from -m file\n"));
     EXPECT_EQ("\n-removing SNPs that violate the hierarchical data requirements\n --no SNPs removed\n",
@@ -62,10 +63,10 @@ TEST_F(whole_reading, study_and_one_reference) {
         "-removing SNPs that violate the hierarchical data requirements\n",
         stages());
     EXPECT_EQ("110:2 130:0 150:2 170:0 190:3 ", types());
-    EXPECT_EQ(3, run.n_hap[0]);
-    EXPECT_EQ(4, run.n_hap[2]);
+    EXPECT_EQ(3, run.panels[0].n_hap);
+    EXPECT_EQ(4, run.panels[2].n_hap);
     run.params.random_cond = false;
-    EXPECT_EQ(3, run.k_states[0][2][0]);  // the state counts are settled at the end
+    EXPECT_EQ(3, run.models.k_states[0][2][0]);  // the state counts are settled at the end
 }
 
 TEST_F(whole_reading, study_and_two_references) {
@@ -78,7 +79,7 @@ TEST_F(whole_reading, study_and_two_references) {
         stages());
     EXPECT_EQ("110:2 130:1 150:2 170:0 190:3 ", types());
     EXPECT_EQ("*", site_at(190).labels[0].a0);
-    EXPECT_EQ(2, run.n_hap[1]);
+    EXPECT_EQ(2, run.panels[1].n_hap);
 }
 
 TEST_F(whole_reading, genotypes_of_panel1_win_over_a_second_pair) {
@@ -88,7 +89,7 @@ TEST_F(whole_reading, genotypes_of_panel1_win_over_a_second_pair) {
     const std::string text = stages();
     EXPECT_NE(std::string::npos, text.find("-reading Panel 1 genotypes from -g_ref file\n"));
     EXPECT_EQ(std::string::npos, text.find("-reading Panel 1 haplotypes"));
-    EXPECT_EQ(3, run.n_ind[1]);
+    EXPECT_EQ(3, run.panels[1].n_ind);
 }
 
 TEST_F(whole_reading, sampled_files_win_over_all_data_files) {
@@ -155,7 +156,7 @@ TEST_F(whole_reading, every_stage_stands_in_its_place) {
 TEST_F(whole_reading, strand_file_of_one_panel_does_not_reach_the_next) {
     give_first_pair();
     run.params.strand_g_file = write("strand", "130 -\n110 +\n");
-    run.read_data();
+    read_data(run);
     EXPECT_EQ("A", site_at(130).labels[0].a0);
     EXPECT_EQ("*", site_at(130).labels[0].strand);
 }
@@ -164,15 +165,15 @@ TEST_F(whole_reading, dropped_people_of_one_panel_are_not_those_of_the_next) {
     give_first_pair();
     run.params.sample_g_file = write("sample", "ID_1 ID_2\n0 0\na a\nb b\n");
     run.params.exclude_samples_g_file = write("list", "a\n");
-    run.read_data();
-    EXPECT_EQ(1, run.n_ind[2]);
-    EXPECT_EQ(3, run.n_hap[0]);
+    read_data(run);
+    EXPECT_EQ(1, run.panels[2].n_ind);
+    EXPECT_EQ(3, run.panels[0].n_hap);
 }
 
 TEST_F(whole_reading, snps_excluded_from_the_study_stay_out_of_the_reference) {
     give_first_pair();
     run.params.exclude_snps_g_file = write("list", "r2\nrx\n");
-    run.read_data();
+    read_data(run);
     EXPECT_EQ("110:2 170:0 190:3 ", types());
 }
 
@@ -180,7 +181,7 @@ TEST_F(whole_reading, snps_excluded_from_the_study_can_be_imputed_back) {
     give_first_pair();
     run.params.exclude_snps_g_file = write("list", "r2\nrx\n");
     run.params.impute_excluded = true;
-    run.read_data();
+    read_data(run);
     EXPECT_EQ("110:2 130:0 150:0 170:0 190:3 ", types());
 }
 
@@ -188,23 +189,23 @@ TEST_F(whole_reading, strand_file_flips_the_study_before_it_meets_the_reference)
     run.params.g_file = write("gen", "s1 r1 110 T G 1 0 0 0 1 0\n");
     run.params.strand_g_file = write("strand", "110 -\n");
     give_first_pair();
-    run.read_data();
+    read_data(run);
     EXPECT_EQ("A", site_at(110).labels[2].a0);
     EXPECT_EQ(2, site_at(110).type);
 }
 
 TEST_F(whole_reading, region_without_sites_ends_the_run_well) {
-    run.buffer_lower = run.buffer_upper = 105;
+    run.plan.buffer_lower = run.plan.buffer_upper = 105;
     expect_fatal(
         "There are no SNPs in the imputation interval, so there is nothing for ORVIDE2 to analyze; the program will "
         "quit "
         "now.",
-        [this] { run.read_data(); }, 0);
+        [this] { read_data(run); }, 0);
 }
 
 TEST_F(whole_reading, site_in_two_panels_of_three_becomes_type_0_only_under_pgs) {
     for (const bool pgs : {false, true}) {
-        run.snps.clear();
+        run.sites.store.clear();
         run.params.h_files.clear();
         run.params.l_files.clear();
         run.params.pgs = pgs;
@@ -212,7 +213,7 @@ TEST_F(whole_reading, site_in_two_panels_of_three_becomes_type_0_only_under_pgs)
         write("hap1", "0 1\n");
         run.params.h_files.push_back(files().name("hap1"));
         run.params.l_files.push_back(write("leg1", "id p a0 a1\nr1 110 A C\n"));
-        run.read_data();
+        read_data(run);
         EXPECT_EQ(pgs ? 0 : 3, site_at(150).type);
     }
 }

@@ -48,18 +48,18 @@ TEST_F(reader_parts, closing_report_names_the_reasons) {
 }
 
 TEST_F(reader_parts, haplotypes_are_counted_by_ploidy) {
-    EXPECT_EQ(6, count_haplotypes(run, 2, 3));
-    run.params.haploid_g = true;
-    EXPECT_EQ(3, count_haplotypes(run, 2, 3));
-    EXPECT_EQ(6, count_haplotypes(run, 1, 3));
-    run.params.haploid_g = false;
+    EXPECT_EQ(6, run.panels[2].count_haplotypes(3));
+    run.params.haploid_g = run.panels[2].all_haploid = true;
+    EXPECT_EQ(3, run.panels[2].count_haplotypes(3));
+    EXPECT_EQ(6, run.panels[1].count_haplotypes(3));
+    run.params.haploid_g = run.panels[2].all_haploid = false;
     give_sexes(2, "122");
     give_sexes(1, "1");
-    EXPECT_EQ(5, count_haplotypes(run, 2, 3));
-    EXPECT_EQ(1, count_haplotypes(run, 1, 1));
-    EXPECT_TRUE(is_male(run, 2, 0));
-    EXPECT_FALSE(is_male(run, 2, 1));
-    EXPECT_FALSE(is_male(run, 2, 7));
+    EXPECT_EQ(5, run.panels[2].count_haplotypes(3));
+    EXPECT_EQ(1, run.panels[1].count_haplotypes(1));
+    EXPECT_TRUE(run.panels[2].is_male(0));
+    EXPECT_FALSE(run.panels[2].is_male(1));
+    EXPECT_FALSE(run.panels[2].is_male(7));
 }
 
 TEST_F(reader_parts, triples_are_kept_by_panel) {
@@ -86,7 +86,7 @@ TEST_F(reader_parts, new_sites_keep_the_order_of_arrival_at_a_position) {
         add_study_site(run, 150, std::move(site));
     }
     std::string order;
-    for (const auto& [position, site] : run.snps) order += site.snp_id + " ";
+    for (const auto& [position, site] : run.sites.store) order += site.snp_id + " ";
     EXPECT_EQ("first second third ", order);
 }
 

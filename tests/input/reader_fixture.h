@@ -16,11 +16,11 @@
 class reader_fixture : public ::testing::Test {
   protected:
     void SetUp() override {
-        run.buffer_lower = 100;
-        run.buffer_upper = 200;
-        run.int_lower_bp = 120;
-        run.int_upper_bp = 180;
-        run.output_types = {true, true, true, true};
+        run.plan.buffer_lower = 100;
+        run.plan.buffer_upper = 200;
+        run.plan.int_lower_bp = 120;
+        run.plan.int_upper_bp = 180;
+        run.plan.output_types = {true, true, true, true};
         run.params.o_file = files().name("out");
         capture.open(run.log);
     }
@@ -56,20 +56,20 @@ class reader_fixture : public ::testing::Test {
     // A chrX run with these individuals in a panel; 1 for a male, 2 for a female.
     void give_sexes(int panel, const std::string& sexes, bool males_are_haploid = true) {
         run.params.chrX = true;
-        run.chrx_haploid = males_are_haploid;
-        run.chrx_diploid = !males_are_haploid;
-        const auto p = static_cast<std::size_t>(panel - 1);
-        int n_haplotypes = 0;
+        run.plan.chrx_haploid = run.panels[1].sexes_differ = run.panels[2].sexes_differ = males_are_haploid;
+        run.plan.chrx_diploid = !males_are_haploid;
+        panel_data& people = run.panels[static_cast<std::size_t>(panel)];
+        std::size_t n_haplotypes = 0;
         for (const char c : sexes) {
             const int sex = c - '0';
-            ++(sex == 1 ? run.n_males : run.n_females)[p];
-            run.ploidy_by_panel[p].push_back(sex);
-            run.first_hap_by_panel[p].push_back(n_haplotypes);
-            n_haplotypes += sex;
+            ++(sex == 1 ? people.n_males : people.n_females);
+            people.ploidy.push_back(sex);
+            people.first_haps.push_back(n_haplotypes);
+            n_haplotypes += static_cast<std::size_t>(sex);
         }
     }
     snp& add_site(long position) {
-        snp& site = run.snps.emplace(position, snp{})->second;
+        snp& site = run.sites.store.emplace(position, snp{})->second;
         site.snp_id = "snp" + std::to_string(position);
         site.rs_id = "rs" + std::to_string(position);
         return site;
@@ -80,8 +80,8 @@ class reader_fixture : public ::testing::Test {
     }
     // The only site at a position.
     snp& site_at(long position) {
-        EXPECT_EQ(1U, run.snps.count(position));
-        return run.snps.find(position)->second;
+        EXPECT_EQ(1U, run.sites.store.count(position));
+        return run.sites.store.find(position)->second;
     }
 
     log_capture capture;

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "input/reader_fixture.h"
+#include "input/readers.h"
 
 namespace {
 
@@ -12,7 +13,7 @@ class sample_list : public reader_fixture {
   protected:
     std::string read(const std::string& text, int panel, bool is_inclusion) {
         write("list", text);
-        return said([&] { run.read_sample_inclusion_exclusion_list(files().name("list"), ids, panel, is_inclusion); });
+        return said([&] { read_sample_inclusion_exclusion_list(run, files().name("list"), ids, panel, is_inclusion); });
     }
     std::string report(const std::string& stage, int n) const {
         return "\n-" + stage + "\n --filename=[" + files().name("list") + "]\n --read " + std::to_string(n) +
@@ -37,23 +38,23 @@ TEST_F(sample_list, each_list_has_its_words) {
 
 TEST_F(sample_list, unknown_panel) {
     expect_fatal("ERROR: Panel code [3] for sample exclusion file is not valid.",
-                 [this] { run.read_sample_inclusion_exclusion_list("x", ids, 3, false); });
+                 [this] { read_sample_inclusion_exclusion_list(run, "x", ids, 3, false); });
     capture.open(run.log);
     expect_fatal("ERROR: Panel code [-1] for sample inclusion file is not valid.",
-                 [this] { run.read_sample_inclusion_exclusion_list("x", ids, -1, true); });
+                 [this] { read_sample_inclusion_exclusion_list(run, "x", ids, -1, true); });
 }
 
 TEST_F(sample_list, missing_file) {
     expect_fatal("ERROR: The -exclude_samples_h file you specified does not exist.",
-                 [this] { run.read_sample_inclusion_exclusion_list(files().name("none"), ids, 0, false); });
+                 [this] { read_sample_inclusion_exclusion_list(run, files().name("none"), ids, 0, false); });
 }
 
 TEST_F(sample_list, file_that_cannot_be_opened) {
     expect_fatal("ERROR: The sample exclusion file [" + files().name(".") + "] could not be opened.",
-                 [this] { run.read_sample_inclusion_exclusion_list(files().name("."), ids, 2, false); });
+                 [this] { read_sample_inclusion_exclusion_list(run, files().name("."), ids, 2, false); });
     capture.open(run.log);
     expect_fatal("ERROR: The sample inclusion file [" + files().name(".") + "] could not be opened.",
-                 [this] { run.read_sample_inclusion_exclusion_list(files().name("."), ids, 2, true); });
+                 [this] { read_sample_inclusion_exclusion_list(run, files().name("."), ids, 2, true); });
 }
 
 class sample_file : public reader_fixture {
@@ -63,7 +64,7 @@ class sample_file : public reader_fixture {
         return said([&] { read_silently(panel, known, main_diploid); });
     }
     void read_silently(int panel = 2, bool known = false, bool main_diploid = true) {
-        run.read_sample_file(files().name("sample"), exclude, include, exclude_flags, panel, known, main_diploid);
+        read_sample_file(run, files().name("sample"), exclude, include, exclude_flags, panel, known, main_diploid);
     }
     void expect_refused(const std::string& text, const std::string& message) {
         write("sample", text);
@@ -86,8 +87,8 @@ TEST_F(sample_file, people_of_the_study_are_stored_and_copied) {
                   files().name("out") + "_samples]\n",
               read(header + "a1 a2 0\nb1 b2 0\nc1  c2\t0 \n"));
     EXPECT_EQ("010", text_of(exclude_flags));
-    EXPECT_EQ((std::vector<std::string>{"a1", "c1"}), run.sample_ids_g[0]);
-    EXPECT_EQ((std::vector<std::string>{"a2", "c2"}), run.sample_ids_g[1]);
+    EXPECT_EQ((std::vector<std::string>{"a1", "c1"}), run.panels[2].sample_ids[0]);
+    EXPECT_EQ((std::vector<std::string>{"a2", "c2"}), run.panels[2].sample_ids[1]);
     EXPECT_TRUE(run.sample_ids_known_haps[0].empty());
     EXPECT_EQ(header + "a1 a2 0\nc1  c2\t0 \n", files().read("out_samples"));
 }
@@ -111,14 +112,14 @@ TEST_F(sample_file, each_panel_has_its_option_and_only_the_study_its_copy) {
     EXPECT_NE(std::string::npos, read(header, 0, false, false).find("for Panel 0 from -sample_h file\n"));
     EXPECT_NE(std::string::npos, read(header, 2, true, false).find("for Panel 2 from -sample_known_haps_g file\n"));
     EXPECT_FALSE(files().has("out_samples"));
-    EXPECT_TRUE(run.sample_ids_g[0].empty());
+    EXPECT_TRUE(run.panels[2].sample_ids[0].empty());
 }
 
 TEST_F(sample_file, known_haplotypes_have_their_own_people) {
     read(header + "a1 a2 0\n", 2, true, false);
     EXPECT_EQ((std::vector<std::string>{"a1"}), run.sample_ids_known_haps[0]);
     EXPECT_EQ((std::vector<std::string>{"a2"}), run.sample_ids_known_haps[1]);
-    EXPECT_TRUE(run.sample_ids_g[0].empty());
+    EXPECT_TRUE(run.panels[2].sample_ids[0].empty());
 }
 
 TEST_F(sample_file, two_names_in_the_header_are_enough) {
@@ -139,38 +140,38 @@ TEST_F(sample_file, second_line_is_not_looked_at_where_sex_is_not_needed) {
 }
 
 TEST_F(sample_file, sexes_place_the_haplotypes) {
-    run.chrx_haploid = true;
+    run.plan.chrx_haploid = run.panels[1].sexes_differ = run.panels[2].sexes_differ = true;
     exclude = {"b"};
     const std::string text = "ID_1 ID_2 missing sex\n0 0 0 D\na a 0 2\nb b 0 1\nc c 0 1\nd d 0 2\n";
     EXPECT_NE(std::string::npos,
               read(text).find(" --read 4 sample IDs (2 females, 1 males)\n --stored 3/4 sample IDs\n"));
-    EXPECT_EQ((std::vector<int>{2, 1, 2}), run.ploidy_by_panel[1]);
-    EXPECT_EQ((std::vector<int>{0, 2, 3}), run.first_hap_by_panel[1]);
-    EXPECT_EQ(2, run.n_females[1]);
-    EXPECT_EQ(1, run.n_males[1]);
+    EXPECT_EQ((std::vector<int>{2, 1, 2}), run.panels[2].ploidy);
+    EXPECT_EQ((std::vector<std::size_t>{0, 2, 3}), run.panels[2].first_haps);
+    EXPECT_EQ(2, run.panels[2].n_females);
+    EXPECT_EQ(1, run.panels[2].n_males);
 }
 
 TEST_F(sample_file, sexes_of_panel1_have_their_own_place) {
-    run.chrx_diploid = true;
+    run.plan.chrx_diploid = true;
     read("ID_1 ID_2 sex\n0 0 D\na a 1\n", 1);
-    EXPECT_EQ((std::vector<int>{1}), run.ploidy_by_panel[0]);
-    EXPECT_EQ(1, run.n_males[0]);
-    EXPECT_TRUE(run.ploidy_by_panel[1].empty());
+    EXPECT_EQ((std::vector<int>{1}), run.panels[1].ploidy);
+    EXPECT_EQ(1, run.panels[1].n_males);
+    EXPECT_TRUE(run.panels[2].ploidy.empty());
 }
 
 TEST_F(sample_file, sex_is_not_asked_for_beside_another_sample_file) {
-    run.chrx_haploid = true;
+    run.plan.chrx_haploid = run.panels[1].sexes_differ = run.panels[2].sexes_differ = true;
     EXPECT_NE(std::string::npos, read(header + "a b 0\n", 2, true, false).find(" --read 1 sample IDs\n"));
-    EXPECT_TRUE(run.ploidy_by_panel[1].empty());
+    EXPECT_TRUE(run.panels[2].ploidy.empty());
 }
 
 TEST_F(sample_file, sex_column_must_be_there) {
-    run.chrx_haploid = true;
+    run.plan.chrx_haploid = run.panels[1].sexes_differ = run.panels[2].sexes_differ = true;
     expect_refused(header + "a b 0\n", "ERROR: There is no column named 'sex' in the sample file.");
 }
 
 TEST_F(sample_file, sex_column_must_be_discrete) {
-    run.chrx_haploid = true;
+    run.plan.chrx_haploid = run.panels[1].sexes_differ = run.panels[2].sexes_differ = true;
     const std::string message =
         "ERROR: The sample file column named 'sex' must have variable type 'D', for 'discrete covariate'.";
     expect_refused("ID_1 ID_2 sex\n0 0 C\na b 1\n", message);
@@ -179,14 +180,14 @@ TEST_F(sample_file, sex_column_must_be_discrete) {
 }
 
 TEST_F(sample_file, sex_must_be_one_of_two) {
-    run.chrx_haploid = true;
+    run.plan.chrx_haploid = run.panels[1].sexes_differ = run.panels[2].sexes_differ = true;
     const std::string message = "All sex indicators must be either '1' (male) or '2' (female).";
     expect_refused("ID_1 ID_2 sex\n0 0 D\na b 3\n", message);
     expect_refused("ID_1 ID_2 sex\n0 0 D\na b male\n", message);
 }
 
 TEST_F(sample_file, line_without_the_sex_is_refused) {
-    run.chrx_haploid = true;
+    run.plan.chrx_haploid = run.panels[1].sexes_differ = run.panels[2].sexes_differ = true;
     expect_refused("ID_1 ID_2 sex\n0 0 D\na b\n",
                    "ERROR: There is no sex, in line 3 of the file [" + files().name("sample") + "].");
 }
@@ -197,7 +198,7 @@ TEST_F(sample_file, line_with_one_id_is_refused) {
 }
 
 TEST_F(sample_file, chrx_needs_somebody) {
-    run.chrx_haploid = true;
+    run.plan.chrx_haploid = run.panels[1].sexes_differ = run.panels[2].sexes_differ = true;
     expect_refused("ID_1 ID_2 sex\n0 0 D\n", "ERROR: There is nobody in the sample file, in line 2 of the file [" +
                                                  files().name("sample") + "].");
 }
@@ -208,7 +209,7 @@ TEST_F(sample_file, missing_file) {
 
 TEST_F(sample_file, file_that_cannot_be_opened) {
     expect_fatal("ERROR: The sample file [" + files().name(".") + "] could not be opened.",
-                 [this] { run.read_sample_file(files().name("."), exclude, include, exclude_flags, 2, false, true); });
+                 [this] { read_sample_file(run, files().name("."), exclude, include, exclude_flags, 2, false, true); });
 }
 
 TEST_F(sample_file, unknown_panels) {

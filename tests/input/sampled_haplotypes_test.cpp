@@ -34,8 +34,8 @@ class sampled_haplotypes_file : public reader_fixture {
 };
 
 TEST_F(sampled_haplotypes_file, stand_in_for_the_genotypes_of_the_study) {
-    run.map_phys_pos = {0, 1000};
-    run.map_gen_pos = {0.0, 1000.0};
+    run.map.positions = {0, 1000};
+    run.map.scaled = {0.0, 1000.0};
     EXPECT_EQ(report("-hap_samp_in_g", 2, " --detected 6 haplotypes\n", 2),
               read("s r 99 A C 000000\ns1 r1 100 A C 001011\ns2 r2 200 G T 111111\ns r 201 A C x\n"));
     const snp& site = site_at(100);
@@ -45,18 +45,18 @@ TEST_F(sampled_haplotypes_file, stand_in_for_the_genotypes_of_the_study) {
     EXPECT_EQ("A", site.labels[2].a0);
     EXPECT_DOUBLE_EQ(0.5, site.labels[2].freq);
     EXPECT_EQ("001011", text_of(site.haps[2]));
-    EXPECT_EQ("012", text_of(site.gtypes[1]));
-    EXPECT_TRUE(site.gtype_probs[1].empty());
+    EXPECT_EQ("012", text_of(site.gtypes[2]));
+    EXPECT_TRUE(site.gtype_probs[2].empty());
     EXPECT_EQ(3, site.type);
     EXPECT_EQ(3, site.top_panel);
-    EXPECT_EQ(3, run.n_ind[2]);
-    EXPECT_EQ(6, run.n_hap[2]);
+    EXPECT_EQ(3, run.panels[2].n_ind);
+    EXPECT_EQ(6, run.panels[2].n_hap);
 }
 
 TEST_F(sampled_haplotypes_file, triples_are_kept_where_the_run_needs_them) {
     run.params.store_input_probs = {true, false};
     read("s r 150 A C 0111\n");
-    EXPECT_EQ((std::vector<float>{0, 1, 0, 0, 0, 1}), site_at(150).gtype_probs[1]);
+    EXPECT_EQ((std::vector<float>{0, 1, 0, 0, 0, 1}), site_at(150).gtype_probs[2]);
 }
 
 TEST_F(sampled_haplotypes_file, excluded_people_are_dropped) {
@@ -65,16 +65,16 @@ TEST_F(sampled_haplotypes_file, excluded_people_are_dropped) {
         report("-hap_samp_in_g", 2, " --detected 6 haplotypes\n --excluded 2 haplotypes, leaving 4 for analysis\n", 1),
         read("s r 150 A C 001011\n"));
     EXPECT_EQ("0011", text_of(site_at(150).haps[2]));
-    EXPECT_EQ("02", text_of(site_at(150).gtypes[1]));
+    EXPECT_EQ("02", text_of(site_at(150).gtypes[2]));
 }
 
 TEST_F(sampled_haplotypes_file, haploid_study_has_one_character_each) {
-    run.params.haploid_g = true;
+    run.params.haploid_g = run.panels[2].all_haploid = true;
     EXPECT_EQ(report("-hap_samp_in_g", 2, " --detected 3 haplotypes\n", 1), read("s r 150 A C 010\n"));
     EXPECT_EQ("010", text_of(site_at(150).haps[2]));
-    EXPECT_EQ("020", text_of(site_at(150).gtypes[1]));
+    EXPECT_EQ("020", text_of(site_at(150).gtypes[2]));
     EXPECT_DOUBLE_EQ(1.0 / 3.0, site_at(150).labels[2].freq);
-    EXPECT_EQ(3, run.n_hap[2]);
+    EXPECT_EQ(3, run.panels[2].n_hap);
 }
 
 TEST_F(sampled_haplotypes_file, male_has_one_allele_and_a_dash) {
@@ -82,13 +82,13 @@ TEST_F(sampled_haplotypes_file, male_has_one_allele_and_a_dash) {
     context.exclude_flags = flags("000");
     EXPECT_EQ(report("-hap_samp_in_g", 2, " --detected 4 haplotypes\n", 1), read("s r 150 A C 1-010-\n"));
     EXPECT_EQ("1010", text_of(site_at(150).haps[2]));
-    EXPECT_EQ("210", text_of(site_at(150).gtypes[1]));
+    EXPECT_EQ("210", text_of(site_at(150).gtypes[2]));
     EXPECT_DOUBLE_EQ(0.5, site_at(150).labels[2].freq);
     EXPECT_EQ("", notes());
 }
 
 TEST_F(sampled_haplotypes_file, chrx_needs_the_sexes) {
-    run.chrx_haploid = true;
+    run.plan.chrx_haploid = run.panels[1].sexes_differ = run.panels[2].sexes_differ = true;
     expect_refused(
         "s r 150 A C 1-01\n",
         "ERROR: When performing imputation on chromosome X, you must provide a sample file for each -g, -g_ref, "
@@ -120,7 +120,7 @@ TEST_F(sampled_haplotypes_file, exclusions_and_duplicates_are_as_in_genotypes) {
 TEST_F(sampled_haplotypes_file, nobody_left_means_no_data) {
     context.exclude_flags = flags("1");
     read("s r1 150 A C 01\n");
-    EXPECT_TRUE(run.snps.empty());
+    EXPECT_TRUE(run.sites.store.empty());
     EXPECT_EQ(
         "WARNING: SNP r1 at position 150 is missing all of its Panel 2 genotypes and will be treated as if it had not "
         "been "
@@ -136,7 +136,7 @@ TEST_F(sampled_haplotypes_file, nobody_left_means_no_data) {
         warnings());
     run.params.counts_per_iter = true;
     read("s r1 150 A C 01\n");
-    EXPECT_EQ(1U, run.snps.size());
+    EXPECT_EQ(1U, run.sites.store.size());
 }
 
 TEST_F(sampled_haplotypes_file, odd_strings_are_refused) {
@@ -169,7 +169,7 @@ TEST_F(sampled_haplotypes_file, strings_must_have_one_length) {
     expect_refused(
         "s r 150 A C 01\ns r 160 A C 0\n",
         "ERROR: There are fewer haplotypes than in the first line, in line 2 of the file [" + base + "_hapsamp1].");
-    run.snps.clear();
+    run.sites.store.clear();
     expect_refused(
         "s r 150 A C 01\ns r 160 A C 0111\n",
         "ERROR: There are more haplotypes than in the first line, in line 2 of the file [" + base + "_hapsamp1].");
@@ -180,13 +180,13 @@ TEST_F(sampled_haplotypes_file, compressed_file_is_found_if_it_is_the_only_one) 
     files().write_compressed("samp_hapsamp1.gz", "s r 150 A C 01\n");
     const std::string text = said([this] { read_first_sampled_haplotypes(run, context, 2); });
     EXPECT_NE(std::string::npos, text.find(" --filename=[" + base + "_hapsamp1.gz]\n"));
-    EXPECT_EQ(1U, run.snps.size());
+    EXPECT_EQ(1U, run.sites.store.size());
 }
 
 TEST_F(sampled_haplotypes_file, plain_file_wins) {
     files().write_compressed("samp_hapsamp1.gz", "s r 150 A C 01\n");
     EXPECT_NE(std::string::npos, read("s r 160 A C 01\n").find(" --filename=[" + base + "_hapsamp1]\n"));
-    EXPECT_EQ(160, run.snps.begin()->first);
+    EXPECT_EQ(160, run.sites.store.begin()->first);
 }
 
 TEST_F(sampled_haplotypes_file, missing_files) {
@@ -220,17 +220,17 @@ TEST_F(sampled_haplotypes_file, panel1_joins_the_study) {
     EXPECT_EQ("A", site.labels[1].a0);
     EXPECT_EQ("+", site.labels[1].strand);
     EXPECT_EQ("0111", text_of(site.haps[1]));
-    EXPECT_EQ("12", text_of(site.gtypes[0]));
+    EXPECT_EQ("12", text_of(site.gtypes[1]));
     EXPECT_EQ(2, site.type);
     EXPECT_EQ(1, site_at(160).type);
-    EXPECT_EQ(2, run.n_ind[1]);
-    EXPECT_EQ(4, run.n_hap[1]);
+    EXPECT_EQ(2, run.panels[1].n_ind);
+    EXPECT_EQ(4, run.panels[1].n_hap);
 }
 
 TEST_F(sampled_haplotypes_file, panel1_does_not_ask_for_a_haploid_study) {
-    run.params.haploid_g = true;
+    run.params.haploid_g = run.panels[2].all_haploid = true;
     read("s r 150 A C 0111\n", 1);
-    EXPECT_EQ("12", text_of(site_at(150).gtypes[0]));
+    EXPECT_EQ("12", text_of(site_at(150).gtypes[1]));
 }
 
 TEST_F(sampled_haplotypes_file, panel0_joins_the_study_or_makes_sites) {
@@ -244,20 +244,20 @@ TEST_F(sampled_haplotypes_file, panel0_joins_the_study_or_makes_sites) {
     EXPECT_EQ(0, site_at(160).type);
     EXPECT_EQ("s", site_at(160).snp_id);
     EXPECT_DOUBLE_EQ(1.0 / 3.0, site_at(160).labels[0].freq);
-    EXPECT_EQ(3, run.n_hap[0]);
+    EXPECT_EQ(3, run.panels[0].n_hap);
 }
 
 TEST_F(sampled_haplotypes_file, panel0_needs_type_0_put_out_for_new_sites) {
-    run.output_types[0] = false;
+    run.plan.output_types[0] = false;
     EXPECT_NE(std::string::npos,
               read("s r 150 C A 011\n", 0).find(" --excluded 1 SNPs, leaving 0 SNPs for analysis\n"));
-    EXPECT_TRUE(run.snps.empty());
+    EXPECT_TRUE(run.sites.store.empty());
 }
 
 TEST_F(sampled_haplotypes_file, reference_snp_with_one_label_is_dropped) {
     read("s r 150 C C 01\n", 1);
     read("s r 150 C C 01\n", 0);
-    EXPECT_TRUE(run.snps.empty());
+    EXPECT_TRUE(run.sites.store.empty());
     const std::string end =
         " file has only one unique allele (C); all reference SNPs must have two distinct alleles, so this SNP will be "
         "ignored.\n";
@@ -273,15 +273,15 @@ class later_sampled_haplotypes : public sampled_haplotypes_file {
     // A store of sites whose panel haplotypes all are 0.
     void give_sites(const std::vector<long>& positions, int panel, std::size_t n_hap) {
         const auto p = static_cast<std::size_t>(panel);
-        run.n_hap[p] = static_cast<int>(n_hap);
-        run.haps[p] = packed_haplotypes(n_hap, positions.size());
+        run.panels[p].n_hap = static_cast<int>(n_hap);
+        run.panels[p].haps = packed_haplotypes(n_hap, positions.size());
         for (std::size_t s = 0; s < positions.size(); ++s) {
             add_site(positions[s]).index = static_cast<int>(s);
-            run.haps[p].set_holds(s);
+            run.panels[p].haps.set_holds(s);
         }
     }
     std::string haps(int panel, std::size_t site) const {
-        const packed_haplotypes& rows = run.haps[static_cast<std::size_t>(panel)];
+        const packed_haplotypes& rows = run.panels[static_cast<std::size_t>(panel)].haps;
         std::string text;
         for (std::size_t h = 0; h < rows.n_hap(); ++h) text += static_cast<char>('0' + rows.allele(h, site));
         return text;
@@ -290,9 +290,9 @@ class later_sampled_haplotypes : public sampled_haplotypes_file {
 
 TEST_F(later_sampled_haplotypes, replace_those_of_the_panel) {
     give_sites({110, 120, 130}, 2, 4);
-    run.snps.find(120)->second.allele_flipped[2] = true;
+    run.sites.store.find(120)->second.allele_flipped[2] = true;
     write("samp_hapsamp3", "s r 50 A C x\ns r 110 A C 0110\ns r 115 A C x\ns r 120 A C 0110\ns r 140 A C x\n");
-    EXPECT_EQ("", said([this] { run.read_sampled_haps(2, 2); }));
+    EXPECT_EQ("", said([this] { read_sampled_haps(run, 2, 2); }));
     EXPECT_EQ("0110", haps(2, 0));
     EXPECT_EQ("1001", haps(2, 1));  // the panel codes this site the other way round
     EXPECT_EQ("0000", haps(2, 2));
@@ -300,10 +300,10 @@ TEST_F(later_sampled_haplotypes, replace_those_of_the_panel) {
 
 TEST_F(later_sampled_haplotypes, leave_sites_alone_that_the_panel_does_not_hold) {
     give_sites({110, 120}, 0, 2);
-    run.haps[0] = packed_haplotypes(2, 2);
-    run.haps[0].set_holds(1);
+    run.panels[0].haps = packed_haplotypes(2, 2);
+    run.panels[0].haps.set_holds(1);
     write("samp_hapsamp2", "s r 110 A C 11\ns r 120 A C 11\n");
-    run.read_sampled_haps(1, 0);
+    read_sampled_haps(run, 1, 0);
     EXPECT_EQ("00", haps(0, 0));
     EXPECT_EQ("11", haps(0, 1));
 }
@@ -311,7 +311,7 @@ TEST_F(later_sampled_haplotypes, leave_sites_alone_that_the_panel_does_not_hold)
 TEST_F(later_sampled_haplotypes, walk_does_not_turn_back) {
     give_sites({110, 120, 120}, 1, 2);
     write("samp_hapsamp2", "s r 120 A C 10\ns r 120 A C 01\ns r 110 A C 11\n");
-    run.read_sampled_haps(1, 1);
+    read_sampled_haps(run, 1, 1);
     EXPECT_EQ("00", haps(1, 0));
     EXPECT_EQ("01", haps(1, 1));  // the second line met the same entry
     EXPECT_EQ("00", haps(1, 2));
@@ -320,7 +320,7 @@ TEST_F(later_sampled_haplotypes, walk_does_not_turn_back) {
 TEST_F(later_sampled_haplotypes, odd_or_long_strings_are_read_as_they_stand) {
     give_sites({110}, 2, 2);
     write("samp_hapsamp2", "s r 110 A C 1-0\n");
-    run.read_sampled_haps(1, 2);
+    read_sampled_haps(run, 1, 2);
     EXPECT_EQ("11", haps(2, 0));  // what is not 0 is 1
 }
 
@@ -328,7 +328,7 @@ TEST_F(later_sampled_haplotypes, short_string_ends_the_run) {
     give_sites({110}, 2, 4);
     write("samp_hapsamp2", "s r 110 A C 101\n");
     expect_fatal("ERROR: There are fewer haplotypes than in the panel, in line 1 of the file [" + base + "_hapsamp2].",
-                 [this] { run.read_sampled_haps(1, 2); });
+                 [this] { read_sampled_haps(run, 1, 2); });
 }
 
 TEST_F(later_sampled_haplotypes, many_sites_and_haplotypes_land_in_their_places) {
@@ -344,20 +344,20 @@ TEST_F(later_sampled_haplotypes, many_sites_and_haplotypes_land_in_their_places)
         text += "s r " + std::to_string(positions[s]) + " A C " + rows[s] + "\n";
     }
     write("samp_hapsamp2", text);
-    run.read_sampled_haps(1, 0);
+    read_sampled_haps(run, 1, 0);
     for (std::size_t s = 0; s < positions.size(); ++s) EXPECT_EQ(rows[s], haps(0, s)) << s;
 }
 
 TEST_F(later_sampled_haplotypes, empty_store_needs_nothing) {
     write("samp_hapsamp2", "nonsense\n");
-    run.read_sampled_haps(1, 2);
-    EXPECT_TRUE(run.snps.empty());
+    read_sampled_haps(run, 1, 2);
+    EXPECT_TRUE(run.sites.store.empty());
 }
 
 TEST_F(later_sampled_haplotypes, verbose_run_names_the_file_on_the_terminal_alone) {
     run.params.verbose = true;
     files().write_compressed("samp_hapsamp2.gz", "");
-    run.read_sampled_haps(1, 1);
+    read_sampled_haps(run, 1, 1);
     EXPECT_EQ("\n-reading sampled haplotypes for Panel 1 from -hap_samp_in_g_ref file\n --filename=[" + base +
                   "_hapsamp2.gz]\n",
               capture.terminal.str());
@@ -366,13 +366,13 @@ TEST_F(later_sampled_haplotypes, verbose_run_names_the_file_on_the_terminal_alon
 
 TEST_F(later_sampled_haplotypes, faults_end_the_run) {
     expect_fatal("ERROR: The -hap_samp_in_h file you specified does not exist.",
-                 [this] { run.read_sampled_haps(1, 0); });
+                 [this] { read_sampled_haps(run, 1, 0); });
     capture.open(run.log);
-    expect_fatal("ERROR: Invalid panel idx supplied to read_sampled_haps().", [this] { run.read_sampled_haps(1, 3); });
+    expect_fatal("ERROR: Invalid panel idx supplied to read_sampled_haps().", [this] { read_sampled_haps(run, 1, 3); });
     capture.open(run.log);
     std::filesystem::create_directory(files().name("samp_hapsamp2"));
     expect_fatal("ERROR: The hapsamp file [" + base + "_hapsamp2] could not be opened.",
-                 [this] { run.read_sampled_haps(1, 2); });
+                 [this] { read_sampled_haps(run, 1, 2); });
 }
 
 }  // namespace

@@ -1,10 +1,11 @@
+#include "output/results.h"
 #include "output_fixture.h"
 
 namespace {
 
 class allele_probabilities : public output_fixture {
   protected:
-    void know(const std::vector<bool>& known) { run.has_known_haps = known; }
+    void know(const std::vector<bool>& known) { run.panels[2].ordered = known; }
     void add_allele_sums(const snp& site, std::size_t slot, double first, double second) {
         run.acc.gtype_acc2[0].add(slot, at(site), first);
         run.acc.gtype_acc2[1].add(slot, at(site), second);
@@ -15,11 +16,11 @@ class allele_probabilities : public output_fixture {
 
 TEST_F(allele_probabilities, no_file_without_known_haplotypes_or_under_mc_impute) {
     give_study(1);
-    run.output_allele_probs();
+    output_allele_probs(run);
     EXPECT_FALSE(exists(path("_allele_probs")));
     know({true});
     run.params.mc_impute = true;
-    run.output_allele_probs();
+    output_allele_probs(run);
     EXPECT_FALSE(exists(path("_allele_probs")));
 }
 
@@ -30,7 +31,7 @@ TEST_F(allele_probabilities, known_individuals_have_two_values_and_others_dashes
     allocate();
     add_allele_sums(site, 0, 0.25, 1.999);
     add_allele_sums(site, 1, 0.001, 1.0);
-    run.output_allele_probs();
+    output_allele_probs(run);
     EXPECT_EQ(text(), "SNP120 rs120 120 a0 b0 0.125 1 - - 0 0.500\n");
 }
 
@@ -41,7 +42,7 @@ TEST_F(allele_probabilities, outdp_gives_the_decimals) {
     allocate();
     run.params.outdp = 6;
     add_allele_sums(site, 0, 0.001, 1.999);
-    run.output_allele_probs();
+    output_allele_probs(run);
     EXPECT_EQ(values(), "0.000500 0.999500");
 }
 
@@ -52,14 +53,14 @@ TEST_F(allele_probabilities, imputed_sites_are_written_under_phase_by_their_bits
     add_site(120, 1);
     add_site(130, 2);
     allocate();
-    run.output_types = {true, false, true, true};
-    run.output_allele_probs();
+    run.plan.output_types = {true, false, true, true};
+    output_allele_probs(run);
     EXPECT_EQ(text(), "SNP130 rs130 130 a0 b0 0 0\n");
     run.params.phase = true;
-    run.output_allele_probs();
+    output_allele_probs(run);
     EXPECT_EQ(text(), "--- rs110 110 a0 b0 0 0\nSNP130 rs130 130 a0 b0 0 0\n");
-    run.output_types = {false, true, false, true};
-    run.output_allele_probs();
+    run.plan.output_types = {false, true, false, true};
+    output_allele_probs(run);
     EXPECT_EQ(text(), "--- rs120 120 a0 b0 0 0\n");
 }
 
@@ -69,8 +70,8 @@ TEST_F(allele_probabilities, sites_are_chosen_and_labelled_by_their_highest_pane
     snp& site = add_site(120, 0);
     site.top_panel = 2;
     allocate();
-    run.output_types = {false, false, true, false};
-    run.output_allele_probs();
+    run.plan.output_types = {false, false, true, false};
+    output_allele_probs(run);
     EXPECT_EQ(text(), "--- rs120 120 a0 b0 0 0\n");
 }
 
@@ -80,13 +81,13 @@ TEST_F(allele_probabilities, unphased_sites_have_dashes_when_asked_for) {
     snp& site = add_site(120, 3);
     allocate();
     add_allele_sums(site, 0, 1.0, 1.0);
-    run.output_allele_probs();
+    output_allele_probs(run);
     EXPECT_EQ(text(), "");
     run.params.include_unphased_sites_in_output_haps = true;
-    run.output_allele_probs();
+    output_allele_probs(run);
     EXPECT_EQ(text(), "SNP120 rs120 120 a2 b2 - - - -\n");
-    run.output_types[3] = false;
-    run.output_allele_probs();
+    run.plan.output_types[3] = false;
+    output_allele_probs(run);
     EXPECT_EQ(text(), "");
 }
 
@@ -98,7 +99,7 @@ TEST_F(allele_probabilities, study_sites_of_a_run_without_reference) {
     allocate();
     run.params.include_unphased_sites_in_output_haps = true;
     add_allele_sums(site, 0, 1.0, 0.0);
-    run.output_allele_probs();
+    output_allele_probs(run);
     EXPECT_EQ(text(), "SNP120 rs120 120 a2 b2 0.500 0\n");
 }
 
@@ -111,7 +112,7 @@ TEST_F(allele_probabilities, haploid_male_has_a_dash_for_the_second) {
     run.params.include_unphased_sites_in_output_haps = true;
     add_allele_sums(site, 0, 1.0, 0.0);
     add_allele_sums(site, 1, 2.0, 1.0);
-    run.output_allele_probs();
+    output_allele_probs(run);
     EXPECT_EQ(values(0), "0.500 - 1 0.500");
     EXPECT_EQ(values(1), "- - - -");
 }
@@ -119,11 +120,11 @@ TEST_F(allele_probabilities, haploid_male_has_a_dash_for_the_second) {
 TEST_F(allele_probabilities, haploid_panel_has_one_field_for_the_known) {
     give_study(2);
     know({true, false});
-    run.params.haploid_g = true;
+    run.params.haploid_g = run.panels[2].all_haploid = true;
     snp& site = add_site(120, 2);
     allocate();
     add_allele_sums(site, 0, 1.0, 0.0);
-    run.output_allele_probs();
+    output_allele_probs(run);
     EXPECT_EQ(values(), "0.500 - -");
 }
 
@@ -132,10 +133,10 @@ TEST_F(allele_probabilities, interval_is_the_buffer_when_it_is_included_anywhere
     know({true});
     add_site(60, 2);
     allocate();
-    run.output_allele_probs();
+    output_allele_probs(run);
     EXPECT_EQ(text(), "");
     run.params.include_buffer_in_output = run.params.include_buffer_in_output_haps_only = true;
-    run.output_allele_probs();
+    output_allele_probs(run);
     EXPECT_EQ(text(), "SNP60 rs60 60 a0 b0 0 0\n");
 }
 
@@ -145,7 +146,7 @@ TEST_F(allele_probabilities, file_is_compressed_under_o_gz) {
     add_site(120, 2);
     allocate();
     run.params.o_gz = true;
-    run.output_allele_probs();
+    output_allele_probs(run);
     EXPECT_EQ(gzip_text_of(path("_allele_probs.gz")), "SNP120 rs120 120 a0 b0 0 0\n");
 }
 

@@ -2,6 +2,7 @@
 
 #include "output/consensus_phasing.h"
 
+#include "output/results.h"
 #include "output_fixture.h"
 
 namespace {
@@ -11,7 +12,7 @@ const std::string pairwise_line = "\n-generating consensus haplotype estimates (
 
 class consensus_phasing : public output_fixture {
   protected:
-    void know(const std::vector<bool>& known) { run.has_known_haps = known; }
+    void know(const std::vector<bool>& known) { run.panels[2].ordered = known; }
     void add_allele_sums(const snp& site, std::size_t slot, double first, double second) {
         run.acc.gtype_acc2[0].add(slot, at(site), first);
         run.acc.gtype_acc2[1].add(slot, at(site), second);
@@ -84,7 +85,7 @@ TEST_F(consensus_phasing, haploid_with_known_haplotypes_may_not_be_heterozygous)
 
 TEST_F(consensus_phasing, fixed_form_needs_somebody_with_known_haplotypes) {
     give_study(1);
-    run.phase_fixed();
+    phase_fixed(run);
     EXPECT_EQ(terminal.str(), "");
 }
 
@@ -97,7 +98,7 @@ TEST_F(consensus_phasing, fixed_form_phases_by_the_allele_chances) {
     set_alleles(2, site, "00000011");
     add_allele_sums(site, 0, 1.5, 0.5);
     add_allele_sums(site, 1, 0.5, 1.0);
-    run.phase_fixed();
+    phase_fixed(run);
     EXPECT_EQ(alleles_of(2, site), "10010000");  // the third is not touched, the fourth is homozygous
     EXPECT_EQ(terminal.str(), fixed_line);
     EXPECT_EQ(summary(), fixed_line);
@@ -110,7 +111,7 @@ TEST_F(consensus_phasing, fixed_form_leaves_known_phase_alone) {
     add_genotypes(site, {2, 2});
     site.known_phase_flags = {true, false};
     allocate();
-    run.phase_fixed();
+    phase_fixed(run);
     EXPECT_EQ(alleles_of(2, site), "0011");
 }
 
@@ -124,7 +125,7 @@ TEST_F(consensus_phasing, fixed_form_draws_when_the_weights_tie) {
     add_allele_sums(site, 1, 0.0, 0.0);  // both weights zero
     add_allele_sums(site, 2, 1.0, 1.0);
     draws.left = {0.5, 0.51, 0.2};
-    run.phase_fixed();
+    phase_fixed(run);
     EXPECT_EQ(alleles_of(2, site), "011001");
 }
 
@@ -137,7 +138,7 @@ TEST_F(consensus_phasing, fixed_form_takes_a_missing_genotype_from_the_allele_ch
     add_allele_sums(site, 0, 1.9, 1.9);
     add_allele_sums(site, 1, 1.9, 0.1);
     add_allele_sums(site, 2, 0.1, 0.1);
-    run.phase_fixed();
+    phase_fixed(run);
     EXPECT_EQ(alleles_of(2, site), "111000");
 }
 
@@ -150,7 +151,7 @@ TEST_F(consensus_phasing, fixed_form_takes_haploids_from_one_allele_chance) {
     add_allele_sums(site, 0, 1.5, 0.0);
     add_allele_sums(site, 1, 0.5, 0.0);
     set_alleles(2, site, "01");
-    run.phase_fixed();
+    phase_fixed(run);
     EXPECT_EQ(alleles_of(2, site), "10");
 }
 
@@ -162,7 +163,7 @@ TEST_F(consensus_phasing, fixed_form_takes_imputed_sites_when_everybody_is_known
     add_sums(site, 0, 0.0, 2.0);
     add_sums(site, 1, 1.2, 0.4);
     add_allele_sums(site, 1, 0.4, 1.6);
-    run.phase_fixed();
+    phase_fixed(run);
     EXPECT_EQ(alleles_of(2, site), "1101");
 }
 
@@ -172,7 +173,7 @@ TEST_F(consensus_phasing, fixed_form_passes_over_imputed_sites_when_somebody_is_
     snp& site = add_site(150, 0);
     allocate();
     add_sums(site, 0, 0.0, 2.0);
-    run.phase_fixed();
+    phase_fixed(run);
     EXPECT_EQ(alleles_of(2, site), "0000");
 }
 
@@ -184,7 +185,7 @@ TEST_F(consensus_phasing, imputed_sites_of_a_weighted_run_are_divided_by_the_wei
     run.params.weight_imputed_gt = 1;
     run.acc.weight_sum[1] = {8.0};
     add_sums(site, 0, 0.0, 3.0);  // 0.375 by the weights, beyond 1 by the iterations
-    run.phase_fixed();
+    phase_fixed(run);
     EXPECT_EQ(alleles_of(2, site), "00");
 }
 
@@ -196,20 +197,20 @@ TEST_F(consensus_phasing, fixed_form_passes_over_sites_without_part_in_the_model
     snp& outside = add_site(210, 2);
     add_genotypes(outside, {2});
     allocate();
-    run.phase_fixed();
+    phase_fixed(run);
     EXPECT_EQ(alleles_of(2, study_only), "00");
     EXPECT_EQ(alleles_of(2, outside), "00");
     run.params.include_buffer_in_output = run.params.include_buffer_in_output_haps_only = true;
-    run.output_types[2] = false;
-    run.phase_fixed();
+    run.plan.output_types[2] = false;
+    phase_fixed(run);
     EXPECT_EQ(alleles_of(2, outside), "00");
-    run.output_types[2] = true;
-    run.phase_fixed();
+    run.plan.output_types[2] = true;
+    phase_fixed(run);
     EXPECT_EQ(alleles_of(2, outside), "11");
 }
 
 TEST_F(consensus_phasing, fixed_form_under_mc_impute_counts_samples) {
-    run.stored_iters = {1, 2, 3};
+    run.plan.stored_iters = {1, 2, 3};
     give_study(3);
     know({false, true, true});
     snp& site = add_site(150, 0);
@@ -222,7 +223,7 @@ TEST_F(consensus_phasing, fixed_form_under_mc_impute_counts_samples) {
     add_samples(site, 1, "10 10 01");
     add_samples(typed, 1, "01 01 10");
     add_samples(typed, 2, "11 11 01");  // two of three are 1 1
-    run.phase_fixed();
+    phase_fixed(run);
     EXPECT_EQ(alleles_of(2, site), "001011");
     EXPECT_EQ(alleles_of(2, typed), "000111");
 }
@@ -235,7 +236,7 @@ TEST_F(consensus_phasing, posteriors_of_study_sites_are_used_under_pgs_prob) {
     allocate();
     run.params.prob_g = run.params.pgs_prob = true;
     add_sums(site, 0, 0.0, 2.0);
-    run.phase_fixed();
+    phase_fixed(run);
     EXPECT_EQ(alleles_of(2, site), "11");
 }
 
@@ -248,7 +249,7 @@ TEST_F(consensus_phasing, posteriors_of_missing_genotypes_are_used_under_pgs_mis
     run.params.pgs_miss = true;
     add_sums(site, 0, 0.0, 2.0);
     add_sums(site, 1, 0.0, 2.0);
-    run.phase_fixed();
+    phase_fixed(run);
     EXPECT_EQ(alleles_of(2, site), "0011");
 }
 
@@ -257,7 +258,7 @@ TEST_F(consensus_phasing, posteriors_of_missing_genotypes_are_used_under_pgs_mis
 TEST_F(consensus_phasing, pairwise_form_needs_somebody_without_known_haplotypes) {
     give_study(1);
     know({true});
-    run.phase_pairwise();
+    phase_pairwise(run);
     EXPECT_EQ(terminal.str(), "");
 }
 
@@ -272,7 +273,7 @@ TEST_F(consensus_phasing, single_het_is_certain_and_homozygotes_have_no_call) {
     allocate();
     set_alleles(2, zero, "11");
     set_alleles(2, het, "10");
-    run.phase_pairwise();
+    phase_pairwise(run);
     EXPECT_EQ(alleles_of(2, zero), "00");
     EXPECT_EQ(alleles_of(2, het), "01");
     EXPECT_EQ(alleles_of(2, two), "11");
@@ -284,7 +285,7 @@ TEST_F(consensus_phasing, single_het_is_certain_and_homozygotes_have_no_call) {
 }
 
 TEST_F(consensus_phasing, hets_follow_the_phase_that_most_iterations_have) {
-    run.stored_iters = {1, 2, 3, 4};
+    run.plan.stored_iters = {1, 2, 3, 4};
     give_study(1);
     snp& first = add_site(110, 2);
     snp& second = add_site(120, 2);
@@ -296,7 +297,7 @@ TEST_F(consensus_phasing, hets_follow_the_phase_that_most_iterations_have) {
     add_samples(second, 0, "10 10 10 01");  // opposite, opposite, same
     add_samples(third, 0, "10 10 10 10");   // same three times, opposite
     add_samples(fourth, 0, "01 01 01 01");  // opposite
-    run.phase_pairwise();
+    phase_pairwise(run);
     EXPECT_EQ(alleles_of(2, first), "01");
     EXPECT_EQ(alleles_of(2, second), "10");
     EXPECT_EQ(alleles_of(2, third), "10");
@@ -319,7 +320,7 @@ TEST_F(consensus_phasing, tie_is_drawn_and_does_not_feed_into_the_phase_that_is_
     add_samples(tied_too, 0, "00 11");  // never a het: nothing to count
     add_samples(last, 0, "01 01");
     draws.left = {0.500001, 0.5, 0.7};
-    run.phase_pairwise();
+    phase_pairwise(run);
     EXPECT_EQ(alleles_of(2, tied), "10");
     EXPECT_EQ(alleles_of(2, tied_too), "01");
     EXPECT_EQ(alleles_of(2, last), "10");
@@ -329,7 +330,7 @@ TEST_F(consensus_phasing, tie_is_drawn_and_does_not_feed_into_the_phase_that_is_
 }
 
 TEST_F(consensus_phasing, phase_after_a_tie_starts_from_the_carried_allele) {
-    run.stored_iters = {1, 2, 3, 4};
+    run.plan.stored_iters = {1, 2, 3, 4};
     give_study(1);
     snp& first = add_site(110, 2);
     snp& tied = add_site(120, 2);
@@ -340,28 +341,28 @@ TEST_F(consensus_phasing, phase_after_a_tie_starts_from_the_carried_allele) {
     add_samples(tied, 0, "01 10 01 10");
     add_samples(last, 0, "01 10 01 01");  // same as the tied site in three of four
     draws.left = {0.9};
-    run.phase_pairwise();
+    phase_pairwise(run);
     EXPECT_EQ(alleles_of(2, tied), "10");
     EXPECT_EQ(alleles_of(2, last), "01");  // although the tied site went the other way
     EXPECT_EQ(certainty(last), 0.75);
 }
 
 TEST_F(consensus_phasing, empty_store_of_samples_gives_random_phase_at_later_hets) {
-    run.stored_iters.clear();
+    run.plan.stored_iters.clear();
     give_study(1);
     snp& first = add_site(110, 2);
     snp& second = add_site(120, 2);
     for (snp* site : {&first, &second}) add_genotypes(*site, {1});
     allocate();
     draws.left = {0.6};
-    run.phase_pairwise();
+    phase_pairwise(run);
     EXPECT_EQ(certainty(first), 1.0);
     EXPECT_EQ(alleles_of(2, second), "10");
     EXPECT_EQ(certainty(second), 0.5);
 }
 
 TEST_F(consensus_phasing, more_iterations_than_a_word_has_bits) {
-    run.stored_iters.assign(150, 0);
+    run.plan.stored_iters.assign(150, 0);
     give_study(1);
     snp& first = add_site(110, 2);
     snp& second = add_site(120, 2);
@@ -375,7 +376,7 @@ TEST_F(consensus_phasing, more_iterations_than_a_word_has_bits) {
     }
     add_samples(first, 0, ones);
     add_samples(second, 0, mixed);
-    run.phase_pairwise();
+    phase_pairwise(run);
     EXPECT_EQ(alleles_of(2, second), "10");
     EXPECT_DOUBLE_EQ(certainty(second), 100.0 / 150.0);
 }
@@ -391,7 +392,7 @@ TEST_F(consensus_phasing, individuals_without_known_haplotypes_have_slots_of_the
     add_samples(second, 0, "01 01");
     add_samples(first, 1, "01 01");
     add_samples(second, 1, "10 10");
-    run.phase_pairwise();
+    phase_pairwise(run);
     EXPECT_EQ(alleles_of(2, second), "010010");
     ASSERT_EQ(run.pairwise_certainty[at(second)].size(), 2U);
     EXPECT_EQ(certainty(second, 1), 1.0);
@@ -408,13 +409,13 @@ TEST_F(consensus_phasing, samples_under_mc_impute_lie_by_individual) {
     for (auto& tally : run.acc.tallies) tally.miss_counts = {std::vector<int>{0, 2}, std::vector<int>{0, 0}};
     add_samples(first, 1, "01 01");
     add_samples(second, 1, "10 10");
-    run.phase_pairwise();
+    phase_pairwise(run);
     EXPECT_EQ(alleles_of(2, second), "0010");
     EXPECT_EQ(certainty(second), 1.0);
 }
 
 TEST_F(consensus_phasing, missing_genotype_is_the_likeliest_of_the_samples) {
-    run.stored_iters = {1, 2, 3};
+    run.plan.stored_iters = {1, 2, 3};
     give_study(1);
     snp& two = add_site(110, 2);
     snp& het = add_site(120, 2);
@@ -424,7 +425,7 @@ TEST_F(consensus_phasing, missing_genotype_is_the_likeliest_of_the_samples) {
     add_samples(two, 0, "11 11 01");
     add_samples(het, 0, "10 01 11");
     add_samples(zero, 0, "00 00 01");
-    run.phase_pairwise();
+    phase_pairwise(run);
     EXPECT_EQ(alleles_of(2, two), "11");
     EXPECT_EQ(alleles_of(2, het), "01");
     EXPECT_EQ(alleles_of(2, zero), "00");
@@ -437,7 +438,7 @@ TEST_F(consensus_phasing, missing_genotype_in_exact_tie_is_drawn) {
     allocate();
     add_samples(site, 0, "11 00");
     draws.left = {0.6};
-    run.phase_pairwise();
+    phase_pairwise(run);
     EXPECT_EQ(alleles_of(2, site), "11");
 }
 
@@ -448,7 +449,7 @@ TEST_F(consensus_phasing, haploid_has_its_first_haplotype_set_alone) {
     allocate();
     add_samples(site, 1, "1 1");
     set_alleles(2, site, "0011");
-    run.phase_pairwise();
+    phase_pairwise(run);
     EXPECT_EQ(alleles_of(2, site), "1100");
 }
 
@@ -459,7 +460,7 @@ TEST_F(consensus_phasing, pairwise_form_passes_over_imputed_sites_without_mc_imp
     add_genotypes(study_only, {2});
     allocate();
     add_sums(imputed, 0, 0.0, 2.0);
-    run.phase_pairwise();
+    phase_pairwise(run);
     EXPECT_EQ(alleles_of(2, imputed), "00");
     EXPECT_EQ(alleles_of(2, study_only), "00");
 }
@@ -470,7 +471,7 @@ TEST_F(consensus_phasing, study_sites_without_reference_are_phased) {
     snp& site = add_site(110, 3);
     add_genotypes(site, {2});
     allocate();
-    run.phase_pairwise();
+    phase_pairwise(run);
     EXPECT_EQ(alleles_of(2, site), "11");
 }
 
@@ -480,7 +481,7 @@ TEST_F(consensus_phasing, impossible_sums_end_the_run) {
     snp& site = add_site(150, 0);
     allocate();
     add_sums(site, 0, std::numeric_limits<double>::quiet_NaN(), 1.0);
-    EXPECT_TRUE(ends_with(sum_message("ordered individual 1", "phase_fixed"), [&] { run.phase_fixed(); }));
+    EXPECT_TRUE(ends_with(sum_message("ordered individual 1", "phase_fixed"), [&] { phase_fixed(run); }));
 }
 
 }  // namespace

@@ -1,3 +1,4 @@
+#include "output/results.h"
 #include "output_fixture.h"
 
 namespace {
@@ -6,9 +7,9 @@ class diplotype_ordering : public output_fixture {};
 
 TEST_F(diplotype_ordering, says_who_is_ordered) {
     give_study(3);
-    run.has_known_haps = {true, false, true};
+    run.panels[2].ordered = {true, false, true};
     run.params.o_gz = true;  // never compressed
-    run.print_diplotype_ordering_states();
+    print_diplotype_ordering_states(run);
     EXPECT_EQ(text_of(path("_diplotype_ordering")),
               "sample_index internal_diplotype_status\n0 ordered\n1 unordered\n2 ordered\n");
 }

@@ -1,3 +1,4 @@
+#include "output/results.h"
 #include "output_fixture.h"
 
 namespace {
@@ -9,9 +10,9 @@ class merged_reference : public output_fixture {
         run.params.g_ref_file = "ref.gen";
         run.params.merge_ref_panels_output_ref = folder + "/merged";
         run.params.merge_ref_panels_output_gen = folder + "/merged";
-        run.n_hap[0] = 4;
-        run.n_ind[1] = 2;
-        run.n_hap[1] = 4;
+        run.panels[0].n_hap = 4;
+        run.panels[1].n_ind = 2;
+        run.panels[1].n_hap = 4;
     }
     void add_two_sites() {
         snp& zero = add_site(110, 0);
@@ -27,7 +28,7 @@ class merged_reference : public output_fixture {
 
 TEST_F(merged_reference, haplotypes_and_legend) {
     add_two_sites();
-    run.output_merged_ref();
+    output_merged_ref(run);
     EXPECT_EQ(merged(".hap"), "0 1 1 0 0 0 0 1\n1 1 0 0 1 0 1 1\n");
     EXPECT_EQ(merged(".legend"), "id position a0 a1\nrs110 110 a0 b0\nrs120 120 a0 b0\n");
     EXPECT_EQ(notes.str(), "");
@@ -36,29 +37,29 @@ TEST_F(merged_reference, haplotypes_and_legend) {
 TEST_F(merged_reference, without_individuals_of_panel_1_panel_0_stands_alone) {
     run.params.g_ref_file = "NULL";
     run.params.h_files = {"a", "b"};
-    run.n_ind[1] = 0;
+    run.panels[1].n_ind = 0;
     add_two_sites();
-    run.output_merged_ref();
+    output_merged_ref(run);
     EXPECT_EQ(merged(".hap"), "0 1 1 0\n1 1 0 0\n");
     EXPECT_EQ(
         notes.str(),
         "orvide: note: the merged reference panel holds Panel 0 alone, since Panel 1 has no individuals when it is "
         "read from a second -h file\n");
-    run.output_merged_gen();
+    output_merged_gen(run);
     EXPECT_EQ(merged(".gen"), "--- rs110 110 a0 b0 0 1 0 0 1 0\nSNP120 rs120 120 a0 b0 0 0 1 1 0 0\n");
 }
 
 TEST_F(merged_reference, haploid_member_has_a_dash_for_the_second) {
     give_ploidies(1, {1, 2, 1});
     add_two_sites();
-    run.output_merged_ref();
+    output_merged_ref(run);
     EXPECT_EQ(merged(".hap"), "0 1 1 0 0 - 0 0 1 -\n1 1 0 0 1 - 0 1 1 -\n");
 }
 
 TEST_F(merged_reference, both_names_end_in_gz_under_o_gz) {
     add_two_sites();
     run.params.o_gz = true;
-    run.output_merged_ref();
+    output_merged_ref(run);
     EXPECT_EQ(gzip_text_of(folder + "/merged.hap.gz"), "0 1 1 0 0 0 0 1\n1 1 0 0 1 0 1 1\n");
     EXPECT_EQ(gzip_text_of(folder + "/merged.legend.gz"), "id position a0 a1\nrs110 110 a0 b0\nrs120 120 a0 b0\n");
 }
@@ -66,18 +67,18 @@ TEST_F(merged_reference, both_names_end_in_gz_under_o_gz) {
 TEST_F(merged_reference, sites_outside_the_range_or_the_models_are_left_out) {
     for (const long position : {60L, 110L, 120L, 230L}) add_site(position, position == 120 ? 3 : 0);
     allocate();
-    run.output_types = {};  // of no bearing
-    run.output_merged_ref();
+    run.plan.output_types = {};  // of no bearing
+    output_merged_ref(run);
     EXPECT_EQ(merged(".legend"), "id position a0 a1\nrs110 110 a0 b0\n");
     run.params.include_buffer_in_output = true;
-    run.output_merged_ref();
+    output_merged_ref(run);
     EXPECT_EQ(merged(".legend"), "id position a0 a1\nrs60 60 a0 b0\nrs110 110 a0 b0\nrs230 230 a0 b0\n");
 }
 
 TEST_F(merged_reference, genotypes_are_those_of_pairs) {
     add_two_sites();
     run.params.o_gz = true;  // this file stays plain
-    run.output_merged_gen();
+    output_merged_gen(run);
     EXPECT_EQ(merged(".gen"),
               "--- rs110 110 a0 b0 0 1 0 0 1 0 1 0 0 0 1 0\nSNP120 rs120 120 a0 b0 0 0 1 1 0 0 0 1 0 0 0 1\n");
 }
@@ -85,15 +86,15 @@ TEST_F(merged_reference, genotypes_are_those_of_pairs) {
 TEST_F(merged_reference, haploid_member_counts_as_a_homozygote_in_the_genotypes) {
     give_ploidies(1, {1, 2, 1});
     add_two_sites();
-    run.output_merged_gen();
+    output_merged_gen(run);
     EXPECT_EQ(fields_of(folder + "/merged.gen", 1, 11), "0 0 1 0 1 0 0 0 1");
 }
 
 TEST_F(merged_reference, odd_panel_0_makes_no_genotype_file) {
-    run.n_hap[0] = 3;
+    run.panels[0].n_hap = 3;
     add_site(110, 0);
     allocate();
-    run.output_merged_gen();
+    output_merged_gen(run);
     EXPECT_EQ(merged(".gen"), "(no file)");
     EXPECT_EQ(
         warnings(),

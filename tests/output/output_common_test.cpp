@@ -54,9 +54,9 @@ TEST_F(output_common, sites_are_selected_within_the_interval_ends_included) {
 TEST_F(output_common, haploids_are_everybody_under_haploid_g_and_males_of_a_chrx_run) {
     give_study(2);
     EXPECT_EQ(haploid_individuals(run, 2), (std::vector<char>{0, 0}));
-    run.params.haploid_g = true;
+    run.params.haploid_g = run.panels[2].all_haploid = true;
     EXPECT_EQ(haploid_individuals(run, 2), (std::vector<char>{1, 1}));
-    run.params.haploid_g = false;
+    run.params.haploid_g = run.panels[2].all_haploid = false;
     give_ploidies(2, {1, 2, 1});
     EXPECT_EQ(haploid_individuals(run, 2), (std::vector<char>{1, 0, 1}));
 }
@@ -64,10 +64,10 @@ TEST_F(output_common, haploids_are_everybody_under_haploid_g_and_males_of_a_chrx
 TEST_F(output_common, known_haplotypes_of_all_and_any) {
     EXPECT_TRUE(all_have_known_haps(run));
     EXPECT_FALSE(any_has_known_haps(run));
-    run.has_known_haps = {false, true};
+    run.panels[2].ordered = {false, true};
     EXPECT_FALSE(all_have_known_haps(run));
     EXPECT_TRUE(any_has_known_haps(run));
-    run.has_known_haps = {true, true};
+    run.panels[2].ordered = {true, true};
     EXPECT_TRUE(all_have_known_haps(run));
 }
 
@@ -86,7 +86,7 @@ TEST_F(output_common, triple_of_a_haploid_has_no_heterozygote) {
 TEST_F(output_common, input_triple_is_widened_and_zero_without_input) {
     snp site;
     EXPECT_EQ(input_triple(site, 1), (genotype_triple{0.0, 0.0, 0.0}));
-    site.gtype_probs[1] = {1.0F, 0.0F, 0.0F, 0.1F, 0.2F, 0.7F};
+    site.gtype_probs[2] = {1.0F, 0.0F, 0.0F, 0.1F, 0.2F, 0.7F};
     EXPECT_EQ(input_triple(site, 1), (genotype_triple{0.1F, 0.2F, 0.7F}));
 }
 
@@ -109,7 +109,7 @@ TEST_F(output_common, tally_entry_is_the_rank_among_missing_at_study_sites_of_a_
     site.type = 2;
     add_genotypes(site, {3, 0, 3, 3});
     EXPECT_EQ(tally_entry(run, site, 2), 2);
-    run.count_missing_only = true;
+    run.plan.count_missing_only = true;
     EXPECT_EQ(tally_entry(run, site, 0), 0);
     EXPECT_EQ(tally_entry(run, site, 1), -1);
     EXPECT_EQ(tally_entry(run, site, 2), 1);
@@ -128,7 +128,7 @@ TEST_F(output_common, sums_of_one_individual_come_from_tables_or_tallies) {
     run.acc.tallies[0].miss_counts = {std::vector<int>{7, 8}, std::vector<int>{9, 10}};
     EXPECT_EQ(genotype_sums(run, 0, 2), (std::array<double, 2>{0.5, 0.25}));
     run.params.mc_impute = true;
-    run.count_missing_only = true;
+    run.plan.count_missing_only = true;
     EXPECT_EQ(genotype_sums(run, 0, 2), (std::array<double, 2>{8.0, 10.0}));
     EXPECT_EQ(genotype_sums(run, 0, 0), (std::array<double, 2>{0.0, 0.0}));
     run.acc.tallies.clear();
@@ -184,7 +184,7 @@ TEST_F(output_common, block_gathers_tallies_by_individual_or_by_missing_entry) {
     add_genotypes(typed, {3, 1, 3});
     add_site(170, 0);
     run.params.mc_impute = true;
-    run.count_missing_only = true;
+    run.plan.count_missing_only = true;
     run.acc.tallies.resize(2);  // none at the last site
     run.acc.tallies[0].miss_counts = {std::vector<int>{1, 2, 3}, std::vector<int>{4, 5, 6}};
     run.acc.tallies[1].miss_counts = {std::vector<int>{7, 8}, std::vector<int>{9, 10}};

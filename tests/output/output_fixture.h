@@ -52,14 +52,14 @@ class output_fixture : public ::testing::Test {
         run.params.i_file = folder + "/out_info";
         run.params.h_files = {"ref.hap"};
         run.params.store_input_probs = {true, true};
-        run.has_reference = true;
-        run.n_panels = 3;
-        run.int_lower_bp = 100;
-        run.int_upper_bp = 200;
-        run.buffer_lower = 50;
-        run.buffer_upper = 250;
-        run.output_types = {true, true, true, true};
-        run.stored_iters = {1, 3};
+        run.plan.has_reference = true;
+        run.plan.n_panels = 3;
+        run.plan.int_lower_bp = 100;
+        run.plan.int_upper_bp = 200;
+        run.plan.buffer_lower = 50;
+        run.plan.buffer_upper = 250;
+        run.plan.output_types = {true, true, true, true};
+        run.plan.stored_iters = {1, 3};
     }
     void TearDown() override {
         EXPECT_TRUE(draws.left.empty()) << "fewer draws than expected";
@@ -70,28 +70,28 @@ class output_fixture : public ::testing::Test {
 
     // --- settings ---------------------------------------------------------------------------------------------------
     void give_study(int n_individuals) {
-        run.n_ind[2] = n_individuals;
-        run.n_hap[2] = 2 * n_individuals;
-        run.has_known_haps.assign(static_cast<std::size_t>(n_individuals), false);
+        run.panels[2].n_ind = n_individuals;
+        run.panels[2].n_hap = 2 * n_individuals;
+        run.panels[2].ordered.assign(static_cast<std::size_t>(n_individuals), false);
     }
     // A chrX run whose individuals of a panel (1 or 2) have the given ploidies.
     void give_ploidies(int panel, const std::vector<int>& ploidies) {
-        run.chrx_haploid = true;
+        run.plan.chrx_haploid = run.panels[1].sexes_differ = run.panels[2].sexes_differ = true;
         const auto p = static_cast<std::size_t>(panel);
-        run.ploidy_by_panel[p - 1] = ploidies;
-        run.first_hap_by_panel[p - 1].clear();
-        run.n_ind[p] = static_cast<int>(ploidies.size());
-        run.n_hap[p] = 0;
+        run.panels[p].ploidy = ploidies;
+        run.panels[p].first_haps.clear();
+        run.panels[p].n_ind = static_cast<int>(ploidies.size());
+        run.panels[p].n_hap = 0;
         for (const int ploidy : ploidies) {
-            run.first_hap_by_panel[p - 1].push_back(run.n_hap[p]);
-            run.n_hap[p] += ploidy;
+            run.panels[p].first_haps.push_back(run.panels[p].n_hap);
+            run.panels[p].n_hap += ploidy;
         }
-        if (panel == 2) run.has_known_haps.assign(ploidies.size(), false);
+        if (panel == 2) run.panels[2].ordered.assign(ploidies.size(), false);
     }
     void give_no_reference() {
         run.params.h_files.clear();
-        run.has_reference = false;
-        run.n_panels = 4;
+        run.plan.has_reference = false;
+        run.plan.n_panels = 4;
     }
 
     // --- sites ------------------------------------------------------------------------------------------------------
@@ -108,22 +108,22 @@ class output_fixture : public ::testing::Test {
             site.labels[p].a1 = "b" + std::to_string(p);
         }
         if (type < 2) site.labels[2].a0 = site.labels[2].a1 = "*";
-        const auto place = run.snps.emplace(position, std::move(site));
-        run.sites.clear();
-        run.positions.clear();
-        for (auto& [at, stored] : run.snps) {
-            stored.index = static_cast<int>(run.sites.size());
-            run.sites.push_back(&stored);
-            run.positions.push_back(at);
+        const auto place = run.sites.store.emplace(position, std::move(site));
+        run.sites.in_order.clear();
+        run.sites.positions.clear();
+        for (auto& [at, stored] : run.sites.store) {
+            stored.index = static_cast<int>(run.sites.in_order.size());
+            run.sites.in_order.push_back(&stored);
+            run.sites.positions.push_back(at);
         }
         return place->second;
     }
     // Genotype codes, and the triples that a reader makes of them.
     static void add_genotypes(snp& site, std::initializer_list<int> genotypes) {
         for (const int g : genotypes) {
-            site.gtypes[1].push_back(static_cast<std::uint8_t>(g));
+            site.gtypes[2].push_back(static_cast<std::uint8_t>(g));
             for (int k = 0; k < 3; ++k) {
-                site.gtype_probs[1].push_back(g == missing_genotype ? 1.0F / 3.0F : g == k ? 1.0F : 0.0F);
+                site.gtype_probs[2].push_back(g == missing_genotype ? 1.0F / 3.0F : g == k ? 1.0F : 0.0F);
             }
         }
     }
@@ -131,12 +131,12 @@ class output_fixture : public ::testing::Test {
     void set_alleles(int panel, const snp& site, const std::string& alleles) {
         const auto p = static_cast<std::size_t>(panel);
         const auto s = static_cast<std::size_t>(site.index);
-        run.haps[p].set_holds(s);
-        for (std::size_t h = 0; h < alleles.size(); ++h) run.haps[p].set(h, s, alleles[h] - '0');
+        run.panels[p].haps.set_holds(s);
+        for (std::size_t h = 0; h < alleles.size(); ++h) run.panels[p].haps.set(h, s, alleles[h] - '0');
     }
     std::string alleles_of(int panel, const snp& site) const {
         std::string text;
-        const packed_haplotypes& haps = run.haps[static_cast<std::size_t>(panel)];
+        const packed_haplotypes& haps = run.panels[static_cast<std::size_t>(panel)].haps;
         for (std::size_t h = 0; h < haps.n_hap(); ++h) {
             text += haps.allele(h, static_cast<std::size_t>(site.index)) == 1 ? '1' : '0';
         }
@@ -145,10 +145,10 @@ class output_fixture : public ::testing::Test {
 
     // Allocates alleles and sums; every site has a column. Called once the sites and counts stand.
     void allocate() {
-        const std::size_t n_sites = run.sites.size();
-        const auto n_ind = static_cast<std::size_t>(run.n_ind[2]);
+        const std::size_t n_sites = run.sites.in_order.size();
+        const auto n_ind = static_cast<std::size_t>(run.panels[2].n_ind);
         for (std::size_t p = 0; p < 3; ++p) {
-            run.haps[p] = packed_haplotypes(static_cast<std::size_t>(run.n_hap[p]), n_sites);
+            run.panels[p].haps = packed_haplotypes(static_cast<std::size_t>(run.panels[p].n_hap), n_sites);
         }
         std::vector<int> column(n_sites);
         for (std::size_t s = 0; s < n_sites; ++s) column[s] = static_cast<int>(s);
@@ -158,12 +158,12 @@ class output_fixture : public ::testing::Test {
             for (auto& tables : run.acc.gtype_acc3) tables[g].allocate(n_ind, column, n_sites);
             run.acc.weight_sum[g].assign(n_ind, 0.0);
         }
-        if (!run.tmp_haps) run.acc.mcmc_bits.allocate(n_ind, column, n_sites, run.stored_iters.size());
+        if (!run.plan.tmp_haps) run.acc.mcmc_bits.allocate(n_ind, column, n_sites, run.plan.stored_iters.size());
     }
     void allocate_tallies() {
-        run.acc.tallies.resize(run.sites.size());
+        run.acc.tallies.resize(run.sites.in_order.size());
         for (auto& tally : run.acc.tallies) {
-            for (auto& counts : tally.miss_counts) counts.assign(static_cast<std::size_t>(run.n_ind[2]), 0);
+            for (auto& counts : tally.miss_counts) counts.assign(static_cast<std::size_t>(run.panels[2].n_ind), 0);
         }
     }
     static std::size_t at(const snp& site) { return static_cast<std::size_t>(site.index); }

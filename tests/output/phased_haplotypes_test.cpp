@@ -1,3 +1,4 @@
+#include "output/results.h"
 #include "output_fixture.h"
 
 namespace {
@@ -14,7 +15,7 @@ TEST_F(phased_haplotypes, two_alleles_an_individual_behind_five_columns) {
     snp& site = add_site(120, 2);
     allocate();
     set_alleles(2, site, "0110");
-    run.output_phased_haps();
+    output_phased_haps(run);
     EXPECT_EQ(haps(), "SNP120 rs120 120 a0 b0 0 1 1 0\n");
 }
 
@@ -23,17 +24,17 @@ TEST_F(phased_haplotypes, haploid_male_has_a_dash_for_the_second) {
     snp& site = add_site(120, 2);
     allocate();
     set_alleles(2, site, "1101");
-    run.output_phased_haps();
+    output_phased_haps(run);
     EXPECT_EQ(alleles(), "1 - 1 0 1 -");
 }
 
 TEST_F(phased_haplotypes, haploid_panel_has_one_field) {
     give_study(2);
-    run.params.haploid_g = true;
+    run.params.haploid_g = run.panels[2].all_haploid = true;
     snp& site = add_site(120, 2);
     allocate();
     set_alleles(2, site, "10");
-    run.output_phased_haps();
+    output_phased_haps(run);
     EXPECT_EQ(alleles(), "1 0");
 }
 
@@ -43,17 +44,17 @@ TEST_F(phased_haplotypes, imputed_sites_are_written_when_sampled_or_when_everybo
     add_site(120, 2);
     allocate();
     set_alleles(2, imputed, "11");
-    run.output_phased_haps();
+    output_phased_haps(run);
     EXPECT_EQ(haps(), "SNP120 rs120 120 a0 b0 0 0\n");
     run.params.mc_impute = true;
-    run.output_phased_haps();
+    output_phased_haps(run);
     EXPECT_EQ(haps(), "--- rs110 110 a0 b0 1 1\nSNP120 rs120 120 a0 b0 0 0\n");
     run.params.mc_impute = false;
-    run.has_known_haps = {true};
-    run.output_phased_haps();
+    run.panels[2].ordered = {true};
+    output_phased_haps(run);
     EXPECT_EQ(alleles(0), "1 1");
-    run.output_types[1] = false;
-    run.output_phased_haps();
+    run.plan.output_types[1] = false;
+    output_phased_haps(run);
     EXPECT_EQ(haps(), "SNP120 rs120 120 a0 b0 0 0\n");
 }
 
@@ -61,17 +62,17 @@ TEST_F(phased_haplotypes, study_only_sites_are_left_out_by_default) {
     give_study(1);
     add_genotypes(add_site(120, 3), {1});
     allocate();
-    run.output_phased_haps();
+    output_phased_haps(run);
     EXPECT_EQ(haps(), "");
 }
 
 TEST_F(phased_haplotypes, unphased_sites_have_marked_alleles) {
     give_study(5);
     snp& site = add_site(120, 3);
-    site.gtype_probs[1] = {1.0F, 0.0F, 0.0F, 0.0F, 1.0F, 0.0F, 0.0F, 0.0F, 1.0F, 0.4F, 0.4F, 0.2F, 0.2F, 0.3F, 0.5F};
+    site.gtype_probs[2] = {1.0F, 0.0F, 0.0F, 0.0F, 1.0F, 0.0F, 0.0F, 0.0F, 1.0F, 0.4F, 0.4F, 0.2F, 0.2F, 0.3F, 0.5F};
     allocate();
     run.params.include_unphased_sites_in_output_haps = true;
-    run.output_phased_haps();
+    output_phased_haps(run);
     EXPECT_EQ(haps(), "SNP120 rs120 120 a2 b2 0* 0* 0* 1* 1* 1* 0* 0* 1* 1*\n");
 }
 
@@ -80,7 +81,7 @@ TEST_F(phased_haplotypes, unphased_sites_without_input_are_unknown) {
     add_site(120, 3);
     allocate();
     run.params.include_unphased_sites_in_output_haps = true;
-    run.output_phased_haps();
+    output_phased_haps(run);
     EXPECT_EQ(alleles(), "X* X*");
 }
 
@@ -91,7 +92,7 @@ TEST_F(phased_haplotypes, study_only_sites_of_a_prephased_run_have_plain_alleles
     allocate();
     set_alleles(2, site, "10");
     run.params.use_prephased_g = run.params.include_unphased_sites_in_output_haps = true;
-    run.output_phased_haps();
+    output_phased_haps(run);
     EXPECT_EQ(alleles(), "1 0");
 }
 
@@ -99,10 +100,10 @@ TEST_F(phased_haplotypes, interval_is_the_buffer_when_it_is_included_anywhere) {
     give_study(1);
     add_site(60, 2);
     allocate();
-    run.output_phased_haps();
+    output_phased_haps(run);
     EXPECT_EQ(haps(), "");
     run.params.include_buffer_in_output = run.params.include_buffer_in_output_haps_only = true;
-    run.output_phased_haps();
+    output_phased_haps(run);
     EXPECT_EQ(haps(), "SNP60 rs60 60 a0 b0 0 0\n");
 }
 
@@ -111,9 +112,9 @@ TEST_F(phased_haplotypes, sites_beyond_64_keep_their_alleles) {
     for (int k = 0; k < 70; ++k) add_site(110 + k, 2);
     allocate();
     for (std::size_t h = 0; h < 80; ++h) {
-        for (std::size_t s = 0; s < 70; ++s) run.haps[2].set(h, s, (h * 7 + s * 3) % 5 == 0 ? 1 : 0);
+        for (std::size_t s = 0; s < 70; ++s) run.panels[2].haps.set(h, s, (h * 7 + s * 3) % 5 == 0 ? 1 : 0);
     }
-    run.output_phased_haps();
+    output_phased_haps(run);
     for (std::size_t s = 0; s < 70; ++s) {
         std::string expected;
         for (std::size_t h = 0; h < 80; ++h)
@@ -125,37 +126,37 @@ TEST_F(phased_haplotypes, sites_beyond_64_keep_their_alleles) {
 TEST_F(phased_haplotypes, confidence_prints_calls_and_marks) {
     give_study(5);
     run.params.phase = true;
-    run.has_known_haps = {false, true, false, false, false};
+    run.panels[2].ordered = {false, true, false, false, false};
     add_site(120, 2);
     allocate();
     run.pairwise_certainty = {{-1.0, 1.0, 0.5, 0.9995}};
-    run.output_pairwise_certainties();
+    output_pairwise_certainties(run);
     EXPECT_EQ(confidence(), "SNP120 rs120 120 a0 b0 * - 1 0.500 1\n");
     run.params.outdp = 4;
     run.pairwise_certainty = {{0.0, 2.0 / 3.0, 0.00005, 0.99995}};
-    run.output_pairwise_certainties();
+    output_pairwise_certainties(run);
     EXPECT_EQ(confidence(), "SNP120 rs120 120 a0 b0 0 - 0.6667 0 1\n");
 }
 
 TEST_F(phased_haplotypes, confidence_of_study_only_sites_is_a_star) {
     give_study(2);
     run.params.phase = true;
-    run.has_known_haps = {false, true};
+    run.panels[2].ordered = {false, true};
     run.params.include_unphased_sites_in_output_haps = true;
     add_site(120, 3);
     allocate();
     run.pairwise_certainty.resize(1);
-    run.output_pairwise_certainties();
+    output_pairwise_certainties(run);
     EXPECT_EQ(confidence(), "SNP120 rs120 120 a2 b2 * -\n");
 }
 
 TEST_F(phased_haplotypes, confidence_needs_phase_and_somebody_without_known_haplotypes) {
     give_study(1);
-    run.output_pairwise_certainties();
+    output_pairwise_certainties(run);
     EXPECT_FALSE(exists(path("_haps_confidence")));
     run.params.phase = true;
-    run.has_known_haps = {true};
-    run.output_pairwise_certainties();
+    run.panels[2].ordered = {true};
+    output_pairwise_certainties(run);
     EXPECT_FALSE(exists(path("_haps_confidence")));
 }
 
@@ -165,8 +166,8 @@ TEST_F(phased_haplotypes, files_are_compressed_under_o_gz) {
     add_site(120, 2);
     allocate();
     run.pairwise_certainty = {{0.5}};
-    run.output_pairwise_certainties();
-    run.output_phased_haps();
+    output_pairwise_certainties(run);
+    output_phased_haps(run);
     EXPECT_EQ(gzip_text_of(path("_haps.gz")), "SNP120 rs120 120 a0 b0 0 0\n");
     EXPECT_EQ(gzip_text_of(path("_haps_confidence.gz")), "SNP120 rs120 120 a0 b0 0.500\n");
 }

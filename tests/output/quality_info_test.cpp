@@ -1,3 +1,4 @@
+#include "output/results.h"
 #include "output_fixture.h"
 
 namespace {
@@ -13,40 +14,40 @@ class quality_info : public output_fixture {
 };
 
 TEST_F(quality_info, head_without_comparisons) {
-    run.mcmc_info();
+    mcmc_info(run);
     EXPECT_EQ(info_text(), head + "\n");
 }
 
 TEST_F(quality_info, head_with_all_comparisons) {
     run.params.pgs = true;
-    run.selfcheck_iters = {1};
-    run.mcmc_info();
+    run.plan.selfcheck_iters = {1};
+    mcmc_info(run);
     EXPECT_EQ(info_text(),
               head + " concord_type2 r2_type2 info_type1 concord_type1 r2_type1 info_type0 concord_type0 r2_type0\n");
 }
 
 TEST_F(quality_info, head_of_a_reference_set_follows_its_type_bit) {
-    run.selfcheck_iters = {1};
-    run.output_types = {true, false, true, true};
-    run.mcmc_info();
+    run.plan.selfcheck_iters = {1};
+    run.plan.output_types = {true, false, true, true};
+    mcmc_info(run);
     EXPECT_EQ(info_text(), head + " info_type0 concord_type0 r2_type0\n");
-    run.output_types = {false, true, true, true};
-    run.mcmc_info();
+    run.plan.output_types = {false, true, true, true};
+    mcmc_info(run);
     EXPECT_EQ(info_text(), head + " info_type1 concord_type1 r2_type1\n");
 }
 
 TEST_F(quality_info, comparisons_can_be_switched_off) {
     run.params.pgs = true;
-    run.selfcheck_iters = {1};
+    run.plan.selfcheck_iters = {1};
     run.params.snp_qc_info = false;
-    run.mcmc_info();
+    mcmc_info(run);
     EXPECT_EQ(info_text(), head + "\n");
 }
 
 TEST_F(quality_info, name_is_that_of_i_and_never_compressed) {
     run.params.i_file = folder + "/quality.gz";
     run.params.o_gz = true;
-    run.mcmc_info();
+    mcmc_info(run);
     EXPECT_EQ(text_of(folder + "/quality.gz"), head + "\n");
 }
 
@@ -56,7 +57,7 @@ TEST_F(quality_info, imputed_site) {
     allocate();
     add_sums(site, 0, 1.0, 0.5);  // 0.25 0.5 0.25: mean 1, variance 0.5
     add_sums(site, 1, 0.0, 0.0);  // 1 0 0
-    run.mcmc_info();
+    mcmc_info(run);
     // f = 1/4; info = 1 - 0.5 / (4 * 3/16); certainty (0.5 + 1) / 2
     EXPECT_EQ(info_text(), head + "\n--- rs150 150 a0 b0 0.250 0.333 0.750 0\n");
 }
@@ -68,7 +69,7 @@ TEST_F(quality_info, monomorphic_site_has_info_1_and_the_mean_largest_probabilit
     allocate();
     add_sums(fixed, 0, 0.0, 2.0);
     add_sums(fixed, 1, 0.0, 2.0);
-    run.mcmc_info();
+    mcmc_info(run);
     EXPECT_EQ(info(1), "0.000 1.000 1.000 0");
     EXPECT_EQ(info(2), "1.000 1.000 1.000 0");
 }
@@ -78,7 +79,7 @@ TEST_F(quality_info, certain_calls_have_info_1) {
     snp& site = add_site(150, 0);
     allocate();
     add_sums(site, 0, 2.0, 0.0);
-    run.mcmc_info();
+    mcmc_info(run);
     EXPECT_EQ(info(), "0.250 1.000 1.000 0");
 }
 
@@ -88,7 +89,7 @@ TEST_F(quality_info, haploids_count_one_allele) {
     allocate();
     add_sums(site, 0, 1.0, 1.0);  // 0.5 0 0.5
     add_sums(site, 1, 2.0, 0.0);  // 0 1 0
-    run.mcmc_info();
+    mcmc_info(run);
     // f = (0.5 + 1) / 3; info = 1 - 0.25 / (3 / 4)
     EXPECT_EQ(info(), "0.500 0.667 0.750 0");
 }
@@ -100,7 +101,7 @@ TEST_F(quality_info, imputed_site_of_a_weighted_run_is_divided_by_the_weights) {
     run.params.weight_imputed_gt = 2;
     run.acc.weight_sum[1] = {4.0};
     add_sums(site, 0, 2.0, 0.0);
-    run.mcmc_info();
+    mcmc_info(run);
     EXPECT_EQ(info(), "0.250 0.333 0.500 1");
 }
 
@@ -111,16 +112,16 @@ TEST_F(quality_info, imputed_site_under_mc_impute_is_read_from_the_tallies) {
     allocate_tallies();
     run.params.mc_impute = true;
     run.acc.tallies[0].miss_counts = {std::vector<int>{1}, std::vector<int>{1}};
-    run.mcmc_info();
+    mcmc_info(run);
     EXPECT_EQ(info(), "0.750 0.333 0.500 0");
 }
 
 TEST_F(quality_info, typed_site_has_the_input) {
     give_study(2);
     snp& site = add_site(150, 2);
-    site.gtype_probs[1] = {0.5F, 0.5F, 0.0F, 0.0F, 0.0F, 0.5F};  // the second one is scaled to 0 0 1
+    site.gtype_probs[2] = {0.5F, 0.5F, 0.0F, 0.0F, 0.0F, 0.5F};  // the second one is scaled to 0 0 1
     allocate();
-    run.mcmc_info();
+    mcmc_info(run);
     // dosages 0.5 and 2; f = 5/8; info = 1 - 0.25 / (4 * 15/64); the certainty is that of the values as read
     EXPECT_EQ(info(), "0.625 0.733 0.500 2");
 }
@@ -128,41 +129,41 @@ TEST_F(quality_info, typed_site_has_the_input) {
 TEST_F(quality_info, typed_site_of_haploids_leaves_two_homozygotes) {
     give_ploidies(2, {1});
     snp& site = add_site(150, 2);
-    site.gtype_probs[1] = {0.25F, 0.0F, 0.25F};
+    site.gtype_probs[2] = {0.25F, 0.0F, 0.25F};
     allocate();
-    run.mcmc_info();
+    mcmc_info(run);
     EXPECT_EQ(info(), "0.500 0.000 0.500 2");
 }
 
 TEST_F(quality_info, haploid_without_homozygous_input_takes_the_frequency) {
     give_ploidies(2, {1});
     snp& site = add_site(150, 2);
-    site.gtype_probs[1] = {0.0F, 0.0F, 0.0F};
+    site.gtype_probs[2] = {0.0F, 0.0F, 0.0F};
     site.labels[2].freq = 0.25;
     allocate();
-    run.mcmc_info();
+    mcmc_info(run);
     EXPECT_EQ(info(), "0.250 0.000 0.750 2");
 }
 
 TEST_F(quality_info, haploid_without_homozygous_input_needs_a_sound_frequency) {
     give_ploidies(2, {1});
     snp& site = add_site(150, 2);
-    site.gtype_probs[1] = {0.0F, 0.0F, 0.0F};
+    site.gtype_probs[2] = {0.0F, 0.0F, 0.0F};
     allocate();
     const std::string end = " at position 150. Please contact the authors for assistance.";
-    EXPECT_TRUE(ends_with("ERROR: Unexpected gens1 frequency of -1.000" + end, [&] { run.mcmc_info(); }));
+    EXPECT_TRUE(ends_with("ERROR: Unexpected gens1 frequency of -1.000" + end, [&] { mcmc_info(run); }));
 }
 
 TEST_F(quality_info, haploid_without_homozygous_input_refuses_a_frequency_above_1) {
     give_ploidies(2, {1});
     snp& site = add_site(150, 2);
-    site.gtype_probs[1] = {0.0F, 0.0F, 0.0F};
+    site.gtype_probs[2] = {0.0F, 0.0F, 0.0F};
     site.labels[2].freq = 1.5;
     allocate();
     EXPECT_TRUE(
         ends_with("ERROR: Unexpected gens1 frequency of 1.500 at position 150. Please contact the authors for "
                   "assistance.",
-                  [&] { run.mcmc_info(); }));
+                  [&] { mcmc_info(run); }));
 }
 
 TEST_F(quality_info, typed_site_without_kept_input_is_written_under_pgs_only) {
@@ -172,10 +173,10 @@ TEST_F(quality_info, typed_site_without_kept_input_is_written_under_pgs_only) {
     allocate();
     run.params.store_input_probs = {false, false};
     add_sums(site, 0, 2.0, 0.0);
-    run.mcmc_info();
+    mcmc_info(run);
     EXPECT_EQ(info_text(), head + "\n");
     run.params.pgs = true;
-    run.mcmc_info();
+    mcmc_info(run);
     EXPECT_EQ(info(), "0.500 1.000 1.000 2 1.000 -1.000");
 }
 
@@ -185,14 +186,14 @@ TEST_F(quality_info, site_whose_individuals_do_not_count_is_undefined) {
     allocate();
     run.params.store_input_probs = {false, false};
     run.params.pgs_prob = true;
-    run.mcmc_info();
+    mcmc_info(run);
     EXPECT_EQ(info(), "-1 -1 0.000 3");
 }
 
 TEST_F(quality_info, without_individuals_numbers_are_minus_1) {
     add_site(150, 0);
     allocate();
-    run.mcmc_info();
+    mcmc_info(run);
     EXPECT_EQ(info(), "-1 -1 -1 0");
 }
 
@@ -203,8 +204,8 @@ TEST_F(quality_info, only_sites_of_asked_types_in_the_interval) {
     add_site(120, 0);
     add_site(201, 0);
     allocate();
-    run.output_types = {true, false, true, true};
-    run.mcmc_info();
+    run.plan.output_types = {true, false, true, true};
+    mcmc_info(run);
     EXPECT_EQ(info_text(), head + "\n--- rs120 120 a0 b0 0.000 1.000 1.000 0\n");
 }
 
@@ -223,7 +224,7 @@ TEST_F(quality_info, posteriors_of_typed_sites_are_compared_under_pgs) {
     add_sums(site, 1, 0.8, 0.0);  // called 0
     add_sums(site, 2, 0.0, 2.0);
     for (std::size_t i = 0; i < 3; ++i) add_sums(constant, i, 0.2 * static_cast<double>(i + 4), 0.0);
-    run.mcmc_info();
+    mcmc_info(run);
     EXPECT_EQ(fields_of(path("_info"), 1, 9), "0.500 1.000");
     EXPECT_EQ(fields_of(path("_info"), 2, 9), "0.333 -1.000");  // all genotypes equal; 0.4 and 0.5 are called 0
     EXPECT_EQ(fields_of(path("_info"), 3, 9), "-1 -1");
@@ -237,7 +238,7 @@ TEST_F(quality_info, single_compared_individual_has_concordance_and_no_correlati
     allocate();
     run.params.pgs = true;
     add_sums(site, 0, 0.0, 2.0);
-    run.mcmc_info();
+    mcmc_info(run);
     EXPECT_EQ(fields_of(path("_info"), 1, 9), "1.000 -1.000");
 }
 
@@ -249,17 +250,17 @@ TEST_F(quality_info, compared_haploids_halve_their_genotypes) {
     run.params.pgs = true;
     add_sums(site, 0, 0.0, 1.2);
     add_sums(site, 1, 0.0, 0.4);
-    run.mcmc_info();
+    mcmc_info(run);
     EXPECT_EQ(fields_of(path("_info"), 1, 9), "1.000 1.000");
 }
 
 TEST_F(quality_info, run_without_genotypes_compares_nothing) {
     give_study(1);
     snp& site = add_site(150, 2);
-    site.gtype_probs[1] = {0.5F, 0.5F, 0.0F};
+    site.gtype_probs[2] = {0.5F, 0.5F, 0.0F};
     allocate();
     run.params.pgs = run.params.prob_g = true;
-    run.mcmc_info();
+    mcmc_info(run);
     EXPECT_EQ(fields_of(path("_info"), 1, 9), "-1 -1");
 }
 
@@ -269,12 +270,12 @@ TEST_F(quality_info, selfcheck_columns_are_those_of_set_1_then_set_0) {
     add_genotypes(site, {0, 2});
     add_site(160, 0);
     allocate();
-    run.selfcheck_iters = {1, 2, 3, 4};
+    run.plan.selfcheck_iters = {1, 2, 3, 4};
     add_masked_sums(1, site, 0, 0.0, 0.0);
     add_masked_sums(1, site, 1, 0.0, 4.0);
     add_masked_sums(0, site, 0, 2.0, 1.0);  // 0.25 0.5 0.25
     add_masked_sums(0, site, 1, 2.0, 1.0);
-    run.mcmc_info();
+    mcmc_info(run);
     EXPECT_EQ(fields_of(path("_info"), 1, 9), "1.000 1.000 1.000 0.000 0.000 -1.000");
     EXPECT_EQ(fields_of(path("_info"), 2, 9), "-1 -1 -1 -1 -1 -1");
 }
@@ -284,10 +285,10 @@ TEST_F(quality_info, selfcheck_info_counts_those_without_genotype_too) {
     snp& site = add_site(150, 2);
     add_genotypes(site, {3, 3});
     allocate();
-    run.selfcheck_iters = {1, 2, 3, 4};
-    run.output_types = {true, false, true, true};
+    run.plan.selfcheck_iters = {1, 2, 3, 4};
+    run.plan.output_types = {true, false, true, true};
     add_masked_sums(0, site, 0, 2.0, 1.0);
-    run.mcmc_info();
+    mcmc_info(run);
     EXPECT_EQ(fields_of(path("_info"), 1, 9), "0.333 -1 -1");
 }
 
@@ -296,11 +297,11 @@ TEST_F(quality_info, selfcheck_of_haploids_has_one_allele) {
     snp& site = add_site(150, 2);
     add_genotypes(site, {0, 2});
     allocate();
-    run.selfcheck_iters = {1, 2};
-    run.output_types = {true, false, true, true};
+    run.plan.selfcheck_iters = {1, 2};
+    run.plan.output_types = {true, false, true, true};
     add_masked_sums(0, site, 0, 1.0, 0.5);  // 0.75 0 0.25
     add_masked_sums(0, site, 1, 1.0, 1.5);  // 0.25 0 0.75
-    run.mcmc_info();
+    mcmc_info(run);
     // f = 1/2; info = 1 - 2 * 3/16 / (2 / 4)
     EXPECT_EQ(fields_of(path("_info"), 1, 9), "0.250 1.000 1.000");
 }
@@ -309,21 +310,21 @@ TEST_F(quality_info, monomorphic_selfcheck_has_info_1) {
     give_study(1);
     add_genotypes(add_site(150, 2), {0});
     allocate();
-    run.selfcheck_iters = {1};
-    run.output_types = {true, false, true, true};
-    run.mcmc_info();
+    run.plan.selfcheck_iters = {1};
+    run.plan.output_types = {true, false, true, true};
+    mcmc_info(run);
     EXPECT_EQ(fields_of(path("_info"), 1, 9), "1.000 1.000 -1.000");
 }
 
 TEST_F(quality_info, by_sample_is_not_written_under_mc_impute) {
     run.params.mc_impute = true;
-    run.mcmc_info_by_sample();
+    mcmc_info_by_sample(run);
     EXPECT_FALSE(exists(path("_info_by_sample")));
 }
 
 TEST_F(quality_info, by_sample_without_comparisons_is_an_empty_line) {
     give_study(2);
-    run.mcmc_info_by_sample();
+    mcmc_info_by_sample(run);
     EXPECT_EQ(by_sample(), "\n");
 }
 
@@ -336,13 +337,13 @@ TEST_F(quality_info, by_sample_compares_along_the_typed_sites_of_the_interval) {
     for (snp* site : {&outside, &first, &other, &second}) add_genotypes(*site, {site == &second ? 2 : 0, 3});
     allocate();
     run.params.pgs = true;
-    run.selfcheck_iters = {3};
+    run.plan.selfcheck_iters = {3};
     add_sums(first, 0, 0.4, 0.0);
     add_sums(second, 0, 1.6, 0.4);  // called 1
     add_masked_sums(1, second, 0, 0.0, 1.0);
     add_masked_sums(0, first, 0, 0.5, 0.0);
     add_masked_sums(0, second, 0, 0.5, 0.0);
-    run.mcmc_info_by_sample();
+    mcmc_info_by_sample(run);
     EXPECT_EQ(by_sample(),
               "concord_type2 r2_type2 concord_type1 r2_type1 concord_type0 r2_type0\n"
               "0.500 1.000 1.000 1.000 0.500 -1.000\n"
@@ -351,13 +352,13 @@ TEST_F(quality_info, by_sample_compares_along_the_typed_sites_of_the_interval) {
 
 TEST_F(quality_info, by_sample_head_follows_the_type_bits) {
     give_study(1);
-    run.selfcheck_iters = {3};
-    run.output_types = {false, true, true, true};
-    run.mcmc_info_by_sample();
+    run.plan.selfcheck_iters = {3};
+    run.plan.output_types = {false, true, true, true};
+    mcmc_info_by_sample(run);
     EXPECT_EQ(by_sample(), "concord_type1 r2_type1\n-1 -1\n");
-    run.output_types = {true, false, true, true};
+    run.plan.output_types = {true, false, true, true};
     run.params.snp_qc_info = false;  // of no bearing here
-    run.mcmc_info_by_sample();
+    mcmc_info_by_sample(run);
     EXPECT_EQ(by_sample(), "concord_type0 r2_type0\n-1 -1\n");
 }
 
@@ -368,7 +369,7 @@ TEST_F(quality_info, by_sample_has_a_line_for_each_of_many_individuals) {
     allocate();
     run.params.pgs = true;
     for (std::size_t i = 0; i < 150; ++i) add_sums(site, i, 0.0, i % 2 == 0 ? 2.0 : 0.0);
-    run.mcmc_info_by_sample();
+    mcmc_info_by_sample(run);
     for (std::size_t i = 0; i < 150; ++i) {
         const bool agree = (i % 3 == 0) == (i % 2 == 0);
         ASSERT_EQ(fields_of(path("_info_by_sample"), i + 1, 0), agree ? "1.000 -1.000" : "0.000 -1.000") << i;

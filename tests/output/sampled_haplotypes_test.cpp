@@ -1,5 +1,6 @@
 #include "output/sampled_haplotypes.h"
 
+#include "output/results.h"
 #include "output_fixture.h"
 
 namespace {
@@ -7,7 +8,7 @@ namespace {
 class sampled_haplotypes : public output_fixture {
   protected:
     void use_tmp_files() {
-        run.tmp_haps = true;
+        run.plan.tmp_haps = true;
         run.params.phase = true;
         run.params.mem_save_dir = folder + "/x_tmp_files/";
         run.params.mem_save_str = run.params.mem_save_dir + "sampled_haps";
@@ -23,7 +24,7 @@ class sampled_haplotypes : public output_fixture {
     }
     std::string bits(const snp& site, std::size_t slot) {
         std::string text;
-        for (std::size_t it = 0; it < run.stored_iters.size(); ++it) {
+        for (std::size_t it = 0; it < run.plan.stored_iters.size(); ++it) {
             for (int h = 0; h < 2; ++h) text += run.acc.mcmc_bits.get(slot, h, at(site), it) ? '1' : '0';
         }
         return text;
@@ -34,9 +35,9 @@ class sampled_haplotypes : public output_fixture {
 
 TEST_F(sampled_haplotypes, each_panel_with_a_name_has_a_file_of_the_sites_that_it_holds) {
     give_study(2);
-    run.n_hap[0] = 3;
-    run.n_ind[1] = 1;
-    run.n_hap[1] = 2;
+    run.panels[0].n_hap = 3;
+    run.panels[1].n_ind = 1;
+    run.panels[1].n_hap = 2;
     snp& zero = add_site(110, 0);
     snp& one = add_site(120, 1);
     snp& two = add_site(130, 2);
@@ -51,7 +52,7 @@ TEST_F(sampled_haplotypes, each_panel_with_a_name_has_a_file_of_the_sites_that_i
     run.params.hap_samp_out_h = folder + "/h";
     run.params.hap_samp_out_g_ref = folder + "/r";
     run.params.hap_samp_out_g = folder + "/g";
-    run.output_current_haps(4);
+    output_current_haps(run, 4);
     EXPECT_EQ(gzip_text_of(folder + "/h_hapsamp5.gz"),
               "--- rs110 110 a0 b0 011\n--- rs120 120 a0 b0 100\nSNP130 rs130 130 a0 b0 111\n");
     EXPECT_EQ(gzip_text_of(folder + "/r_hapsamp5.gz"), "--- rs120 120 a1 b1 01\nSNP130 rs130 130 a1 b1 10\n");
@@ -61,7 +62,7 @@ TEST_F(sampled_haplotypes, each_panel_with_a_name_has_a_file_of_the_sites_that_i
 TEST_F(sampled_haplotypes, panels_without_a_name_have_no_file) {
     give_study(1);
     run.params.hap_samp_out_g = folder + "/g";
-    run.output_current_haps(-1);
+    output_current_haps(run, -1);
     EXPECT_TRUE(exists(folder + "/g_hapsamp0.gz"));
     EXPECT_FALSE(exists("NULL_hapsamp0.gz"));
 }
@@ -72,30 +73,30 @@ TEST_F(sampled_haplotypes, haploid_male_has_a_dash_without_a_blank) {
     allocate();
     set_alleles(2, site, "1010");
     run.params.hap_samp_out_g = folder + "/g";
-    run.output_current_haps(0);
+    output_current_haps(run, 0);
     EXPECT_EQ(gzip_text_of(folder + "/g_hapsamp1.gz"), "SNP130 rs130 130 a2 b2 1-010-\n");
 }
 
 TEST_F(sampled_haplotypes, haploid_panel_has_one_character_an_individual) {
     give_study(3);
-    run.params.haploid_g = true;
-    run.n_hap[2] = 3;
+    run.params.haploid_g = run.panels[2].all_haploid = true;
+    run.panels[2].n_hap = 3;
     snp& site = add_site(130, 2);
     allocate();
     set_alleles(2, site, "101");
     run.params.hap_samp_out_g = folder + "/g";
-    run.output_current_haps(0);
+    output_current_haps(run, 0);
     EXPECT_EQ(gzip_text_of(folder + "/g_hapsamp1.gz"), "SNP130 rs130 130 a2 b2 101\n");
 }
 
 TEST_F(sampled_haplotypes, second_haplotype_file_has_haplotypes_without_individuals) {
     run.params.h_files = {"a", "b"};
-    run.n_hap[1] = 3;
+    run.panels[1].n_hap = 3;
     snp& site = add_site(130, 1);
     allocate();
     set_alleles(1, site, "110");
     run.params.hap_samp_out_g_ref = folder + "/r";
-    run.output_current_haps(0);
+    output_current_haps(run, 0);
     EXPECT_EQ(gzip_text_of(folder + "/r_hapsamp1.gz"), "--- rs130 130 a1 b1 110\n");
 }
 
@@ -103,13 +104,13 @@ TEST_F(sampled_haplotypes, interval_of_the_files_and_sites_left_out) {
     give_study(1);
     for (const long position : {60L, 120L, 130L}) add_site(position, position == 130 ? 3 : 2);
     allocate();
-    for (const snp* site : run.sites) set_alleles(2, *site, "01");
+    for (const snp* site : run.sites.in_order) set_alleles(2, *site, "01");
     run.params.hap_samp_out_g = folder + "/g";
-    run.output_types = {};  // of no bearing
-    run.output_current_haps(0);
+    run.plan.output_types = {};  // of no bearing
+    output_current_haps(run, 0);
     EXPECT_EQ(gzip_text_of(folder + "/g_hapsamp1.gz"), "SNP120 rs120 120 a2 b2 01\n");
     run.params.include_buffer_in_output = run.params.include_buffer_in_output_haps_only = true;
-    run.output_current_haps(0);
+    output_current_haps(run, 0);
     EXPECT_EQ(gzip_text_of(folder + "/g_hapsamp1.gz"), "SNP60 rs60 60 a2 b2 01\nSNP120 rs120 120 a2 b2 01\n");
 }
 
@@ -118,7 +119,7 @@ TEST_F(sampled_haplotypes, panel_that_holds_no_alleles_at_a_site_leaves_it_out) 
     add_site(120, 2);
     allocate();
     run.params.hap_samp_out_g = folder + "/g";
-    run.output_current_haps(0);
+    output_current_haps(run, 0);
     EXPECT_EQ(gzip_text_of(folder + "/g_hapsamp1.gz"), "");
 }
 
@@ -129,7 +130,7 @@ TEST_F(sampled_haplotypes, flipped_coding_shows_in_the_labels) {
     allocate();
     set_alleles(2, site, "01");
     run.params.hap_samp_out_g = folder + "/g";
-    run.output_current_haps(0);
+    output_current_haps(run, 0);
     EXPECT_EQ(gzip_text_of(folder + "/g_hapsamp1.gz"), "SNP120 rs120 120 a2 b2 01\n");
 }
 
@@ -141,7 +142,7 @@ TEST_F(sampled_haplotypes, flipped_coding_that_equal_labels_hide_is_undone) {
     allocate();
     set_alleles(2, site, "11");
     run.params.hap_samp_out_g = folder + "/g";
-    run.output_current_haps(0);
+    output_current_haps(run, 0);
     EXPECT_EQ(gzip_text_of(folder + "/g_hapsamp1.gz"), "SNP120 rs120 120 C C 00\n");
 }
 
@@ -154,10 +155,10 @@ TEST_F(sampled_haplotypes, first_stage_through_panel_1_keeps_the_study_at_refere
     set_alleles(2, one, "10");
     run.params.hap_samp_out_g = folder + "/g";
     run.params.stage_one = true;
-    run.output_current_haps(0);
+    output_current_haps(run, 0);
     EXPECT_EQ(gzip_text_of(folder + "/g_hapsamp1.gz"), "");
     run.params.use_panel1_for_type0_imputation = true;
-    run.output_current_haps(0);
+    output_current_haps(run, 0);
     EXPECT_EQ(gzip_text_of(folder + "/g_hapsamp1.gz"), "--- rs110 110 a0 b0 01\n");
 }
 
@@ -171,7 +172,7 @@ TEST_F(sampled_haplotypes, temporary_file_holds_the_study_sites) {
     add_site(130, 3);
     allocate();
     set_alleles(2, typed, "011");
-    run.output_current_haps_to_tmp(6);
+    output_current_haps_to_tmp(run, 6);
     EXPECT_EQ(gzip_text_of(tmp_name(7)), "SNP120 rs120 120 a2 b2 011-\n");
 }
 
@@ -181,7 +182,7 @@ TEST_F(sampled_haplotypes, temporary_file_without_reference_holds_study_only_sit
     give_no_reference();
     add_site(130, 3);
     allocate();
-    run.output_current_haps_to_tmp(0);
+    output_current_haps_to_tmp(run, 0);
     EXPECT_EQ(gzip_text_of(tmp_name(1)), "SNP130 rs130 130 a2 b2 00\n");
 }
 
@@ -193,30 +194,30 @@ TEST_F(sampled_haplotypes, temporary_file_holds_imputed_sites_when_they_will_be_
     allocate();
     set_alleles(2, imputed, "10");
     run.params.mc_impute = true;
-    run.output_current_haps_to_tmp(0);
+    output_current_haps_to_tmp(run, 0);
     EXPECT_EQ(gzip_text_of(tmp_name(1)), "--- rs110 110 a0 b0 10\nSNP120 rs120 120 a2 b2 00\n");
     run.params.mc_impute = false;
     run.params.include_unphased_sites_in_output_haps = true;
-    run.output_current_haps_to_tmp(1);
+    output_current_haps_to_tmp(run, 1);
     EXPECT_EQ(gzip_text_of(tmp_name(2)), "--- rs110 110 a0 b0 10\nSNP120 rs120 120 a2 b2 00\n");
 }
 
 TEST_F(sampled_haplotypes, alleles_read_back_are_those_of_individuals_without_known_haplotypes) {
     use_tmp_files();
     give_ploidies(2, {1, 2, 2});
-    run.has_known_haps = {false, true, false};
+    run.panels[2].ordered = {false, true, false};
     snp& first = add_site(110, 2);
     add_site(120, 0);
     snp& second = add_site(130, 2);
     allocate();
     set_alleles(2, first, "11001");
     set_alleles(2, second, "00010");
-    run.output_current_haps_to_tmp(1);
+    output_current_haps_to_tmp(run, 1);
     set_alleles(2, first, "00010");
     set_alleles(2, second, "11011");
-    run.output_current_haps_to_tmp(3);
-    run.read_current_haps_from_tmp(3);
-    run.read_current_haps_from_tmp(1);
+    output_current_haps_to_tmp(run, 3);
+    read_current_haps_from_tmp(run, 3);
+    read_current_haps_from_tmp(run, 1);
     EXPECT_EQ(bits(first, 0), "1000");
     EXPECT_EQ(bits(second, 0), "0010");
     EXPECT_EQ(bits(first, 1), "0110");
@@ -228,12 +229,12 @@ TEST_F(sampled_haplotypes, alleles_read_back_under_mc_impute_are_those_of_everyb
     use_tmp_files();
     run.params.mc_impute = true;
     give_study(2);
-    run.has_known_haps = {true, false};
+    run.panels[2].ordered = {true, false};
     snp& site = add_site(110, 0);
     allocate();
     for (const std::string alleles : {"0110", "1101"}) {
         set_alleles(2, site, alleles);
-        run.output_current_haps_to_tmp(alleles == "0110" ? 1 : 3);
+        output_current_haps_to_tmp(run, alleles == "0110" ? 1 : 3);
     }
     load_tmp_haps(run);
     EXPECT_EQ(bits(site, 0), "0111");
@@ -242,14 +243,14 @@ TEST_F(sampled_haplotypes, alleles_read_back_under_mc_impute_are_those_of_everyb
 
 TEST_F(sampled_haplotypes, alleles_of_a_haploid_panel_read_back) {
     use_tmp_files();
-    run.params.haploid_g = true;
+    run.params.haploid_g = run.panels[2].all_haploid = true;
     give_study(2);
-    run.n_hap[2] = 2;
+    run.panels[2].n_hap = 2;
     snp& site = add_site(110, 2);
     allocate();
     set_alleles(2, site, "01");
-    run.output_current_haps_to_tmp(1);
-    run.read_current_haps_from_tmp(1);
+    output_current_haps_to_tmp(run, 1);
+    read_current_haps_from_tmp(run, 1);
     EXPECT_EQ(bits(site, 0), "0000");
     EXPECT_EQ(bits(site, 1), "1000");
 }
@@ -264,9 +265,9 @@ TEST_F(sampled_haplotypes, pairwise_phasing_is_the_same_with_temporary_files) {
     for (const int iteration : {1, 3}) {
         set_alleles(2, first, iteration == 1 ? "01" : "10");
         set_alleles(2, second, iteration == 1 ? "10" : "01");
-        run.output_current_haps_to_tmp(iteration);
+        output_current_haps_to_tmp(run, iteration);
     }
-    run.phase_pairwise();
+    phase_pairwise(run);
     EXPECT_EQ(alleles_of(2, first), "01");
     EXPECT_EQ(alleles_of(2, second), "10");
     EXPECT_EQ(run.pairwise_certainty[at(second)][0], 1.0);
@@ -276,15 +277,15 @@ TEST_F(sampled_haplotypes, fixed_phasing_under_mc_impute_reads_the_temporary_fil
     use_tmp_files();
     run.params.mc_impute = true;
     give_study(1);
-    run.has_known_haps = {true};
+    run.panels[2].ordered = {true};
     snp& site = add_site(110, 2);
     add_genotypes(site, {1});
     allocate();
     set_alleles(2, site, "10");
-    run.output_current_haps_to_tmp(1);
-    run.output_current_haps_to_tmp(3);
+    output_current_haps_to_tmp(run, 1);
+    output_current_haps_to_tmp(run, 3);
     set_alleles(2, site, "00");
-    run.phase_fixed();
+    phase_fixed(run);
     EXPECT_EQ(alleles_of(2, site), "10");
 }
 
@@ -299,7 +300,7 @@ TEST_F(sampled_haplotypes, temporary_file_of_other_sites_ends_the_run) {
                       tmp_name(2) +
                       "]. See below for details, and please contact the authors for assistance.\n"
                       "DETAILS: |SNP110|rs110|110|a2|b2| != |SNPx|rsx|110|a2|T|",
-                  [&] { run.read_current_haps_from_tmp(1); }));
+                  [&] { read_current_haps_from_tmp(run, 1); }));
 }
 
 TEST_F(sampled_haplotypes, temporary_file_of_another_position_ends_the_run) {
@@ -308,7 +309,7 @@ TEST_F(sampled_haplotypes, temporary_file_of_another_position_ends_the_run) {
     add_site(110, 2);
     allocate();
     write_tmp(2, "SNP110 rs110 111 a2 b2 00\n");
-    EXPECT_THROW(run.read_current_haps_from_tmp(1), run_end);
+    EXPECT_THROW(read_current_haps_from_tmp(run, 1), run_end);
     EXPECT_NE(terminal.str().find("DETAILS: |SNP110|rs110|110|a2|b2| != |SNP110|rs110|111|a2|b2|\n"),
               std::string::npos);
 }
@@ -319,7 +320,7 @@ TEST_F(sampled_haplotypes, other_ids_in_a_temporary_file_do_not_matter) {
     snp& site = add_site(110, 2);
     allocate();
     write_tmp(2, "x y 110 a2 b2 01\n");
-    run.read_current_haps_from_tmp(1);
+    read_current_haps_from_tmp(run, 1);
     EXPECT_EQ(bits(site, 0), "0100");
 }
 
@@ -329,7 +330,7 @@ TEST_F(sampled_haplotypes, missing_temporary_file_ends_the_run) {
     add_site(110, 2);
     allocate();
     EXPECT_TRUE(ends_with("ERROR: The Panel 2 tmp sampled haplotypes file [" + tmp_name(2) + "] could not be opened.",
-                          [&] { run.read_current_haps_from_tmp(1); }));
+                          [&] { read_current_haps_from_tmp(run, 1); }));
 }
 
 TEST_F(sampled_haplotypes, temporary_file_that_ends_early_ends_the_run) {
@@ -340,7 +341,7 @@ TEST_F(sampled_haplotypes, temporary_file_that_ends_early_ends_the_run) {
     allocate();
     write_tmp(2, "SNP110 rs110 110 a2 b2 00\n");
     EXPECT_TRUE(ends_with("ERROR: There are fewer SNPs than the run has, in line 1 of the file [" + tmp_name(2) + "].",
-                          [&] { run.read_current_haps_from_tmp(1); }));
+                          [&] { read_current_haps_from_tmp(run, 1); }));
 }
 
 TEST_F(sampled_haplotypes, temporary_file_with_too_few_fields_ends_the_run) {
@@ -350,7 +351,7 @@ TEST_F(sampled_haplotypes, temporary_file_with_too_few_fields_ends_the_run) {
     allocate();
     write_tmp(2, "SNP110 rs110 110 a2 b2\n");
     EXPECT_TRUE(ends_with("ERROR: Too few fields, in line 1 of the file [" + tmp_name(2) + "].",
-                          [&] { run.read_current_haps_from_tmp(1); }));
+                          [&] { read_current_haps_from_tmp(run, 1); }));
 }
 
 TEST_F(sampled_haplotypes, temporary_file_with_a_string_of_another_length_ends_the_run) {
@@ -361,7 +362,7 @@ TEST_F(sampled_haplotypes, temporary_file_with_a_string_of_another_length_ends_t
     write_tmp(2, "SNP110 rs110 110 a2 b2 001\n");
     EXPECT_TRUE(
         ends_with("ERROR: The haplotype string has another length, in line 1 of the file [" + tmp_name(2) + "].",
-                  [&] { run.read_current_haps_from_tmp(1); }));
+                  [&] { read_current_haps_from_tmp(run, 1); }));
 }
 
 // --- removal ------------------------------------------------------------------------------------------------------
@@ -369,7 +370,7 @@ TEST_F(sampled_haplotypes, temporary_file_with_a_string_of_another_length_ends_t
 TEST_F(sampled_haplotypes, directory_of_the_program_is_removed_whole) {
     use_tmp_files();
     write_tmp(2, "x\n");
-    run.remove_tmp_sampled_haps();
+    remove_tmp_sampled_haps(run);
     EXPECT_FALSE(exists(run.params.mem_save_dir));
     EXPECT_EQ(terminal.str(), "\n-deleting temporary files used to reduce memory requirements\n");
     EXPECT_EQ(summary(), terminal.str());
@@ -379,7 +380,7 @@ TEST_F(sampled_haplotypes, directory_of_the_program_is_removed_whole) {
 TEST_F(sampled_haplotypes, directory_that_stays_is_warned_of) {
     use_tmp_files();
     run.params.mem_save_dir = "/proc/self/";
-    run.remove_tmp_sampled_haps();
+    remove_tmp_sampled_haps(run);
     EXPECT_EQ(warnings(), "WARNING: The temporary sampled haplotypes directory could not be deleted: [/proc/self/]\n");
 }
 
@@ -387,7 +388,7 @@ TEST_F(sampled_haplotypes, files_of_the_stored_iterations_are_removed_one_by_one
     use_tmp_files();
     run.params.remove_mem_save_dir = false;
     for (const int iteration : {2, 3, 4}) write_tmp(iteration, "x\n");
-    run.remove_tmp_sampled_haps();
+    remove_tmp_sampled_haps(run);
     EXPECT_FALSE(exists(tmp_name(2)));
     EXPECT_TRUE(exists(tmp_name(3)));
     EXPECT_FALSE(exists(tmp_name(4)));
@@ -398,7 +399,7 @@ TEST_F(sampled_haplotypes, temporary_files_that_are_gone_are_warned_of) {
     use_tmp_files();
     run.params.remove_mem_save_dir = false;
     write_tmp(2, "x\n");
-    run.remove_tmp_sampled_haps();
+    remove_tmp_sampled_haps(run);
     EXPECT_EQ(warnings(),
               "WARNING: Could not find the following temporary sampled haplotypes file for automatic deletion: [" +
                   tmp_name(4) + "]\n");
@@ -408,9 +409,9 @@ TEST_F(sampled_haplotypes, temporary_files_that_are_gone_are_warned_of) {
 TEST_F(sampled_haplotypes, temporary_files_that_stay_are_warned_of) {
     use_tmp_files();
     run.params.remove_mem_save_dir = false;
-    run.stored_iters = {1};
+    run.plan.stored_iters = {1};
     std::filesystem::create_directories(tmp_name(2) + "/full");  // a directory with something in it stays
-    run.remove_tmp_sampled_haps();
+    remove_tmp_sampled_haps(run);
     EXPECT_EQ(warnings(),
               "WARNING: The following temporary sampled haplotypes file could not be deleted: [" + tmp_name(2) + "]\n");
 }

@@ -101,17 +101,17 @@ class plain_pass {
     std::vector<stored> sites;
     int n_negative = 0;
 
-    plain_pass(const data& run, bool full) : k_(full ? run.k_states_full : run.k_states) {
+    plain_pass(const data& run, bool full) : k_(full ? run.models.k_states_full : run.models.k_states) {
         const parameters& p = run.params;
-        const bool has0 = run.panel0_given(), has1 = run.panel1_given();
-        const bool haploid = p.haploid_g || (run.chrx_haploid && run.n_males[1] >= 1);
+        const bool has0 = run.params.panel0_given(), has1 = run.params.panel1_given();
+        const bool haploid = p.haploid_g || (run.plan.chrx_haploid && run.panels[2].n_males >= 1);
         const bool through = p.use_panel1_for_type0_imputation && !p.stage_one;
         std::array<bool, 3> started{};
         std::array<double, 3> last{};
-        sites.resize(run.sites.size());
-        for (std::size_t s = 0; s < run.sites.size(); ++s) {
-            const snp& site = *run.sites[s];
-            if (site.type == run.n_panels) continue;
+        sites.resize(run.sites.in_order.size());
+        for (std::size_t s = 0; s < run.sites.in_order.size(); ++s) {
+            const snp& site = *run.sites.in_order[s];
+            if (site.type == run.plan.n_panels) continue;
             if (s == 0) {
                 started = {has0, has1 && site.type > 0 && !site.panel1_placeholder, site.type >= 2};
                 last = {site.gen_pos, site.gen_pos, site.gen_pos};
@@ -130,12 +130,12 @@ class plain_pass {
                     basic(1, 0);
                     basic(2, 1);
                 }
-                if (run.update_panel[0]) basic(0, 0);
+                if (run.panels[0].needs_update) basic(0, 0);
             }
             if (site.type > 0 && !site.panel1_placeholder) {
                 if (has1 && chain(1)) {
                     if (!through) basic(2, 1);
-                    if (run.chrx_haploid && is_given(p.g_ref_file) && run.n_males[0] >= 1) basic(1, 1);
+                    if (run.plan.chrx_haploid && is_given(p.g_ref_file) && run.panels[1].n_males >= 1) basic(1, 1);
                     now_.dip[0] = {d_, k_[1][1][1]};
                 }
                 if (site.type >= 2 && chain(2)) {
@@ -191,10 +191,10 @@ class switch_rates : public ::testing::Test, protected model_run {
   protected:
     void SetUp() override {
         capture.open(run.log);
-        run.n_panels = 3;
-        run.has_reference = true;
+        run.plan.n_panels = 3;
+        run.plan.has_reference = true;
         int n = 3;
-        for (auto* table : {&run.k_states, &run.k_states_full}) {
+        for (auto* table : {&run.models.k_states, &run.models.k_states_full}) {
             for (auto& mode : *table) {
                 for (auto& panel : mode) {
                     for (int& count : panel) count = n++;
@@ -213,10 +213,10 @@ class switch_rates : public ::testing::Test, protected model_run {
     void finish() {
         list_sites();
         std::vector<int> visited;
-        for (const snp* site : run.sites) {
-            if (site->type != run.n_panels) visited.push_back(site->index);
+        for (const snp* site : run.sites.in_order) {
+            if (site->type != run.plan.n_panels) visited.push_back(site->index);
         }
-        for (auto* table : {&run.models, &run.hole_models}) {
+        for (auto* table : {&run.models.chains, &run.models.hole_chains}) {
             for (auto& mode : *table) {
                 for (auto& panel : mode) {
                     for (hmm_model& model : panel) model.site = visited;
@@ -225,16 +225,16 @@ class switch_rates : public ::testing::Test, protected model_run {
         }
     }
     const haploid_gap& hap(int panel, int cond, long position) {
-        const hmm_model& model = at(run.models, 0, panel, cond);
+        const hmm_model& model = at(run.models.chains, 0, panel, cond);
         return model.hap_gap[place(model, position)];
     }
     const diploid_gap& dip(int panel, long position) {
-        const hmm_model& model = at(run.models, 1, panel, panel);
+        const hmm_model& model = at(run.models.chains, 1, panel, panel);
         return model.dip_gap[place(model, position)];
     }
     std::size_t place(const hmm_model& model, long position) {
         for (std::size_t v = 0; v < model.n_sites(); ++v) {
-            if (run.positions[static_cast<std::size_t>(model.site[v])] == position) return v;
+            if (run.sites.positions[static_cast<std::size_t>(model.site[v])] == position) return v;
         }
         ADD_FAILURE() << "no site at " << position;
         return 0;
@@ -243,7 +243,7 @@ class switch_rates : public ::testing::Test, protected model_run {
         const plain_pass plain(run, full);
         for (std::size_t panel = 0; panel < 3; ++panel) {
             for (std::size_t cond = 0; cond < 3; ++cond) {
-                const hmm_model& model = run.models[0][panel][cond];
+                const hmm_model& model = run.models.chains[0][panel][cond];
                 if (model.hap_gap.empty()) continue;
                 ASSERT_EQ(model.n_sites(), model.hap_gap.size());
                 for (std::size_t v = 0; v < model.n_sites(); ++v) {
@@ -253,7 +253,7 @@ class switch_rates : public ::testing::Test, protected model_run {
                 }
             }
             if (panel == 0) continue;
-            const hmm_model& model = run.models[1][panel][panel];
+            const hmm_model& model = run.models.chains[1][panel][panel];
             for (std::size_t v = 0; v < model.dip_gap.size(); ++v) {
                 SCOPED_TRACE("diploid " + std::to_string(panel) + " at " + std::to_string(model.site[v]));
                 expect_table(plain.sites[static_cast<std::size_t>(model.site[v])].dip[panel - 1], model.dip_gap[v]);
@@ -264,21 +264,21 @@ class switch_rates : public ::testing::Test, protected model_run {
 };
 
 TEST_F(switch_rates, the_stage_is_said_on_both_channels) {
-    run.set_switch_rates(false);
+    set_switch_rates(run, false);
     EXPECT_EQ("\n-setting switch rates\n", capture.terminal.str());
     EXPECT_EQ("\n-setting switch rates\n", capture.summary());
-    run.set_switch_rates_for_hole_filling(false);
+    set_switch_rates_for_hole_filling(run, false);
     EXPECT_EQ("\n-setting switch rates\n\n-setting hole-filling switch rates\n", capture.terminal.str());
     EXPECT_EQ("\n-setting switch rates\n\n-setting hole-filling switch rates\n", capture.summary());
 }
 
 TEST_F(switch_rates, that_are_set_anew_have_a_new_version) {
-    const auto before = run.switch_rates_version;
-    run.set_switch_rates(false);
-    const auto first = run.switch_rates_version;
+    const auto before = run.models.switch_rates_version;
+    set_switch_rates(run, false);
+    const auto first = run.models.switch_rates_version;
     EXPECT_GT(first, before);
-    run.set_switch_rates_for_hole_filling(false);
-    EXPECT_GT(run.switch_rates_version, first);
+    set_switch_rates_for_hole_filling(run, false);
+    EXPECT_GT(run.models.switch_rates_version, first);
 }
 
 TEST_F(switch_rates, each_chain_measures_from_its_own_site_before) {
@@ -290,13 +290,14 @@ TEST_F(switch_rates, each_chain_measures_from_its_own_site_before) {
     add(40, 0, 3.0);
     add(50, 2, 4.5);
     finish();
-    run.set_switch_rates(false);
-    EXPECT_EQ(make_haploid_gap(0.5, at(run.k_states, 0, 2, 0)).diff, hap(2, 0, 20).diff);
-    EXPECT_EQ(make_haploid_gap(1.5, at(run.k_states, 0, 2, 0)).diff, hap(2, 0, 50).diff);
-    EXPECT_EQ(make_haploid_gap(1.25, at(run.k_states, 0, 2, 1)).diff, hap(2, 1, 30).diff);
-    EXPECT_EQ(make_haploid_gap(2.25, at(run.k_states, 0, 2, 1)).diff, hap(2, 1, 50).diff) << "across a site of type 0";
-    EXPECT_EQ(make_diploid_gap(2.25, at(run.k_states, 1, 1, 1)).both_stay, dip(1, 50).both_stay);
-    EXPECT_EQ(make_diploid_gap(3.5, at(run.k_states, 1, 2, 2)).both_stay, dip(2, 50).both_stay);
+    set_switch_rates(run, false);
+    EXPECT_EQ(make_haploid_gap(0.5, at(run.models.k_states, 0, 2, 0)).diff, hap(2, 0, 20).diff);
+    EXPECT_EQ(make_haploid_gap(1.5, at(run.models.k_states, 0, 2, 0)).diff, hap(2, 0, 50).diff);
+    EXPECT_EQ(make_haploid_gap(1.25, at(run.models.k_states, 0, 2, 1)).diff, hap(2, 1, 30).diff);
+    EXPECT_EQ(make_haploid_gap(2.25, at(run.models.k_states, 0, 2, 1)).diff, hap(2, 1, 50).diff)
+        << "across a site of type 0";
+    EXPECT_EQ(make_diploid_gap(2.25, at(run.models.k_states, 1, 1, 1)).both_stay, dip(1, 50).both_stay);
+    EXPECT_EQ(make_diploid_gap(3.5, at(run.models.k_states, 1, 2, 2)).both_stay, dip(2, 50).both_stay);
     expect_all(false);
 }
 
@@ -306,21 +307,21 @@ TEST_F(switch_rates, sites_of_the_last_type_take_no_part) {
     add(20, 3, 0.25);  // would be a negative distance
     add(30, 2, 2.0);
     finish();
-    run.set_switch_rates(false);
-    EXPECT_EQ(make_haploid_gap(1.0, at(run.k_states, 0, 2, 0)).diff, hap(2, 0, 30).diff);
+    set_switch_rates(run, false);
+    EXPECT_EQ(make_haploid_gap(1.0, at(run.models.k_states, 0, 2, 0)).diff, hap(2, 0, 30).diff);
     EXPECT_EQ(0, run.log.warning_count());
 }
 
 TEST_F(switch_rates, without_a_reference_only_the_study_has_a_chain) {
-    run.n_panels = 4;
-    run.has_reference = false;
-    run.params.haploid_g = true;
+    run.plan.n_panels = 4;
+    run.plan.has_reference = false;
+    run.params.haploid_g = run.panels[2].all_haploid = true;
     add(10, 3, 1.0);
     add(20, 3, 1.75);
     finish();
-    run.set_switch_rates(false);
-    EXPECT_EQ(make_haploid_gap(0.75, at(run.k_states, 0, 2, 2)).move, hap(2, 2, 20).move);
-    EXPECT_EQ(make_diploid_gap(0.75, at(run.k_states, 1, 2, 2)).both_stay, dip(2, 20).both_stay);
+    set_switch_rates(run, false);
+    EXPECT_EQ(make_haploid_gap(0.75, at(run.models.k_states, 0, 2, 2)).move, hap(2, 2, 20).move);
+    EXPECT_EQ(make_diploid_gap(0.75, at(run.models.k_states, 1, 2, 2)).both_stay, dip(2, 20).both_stay);
     expect_all(false);
 }
 
@@ -332,12 +333,12 @@ TEST_F(switch_rates, the_first_site_starts_the_study_chain_even_as_a_placeholder
     add(30, 2, 4.0).panel1_placeholder = true;
     add(40, 2, 6.0);
     finish();
-    run.set_switch_rates(false);
-    EXPECT_EQ(make_diploid_gap(2.0, at(run.k_states, 1, 2, 2)).both_stay, dip(2, 20).both_stay);
+    set_switch_rates(run, false);
+    EXPECT_EQ(make_diploid_gap(2.0, at(run.models.k_states, 1, 2, 2)).both_stay, dip(2, 20).both_stay);
     EXPECT_EQ(0.0, dip(1, 20).both_stay) << "the chain of Panel 1 only starts here";
-    EXPECT_EQ(make_diploid_gap(3.0, at(run.k_states, 1, 2, 2)).both_stay, dip(2, 40).both_stay)
+    EXPECT_EQ(make_diploid_gap(3.0, at(run.models.k_states, 1, 2, 2)).both_stay, dip(2, 40).both_stay)
         << "across a placeholder";
-    EXPECT_EQ(make_diploid_gap(3.0, at(run.k_states, 1, 1, 1)).both_stay, dip(1, 40).both_stay);
+    EXPECT_EQ(make_diploid_gap(3.0, at(run.models.k_states, 1, 1, 1)).both_stay, dip(1, 40).both_stay);
     expect_all(false);
 }
 
@@ -346,20 +347,20 @@ TEST_F(switch_rates, the_full_counts_give_other_rates) {
     add(10, 2, 1.0);
     add(20, 2, 3.0);
     finish();
-    run.set_switch_rates(false);
-    run.set_switch_rates(true);
-    EXPECT_EQ(make_haploid_gap(2.0, at(run.k_states_full, 0, 2, 0)).diff, hap(2, 0, 20).diff);
+    set_switch_rates(run, false);
+    set_switch_rates(run, true);
+    EXPECT_EQ(make_haploid_gap(2.0, at(run.models.k_states_full, 0, 2, 0)).diff, hap(2, 0, 20).diff);
     expect_all(true);
 }
 
 TEST_F(switch_rates, agree_with_the_plain_pass_over_any_sites_and_options) {
     input_source source(5);
     for (int repeat = 0; repeat < 150; ++repeat) {
-        run.snps.clear();
-        run.models = {};
+        run.sites.store.clear();
+        run.models.chains = {};
         const bool reference = source.chance(0.8);
-        run.n_panels = reference ? 3 : 4;
-        run.has_reference = reference;
+        run.plan.n_panels = reference ? 3 : 4;
+        run.plan.has_reference = reference;
         run.params.h_files.clear();
         run.params.g_ref_file = "NULL";
         if (reference) {
@@ -369,10 +370,10 @@ TEST_F(switch_rates, agree_with_the_plain_pass_over_any_sites_and_options) {
         run.params.use_panel1_for_type0_imputation = source.chance(0.4);
         run.params.stage_one = source.chance(0.3);
         run.params.selfcheck = source.chance(0.5) ? 0.2 : 0.0;
-        run.params.haploid_g = source.chance(0.2);
-        run.chrx_haploid = source.chance(0.4);
-        run.n_males = {source.integer(0, 1), source.integer(0, 1)};
-        run.update_panel[0] = source.chance(0.5);
+        run.params.haploid_g = run.panels[2].all_haploid = source.chance(0.2);
+        run.plan.chrx_haploid = run.panels[1].sexes_differ = run.panels[2].sexes_differ = source.chance(0.4);
+        for (const std::size_t p : {1U, 2U}) run.panels[p].n_males = source.chance(0.5) ? 1 : 0;
+        run.panels[0].needs_update = source.chance(0.5);
         double gen_pos = 0.0;
         for (int s = 0; s < 25; ++s) {
             gen_pos += random_distance(source);
@@ -381,7 +382,7 @@ TEST_F(switch_rates, agree_with_the_plain_pass_over_any_sites_and_options) {
         }
         finish();
         SCOPED_TRACE("repeat " + std::to_string(repeat));
-        run.set_switch_rates(repeat % 2 == 0);
+        set_switch_rates(run, repeat % 2 == 0);
         expect_all(repeat % 2 == 0);
         if (HasFailure()) return;
     }
@@ -394,15 +395,15 @@ TEST_F(switch_rates, a_negative_distance_is_replaced_and_told_by_each_chain) {
     add(1000, 2, 2.5);
     add(2000, 2, 1.25);
     finish();
-    run.set_switch_rates(false);
+    set_switch_rates(run, false);
     const std::string line =
         "WARNING: Positions 1000 and 2000 (with genetic map positions 2.500000 and 1.250000, respectively) are "
         "separated by "
         "negative genetic distance 0.000000; this will be set to a positive number just slightly larger than zero.\n";
     EXPECT_EQ(line + line, capture.warnings());
     EXPECT_EQ(2, run.log.warning_count());
-    EXPECT_EQ(make_haploid_gap(smallest_normal, at(run.k_states, 0, 2, 0)).stay, hap(2, 0, 2000).stay);
-    EXPECT_EQ(make_diploid_gap(smallest_normal, at(run.k_states, 1, 2, 2)).stay_het, dip(2, 2000).stay_het);
+    EXPECT_EQ(make_haploid_gap(smallest_normal, at(run.models.k_states, 0, 2, 0)).stay, hap(2, 0, 2000).stay);
+    EXPECT_EQ(make_diploid_gap(smallest_normal, at(run.models.k_states, 1, 2, 2)).stay_het, dip(2, 2000).stay_het);
 }
 
 TEST_F(switch_rates, a_negative_distance_names_the_neighbours_in_the_chain) {
@@ -413,7 +414,7 @@ TEST_F(switch_rates, a_negative_distance_names_the_neighbours_in_the_chain) {
     add(2500, 2, 2.25);
     add(3000, 0, 2.125);
     finish();
-    run.set_switch_rates(false);
+    set_switch_rates(run, false);
     const auto line = [](const std::string& p1, const std::string& p2, const std::string& g1, const std::string& g2) {
         return "WARNING: Positions " + p1 + " and " + p2 + " (with genetic map positions " + g1 + " and " + g2 +
                ", respectively) are separated by negative genetic distance 0.000000; this will be set to a positive "
@@ -428,11 +429,11 @@ TEST_F(switch_rates, a_negative_distance_names_the_neighbours_in_the_chain) {
 
 TEST_F(switch_rates, a_distance_that_is_no_number_counts_as_negative) {
     give_panel0();
-    run.update_panel[0] = false;
+    run.panels[0].needs_update = false;
     add(1000, 0, 1.0);
     add(2000, 0, std::numeric_limits<double>::quiet_NaN());
     finish();
-    run.set_switch_rates(false);
+    set_switch_rates(run, false);
     EXPECT_EQ(1, run.log.warning_count());
     EXPECT_EQ(1.0, hap(2, 0, 2000).stay);
 }
@@ -446,7 +447,7 @@ TEST_F(switch_rates, without_warnings_a_negative_distance_is_replaced_in_silence
     add(1000, 2, 2.5);
     add(2000, 2, 1.25);
     finish();
-    run.set_switch_rates(false);
+    set_switch_rates(run, false);
     EXPECT_EQ(0, run.log.warning_count());
     EXPECT_EQ("", capture.warnings());
     EXPECT_EQ(1.0, hap(2, 0, 2000).stay);
@@ -458,7 +459,7 @@ TEST_F(switch_rates, an_equal_position_on_the_map_is_no_fault) {
     add(1000, 2, 2.5);
     add(2000, 2, 2.5);
     finish();
-    run.set_switch_rates(false);
+    set_switch_rates(run, false);
     EXPECT_EQ(0, run.log.warning_count());
     EXPECT_EQ(1.0, hap(2, 0, 2000).stay);
     EXPECT_EQ(0.0, hap(2, 0, 2000).move);
@@ -495,9 +496,9 @@ class filling_rates : public switch_rates {
         // The filling model visits what its sweep visits.
         for (std::size_t to = 0; to < 2; ++to) {
             for (std::size_t from = 1; from < 3; ++from) {
-                hmm_model& model = run.hole_models[0][to][from];
+                hmm_model& model = run.models.hole_chains[0][to][from];
                 model.site.clear();
-                for (const snp* site : run.sites) {
+                for (const snp* site : run.sites.in_order) {
                     const bool hidden = from == 1 && site->panel1_placeholder;
                     if (site->type >= static_cast<int>(from) && site->type != 3 && !hidden)
                         model.site.push_back(site->index);
@@ -507,13 +508,13 @@ class filling_rates : public switch_rates {
     }
     // Checks the own chain and the source chain against their rules.
     void expect_chains(int to, int from, bool full) {
-        const model_table<int>& counts = full ? run.k_states_full : run.k_states;
+        const model_table<int>& counts = full ? run.models.k_states_full : run.models.k_states;
         const auto t = static_cast<std::size_t>(to), f = static_cast<std::size_t>(from);
         double last = 0.0;
         bool started = false;
-        const hmm_model& own = run.models[t][t][t];
+        const hmm_model& own = run.models.chains[t][t][t];
         for (std::size_t v = 0; v < own.n_sites(); ++v) {
-            const snp& site = *run.sites[static_cast<std::size_t>(own.site[v])];
+            const snp& site = *run.sites.in_order[static_cast<std::size_t>(own.site[v])];
             if (site.type < to || site.ref_alleles_missing) continue;
             if (started) {
                 const double d = site.gen_pos - last;
@@ -532,10 +533,10 @@ class filling_rates : public switch_rates {
             started = true;
             last = site.gen_pos;
         }
-        const hmm_model& source = run.hole_models[0][t][f];
+        const hmm_model& source = run.models.hole_chains[0][t][f];
         started = false;
         for (std::size_t v = 0; v < source.n_sites(); ++v) {
-            const snp& site = *run.sites[static_cast<std::size_t>(source.site[v])];
+            const snp& site = *run.sites.in_order[static_cast<std::size_t>(source.site[v])];
             if (site.panel1_placeholder) continue;
             if (started) {
                 EXPECT_EQ(make_haploid_gap(site.gen_pos - last, counts[0][t][f]).diff, source.hap_gap[v].diff);
@@ -548,49 +549,49 @@ class filling_rates : public switch_rates {
 
 TEST_F(filling_rates, panel_0_is_filled_from_panel_1) {
     for (const bool full : {false, true}) {
-        run.snps.clear();
-        run.models = {};
+        run.sites.store.clear();
+        run.models.chains = {};
         give_panel0();
         give_panel1();
-        run.update_panel[0] = true;
-        run.hole_fill_to = 0;
+        run.panels[0].needs_update = true;
+        run.plan.hole_fill_to = 0;
         add_sites();
-        run.set_switch_rates(full);
-        run.set_switch_rates_for_hole_filling(full);
+        set_switch_rates(run, full);
+        set_switch_rates_for_hole_filling(run, full);
         expect_chains(0, 1, full);
     }
 }
 
 TEST_F(filling_rates, panel_0_is_filled_from_a_second_file_of_haplotypes) {
     run.params.h_files = {"h0", "h1"};
-    run.update_panel[0] = true;
-    run.hole_fill_to = 0;
+    run.panels[0].needs_update = true;
+    run.plan.hole_fill_to = 0;
     add_sites();
-    run.set_switch_rates(false);
-    run.set_switch_rates_for_hole_filling(false);
+    set_switch_rates(run, false);
+    set_switch_rates_for_hole_filling(run, false);
     expect_chains(0, 1, false);
 }
 
 TEST_F(filling_rates, panel_0_alone_is_filled_from_the_study) {
     give_panel0();
-    run.update_panel[0] = true;
-    run.hole_fill_to = 0;
+    run.panels[0].needs_update = true;
+    run.plan.hole_fill_to = 0;
     add_sites();
-    run.set_switch_rates(false);
-    run.set_switch_rates_for_hole_filling(false);
+    set_switch_rates(run, false);
+    set_switch_rates_for_hole_filling(run, false);
     expect_chains(0, 2, false);
 }
 
 TEST_F(filling_rates, panel_1_alone_is_filled_from_the_study) {
     give_panel1();
-    run.hole_fill_to = 1;
+    run.plan.hole_fill_to = 1;
     add_sites();
-    run.set_switch_rates(false);
-    const std::vector<diploid_gap> before = run.models[1][1][1].dip_gap;
-    run.set_switch_rates_for_hole_filling(false);
+    set_switch_rates(run, false);
+    const std::vector<diploid_gap> before = run.models.chains[1][1][1].dip_gap;
+    set_switch_rates_for_hole_filling(run, false);
     expect_chains(1, 2, false);
     // The tables of pairs are those of the first pass.
-    const std::vector<diploid_gap>& after = run.models[1][1][1].dip_gap;
+    const std::vector<diploid_gap>& after = run.models.chains[1][1][1].dip_gap;
     for (std::size_t v = 0; v < after.size(); ++v) {
         for (const bool u : {false, true}) {
             for (const bool w : {false, true}) {
@@ -604,31 +605,32 @@ TEST_F(filling_rates, panel_1_alone_is_filled_from_the_study) {
 TEST_F(filling_rates, nothing_is_done_for_another_panel_or_without_a_reference) {
     give_panel0();
     give_panel1();
-    run.update_panel[0] = true;
-    run.hole_fill_to = 1;
+    run.panels[0].needs_update = true;
+    run.plan.hole_fill_to = 1;
     add_sites();
-    run.set_switch_rates(false);
-    const auto before = run.models[0][0][0].hap_gap;
-    run.set_switch_rates_for_hole_filling(false);
-    for (std::size_t v = 0; v < before.size(); ++v) EXPECT_EQ(before[v].diff, run.models[0][0][0].hap_gap[v].diff);
-    EXPECT_TRUE(run.hole_models[0][0][1].hap_gap.empty());
-    run.has_reference = false;
+    set_switch_rates(run, false);
+    const auto before = run.models.chains[0][0][0].hap_gap;
+    set_switch_rates_for_hole_filling(run, false);
+    for (std::size_t v = 0; v < before.size(); ++v)
+        EXPECT_EQ(before[v].diff, run.models.chains[0][0][0].hap_gap[v].diff);
+    EXPECT_TRUE(run.models.hole_chains[0][0][1].hap_gap.empty());
+    run.plan.has_reference = false;
     run.params.h_files.clear();
     run.params.g_ref_file = "NULL";
-    run.set_switch_rates_for_hole_filling(false);
-    EXPECT_TRUE(run.hole_models[0][1][2].hap_gap.empty());
+    set_switch_rates_for_hole_filling(run, false);
+    EXPECT_TRUE(run.models.hole_chains[0][1][2].hap_gap.empty());
 }
 
 TEST_F(filling_rates, both_chains_tell_of_negative_distances) {
     give_panel0();
     give_panel1();
-    run.hole_fill_to = 0;
+    run.plan.hole_fill_to = 0;
     add(1000, 1, 5.0);
     add(2000, 1, 4.0);
     finish();
-    run.set_switch_rates(false);
+    set_switch_rates(run, false);
     const int before = run.log.warning_count();
-    run.set_switch_rates_for_hole_filling(false);
+    set_switch_rates_for_hole_filling(run, false);
     EXPECT_EQ(before + 2, run.log.warning_count());
 }
 

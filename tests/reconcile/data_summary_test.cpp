@@ -37,7 +37,7 @@ const char* const no_type_2_text =
     " contact the authors.";
 
 TEST_F(data_summary, counts_by_region_and_type) {
-    run.output_types = {false, true, true, true};
+    run.plan.output_types = {false, true, true, true};
     for (const long position : {60L, 99L, 100L, 150L, 200L, 201L, 240L, 245L}) add_site(position, 2);
     add_site(150, 0);
     add_site(151, 1);
@@ -55,8 +55,8 @@ TEST_F(data_summary, counts_by_region_and_type) {
 
 TEST_F(data_summary, study_sites_have_type_3_without_a_reference) {
     run.params.h_files.clear();
-    run.has_reference = false;
-    run.n_panels = 4;
+    run.plan.has_reference = false;
+    run.plan.n_panels = 4;
     add_site(150, 3);
     EXPECT_EQ(-1, report());
     EXPECT_NE(std::string::npos, terminal_text().find("including 1 Panel 2 SNPs\n"));
@@ -78,7 +78,7 @@ TEST_F(data_summary, merging_needs_no_study_site) {
 }
 
 TEST_F(data_summary, no_output_site_ends_the_run_well) {
-    run.output_types = {true, true, false, true};
+    run.plan.output_types = {true, true, false, true};
     add_site(150, 2);
     EXPECT_EQ(0, report());
     const std::string text =

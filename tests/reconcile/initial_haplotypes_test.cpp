@@ -1,3 +1,4 @@
+#include "input/site_placement.h"
 #include "reconcile/stages.h"
 #include "reconcile_fixture.h"
 
@@ -16,8 +17,8 @@ class initial_haplotypes : public reconcile_fixture {
     snp& add_study_site(long position, const std::vector<std::uint8_t>& genotypes, double freq = 0.5, int type = 2) {
         snp& site = add_site(position, type);
         label(site, 2, "A", "C", freq);
-        site.gtypes[1] = genotypes;
-        site.haps[2] = allele_row(static_cast<std::size_t>(run.n_hap[2]), 2);
+        site.gtypes[2] = genotypes;
+        site.haps[2] = allele_row(static_cast<std::size_t>(run.panels[2].n_hap), 2);
         return site;
     }
     snp& add_panel1_site(long position, const std::vector<std::uint8_t>& genotypes, double freq = 0.5, int type = 1) {
@@ -28,8 +29,8 @@ class initial_haplotypes : public reconcile_fixture {
     // Gives a site Panel 1 genotypes too.
     void add_panel1_data(snp& site, const std::vector<std::uint8_t>& genotypes, double freq = 0.5) {
         label(site, 1, "A", "C", freq);
-        site.gtypes[0] = genotypes;
-        site.haps[1] = allele_row(static_cast<std::size_t>(run.n_hap[1]), 2);
+        site.gtypes[1] = genotypes;
+        site.haps[1] = allele_row(static_cast<std::size_t>(run.panels[1].n_hap), 2);
     }
     int guess() {
         return end_status([this] { make_initial_haplotypes(run); });
@@ -148,8 +149,8 @@ TEST_F(initial_haplotypes, initial_phase_with_an_unknown_allele_is_drawn_anew) {
 TEST_F(initial_haplotypes, a_haploid_panel_has_one_allele_a_person) {
     give_panel0(2);
     give_study(4);
-    run.params.haploid_g = true;
-    run.n_hap[2] = 4;
+    run.params.haploid_g = run.panels[2].all_haploid = true;
+    run.panels[2].n_hap = 4;
     draws.add({0.7, 0.3});
     const snp& site = add_study_site(110, {0, 2, 3, 1}, 0.5);
     guess();
@@ -218,11 +219,11 @@ TEST_F(initial_haplotypes, probabilities_are_weighted_by_the_genotype_frequencie
     give_panel0(2);
     give_study(5);
     run.params.prob_g = true;
-    run.update_panel[2] = true;
+    run.panels[2].needs_update = true;
     snp& site = add_study_site(110, {}, 0.5);
     // With the prior 1/4, 1/2, 1/4 each triple turns into 0.4, 0.4, 0.2.
     for (int i = 0; i < 5; ++i) {
-        for (const float p : {0.5F, 0.25F, 0.25F}) site.gtype_probs[1].push_back(p);
+        for (const float p : {0.5F, 0.25F, 0.25F}) site.gtype_probs[2].push_back(p);
     }
     draws.add({0.39, 0.41, 0.5, 0.79, 0.51, 0.81, 0.999});
     guess();
@@ -235,7 +236,7 @@ TEST_F(initial_haplotypes, probabilities_without_weight_give_genotype_2) {
     give_study(1);
     run.params.prob_g = true;
     snp& site = add_study_site(110, {}, 0.0);
-    site.gtype_probs[1] = {0.0F, 0.5F, 0.5F};
+    site.gtype_probs[2] = {0.0F, 0.5F, 0.5F};
     draws.add({0.1});
     guess();
     EXPECT_EQ((std::vector<int>{1, 1}), values(site.haps[2]));
@@ -247,7 +248,7 @@ TEST_F(initial_haplotypes, known_phase_stands_in_runs_on_probabilities) {
     give_study(1);
     run.params.prob_g = true;
     snp& site = add_study_site(110, {});
-    site.gtype_probs[1] = {0.0F, 1.0F, 0.0F};
+    site.gtype_probs[2] = {0.0F, 1.0F, 0.0F};
     site.known_phase_flags = {true};
     site.haps[2] = alleles({1, 0});
     guess();
@@ -262,7 +263,7 @@ TEST_F(initial_haplotypes, each_panel_has_its_own_probability_option) {
     run.params.prob_g_ref = true;
     snp& site = add_study_site(110, {2});
     add_panel1_data(site, {});
-    site.gtype_probs[0] = {1.0F, 0.0F, 0.0F};
+    site.gtype_probs[1] = {1.0F, 0.0F, 0.0F};
     draws.add({0.5});
     guess();
     EXPECT_EQ((std::vector<int>{1, 1}), values(site.haps[2]));
@@ -313,7 +314,7 @@ TEST_F(initial_haplotypes, a_second_haplotype_file_is_not_guessed) {
 
 TEST_F(initial_haplotypes, panel_0_draws_its_missing_alleles_in_order) {
     give_panel0(70);
-    run.update_panel[0] = true;
+    run.panels[0].needs_update = true;
     draws.add({0.3, 0.31, 0.1});
     snp& site = add_site(110, 0);
     label(site, 0, "A", "C", 0.3);
@@ -333,7 +334,7 @@ TEST_F(initial_haplotypes, panel_0_draws_its_missing_alleles_in_order) {
 
 TEST_F(initial_haplotypes, panel_0_draws_in_holes_too) {
     give_panel0(2);
-    run.update_panel[0] = true;
+    run.panels[0].needs_update = true;
     draws.add({0.1, 0.9});
     snp& hole = add_site(110, 1);
     hole.ref_alleles_missing = true;
@@ -346,7 +347,7 @@ TEST_F(initial_haplotypes, panel_0_draws_in_holes_too) {
 
 TEST_F(initial_haplotypes, panel_0_keeps_full_sites_and_sites_outside_the_models) {
     give_panel0(2);
-    run.update_panel[0] = true;
+    run.panels[0].needs_update = true;
     snp& full = add_site(110, 0);
     label(full, 0, "A", "C", 0.5);
     full.haps[0] = alleles({0, 1});
@@ -399,11 +400,11 @@ TEST_F(initial_haplotypes, an_undefined_frequency_of_any_panel_ends_the_run) {
     give_panel0(2);
     give_panel1(1);
     give_study(1);
-    run.update_panel = {true, true, true};
+    for (panel_data& panel : run.panels) panel.needs_update = true;
     snp& site = add_study_site(110, {0}, -1.0);
     label(site, 1, "A", "C", -2e-10);
     label(site, 0, "A", "C", -1.0);
-    site.gtypes[0] = {0};
+    site.gtypes[1] = {0};
     site.haps[0] = alleles({0, 0});
     EXPECT_EQ(1, guess());
     EXPECT_EQ(panel2_stage + text(2), terminal_text());
@@ -424,7 +425,7 @@ TEST_F(initial_haplotypes, panels_draw_in_the_order_2_1_0) {
     give_panel0(1);
     give_panel1(1);
     give_study(1);
-    run.update_panel[0] = true;
+    run.panels[0].needs_update = true;
     draws.add({0.9, 0.1, 0.9});
     snp& site = add_study_site(110, {1});
     add_panel1_data(site, {1});
@@ -447,7 +448,7 @@ TEST_F(initial_haplotypes, known_haplotypes_alone_are_guessed_only_where_updates
     site.haps[2] = alleles({1, 0});
     guess();
     expect_log("");
-    run.update_panel[2] = true;
+    run.panels[2].needs_update = true;
     guess();
     expect_log(panel2_stage + " --known haplotype alleles from the -known_haps_g file will not be changed\n");
     EXPECT_EQ((std::vector<int>{1, 0}), values(site.haps[2]));

@@ -56,10 +56,10 @@ class label_stages : public reconcile_fixture {
         site.haps[0] = alleles({0, 1, 2, 0});
         site.haps[1] = alleles({0, 1, 2, 2});
         site.haps[2] = alleles({1, 1, 2, 0});
-        site.gtypes[0] = {1, 3};
-        site.gtypes[1] = {2, 3};
-        site.gtype_probs[0] = {0.1F, 0.2F, 0.7F, 0.0F, 1.0F, 0.0F};
-        site.gtype_probs[1] = {0.7F, 0.2F, 0.1F, 0.0F, 0.4F, 0.6F};
+        site.gtypes[1] = {1, 3};
+        site.gtypes[2] = {2, 3};
+        site.gtype_probs[1] = {0.1F, 0.2F, 0.7F, 0.0F, 1.0F, 0.0F};
+        site.gtype_probs[2] = {0.7F, 0.2F, 0.1F, 0.0F, 0.4F, 0.6F};
         return site;
     }
     void give_all_panels() {
@@ -82,8 +82,8 @@ TEST_F(label_stages, crossed_study_is_recoded) {
     EXPECT_EQ("C", site.labels[2].a1);
     EXPECT_EQ("+", site.labels[2].strand);
     EXPECT_EQ(0.25, site.labels[2].freq);
-    EXPECT_EQ((std::vector<std::uint8_t>{0, 3}), site.gtypes[1]);
-    EXPECT_EQ((std::vector<float>{0.1F, 0.2F, 0.7F, 0.6F, 0.4F, 0.0F}), site.gtype_probs[1]);
+    EXPECT_EQ((std::vector<std::uint8_t>{0, 3}), site.gtypes[2]);
+    EXPECT_EQ((std::vector<float>{0.1F, 0.2F, 0.7F, 0.6F, 0.4F, 0.0F}), site.gtype_probs[2]);
     EXPECT_EQ((std::vector<int>{0, 0, 2, 1}), values(site.haps[2]));
     EXPECT_EQ((std::array<bool, 3>{false, false, true}), site.allele_flipped);
     EXPECT_EQ((std::vector<int>{0, 1, 2, 2}), values(site.haps[1]));
@@ -96,8 +96,8 @@ TEST_F(label_stages, crossed_panel_1_is_recoded) {
     align_labels(run);
     EXPECT_EQ("A", site.labels[1].a0);
     EXPECT_EQ(0.25, site.labels[1].freq);
-    EXPECT_EQ((std::vector<std::uint8_t>{1, 3}), site.gtypes[0]);
-    EXPECT_EQ((std::vector<float>{0.7F, 0.2F, 0.1F, 0.0F, 1.0F, 0.0F}), site.gtype_probs[0]);
+    EXPECT_EQ((std::vector<std::uint8_t>{1, 3}), site.gtypes[1]);
+    EXPECT_EQ((std::vector<float>{0.7F, 0.2F, 0.1F, 0.0F, 1.0F, 0.0F}), site.gtype_probs[1]);
     EXPECT_EQ((std::vector<int>{1, 0, 2, 2}), values(site.haps[1]));
     EXPECT_EQ((std::array<bool, 3>{false, true, false}), site.allele_flipped);
     EXPECT_EQ("*", site.labels[2].a0);
@@ -110,7 +110,7 @@ TEST_F(label_stages, both_panels_can_be_recoded_at_one_site) {
     EXPECT_EQ((std::array<bool, 3>{false, true, true}), site.allele_flipped);
     EXPECT_EQ("C", site.labels[2].a0);
     EXPECT_EQ("C", site.labels[2].a1);
-    EXPECT_EQ((std::vector<std::uint8_t>{0, 3}), site.gtypes[1]);
+    EXPECT_EQ((std::vector<std::uint8_t>{0, 3}), site.gtypes[2]);
 }
 
 TEST_F(label_stages, labels_in_order_and_labels_that_do_not_fit_stay) {
@@ -120,7 +120,7 @@ TEST_F(label_stages, labels_in_order_and_labels_that_do_not_fit_stay) {
     align_labels(run);
     for (const snp* site : {&straight, &misfit}) {
         EXPECT_EQ((std::array<bool, 3>{}), site->allele_flipped);
-        EXPECT_EQ((std::vector<std::uint8_t>{2, 3}), site->gtypes[1]);
+        EXPECT_EQ((std::vector<std::uint8_t>{2, 3}), site->gtypes[2]);
         EXPECT_EQ(0.75, site->labels[2].freq);
     }
 }
@@ -140,14 +140,14 @@ TEST_F(label_stages, panel_1_sets_the_standard_where_panel_0_has_no_labels) {
     snp& site = add_site(110, 2);
     label(site, 1, "C", "A");
     label(site, 2, "A", "C", 0.125);
-    site.gtypes[0] = {0, 1};
     site.gtypes[1] = {0, 1};
+    site.gtypes[2] = {0, 1};
     snp& bare = add_site(120, 2);
     label(bare, 2, "A", "C");
     align_labels(run);
     EXPECT_EQ((std::array<bool, 3>{false, false, true}), site.allele_flipped);
-    EXPECT_EQ((std::vector<std::uint8_t>{2, 1}), site.gtypes[1]);
-    EXPECT_EQ((std::vector<std::uint8_t>{0, 1}), site.gtypes[0]);
+    EXPECT_EQ((std::vector<std::uint8_t>{2, 1}), site.gtypes[2]);
+    EXPECT_EQ((std::vector<std::uint8_t>{0, 1}), site.gtypes[1]);
     EXPECT_EQ((std::array<bool, 3>{}), bare.allele_flipped);
 }
 
@@ -163,21 +163,21 @@ TEST_F(label_stages, genotype_codes_are_not_touched_in_runs_on_probabilities) {
     give_all_panels();
     run.params.prob_g = run.params.prob_g_ref = true;
     snp& site = add_full_site(110, {"C", "A", "*", 0.5}, {"C", "A", "*", 0.5});
-    site.gtypes[0] = {0, 0};
+    site.gtypes[1] = {0, 0};
     align_labels(run);
-    EXPECT_EQ((std::vector<std::uint8_t>{0, 0}), site.gtypes[0]);
-    EXPECT_EQ((std::vector<std::uint8_t>{2, 3}), site.gtypes[1]);
-    EXPECT_EQ((std::vector<float>{0.1F, 0.2F, 0.7F, 0.6F, 0.4F, 0.0F}), site.gtype_probs[1]);
-    EXPECT_EQ((std::vector<float>{0.7F, 0.2F, 0.1F, 0.0F, 1.0F, 0.0F}), site.gtype_probs[0]);
+    EXPECT_EQ((std::vector<std::uint8_t>{0, 0}), site.gtypes[1]);
+    EXPECT_EQ((std::vector<std::uint8_t>{2, 3}), site.gtypes[2]);
+    EXPECT_EQ((std::vector<float>{0.1F, 0.2F, 0.7F, 0.6F, 0.4F, 0.0F}), site.gtype_probs[2]);
+    EXPECT_EQ((std::vector<float>{0.7F, 0.2F, 0.1F, 0.0F, 1.0F, 0.0F}), site.gtype_probs[1]);
 }
 
 TEST_F(label_stages, sampled_panel_1_keeps_its_genotypes) {
     give_all_panels();
     run.params.hap_samp_in_g_ref = "samples";
     snp& site = add_full_site(110, {"C", "A", "*", 0.5}, {"A", "C", "*", 0.5});
-    site.gtypes[0] = {0, 2};
+    site.gtypes[1] = {0, 2};
     align_labels(run);
-    EXPECT_EQ((std::vector<std::uint8_t>{0, 2}), site.gtypes[0]);
+    EXPECT_EQ((std::vector<std::uint8_t>{0, 2}), site.gtypes[1]);
     EXPECT_EQ((std::vector<int>{1, 0, 2, 2}), values(site.haps[1]));
     EXPECT_TRUE(site.allele_flipped[1]);
 }
@@ -186,9 +186,9 @@ TEST_F(label_stages, placeholder_of_panel_1_keeps_its_genotypes) {
     give_all_panels();
     snp& site = add_full_site(110, {"C", "A", "*", 0.5}, {"A", "C", "*", 0.5});
     site.panel1_placeholder = true;
-    site.gtypes[0] = {0, 2};
+    site.gtypes[1] = {0, 2};
     align_labels(run);
-    EXPECT_EQ((std::vector<std::uint8_t>{0, 2}), site.gtypes[0]);
+    EXPECT_EQ((std::vector<std::uint8_t>{0, 2}), site.gtypes[1]);
     EXPECT_TRUE(site.allele_flipped[1]);
 }
 
@@ -221,7 +221,7 @@ TEST_F(label_stages, removal_tests_panel_1_against_panel_0) {
     add_full_site(110, {"A", "G", "*", 0.5}, {"A", "C", "*", 0.5});
     add_full_site(120, {"A", "G", "*", 0.5}, {"*", "*", "*", -1.0}, 1);
     remove_non_aligned(run);
-    EXPECT_TRUE(run.snps.empty());
+    EXPECT_TRUE(run.sites.store.empty());
     expect_log(
         "\n-removing non-aligned genotyped SNPs\n"
         " --removing SNP snp110 at position 110: Panel 1 alleles AG != Panel 0 alleles AC\n"
@@ -236,7 +236,7 @@ TEST_F(label_stages, removal_tests_the_study_against_a_lone_panel_1) {
     label(site, 1, "A", "C");
     label(site, 2, "A", "T");
     remove_non_aligned(run);
-    EXPECT_TRUE(run.snps.empty());
+    EXPECT_TRUE(run.sites.store.empty());
     EXPECT_NE(std::string::npos, terminal_text().find(": Panel 2 alleles AT != Panel 1 alleles AC\n"));
 }
 
@@ -253,7 +253,7 @@ TEST_F(label_stages, removal_drops_sites_without_a_reference_in_silence) {
     give_all_panels();
     label(add_site(110, 2), 2, "A", "C");
     remove_non_aligned(run);
-    EXPECT_TRUE(run.snps.empty());
+    EXPECT_TRUE(run.sites.store.empty());
     expect_log(
         "\n-removing non-aligned genotyped SNPs\n"
         " --removed 0 out of 0 SNPs with data in multiple panels\n");
@@ -265,7 +265,7 @@ TEST_F(label_stages, a_flipped_single_allele_passes_when_the_reference_has_it) {
     snp& mended = add_site(110, 2);
     label(mended, 0, "C", "T");
     label(mended, 2, "A", "A", 0.0);
-    mended.gtypes[1] = {0, 0};
+    mended.gtypes[2] = {0, 0};
     mended.haps[2] = alleles({0, 0, 0, 0});
     snp& straight = add_site(120, 2);
     label(straight, 0, "A", "G");
@@ -278,7 +278,7 @@ TEST_F(label_stages, a_flipped_single_allele_passes_when_the_reference_has_it) {
     remove_non_aligned(run);
     EXPECT_EQ((std::vector<long>{110, 120}), positions());
     EXPECT_EQ("T", mended.labels[2].a0);
-    EXPECT_EQ((std::vector<std::uint8_t>{2, 2}), mended.gtypes[1]);
+    EXPECT_EQ((std::vector<std::uint8_t>{2, 2}), mended.gtypes[2]);
     EXPECT_EQ((std::vector<int>{1, 1, 1, 1}), values(mended.haps[2]));
     EXPECT_NE(std::string::npos, terminal_text().find(": Panel 2 alleles AA != Panel 0 alleles CG\n"));
 }
@@ -293,7 +293,7 @@ TEST_F(label_stages, a_mismatch_that_no_flip_mends_is_removed) {
     EXPECT_EQ("A", site.labels[2].a0);
     EXPECT_EQ("C", site.labels[2].a1);
     remove_non_aligned(run);
-    EXPECT_TRUE(run.snps.empty());
+    EXPECT_TRUE(run.sites.store.empty());
 }
 
 }  // namespace

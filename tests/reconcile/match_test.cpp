@@ -4,6 +4,7 @@
 #include <string>
 
 #include "model/data.h"
+#include "reconcile/match.h"
 #include "support/alleles.h"
 #include "support/log_capture.h"
 
@@ -14,8 +15,8 @@ class match_test : public ::testing::Test {
     void SetUp() override { capture.open(run.log); }
     // A record at position 10 with the labels of Panels 2, 1, 0; "" for a panel that does not hold the site.
     snp& add(const std::string& study, const std::string& panel1 = "", const std::string& panel0 = "") {
-        snp& site = run.snps.emplace(10, snp{})->second;
-        site.snp_id = "snp" + std::to_string(run.snps.size());
+        snp& site = run.sites.store.emplace(10, snp{})->second;
+        site.snp_id = "snp" + std::to_string(run.sites.store.size());
         set_labels(site, 2, study);
         set_labels(site, 1, panel1);
         set_labels(site, 0, panel0);
@@ -30,7 +31,7 @@ class match_test : public ::testing::Test {
     std::string match(const std::string& labels, int panel) {
         site_store::iterator found;
         const std::string a0 = labels.substr(0, 1), a1 = labels.substr(1);
-        if (!run.find_compatible_snp(a0, a1, panel, found, run.snps.equal_range(10))) return "";
+        if (!find_compatible_snp(run, a0, a1, panel, found, run.sites.store.equal_range(10))) return "";
         return found->second.snp_id;
     }
     std::string multiple_warning(int panel, const std::string& id) const {
@@ -97,14 +98,14 @@ TEST_F(match_test, first_compatible_record_wins) {
 TEST_F(match_test, second_panel1_snp_on_a_study_snp_is_noted) {
     add("AC", "AC");
     EXPECT_EQ("", match("TG", 1));
-    EXPECT_EQ(std::set<long>{10}, run.multi_match_positions);
+    EXPECT_EQ(std::set<long>{10}, run.sites.multi_match_positions);
     EXPECT_EQ(multiple_warning(1, "snp1"), capture.warnings());
 }
 
 TEST_F(match_test, second_panel0_snp_on_a_study_snp_is_noted) {
     add("AC", "", "AC");
     EXPECT_EQ("", match("AC", 0));
-    EXPECT_EQ(std::set<long>{10}, run.multi_match_positions);
+    EXPECT_EQ(std::set<long>{10}, run.sites.multi_match_positions);
     EXPECT_EQ(multiple_warning(0, "snp1"), capture.warnings());
 }
 
@@ -114,7 +115,7 @@ TEST_F(match_test, third_match_warns_again_and_the_position_stays_once) {
     set_labels(site, 0, "AC");
     EXPECT_EQ("", match("CA", 0));
     EXPECT_EQ("", match("TG", 0));
-    EXPECT_EQ(1U, run.multi_match_positions.size());
+    EXPECT_EQ(1U, run.sites.multi_match_positions.size());
     EXPECT_EQ(multiple_warning(0, "snp1") + multiple_warning(0, "snp1"), capture.warnings());
     EXPECT_EQ(2, run.log.warning_count());
 }
@@ -124,7 +125,7 @@ TEST_F(match_test, position_is_noted_without_warnings_too) {
     capture.open(run.log, false);
     add("AC", "AC");
     EXPECT_EQ("", match("AC", 1));
-    EXPECT_EQ(std::set<long>{10}, run.multi_match_positions);
+    EXPECT_EQ(std::set<long>{10}, run.sites.multi_match_positions);
     EXPECT_EQ(0, run.log.warning_count());
 }
 
@@ -133,11 +134,11 @@ TEST_F(match_test, panel0_must_agree_with_panel1_labels) {
     EXPECT_EQ("snp1", match("CA", 0));
     EXPECT_EQ("snp1", match("TG", 0));
     add("AA", "AG");
-    run.snps.erase(run.snps.begin());
+    run.sites.store.erase(run.sites.store.begin());
     EXPECT_EQ("", match("AC", 0));  // fits the study, not Panel 1
     EXPECT_EQ("snp2", match("GA", 0));
     EXPECT_EQ("", capture.warnings());
-    EXPECT_TRUE(run.multi_match_positions.empty());
+    EXPECT_TRUE(run.sites.multi_match_positions.empty());
 }
 
 TEST_F(match_test, panel1_flips_do_not_count_where_the_study_has_one_allele) {
@@ -162,7 +163,7 @@ TEST_F(match_test, records_without_panel1_are_passed_over_in_the_second_look) {
     add("AG");
     add("", "CT");
     EXPECT_EQ("snp1", match("CT", 0));  // by the strand flip of the study SNP
-    run.snps.erase(run.snps.begin());
+    run.sites.store.erase(run.sites.store.begin());
     EXPECT_EQ("snp2", match("CT", 0));
 }
 
@@ -185,9 +186,9 @@ snp full_site() {
     }
     site.ref_missing = {1};
     for (std::size_t g = 0; g < 2; ++g) {
-        site.gtypes[g] = genotypes("01");
-        site.gtype_probs[g] = {1, 0, 0, 0, 1, 0};
-        site.gtype_emiss[g] = {1, 0, 0, 0, 1, 0};
+        site.gtypes[g + 1] = genotypes("01");
+        site.gtype_probs[g + 1] = {1, 0, 0, 0, 1, 0};
+        site.gtype_emiss[g + 1] = {1, 0, 0, 0, 1, 0};
     }
     site.known_phase_flags = site.known_haps_flags = site.hap_init_flags = {true, false};
     return site;
@@ -195,7 +196,7 @@ snp full_site() {
 
 snp copy(const snp& from, const std::set<int>& panels, bool has_panel0 = true) {
     snp to;
-    data::copy_snp(from, to, panels, has_panel0);
+    copy_snp(from, to, panels, has_panel0);
     return to;
 }
 
@@ -203,7 +204,7 @@ TEST(copy_snp, keeps_the_given_panels_whole) {
     const snp to = copy(full_site(), {0, 1, 2});
     EXPECT_EQ("rs", to.rs_id);
     EXPECT_EQ("0110", text_of(to.haps[2]));
-    EXPECT_EQ("01", text_of(to.gtypes[1]));
+    EXPECT_EQ("01", text_of(to.gtypes[2]));
     EXPECT_EQ(2, to.type);
     EXPECT_TRUE(to.panel1_placeholder);
     EXPECT_EQ((std::vector<bool>{true, false}), to.known_phase_flags);
@@ -216,9 +217,9 @@ TEST(copy_snp, empties_a_dropped_study) {
     EXPECT_EQ("*", to.labels[2].strand);
     EXPECT_EQ(-1.0, to.labels[2].freq);
     EXPECT_TRUE(to.haps[2].empty());
-    EXPECT_TRUE(to.gtypes[1].empty());
-    EXPECT_TRUE(to.gtype_probs[1].empty());
-    EXPECT_TRUE(to.gtype_emiss[1].empty());
+    EXPECT_TRUE(to.gtypes[2].empty());
+    EXPECT_TRUE(to.gtype_probs[2].empty());
+    EXPECT_TRUE(to.gtype_emiss[2].empty());
     EXPECT_TRUE(to.known_phase_flags.empty());
     EXPECT_TRUE(to.known_haps_flags.empty());
     EXPECT_TRUE(to.hap_init_flags.empty());
@@ -233,12 +234,12 @@ TEST(copy_snp, empties_dropped_reference_panels) {
     EXPECT_TRUE(to.haps[0].empty());
     EXPECT_TRUE(to.haps[1].empty());
     EXPECT_TRUE(to.ref_missing.empty());
-    EXPECT_TRUE(to.gtypes[0].empty());
+    EXPECT_TRUE(to.gtypes[1].empty());
     EXPECT_EQ("*", to.labels[0].a0);
     EXPECT_EQ("*", to.labels[0].strand);
     EXPECT_EQ(-1.0, to.labels[0].freq);
     EXPECT_EQ("*", to.labels[1].a0);
-    EXPECT_EQ("01", text_of(to.gtypes[1]));
+    EXPECT_EQ("01", text_of(to.gtypes[2]));
     EXPECT_EQ(3, to.type);
     EXPECT_EQ(3, to.top_panel);
     EXPECT_FALSE(to.panel1_placeholder);
@@ -270,9 +271,9 @@ TEST(copy_snp, copy_does_not_share_with_the_original) {
     const snp from = full_site();
     snp to = copy(from, {0, 1, 2});
     to.haps[2].set(0, 1);
-    to.gtypes[1][0] = 2;
+    to.gtypes[2][0] = 2;
     EXPECT_EQ("0110", text_of(from.haps[2]));
-    EXPECT_EQ("01", text_of(from.gtypes[1]));
+    EXPECT_EQ("01", text_of(from.gtypes[2]));
 }
 
 TEST(copy_snp, two_sites_at_one_position_coexist) {
@@ -290,12 +291,12 @@ class hole_preparation_test : public match_test {
   protected:
     void give_panel0() {
         run.params.h_files.insert(run.params.h_files.begin(), "ref.hap");
-        run.n_hap[0] = 4;
+        run.panels[0].n_hap = 4;
     }
     void give_panel1() {
         run.params.g_ref_file = "ref.gen";
-        run.n_ind[1] = 3;
-        run.n_hap[1] = 6;
+        run.panels[1].n_ind = 3;
+        run.panels[1].n_hap = 6;
     }
     static void set_strand(snp& site, std::size_t panel, const std::string& strand, double freq) {
         site.labels[panel].strand = strand;
@@ -313,13 +314,13 @@ TEST_F(hole_preparation_test, lone_panel1_gets_missing_genotypes_at_study_sites)
     give_panel1();
     snp& site = add_typed(3, "AC");
     set_strand(site, 2, "+", 0.25);
-    run.initialize_missing_ref_panel_snp_info();
+    initialize_missing_ref_panel_snp_info(run);
     EXPECT_EQ("A", site.labels[1].a0);
     EXPECT_EQ("C", site.labels[1].a1);
     EXPECT_EQ(0.25, site.labels[1].freq);
-    EXPECT_EQ("333", text_of(site.gtypes[0]));
+    EXPECT_EQ("333", text_of(site.gtypes[1]));
     EXPECT_EQ("222222", text_of(site.haps[1]));
-    EXPECT_TRUE(site.gtype_probs[0].empty());
+    EXPECT_TRUE(site.gtype_probs[1].empty());
     EXPECT_TRUE(site.ref_alleles_missing);
     EXPECT_EQ(2, site.type);
     EXPECT_EQ(2, site.top_panel);
@@ -329,16 +330,16 @@ TEST_F(hole_preparation_test, lone_panel1_of_probabilities_gets_zeros) {
     give_panel1();
     run.params.prob_g_ref = true;
     snp& site = add_typed(3, "AC");
-    run.initialize_missing_ref_panel_snp_info();
-    EXPECT_EQ(std::vector<float>(9, 0.0F), site.gtype_probs[0]);
-    EXPECT_TRUE(site.gtypes[0].empty());
+    initialize_missing_ref_panel_snp_info(run);
+    EXPECT_EQ(std::vector<float>(9, 0.0F), site.gtype_probs[1]);
+    EXPECT_TRUE(site.gtypes[1].empty());
 }
 
 TEST_F(hole_preparation_test, lone_panel0_gets_missing_alleles_at_study_sites) {
     give_panel0();
     snp& site = add_typed(3, "AC");
     set_strand(site, 2, "-", 0.25);
-    run.initialize_missing_ref_panel_snp_info();
+    initialize_missing_ref_panel_snp_info(run);
     EXPECT_EQ("G", site.labels[0].a0);  // crossed and flipped
     EXPECT_EQ("T", site.labels[0].a1);
     EXPECT_EQ(0.75, site.labels[0].freq);
@@ -353,7 +354,7 @@ TEST_F(hole_preparation_test, sites_of_panel1_get_missing_panel0_alleles) {
     set_strand(both, 1, "+", 0.25);
     snp& alone = add_typed(3, "", "AG");
     set_strand(alone, 1, "-", 0.125);
-    run.initialize_missing_ref_panel_snp_info();
+    initialize_missing_ref_panel_snp_info(run);
     EXPECT_EQ(2, both.type);
     EXPECT_EQ("A", both.labels[0].a0);
     EXPECT_EQ(0.25, both.labels[0].freq);
@@ -372,7 +373,7 @@ TEST_F(hole_preparation_test, placeholder_without_panel1_is_withdrawn) {
     snp& site = add_typed(3, "AC", "", "AC");
     site.ref_alleles_missing = true;
     site.haps[0] = alleles("2222");
-    run.initialize_missing_ref_panel_snp_info();
+    initialize_missing_ref_panel_snp_info(run);
     EXPECT_EQ("*", site.labels[0].a0);
     EXPECT_EQ("*", site.labels[0].a1);
     EXPECT_EQ(-1.0, site.labels[0].freq);
@@ -385,7 +386,7 @@ TEST_F(hole_preparation_test, real_panel0_data_without_panel1_stays) {
     give_panel1();
     snp& site = add_typed(3, "AC", "", "AC");
     site.haps[0] = alleles("0110");
-    run.initialize_missing_ref_panel_snp_info();
+    initialize_missing_ref_panel_snp_info(run);
     EXPECT_EQ("A", site.labels[0].a0);
     EXPECT_EQ("0110", text_of(site.haps[0]));
     EXPECT_EQ(3, site.type);
@@ -395,7 +396,7 @@ TEST_F(hole_preparation_test, sites_that_lack_nothing_stay) {
     give_panel0();
     snp& site = add_typed(2, "AC", "", "AC");
     site.labels[0].freq = 0.5;
-    run.initialize_missing_ref_panel_snp_info();
+    initialize_missing_ref_panel_snp_info(run);
     EXPECT_EQ(0.5, site.labels[0].freq);
     EXPECT_FALSE(site.ref_alleles_missing);
 }
@@ -404,12 +405,12 @@ class borrowed_frequency : public hole_preparation_test {
   protected:
     // Frequency of an all-missing Panel 0 site by its own labels and those of the study.
     double borrow(const std::string& own, const std::string& study, const std::string& strand, double freq = 0.25) {
-        run.snps.clear();
+        run.sites.store.clear();
         run.params.h_files.assign(1, "ref.hap");
         snp& site = add_typed(2, study, "", own);
         site.ref_alleles_missing = true;
         set_strand(site, 2, strand, freq);
-        run.initialize_missing_ref_panel_snp_info();
+        initialize_missing_ref_panel_snp_info(run);
         EXPECT_EQ(own.substr(0, 1), site.labels[0].a0);
         return site.labels[0].freq;
     }
@@ -450,7 +451,7 @@ TEST_F(borrowed_frequency, panel1_genotypes_on_the_minus_strand_are_renamed_firs
     site.ref_alleles_missing = true;
     set_strand(site, 2, "+", 0.25);
     set_strand(site, 1, "-", -1.0);
-    run.initialize_missing_ref_panel_snp_info();
+    initialize_missing_ref_panel_snp_info(run);
     EXPECT_EQ("A", site.labels[1].a0);
     EXPECT_EQ("C", site.labels[1].a1);
     EXPECT_EQ("-", site.labels[1].strand);

@@ -7,8 +7,8 @@ class pack_haplotypes_stage : public reconcile_fixture {
   protected:
     std::vector<int> packed(std::size_t panel, std::size_t hap) const {
         std::vector<int> result;
-        for (std::size_t s = 0; s < run.haps[panel].n_sites(); ++s) {
-            result.push_back(run.haps[panel].holds(s) ? run.haps[panel].allele(hap, s) : -1);
+        for (std::size_t s = 0; s < run.panels[panel].haps.n_sites(); ++s) {
+            result.push_back(run.panels[panel].haps.holds(s) ? run.panels[panel].haps.allele(hap, s) : -1);
         }
         return result;
     }
@@ -20,12 +20,12 @@ TEST_F(pack_haplotypes_stage, sites_are_listed_in_the_order_of_the_store) {
     add_site(150, 3).rs_id = "d";
     add_site(120, 0).rs_id = "b";
     pack_haplotypes(run);
-    EXPECT_EQ((std::vector<long>{110, 120, 150, 150}), run.positions);
-    ASSERT_EQ(4U, run.sites.size());
+    EXPECT_EQ((std::vector<long>{110, 120, 150, 150}), run.sites.positions);
+    ASSERT_EQ(4U, run.sites.in_order.size());
     std::string ids;
-    for (std::size_t s = 0; s < run.sites.size(); ++s) {
-        ids += run.sites[s]->rs_id;
-        EXPECT_EQ(static_cast<int>(s), run.sites[s]->index);
+    for (std::size_t s = 0; s < run.sites.in_order.size(); ++s) {
+        ids += run.sites.in_order[s]->rs_id;
+        EXPECT_EQ(static_cast<int>(s), run.sites.in_order[s]->index);
     }
     EXPECT_EQ("abcd", ids);
 }
@@ -58,11 +58,11 @@ TEST_F(pack_haplotypes_stage, large_panels_are_packed_in_full) {
         for (std::size_t h = 0; h < 150; ++h) site.haps[0].set(h, allele(h, s));
     }
     pack_haplotypes(run);
-    ASSERT_EQ(150U, run.haps[0].n_hap());
-    ASSERT_EQ(200U, run.haps[0].n_sites());
+    ASSERT_EQ(150U, run.panels[0].haps.n_hap());
+    ASSERT_EQ(200U, run.panels[0].haps.n_sites());
     int n_wrong = 0;
     for (std::size_t s = 0; s < 200; ++s) {
-        for (std::size_t h = 0; h < 150; ++h) n_wrong += run.haps[0].allele(h, s) != allele(h, s) ? 1 : 0;
+        for (std::size_t h = 0; h < 150; ++h) n_wrong += run.panels[0].haps.allele(h, s) != allele(h, s) ? 1 : 0;
     }
     EXPECT_EQ(0, n_wrong);
 }
@@ -74,11 +74,11 @@ TEST_F(pack_haplotypes_stage, missing_alleles_of_panel_0_are_kept_beside_the_gue
     guessed.ref_missing = {0b101};
     add_site(120, 0).haps[0] = alleles({1, 1, 1});
     pack_haplotypes(run);
-    ASSERT_EQ(3U, run.ref_missing.n_hap());
-    ASSERT_EQ(2U, run.ref_missing.n_sites());
+    ASSERT_EQ(3U, run.panels[0].missing.n_hap());
+    ASSERT_EQ(2U, run.panels[0].missing.n_sites());
     for (std::size_t h = 0; h < 3; ++h) {
-        EXPECT_EQ(h != 1 ? 1 : 0, run.ref_missing.allele(h, 0));
-        EXPECT_EQ(0, run.ref_missing.allele(h, 1));
+        EXPECT_EQ(h != 1 ? 1 : 0, run.panels[0].missing.allele(h, 0));
+        EXPECT_EQ(0, run.panels[0].missing.allele(h, 1));
     }
     EXPECT_EQ((std::vector<int>{1, 1}), packed(0, 2));
 }
@@ -90,8 +90,8 @@ TEST_F(pack_haplotypes_stage, missing_alleles_that_nobody_guessed_are_packed_as_
     hole.haps[0] = alleles({2, 2});
     pack_haplotypes(run);
     EXPECT_EQ((std::vector<int>{0}), packed(0, 1));
-    EXPECT_EQ(1, run.ref_missing.allele(0, 0));
-    EXPECT_EQ(1, run.ref_missing.allele(1, 0));
+    EXPECT_EQ(1, run.panels[0].missing.allele(0, 0));
+    EXPECT_EQ(1, run.panels[0].missing.allele(1, 0));
 }
 
 TEST_F(pack_haplotypes_stage, a_full_panel_0_has_no_missing_rows) {
@@ -103,8 +103,8 @@ TEST_F(pack_haplotypes_stage, a_full_panel_0_has_no_missing_rows) {
     site.haps[0].set(0, 1);
     site.haps[2] = alleles({2, 2});
     pack_haplotypes(run);
-    EXPECT_EQ(0U, run.ref_missing.n_hap());
-    EXPECT_EQ(0U, run.ref_missing.n_sites());
+    EXPECT_EQ(0U, run.panels[0].missing.n_hap());
+    EXPECT_EQ(0U, run.panels[0].missing.n_sites());
 }
 
 TEST_F(pack_haplotypes_stage, rows_of_the_sites_are_released) {

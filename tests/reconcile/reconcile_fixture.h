@@ -42,11 +42,11 @@ class reconcile_fixture : public ::testing::Test {
         capture.open(run.log);
         old_generator = Random::RNG;
         Random::Set(draws);
-        run.int_lower_bp = 100;
-        run.int_upper_bp = 200;
-        run.buffer_lower = 50;
-        run.buffer_upper = 250;
-        run.output_types = {true, true, true, true};
+        run.plan.int_lower_bp = 100;
+        run.plan.int_upper_bp = 200;
+        run.plan.buffer_lower = 50;
+        run.plan.buffer_upper = 250;
+        run.plan.output_types = {true, true, true, true};
     }
     void TearDown() override {
         Random::RNG = old_generator;
@@ -56,46 +56,45 @@ class reconcile_fixture : public ::testing::Test {
     // --- panels -----------------------------------------------------------------------------------------------------
     void give_panel0(int n_haplotypes) {
         run.params.h_files.insert(run.params.h_files.begin(), "ref.hap");
-        run.n_hap[0] = n_haplotypes;
-        run.has_reference = true;
-        run.n_panels = 3;
+        run.panels[0].n_hap = n_haplotypes;
+        run.plan.has_reference = true;
+        run.plan.n_panels = 3;
     }
     // Panel 1 as genotypes.
     void give_panel1(int n_individuals) {
         run.params.g_ref_file = "ref.gen";
-        run.n_ind[1] = n_individuals;
-        run.n_hap[1] = 2 * n_individuals;
-        run.has_reference = true;
-        run.n_panels = 3;
+        run.panels[1].n_ind = n_individuals;
+        run.panels[1].n_hap = 2 * n_individuals;
+        run.plan.has_reference = true;
+        run.plan.n_panels = 3;
     }
     // Panel 1 as haplotypes of a second file, beside a Panel 0.
     void give_second_haplotypes(int n_haplotypes) {
         run.params.h_files.emplace_back("ref1.hap");
-        run.n_hap[1] = n_haplotypes;
+        run.panels[1].n_hap = n_haplotypes;
     }
     void give_study(int n_individuals) {
         run.params.g_file = "study.gen";
-        run.n_ind[2] = n_individuals;
-        run.n_hap[2] = 2 * n_individuals;
+        run.panels[2].n_ind = n_individuals;
+        run.panels[2].n_hap = 2 * n_individuals;
     }
     // Makes males of a panel haploid; ploidies are 1 or 2, one an individual.
     void give_ploidies(int panel, const std::vector<int>& ploidies) {
         run.params.chrX = true;
-        run.chrx_haploid = true;
-        const auto slot = static_cast<std::size_t>(panel - 1);
-        const auto p = static_cast<std::size_t>(panel);
-        run.n_hap[p] = 0;
+        run.plan.chrx_haploid = run.panels[1].sexes_differ = run.panels[2].sexes_differ = true;
+        panel_data& people = run.panels[static_cast<std::size_t>(panel)];
+        people.n_hap = 0;
         for (const int ploidy : ploidies) {
-            run.ploidy_by_panel[slot].push_back(ploidy);
-            run.first_hap_by_panel[slot].push_back(run.n_hap[p]);
-            run.n_hap[p] += ploidy;
-            (ploidy == 1 ? run.n_males : run.n_females)[slot]++;
+            people.ploidy.push_back(ploidy);
+            people.first_haps.push_back(people.n_hap);
+            people.n_hap += static_cast<std::size_t>(ploidy);
+            ++(ploidy == 1 ? people.n_males : people.n_females);
         }
     }
 
     // --- sites ------------------------------------------------------------------------------------------------------
     snp& add_site(long position, int type) {
-        snp& site = run.snps.emplace(position, snp{})->second;
+        snp& site = run.sites.store.emplace(position, snp{})->second;
         site.rs_id = "rs" + std::to_string(position);
         site.snp_id = "snp" + std::to_string(position);
         site.gen_pos = static_cast<double>(position) * 0.01;
@@ -119,10 +118,10 @@ class reconcile_fixture : public ::testing::Test {
     }
     std::vector<long> positions() const {
         std::vector<long> result;
-        for (const auto& entry : run.snps) result.push_back(entry.first);
+        for (const auto& entry : run.sites.store) result.push_back(entry.first);
         return result;
     }
-    snp& site_at(long position) { return run.snps.find(position)->second; }
+    snp& site_at(long position) { return run.sites.store.find(position)->second; }
 
     // --- what the run wrote -----------------------------------------------------------------------------------------
     std::string terminal_text() const { return capture.terminal.str(); }

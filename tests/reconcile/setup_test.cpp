@@ -1,6 +1,9 @@
 #include <cctype>
 #include <sstream>
 
+#include "input/site_placement.h"
+#include "params/state_counts.h"
+#include "reconcile/setup.h"
 #include "reconcile_fixture.h"
 
 namespace {
@@ -23,7 +26,7 @@ class setup_stages : public reconcile_fixture {
         add_reference_site(140, 0);
         add_study_site(150, 3, {0, 0});
         draws.add({0.9});
-        run.set_state_counts();
+        set_state_counts(run);
     }
     snp& add_reference_site(long position, int type) {
         snp& site = add_site(position, type);
@@ -34,7 +37,7 @@ class setup_stages : public reconcile_fixture {
     void add_study_site(long position, int type, const std::vector<std::uint8_t>& genotypes) {
         snp& site = type == 2 ? add_reference_site(position, type) : add_site(position, type);
         label(site, 2, "A", "C", 0.25);
-        site.gtypes[1] = genotypes;
+        site.gtypes[2] = genotypes;
         site.haps[2] = allele_row(4, 2);
     }
     // The lines of the terminal that begin with "-" and a lower-case letter, up to the first blank.
@@ -52,21 +55,21 @@ class setup_stages : public reconcile_fixture {
 };
 
 TEST_F(setup_stages, run_in_order) {
-    EXPECT_EQ(-1, end_status([this] { run.setup(); }));
+    EXPECT_EQ(-1, end_status([this] { setup(run); }));
     EXPECT_EQ((std::vector<std::string>{"removing", "checking", "aligning", "removing", "making", "setting", "setting",
                                         "setting"}),
               stage_words());
     EXPECT_TRUE(says("\n-setting storage space\n\n-setting mutation matrices\n\n-setting switch rates\n"));
-    EXPECT_EQ((std::vector<long>{110, 120, 130, 140, 150}), run.positions);
-    EXPECT_EQ(1, run.haps[2].allele(0, 2));
-    EXPECT_EQ(0, run.haps[2].allele(1, 2));
+    EXPECT_EQ((std::vector<long>{110, 120, 130, 140, 150}), run.sites.positions);
+    EXPECT_EQ(1, run.panels[2].haps.allele(0, 2));
+    EXPECT_EQ(0, run.panels[2].haps.allele(1, 2));
     EXPECT_TRUE(draws.used_up());
 }
 
 TEST_F(setup_stages, optional_stages_come_first) {
     run.params.restrict_buffer_to_scaffold = true;
-    run.multi_match_positions = {120};
-    EXPECT_EQ(-1, end_status([this] { run.setup(); }));
+    run.sites.multi_match_positions = {120};
+    EXPECT_EQ(-1, end_status([this] { setup(run); }));
     const std::string text = terminal_text();
     const auto scaffold = text.find("-removing non-scaffold SNPs from buffer region\n --removed 1 SNPs\n");
     const auto reference = text.find("-removing reference-only SNPs from buffer region\n --removed 0 SNPs\n");
@@ -76,56 +79,56 @@ TEST_F(setup_stages, optional_stages_come_first) {
     EXPECT_LT(reference, split);
     EXPECT_LT(split, strand);
     EXPECT_NE(std::string::npos, strand);
-    EXPECT_EQ((std::vector<long>{110, 120, 120, 130, 140, 150}), run.positions);
+    EXPECT_EQ((std::vector<long>{110, 120, 120, 130, 140, 150}), run.sites.positions);
 }
 
 TEST_F(setup_stages, buffer_sites_of_the_reference_can_be_kept) {
     run.params.keep_buffer_ref_snps = true;
-    EXPECT_EQ(-1, end_status([this] { run.setup(); }));
+    EXPECT_EQ(-1, end_status([this] { setup(run); }));
     EXPECT_FALSE(says("reference-only"));
-    EXPECT_EQ(60, run.positions.front());
+    EXPECT_EQ(60, run.sites.positions.front());
 }
 
 TEST_F(setup_stages, sites_that_do_not_align_can_be_kept) {
     run.params.remove_excluded = false;
     label(site_at(120), 2, "A", "G", 0.25);
-    EXPECT_EQ(-1, end_status([this] { run.setup(); }));
+    EXPECT_EQ(-1, end_status([this] { setup(run); }));
     EXPECT_FALSE(says("non-aligned"));
-    EXPECT_EQ("G", run.sites[1]->labels[2].a1);
+    EXPECT_EQ("G", run.sites.in_order[1]->labels[2].a1);
 }
 
 TEST_F(setup_stages, without_a_reference_only_the_label_stage_remains) {
     run.params.h_files.clear();
-    run.has_reference = false;
-    run.n_panels = 4;
-    run.n_hap[0] = 0;
-    run.snps.clear();
+    run.plan.has_reference = false;
+    run.plan.n_panels = 4;
+    run.panels[0].n_hap = 0;
+    run.sites.store.clear();
     add_study_site(130, 3, {1, 0});
     add_study_site(140, 3, {0, 2});
-    run.set_state_counts();
-    EXPECT_EQ(-1, end_status([this] { run.setup(); }));
+    set_state_counts(run);
+    EXPECT_EQ(-1, end_status([this] { setup(run); }));
     EXPECT_EQ((std::vector<std::string>{"aligning", "making", "setting", "setting", "setting"}), stage_words());
 }
 
 TEST_F(setup_stages, two_references_are_checked_against_each_other) {
     give_second_haplotypes(2);
-    for (auto& [position, site] : run.snps) {
+    for (auto& [position, site] : run.sites.store) {
         if (site.type != 2) continue;
         label(site, 1, "C", "A", 0.5);
         site.haps[1] = alleles({1, 1});
     }
-    run.set_state_counts();
-    EXPECT_EQ(-1, end_status([this] { run.setup(); }));
+    set_state_counts(run);
+    EXPECT_EQ(-1, end_status([this] { setup(run); }));
     EXPECT_TRUE(says("between Panel 1 and Panel 0 by allele labels\n"));
     EXPECT_TRUE(says("between Panel 2 and Panel 0+1 by allele labels\n"));
-    EXPECT_EQ(0, run.haps[1].allele(0, 1));
-    EXPECT_TRUE(run.sites[1]->allele_flipped[1]);
+    EXPECT_EQ(0, run.panels[1].haps.allele(0, 1));
+    EXPECT_TRUE(run.sites.in_order[1]->allele_flipped[1]);
 }
 
 TEST_F(setup_stages, informed_states_from_the_start_leave_the_parameters_to_the_loop) {
     run.params.burnin = 0;
     run.params.informed_burnin = 0;
-    EXPECT_EQ(-1, end_status([this] { run.setup(); }));
+    EXPECT_EQ(-1, end_status([this] { setup(run); }));
     EXPECT_TRUE(says("-setting storage space\n"));
     EXPECT_FALSE(says("-setting mutation matrices"));
     EXPECT_FALSE(says("-setting switch rates"));
@@ -134,36 +137,36 @@ TEST_F(setup_stages, informed_states_from_the_start_leave_the_parameters_to_the_
 TEST_F(setup_stages, random_states_take_their_parameters_here) {
     run.params.random_cond = true;
     run.params.burnin = 0;
-    EXPECT_EQ(-1, end_status([this] { run.setup(); }));
+    EXPECT_EQ(-1, end_status([this] { setup(run); }));
     EXPECT_TRUE(says("-setting mutation matrices"));
 }
 
 TEST_F(setup_stages, first_haplotypes_are_dumped_in_a_run_without_iterations) {
     run.params.iter = run.params.burnin = 0;
     run.params.hap_samp_out_g = capture.files.name("study");
-    run.store_sampled_haps = true;
-    EXPECT_EQ(-1, end_status([this] { run.setup(); }));
+    run.plan.store_sampled_haps = true;
+    EXPECT_EQ(-1, end_status([this] { setup(run); }));
     EXPECT_TRUE(capture.files.has("study_hapsamp0.gz"));
 }
 
 TEST_F(setup_stages, first_haplotypes_are_not_dumped_in_a_run_with_iterations) {
     run.params.hap_samp_out_g = capture.files.name("study");
-    run.store_sampled_haps = true;
-    EXPECT_EQ(-1, end_status([this] { run.setup(); }));
+    run.plan.store_sampled_haps = true;
+    EXPECT_EQ(-1, end_status([this] { setup(run); }));
     EXPECT_FALSE(capture.files.has("study_hapsamp0.gz"));
 }
 
 TEST_F(setup_stages, first_haplotypes_are_not_dumped_without_a_name) {
     run.params.iter = run.params.burnin = 0;
     run.params.hap_samp_out_g = capture.files.name("study");
-    EXPECT_EQ(-1, end_status([this] { run.setup(); }));
+    EXPECT_EQ(-1, end_status([this] { setup(run); }));
     EXPECT_FALSE(capture.files.has("study_hapsamp0.gz"));
 }
 
 TEST_F(setup_stages, a_region_without_study_sites_ends_the_run) {
-    run.snps.erase(120);
-    run.snps.erase(130);
-    EXPECT_EQ(1, end_status([this] { run.setup(); }));
+    run.sites.store.erase(120);
+    run.sites.store.erase(130);
+    EXPECT_EQ(1, end_status([this] { setup(run); }));
     EXPECT_FALSE(says("-making"));
     EXPECT_FALSE(says("-setting"));
 }

@@ -1,5 +1,6 @@
 #include "reconcile/storage.h"
 
+#include "params/state_counts.h"
 #include "reconcile/stages.h"
 #include "reconcile_fixture.h"
 
@@ -10,7 +11,7 @@ class storage : public reconcile_fixture {
     void set_up() {
         run.params.k = 2;
         run.params.k_hap = {2};
-        run.set_state_counts();
+        set_state_counts(run);
         pack_haplotypes(run);
         setup_storage(run);
     }
@@ -29,17 +30,17 @@ class storage_of_sampled_genotypes : public storage {
         storage::SetUp();
         give_panel0(4);
         give_study(3);
-        run.has_known_haps.assign(3, false);
+        run.panels[2].ordered.assign(3, false);
         run.params.mc_impute = true;
         for (const long position : {110, 120, 130}) {
             snp& site = add_site(position, position == 110 ? 0 : 2);
             site.haps[0] = alleles({0, 1, 1, 0});
             if (position == 110) continue;
             site.haps[2] = allele_row(6, 0);
-            site.gtypes[1] = position == 120 ? std::vector<std::uint8_t>{3, 1, 3} : std::vector<std::uint8_t>{0, 3, 2};
+            site.gtypes[2] = position == 120 ? std::vector<std::uint8_t>{3, 1, 3} : std::vector<std::uint8_t>{0, 3, 2};
         }
         snp& alone = add_site(140, 3);
-        alone.gtypes[1] = {3, 3, 3};
+        alone.gtypes[2] = {3, 3, 3};
         alone.haps[2] = allele_row(6, 0);
     }
 };
@@ -52,7 +53,7 @@ TEST_F(storage_of_sampled_genotypes, has_an_entry_an_individual) {
 }
 
 TEST_F(storage_of_sampled_genotypes, has_an_entry_a_missing_genotype_where_only_these_are_imputed) {
-    run.count_missing_only = true;
+    run.plan.count_missing_only = true;
     set_up();
     EXPECT_EQ(3U, n_entries(0)) << "a site of the reference alone";
     EXPECT_EQ(2U, n_entries(1));
@@ -60,7 +61,7 @@ TEST_F(storage_of_sampled_genotypes, has_an_entry_a_missing_genotype_where_only_
 }
 
 TEST_F(storage_of_sampled_genotypes, counts_the_missing_genotypes_of_the_first_individuals_only) {
-    run.count_missing_only = true;
+    run.plan.count_missing_only = true;
     run.params.nind = 1;
     set_up();
     EXPECT_EQ(1U, n_entries(1));
@@ -71,7 +72,7 @@ TEST_F(storage, has_an_entry_a_missing_allele_where_only_the_reference_is_impute
     give_panel0(5);
     run.params.mc_impute = run.params.pgs_miss = true;
     run.params.suppress_imputation_output = true;
-    run.sporadic_haploid_imputation = true;
+    run.plan.sporadic_haploid_imputation = true;
     for (const long position : {110, 120}) {
         snp& site = add_site(position, 0);
         site.haps[0] = position == 110 ? alleles({2, 1, 2, 0, 2}) : alleles({0, 1, 1, 0, 1});

@@ -15,7 +15,7 @@ class trim_and_split : public reconcile_fixture {
         label(site, 2, "A", "C", 0.75, "-");
         site.haps[0] = alleles({0, 0, 0, 1});
         site.haps[2] = alleles({1, 1, 1, 0});
-        site.gtypes[1] = {2, 1};
+        site.gtypes[2] = {2, 1};
         return site;
     }
 };
@@ -58,23 +58,23 @@ TEST_F(trim_and_split, split_puts_the_study_before_the_reference) {
     give_panel0(4);
     give_study(2);
     add_shared_site(150, "rs1");
-    run.multi_match_positions = {150};
+    run.sites.multi_match_positions = {150};
     split_multiple_matches(run);
     ASSERT_EQ((std::vector<long>{150, 150}), positions());
-    const snp& study = run.snps.begin()->second;
-    const snp& reference = std::next(run.snps.begin())->second;
+    const snp& study = run.sites.store.begin()->second;
+    const snp& reference = std::next(run.sites.store.begin())->second;
     EXPECT_EQ(3, study.type);
     EXPECT_EQ(3, study.top_panel);
     EXPECT_EQ("*", study.labels[0].a0);
     EXPECT_EQ("A", study.labels[2].a0);
     EXPECT_TRUE(study.haps[0].empty());
-    EXPECT_EQ((std::vector<std::uint8_t>{2, 1}), study.gtypes[1]);
+    EXPECT_EQ((std::vector<std::uint8_t>{2, 1}), study.gtypes[2]);
     EXPECT_EQ(0, reference.type);
     EXPECT_EQ("A", reference.labels[0].a0);
     EXPECT_EQ("*", reference.labels[2].a0);
     EXPECT_EQ((std::vector<int>{0, 0, 0, 1}), values(reference.haps[0]));
     EXPECT_TRUE(reference.haps[2].empty());
-    EXPECT_TRUE(reference.gtypes[1].empty());
+    EXPECT_TRUE(reference.gtypes[2].empty());
     expect_log(
         "\n-converting Panel 2 SNPs that match multiple reference SNPs to Type 3 (will not inform the imputation)\n"
         " --converted 1 SNPs\n");
@@ -85,11 +85,11 @@ TEST_F(trim_and_split, split_gives_the_type_of_panel_1_when_both_references_hold
     give_panel1(1);
     give_study(2);
     label(add_shared_site(150, "rs1"), 1, "A", "C");
-    run.multi_match_positions = {150};
+    run.sites.multi_match_positions = {150};
     split_multiple_matches(run);
-    ASSERT_EQ(2U, run.snps.size());
-    EXPECT_EQ(3, run.snps.begin()->second.type);
-    EXPECT_EQ(1, std::next(run.snps.begin())->second.type);
+    ASSERT_EQ(2U, run.sites.store.size());
+    EXPECT_EQ(3, run.sites.store.begin()->second.type);
+    EXPECT_EQ(1, std::next(run.sites.store.begin())->second.type);
 }
 
 TEST_F(trim_and_split, split_works_on_a_lone_panel_1) {
@@ -98,12 +98,12 @@ TEST_F(trim_and_split, split_works_on_a_lone_panel_1) {
     snp& site = add_site(150, 2);
     label(site, 1, "A", "C");
     label(site, 2, "A", "C");
-    run.multi_match_positions = {150};
+    run.sites.multi_match_positions = {150};
     split_multiple_matches(run);
-    ASSERT_EQ(2U, run.snps.size());
-    EXPECT_EQ(3, run.snps.begin()->second.type);
-    EXPECT_EQ(1, std::next(run.snps.begin())->second.type);
-    EXPECT_EQ("A", std::next(run.snps.begin())->second.labels[1].a0);
+    ASSERT_EQ(2U, run.sites.store.size());
+    EXPECT_EQ(3, run.sites.store.begin()->second.type);
+    EXPECT_EQ(1, std::next(run.sites.store.begin())->second.type);
+    EXPECT_EQ("A", std::next(run.sites.store.begin())->second.labels[1].a0);
 }
 
 TEST_F(trim_and_split, split_takes_one_site_a_position_and_appends_its_parts) {
@@ -113,11 +113,11 @@ TEST_F(trim_and_split, split_takes_one_site_a_position_and_appends_its_parts) {
     label(add_site(150, 0), 0, "G", "T");
     add_shared_site(150, "first");
     add_shared_site(150, "second");
-    run.multi_match_positions = {150};
+    run.sites.multi_match_positions = {150};
     split_multiple_matches(run);
     std::vector<std::string> ids;
     std::vector<int> types;
-    for (const auto& entry : run.snps) {
+    for (const auto& entry : run.sites.store) {
         ids.push_back(entry.second.rs_id);
         types.push_back(entry.second.type);
     }
@@ -131,7 +131,7 @@ TEST_F(trim_and_split, split_leaves_positions_without_a_shared_site_alone) {
     label(add_site(120, 0), 0, "A", "C");
     label(add_site(130, 3), 2, "A", "C");
     add_shared_site(150, "rs1");
-    run.multi_match_positions = {110, 120, 130, 150};
+    run.sites.multi_match_positions = {110, 120, 130, 150};
     split_multiple_matches(run);
     EXPECT_EQ((std::vector<long>{120, 130, 150, 150}), positions());
     EXPECT_NE(std::string::npos, terminal_text().find(" --converted 1 SNPs\n"));

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "model/data.h"
+#include "run/process_input.h"
 #include "support/log_capture.h"
 
 namespace {
@@ -63,7 +64,7 @@ class filters_of_sampled_haplotypes : public ::testing::Test {
 
 TEST_F(filters_of_sampled_haplotypes, stay_by_default) {
     run.params.hap_samp_in_g = run.params.hap_samp_in_g_ref = run.params.hap_samp_in_h = "in";
-    run.process_input();
+    process_input(run);
     expect_all(filter_files(), "filter");
     EXPECT_TRUE(run.params.align_by_maf_g);
     EXPECT_TRUE(run.params.align_by_maf_g_ref);
@@ -73,7 +74,7 @@ TEST_F(filters_of_sampled_haplotypes, stay_by_default) {
 TEST_F(filters_of_sampled_haplotypes, of_panel_2_are_dropped_with_a_warning_each) {
     run.params.allow_hap_samp_in_filters = false;
     run.params.hap_samp_in_g = "in";
-    run.process_input();
+    process_input(run);
     expect_all(filters_of_panel2(), "NULL");
     expect_all(filters_of_panel1(), "filter");
     expect_all(filters_of_panel0(), "filter");
@@ -90,7 +91,7 @@ TEST_F(filters_of_sampled_haplotypes, of_panel_2_are_dropped_with_a_warning_each
 TEST_F(filters_of_sampled_haplotypes, of_panel_1_are_dropped_with_a_warning_each) {
     run.params.allow_hap_samp_in_filters = false;
     run.params.hap_samp_in_g_ref = "in";
-    run.process_input();
+    process_input(run);
     expect_all(filters_of_panel2(), "filter");
     expect_all(filters_of_panel1(), "NULL");
     expect_all(filters_of_panel0(), "filter");
@@ -107,7 +108,7 @@ TEST_F(filters_of_sampled_haplotypes, of_panel_1_are_dropped_with_a_warning_each
 TEST_F(filters_of_sampled_haplotypes, of_panel_0_are_dropped_with_a_warning_each) {
     run.params.allow_hap_samp_in_filters = false;
     run.params.hap_samp_in_h = "in";
-    run.process_input();
+    process_input(run);
     expect_all(filters_of_panel2(), "filter");
     expect_all(filters_of_panel1(), "filter");
     expect_all(filters_of_panel0(), "NULL");
@@ -122,7 +123,7 @@ TEST_F(filters_of_sampled_haplotypes, that_are_not_given_cause_no_warning) {
     run.params.hap_samp_in_g = run.params.hap_samp_in_g_ref = run.params.hap_samp_in_h = "in";
     for (std::string* file : filter_files()) *file = "NULL";
     run.params.align_by_maf_g = run.params.align_by_maf_g_ref = false;
-    run.process_input();
+    process_input(run);
     EXPECT_EQ("", capture.warnings());
 }
 

@@ -1,0 +1,33 @@
+#pragma once
+
+// What follows from the options and from the data before the first iteration: the region, the list of iterations, and
+// what kinds of results the run makes.
+
+#include <array>
+#include <vector>
+
+struct run_plan {
+    // --- region, base pairs, both ends included ---
+    long buffer_lower = -1, buffer_upper = -1;  // the analysis interval with its buffer
+    long int_lower_bp = -1, int_upper_bp = -1;  // the interval itself
+    std::vector<long> intermed_posns;           // positions of -intermed_posns, empty without
+
+    // --- iterations, counted from 0 ---
+    std::vector<int> stored_iters;     // whose results count
+    std::vector<int> selfcheck_iters;  // those of them that mask typed genotypes
+    int informed_start_iter = -1;      // first one with informed states; -1 under -random_cond
+
+    // --- panels and sites ---
+    bool has_reference = false;
+    int n_panels = 4;           // 3 with a reference panel, 4 without; a site of this type takes no part in the models
+    bool chrx_haploid = false;  // males are haploid
+    bool chrx_diploid = false;  // everybody is diploid, as -prob_g wants it
+    std::array<bool, 4> output_types{};          // by SNP type
+    int hole_fill_from = -1, hole_fill_to = -1;  // panels; -1 for no hole filling
+
+    // --- results ---
+    bool store_sampled_haps = false;
+    bool tmp_haps = false;
+    bool count_missing_only = false;
+    bool sporadic_haploid_imputation = false;
+};

@@ -1,0 +1,6 @@
+#pragma once
+
+struct data;
+
+// Checks and completes the settings.
+void process_input(data& run);

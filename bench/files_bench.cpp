@@ -13,10 +13,10 @@
 #include <vector>
 
 #include "input/haplotype_row.h"
+#include "io/result_file.h"
+#include "io/run_log.h"
+#include "io/text_input.h"
 #include "model/allele_row.h"
-#include "model/result_file.h"
-#include "model/run_log.h"
-#include "model/text_input.h"
 
 namespace {
 

@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "inference/kernels/kernels.h"
-#include "inference/state_selection.h"
+#include "inference/states/state_selection.h"
 #include "model/aligned_buffer.h"
 #include "random/random.h"
 

@@ -2,8 +2,8 @@
 
 #include "input/reader_common.h"
 #include "input/readers.h"
+#include "io/text.h"
 #include "model/data.h"
-#include "model/text.h"
 
 namespace {
 

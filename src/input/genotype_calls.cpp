@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "io/text.h"
 #include "model/data.h"
-#include "model/text.h"
 #include "random/random.h"
 
 namespace {

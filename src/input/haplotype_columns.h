@@ -6,8 +6,8 @@
 #include <string_view>
 #include <vector>
 
-#include "model/text.h"
-#include "model/text_input.h"
+#include "io/text.h"
+#include "io/text_input.h"
 
 struct data;
 

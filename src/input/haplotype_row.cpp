@@ -4,7 +4,7 @@
 #include <bit>
 #include <cstring>
 
-#include "model/text.h"
+#include "io/text.h"
 #include "output/output_common.h"
 
 namespace {

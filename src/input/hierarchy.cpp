@@ -5,8 +5,8 @@
 #include "input/reader_common.h"
 #include "input/readers.h"
 #include "input/site_placement.h"
+#include "io/text.h"
 #include "model/data.h"
-#include "model/text.h"
 #include "reconcile/match.h"
 
 namespace {

@@ -6,8 +6,8 @@
 #include <cstdio>
 
 #include "input/legend_filters.h"
+#include "io/text.h"
 #include "model/data.h"
-#include "model/text.h"
 
 namespace {
 

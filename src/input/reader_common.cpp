@@ -4,8 +4,8 @@
 
 #include <algorithm>
 
+#include "io/text.h"
 #include "model/data.h"
-#include "model/text.h"
 
 bool file_exists(const std::string& name) {
     struct stat status {};

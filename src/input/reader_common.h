@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "input/reading_context.h"
-#include "model/text_input.h"
+#include "io/text_input.h"
 
 struct data;
 class run_log;

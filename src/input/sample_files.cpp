@@ -6,9 +6,9 @@
 #include "input/panel_options.h"
 #include "input/reader_common.h"
 #include "input/readers.h"
+#include "io/result_file.h"
+#include "io/text.h"
 #include "model/data.h"
-#include "model/result_file.h"
-#include "model/text.h"
 
 namespace {
 

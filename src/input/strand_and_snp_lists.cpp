@@ -3,8 +3,8 @@
 #include "input/panel_options.h"
 #include "input/reader_common.h"
 #include "input/readers.h"
+#include "io/text.h"
 #include "model/data.h"
-#include "model/text.h"
 
 namespace {
 

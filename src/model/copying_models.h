@@ -6,7 +6,7 @@
 #include <array>
 #include <cstdint>
 
-#include "model/hmm_model.h"
+#include "model/transition.h"
 
 template <typename T>
 using model_table = std::array<std::array<std::array<T, 3>, 3>, 2>;

@@ -11,12 +11,12 @@
 #include <utility>
 #include <vector>
 
+#include "io/run_log.h"
 #include "model/accumulators.h"
 #include "model/copying_models.h"
 #include "model/genetic_map.h"
 #include "model/panel.h"
 #include "model/parameters.h"
-#include "model/run_log.h"
 #include "model/run_plan.h"
 #include "model/site_table.h"
 

@@ -3,7 +3,7 @@
 #include <iomanip>
 #include <sstream>
 
-#include "model/text.h"
+#include "io/text.h"
 #include "output/output_common.h"
 #include "output/results.h"
 

@@ -6,7 +6,7 @@
 #include <cmath>
 #include <limits>
 
-#include "model/text.h"
+#include "io/text.h"
 #include "output/output_common.h"
 #include "output/results.h"
 #include "output/sampled_haplotypes.h"

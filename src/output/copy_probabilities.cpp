@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "model/text.h"
+#include "io/text.h"
 #include "output/output_common.h"
 
 namespace {

@@ -5,8 +5,8 @@
 #include <array>
 #include <span>
 
+#include "io/result_file.h"
 #include "model/data.h"
-#include "model/result_file.h"
 
 // One line of the reference file: 2 * individual + strand (0 or 1), the position, and the chance of each of the n_hap0
 // haplotypes of Panel 0. posterior: forward times backward by conditioning state, not scaled. Ends the run if there are

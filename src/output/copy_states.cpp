@@ -1,6 +1,6 @@
 // The conditioning states of one iteration, as the choosers recorded them.
 
-#include "model/text.h"
+#include "io/text.h"
 #include "output/output_common.h"
 #include "output/results.h"
 

@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "model/text.h"
+#include "io/text.h"
 #include "output/output_common.h"
 #include "output/results.h"
 

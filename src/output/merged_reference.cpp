@@ -1,6 +1,6 @@
 // One reference panel made of two, from the haplotypes as the last iteration left them.
 
-#include "model/text.h"
+#include "io/text.h"
 #include "output/output_common.h"
 #include "output/results.h"
 

@@ -3,7 +3,7 @@
 #include <cmath>
 #include <limits>
 
-#include "model/text.h"
+#include "io/text.h"
 
 std::string output_name(const data& run, const std::string& ending) {
     return concat(run.params.o_file, ending, run.params.o_gz ? ".gz" : "");

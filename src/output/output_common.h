@@ -11,8 +11,8 @@
 #include <utility>
 #include <vector>
 
+#include "io/result_file.h"
 #include "model/data.h"
-#include "model/result_file.h"
 
 // Chances of genotypes 0, 1 and 2.
 using genotype_triple = std::array<double, 3>;

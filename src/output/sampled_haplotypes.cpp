@@ -4,8 +4,8 @@
 
 #include <filesystem>
 
-#include "model/text.h"
-#include "model/text_input.h"
+#include "io/text.h"
+#include "io/text_input.h"
 #include "output/output_common.h"
 #include "output/results.h"
 

@@ -3,8 +3,8 @@
 #include <cmath>
 #include <limits>
 
+#include "io/text.h"
 #include "model/data.h"
-#include "model/text.h"
 
 haploid_gap make_haploid_gap(double d, int K) {
     const double e = std::exp(-d / K);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "model/hmm_model.h"
+#include "model/transition.h"
 
 // Transition terms over a gap of d (in units of 4 Ne Morgans) among K haplotypes.
 haploid_gap make_haploid_gap(double d, int K);

@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "io/text.h"
 #include "model/data.h"
-#include "model/text.h"
 #include "reconcile/stages.h"
 
 namespace {

@@ -5,8 +5,8 @@
 #include <utility>
 #include <vector>
 
+#include "io/text.h"
 #include "model/data.h"
-#include "model/text.h"
 #include "random/random.h"
 #include "reconcile/stages.h"
 

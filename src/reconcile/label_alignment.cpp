@@ -4,8 +4,8 @@
 #include <string>
 #include <utility>
 
+#include "io/text.h"
 #include "model/data.h"
-#include "model/text.h"
 #include "reconcile/stages.h"
 
 namespace {

@@ -3,8 +3,8 @@
 
 #include <algorithm>
 
+#include "io/text.h"
 #include "model/data.h"
-#include "model/text.h"
 #include "reconcile/match.h"
 
 namespace {

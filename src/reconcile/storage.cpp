@@ -4,10 +4,10 @@
 #include <cmath>
 #include <functional>
 
-#include "inference/workspace.h"
+#include "inference/update/workspace.h"
+#include "io/text.h"
+#include "io/text_input.h"
 #include "model/data.h"
-#include "model/text.h"
-#include "model/text_input.h"
 
 namespace {
 

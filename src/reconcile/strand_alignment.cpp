@@ -6,8 +6,8 @@
 #include <string_view>
 #include <utility>
 
+#include "io/text.h"
 #include "model/data.h"
-#include "model/text.h"
 #include "reconcile/stages.h"
 
 namespace {

@@ -1,8 +1,8 @@
 #include <string>
 #include <utility>
 
+#include "io/text.h"
 #include "model/data.h"
-#include "model/text.h"
 #include "reconcile/match.h"
 #include "reconcile/stages.h"
 

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <variant>
 
-#include "model/text.h"
+#include "io/text.h"
 
 namespace {
 

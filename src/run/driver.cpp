@@ -6,8 +6,8 @@
 #include <iostream>
 
 #include "input/readers.h"
+#include "io/text.h"
 #include "model/data.h"
-#include "model/text.h"
 #include "output/results.h"
 #include "params/population.h"
 #include "params/switch_rates.h"

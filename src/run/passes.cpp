@@ -1,11 +1,11 @@
 #include "run/passes.h"
 
-#include "inference/accumulate.h"
-#include "inference/conditioning.h"
-#include "inference/updates.h"
+#include "inference/states/conditioning.h"
+#include "inference/update/accumulate.h"
+#include "inference/update/updates.h"
+#include "io/result_file.h"
+#include "io/text.h"
 #include "model/data.h"
-#include "model/result_file.h"
-#include "model/text.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 #include <cmath>
 #include <utility>
 
+#include "io/text.h"
 #include "model/data.h"
-#include "model/text.h"
 #include "run/process_input.h"
 
 namespace {

@@ -6,8 +6,8 @@
 #include <new>
 #include <ostream>
 
+#include "io/text.h"
 #include "model/data.h"
-#include "model/text.h"
 #include "random/random.h"
 #include "run/command_line.h"
 #include "run/driver.h"

@@ -5,7 +5,7 @@
 #include <ostream>
 #include <string>
 
-#include "model/text.h"
+#include "io/text.h"
 
 void progress_line::start_iteration(int iteration, int n_iterations) {
     iteration_ = iteration;

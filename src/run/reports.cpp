@@ -2,8 +2,8 @@
 
 #include <array>
 
+#include "io/text.h"
 #include "model/data.h"
-#include "model/text.h"
 #include "run/reports.h"
 
 void print_nomenclature(data& run) {

@@ -20,8 +20,8 @@
 #include <string>
 #include <vector>
 
+#include "io/result_file.h"
 #include "model/data.h"
-#include "model/result_file.h"
 #include "random/random.h"
 
 // Gives the draws of a list. A draw past its end is a failure.

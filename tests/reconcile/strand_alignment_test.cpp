@@ -4,7 +4,7 @@
 #include <set>
 #include <utility>
 
-#include "model/text.h"
+#include "io/text.h"
 #include "reconcile/stages.h"
 #include "reconcile_fixture.h"
 

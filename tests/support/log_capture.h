@@ -8,7 +8,7 @@
 #include <sstream>
 #include <string>
 
-#include "model/run_log.h"
+#include "io/run_log.h"
 #include "support/temporary_folder.h"
 
 // The two streams behind a log, and the folder with its summary and warnings.

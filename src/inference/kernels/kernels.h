@@ -109,7 +109,7 @@ struct table {
     // Sum of n values, which are aligned and padded.
     double (*sum_of)(std::size_t n, const double* values);
 
-    // One forward step of the triangular table of pairs (Marchini and Howie 2010, in the row sum form):
+    // One forward step of the triangular table of pairs, in the row sum form:
     // v = (t0 f[a][b] + (g[a] + g[b] + c)) e[allele sum], with half of what stands in the inner brackets where a is b.
     // bits are the alleles of the states at the site. Fills out, which may be f, row_out[K] (each pair in both its
     // rows, the pair of one state twice) and row_sums[K] (each pair in its row of the triangle only). emission_rows is

@@ -1,0 +1,87 @@
+#pragma once
+
+// The forward tables of a sweep over pairs of states. Whole tables are kept at some sites; of every site are kept the
+// terms that lead into it, from which a table, or one entry of it, follows anew from the kept table to its left.
+
+#include <cstddef>
+#include <vector>
+
+#include "inference/block_walk.h"
+#include "inference/pairs/pair_model.h"
+
+// Sizes the storage for a problem. Keeps the table of the first visited site, or those of the checkpoints.
+void size_tables(const pair_problem& problem, pair_tables& tables);
+
+// Whether the table of a visited site is kept, and where.
+bool keeps_table(const pair_tables& tables, std::size_t v);
+double* kept_table(pair_tables& tables, std::size_t v);
+// Makes room for the table of one more site.
+void keep_table(pair_tables& tables, std::size_t v);
+
+// The block right of a kept site, or between checkpoints. By classes: leaves them in the tables, and its last site is
+// not kept yet.
+pair_block next_block(const pair_problem& problem, pair_tables& tables, std::size_t first);
+
+// What leads into a site: stay times the value of the pair, the shares of both its states, a constant.
+struct pair_terms {
+    double stay = 0.0;
+    const double* shared = nullptr;  // [padded K]
+    double constant = 0.0;
+};
+pair_terms terms_into(const pair_problem& problem, const pair_tables& tables, std::size_t v);
+
+// Sums of the rows of the table of site v, of unordered pairs, if it was entered.
+double* row_sums_of(const pair_problem& problem, pair_tables& tables, std::size_t v);
+// Divides the table of site v and the sums of its rows.
+void divide_table(const pair_problem& problem, pair_tables& tables, std::size_t v, double divisor, double* table);
+
+// Enters site v: the table out from that of the site to its left. out may be from. Leaves the rows' sums in row, and of
+// unordered pairs in row_sums. Returns the sum of the table.
+double enter_table(const pair_problem& problem, pair_tables& tables, std::size_t v, const double* from, double* out);
+
+// Gives a walk from right to left the tables.
+class pair_store {
+  public:
+    // every_table: whether the walk asks for the tables of all sites, not of few.
+    pair_store(const pair_problem& problem, pair_tables& tables, bool every_table);
+
+    // Moves to site v, one left of the site before; the first one is the last visited site.
+    void enter(std::size_t v);
+    // Whether the table in hand is a kept one.
+    bool is_kept() const { return kept_; }
+    // The table of the site in hand.
+    double* table();
+    // Its entry for the pair (a, b), in table order. Cheaper than the table while the pair stays the same.
+    double value(int a, int b);
+    // Whether single rows are had for less than the table.
+    bool has_rows() const;
+    // Entries of the pairs of state a with every state, in one of three places.
+    const double* row(int a, std::size_t place);
+    // Sums of the rows of the triangle.
+    const double* row_sums();
+
+  private:
+    const pair_block& block() const { return t_.blocks[block_]; }
+    // Place of the site in hand among those right of the first one.
+    std::size_t place() const { return v_ - block().first - 1; }
+    double* local_table(std::size_t i) { return t_.local.data() + i * t_.table_size; }
+    // The table of site v as the forward sweep had it.
+    void enter_again(std::size_t v, const double* from, double* out);
+    void rebuild(std::size_t first, std::size_t n);
+    void build_one();
+    void follow_pair(int a, int b);
+    double next_value(std::size_t v, double value, int a, int b) const;
+
+    const pair_problem& p_;
+    pair_tables& t_;
+    const bool every_table_;
+    block_walk checkpoints_;
+    std::size_t v_ = 0;
+    bool kept_ = true;
+    std::size_t block_ = 0;
+    bool has_block_ = false;                            // the tables of the block stand in the local store
+    std::size_t built_ = static_cast<std::size_t>(-1);  // or that of this site
+    // Entries of one pair at the sites of the block.
+    std::vector<double> followed_;
+    int followed_a_ = -1, followed_b_ = -1;
+};

@@ -1,0 +1,121 @@
+#include "io/text_input.h"
+
+#include <sys/stat.h>
+
+#include <boost/iostreams/device/file.hpp>
+#include <boost/iostreams/filter/gzip.hpp>
+#include <boost/iostreams/filtering_stream.hpp>
+#include <cstring>
+#include <exception>
+
+#include "io/run_log.h"
+#include "io/text.h"
+
+namespace {
+
+constexpr std::size_t initial_buffer = std::size_t{1} << 18;
+constexpr std::streamsize gzip_buffer = 1 << 16;
+constexpr std::streamsize text_buffer = 1 << 17;  // small ones make the decompressor copy its window often
+constexpr std::streamsize file_buffer = 1 << 16;
+
+}  // namespace
+
+struct text_input::chain {
+    boost::iostreams::filtering_istream stream;
+};
+
+text_input::~text_input() = default;
+
+text_input::text_input(run_log& log, std::string name, std::string_view missing_message,
+                       std::string_view unopened_message)
+    : log_(log), name_(std::move(name)), unopened_message_(unopened_message), buffer_(initial_buffer) {
+    struct stat status {};
+    if (stat(name_.c_str(), &status) != 0) log_.fatal(missing_message);
+    if (S_ISDIR(status.st_mode)) log_.fatal(unopened_message_);
+    open();
+}
+
+void text_input::open() {
+    chain_ = std::make_unique<chain>();
+    auto& stream = chain_->stream;
+    if (is_gzipped(name_)) {
+        boost::iostreams::gzip_params params;
+        params.window_bits = 15;
+        stream.push(boost::iostreams::gzip_decompressor(params.window_bits, gzip_buffer), text_buffer);
+    }
+    boost::iostreams::file_source source(name_, std::ios_base::in | std::ios_base::binary);
+    if (!source.is_open()) log_.fatal(unopened_message_);
+    stream.push(source, file_buffer);
+    if (!stream) log_.fatal(unopened_message_);
+    // Failures inside the chain come out as exceptions, so that no damaged file passes for a short one.
+    stream.exceptions(std::ios_base::badbit);
+    begin_ = end_ = 0;
+    at_end_ = false;
+    line_number_ = 0;
+}
+
+void text_input::rewind() {
+    open();
+}
+
+bool text_input::refill() {
+    if (at_end_) return false;
+    if (begin_ > 0) {
+        std::memmove(buffer_.data(), buffer_.data() + begin_, end_ - begin_);
+        end_ -= begin_;
+        begin_ = 0;
+    }
+    if (end_ == buffer_.size()) buffer_.resize(buffer_.size() * 2);
+    try {
+        chain_->stream.read(buffer_.data() + end_, static_cast<std::streamsize>(buffer_.size() - end_));
+    } catch (const std::exception& failure) {
+        log_.fatal(concat("ERROR: The file [", name_, "] is damaged or cannot be read after line ", line_number_, " (",
+                          failure.what(), ")."));
+    }
+    const auto n_read = static_cast<std::size_t>(chain_->stream.gcount());
+    end_ += n_read;
+    if (n_read == 0) at_end_ = true;
+    return n_read > 0;
+}
+
+bool text_input::next_line(std::string_view& line) {
+    std::size_t searched = 0;
+    while (true) {
+        const char* start = buffer_.data() + begin_;
+        const std::size_t available = end_ - begin_;
+        const void* newline =
+            available > searched ? std::memchr(start + searched, '\n', available - searched) : nullptr;
+        std::size_t length = 0;
+        if (newline != nullptr) {
+            length = static_cast<std::size_t>(static_cast<const char*>(newline) - start);
+        } else {
+            searched = available;
+            if (refill()) continue;
+            if (available == 0) return false;
+            length = available;
+        }
+        line = std::string_view(buffer_.data() + begin_, length);
+        begin_ += length + (newline != nullptr ? 1 : 0);
+        ++line_number_;
+        if (!line.empty() && line.back() == '\r' && !noted_return_) {
+            noted_return_ = true;
+            note("the line ends in a carriage return, which stays a part of its last field");
+        }
+        return true;
+    }
+}
+
+bool text_input::next_filled_line(std::string_view& line) {
+    while (next_line(line)) {
+        if (line.find_first_not_of(" \t\r") != std::string_view::npos) return true;
+    }
+    return false;
+}
+
+void text_input::fail(std::string_view what) const {
+    log_.fatal(concat("ERROR: ", what, ", in line ", line_number_, " of the file [", name_, "]."));
+}
+
+void text_input::note(std::string_view what) const {
+    log_.note(concat("note: [", name_, "], line ", line_number_, ": ", what));
+}

@@ -1,0 +1,1122 @@
+#include "inference/pairs/pair_model.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <functional>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "inference/inference_tools.h"
+#include "inference/kernels/kernels.h"
+#include "inference/pairs/pair_store.h"
+#include "inference/slow_diploid.h"
+#include "inference/slow_ordered.h"
+#include "params/switch_rates.h"
+
+namespace {
+
+// Emission tables by allele sum and genotype for a rate of mutation, and the chances of ordered alleles.
+struct pair_rates {
+    std::array<std::array<double, 4>, 3> M{};
+    std::array<std::array<double, 3>, 2> Mh{};
+    slow::allele_table pr_00{}, pr_01{}, pr_10{};
+
+    explicit pair_rates(double mu) {
+        const double a = 1.0 - mu;
+        M = {{{a * a, 2 * a * mu, mu * mu, 1.0},
+              {a * mu, mu * mu + a * a, a * mu, 1.0},
+              {mu * mu, 2 * a * mu, a * a, 1.0}}};
+        Mh = {{{a, mu, 1.0}, {mu, a, 1.0}}};
+        pr_00 = {{{M[0][0], M[1][0]}, {M[1][0], M[2][0]}}};
+        pr_01 = {{{M[0][1] * 0.5, M[0][0]}, {M[0][2], M[2][1] * 0.5}}};
+        pr_10 = {{{M[0][1] * 0.5, M[0][2]}, {M[0][0], M[2][1] * 0.5}}};
+    }
+    // Emission of a genotype.
+    std::array<double, 4> genotype(int g) const {
+        const auto column = static_cast<std::size_t>(g);
+        return {M[0][column], M[1][column], M[1][column], M[2][column]};
+    }
+    // Emission of two ordered alleles.
+    std::array<double, 4> ordered(int x, int y) const {
+        const auto cx = static_cast<std::size_t>(x), cy = static_cast<std::size_t>(y);
+        return {Mh[0][cx] * Mh[0][cy], Mh[0][cx] * Mh[1][cy], Mh[1][cx] * Mh[0][cy], Mh[1][cx] * Mh[1][cy]};
+    }
+};
+
+// A problem in the form of the plain model and in that of the fast sweeps.
+template <typename Model>
+struct pair_case {
+    static constexpr bool ordered = std::is_same_v<Model, slow::ordered_model>;
+    Model plain;
+    std::vector<double> distance;
+    int K_gap = 1;
+    std::vector<diploid_gap> gap;
+    std::vector<std::array<double, 4>> emission;
+    std::vector<std::uint64_t> alleles;
+    std::vector<bool> checkpoint;
+    std::size_t interval = 0;
+    std::vector<pair_request> requests;
+    double worth_of_classes = 3.0;  // so that classes are used where they save nothing, too
+
+    void finish() {
+        std::vector<std::vector<int>> rows;
+        gap.clear();
+        emission.clear();
+        requests.clear();
+        for (std::size_t v = 0; v < plain.sites.size(); ++v) {
+            slow::pair_site& s = plain.sites[v];
+            s.gap = slow::pair_gap(distance[v], K_gap);
+            rows.push_back(s.allele);
+            gap.push_back(make_diploid_gap(distance[v], K_gap));
+            emission.push_back(s.emission);
+            requests.push_back({s.draw != slow::pair_draw::none, s.draw == slow::pair_draw::order, true});
+        }
+        alleles = pack_rows(rows, static_cast<std::size_t>(plain.K));
+    }
+    pair_problem problem() const {
+        pair_problem p;
+        p.ordered = ordered;
+        p.n_states = static_cast<std::size_t>(plain.K);
+        p.n_sites = plain.sites.size();
+        p.worth_of_classes = worth_of_classes;
+        p.gap = gap.data();
+        p.alleles = alleles.data();
+        p.words = bits::words_for(p.n_states);
+        p.emission = emission.data();
+        p.pr_00 = plain.pr_00;
+        p.pr_01 = plain.pr_01;
+        p.pr_10 = plain.pr_10;
+        if (!checkpoint.empty()) {
+            p.checkpoint = &checkpoint;
+            p.interval = interval;
+        }
+        return p;
+    }
+    void set_rates(const pair_rates& rates) {
+        plain.pr_00 = rates.pr_00;
+        plain.pr_01 = rates.pr_01;
+        plain.pr_10 = rates.pr_10;
+    }
+};
+using unordered_case = pair_case<slow::diploid_model>;
+using ordered_case = pair_case<slow::ordered_model>;
+
+void set_checkpoints(unordered_case& c, std::size_t interval) {
+    c.plain.mem_save = true;
+    c.plain.interval = c.interval = interval;
+    const std::size_t n = c.plain.sites.size();
+    c.checkpoint.clear();
+    for (std::size_t v = 0; v < n; ++v) {
+        c.plain.sites[v].kept = (n - 1 - v) % interval == 0;
+        c.checkpoint.push_back(c.plain.sites[v].kept);
+    }
+}
+
+// A genotype 0, 1, 2, or 3 for missing.
+void set_genotype(slow::pair_site& s, int g, const pair_rates& rates) {
+    s.emission = rates.genotype(g);
+    s.draw = g == 3 ? slow::pair_draw::genotype : g == 1 ? slow::pair_draw::order : slow::pair_draw::none;
+}
+
+// A genotype known by its probabilities.
+void set_probabilities(input_source& source, slow::pair_site& s) {
+    const double het = source.uniform();
+    s.emission = {source.uniform(), het, het, source.uniform()};
+    s.draw = slow::pair_draw::genotype;
+}
+
+// A site of random genotype, or of known phase in an ordered problem.
+template <typename Case>
+void fill_site(input_source& source, Case& c, std::size_t v, const pair_rates& rates, double missing) {
+    slow::pair_site& s = c.plain.sites[v];
+    if (Case::ordered && source.chance(0.5)) {
+        s.emission = rates.ordered(source.integer(0, 1), source.integer(0, 1));
+        s.draw = slow::pair_draw::none;
+        return;
+    }
+    set_genotype(s, source.chance(missing) ? 3 : source.integer(0, 2), rates);
+    if (source.chance(0.1)) set_probabilities(source, s);
+}
+
+template <typename Case>
+Case random_case(input_source& source, int K, int n_sites, double mu, double missing) {
+    Case c;
+    const pair_rates rates(mu);
+    c.plain.K = K;
+    c.set_rates(rates);
+    c.plain.sites.resize(static_cast<std::size_t>(n_sites));
+    c.K_gap = source.integer(0, 1) == 0 ? std::max(K, 1) : K + source.integer(1, 400);
+    for (std::size_t v = 0; v < c.plain.sites.size(); ++v) {
+        c.plain.sites[v].allele = random_row(source, K);
+        c.distance.push_back(random_distance(source));
+        fill_site(source, c, v, rates, missing);
+    }
+    c.finish();
+    return c;
+}
+
+struct walk_kind {
+    bool sample, backward, in_turns;
+};
+constexpr std::array<walk_kind, 6> all_kinds{{{true, true, false},
+                                              {true, false, false},
+                                              {false, true, false},
+                                              {true, true, true},
+                                              {true, false, true},
+                                              {false, true, true}}};
+
+std::array<double, 4> shares(const pair_problem& problem, std::array<double, 4> weights) {
+    double sum = 0.0;
+    if (!problem.ordered) {
+        EXPECT_EQ(0.0, weights[2]) << "all that is heterozygous stands at one place";
+    }
+    for (const double w : weights) sum += w;
+    for (double& w : weights) w /= sum;
+    return weights;
+}
+
+// The four shares as they are told apart: an unordered problem knows no order.
+std::array<double, 4> told_apart(bool ordered, std::array<double, 4> share) {
+    return ordered ? share : std::array<double, 4>{share[0], share[1] + share[2], 0.0, share[3]};
+}
+
+template <typename Case>
+void expect_agreement(Case& c, const walk_kind& kind, int seed, pair_tables& tables, std::size_t keep_every) {
+    double plain_next = 0.0, plain_L = 0.0;
+    {
+        seeded_draws draws(seed);
+        plain_L = c.plain.forward();
+        if (kind.in_turns) {
+            c.plain.walk_in_turns(kind.sample, kind.backward);
+        } else {
+            c.plain.walk_by_site(kind.sample, kind.backward);
+        }
+        plain_next = draws.next();
+    }
+    pair_problem problem = c.problem();
+    problem.keep_every = keep_every;
+    pair_results results;
+    seeded_draws draws(seed);
+    EXPECT_PRED3(nearly_equal, plain_L, pair_forward(problem, tables), 1e-12);
+    pair_walk(problem, tables, {kind.sample, kind.backward, kind.in_turns, false}, c.requests, results);
+    EXPECT_EQ(plain_next, draws.next()) << "another number of draws";
+    for (std::size_t v = 0; v < c.plain.sites.size(); ++v) {
+        const slow::pair_site& s = c.plain.sites[v];
+        if (kind.sample) {
+            EXPECT_EQ((std::array<int, 2>{s.state_a, s.state_b}), results.state[v]) << "site " << v;
+            if (s.draw != slow::pair_draw::none) {
+                EXPECT_EQ(s.drawn, (std::array<int, 2>{results.alleles[v][0], results.alleles[v][1]})) << "site " << v;
+            }
+        }
+        if (!kind.backward || c.plain.K < 1) continue;
+        const auto expected = told_apart(Case::ordered, slow::pair_shares(s));
+        const auto found = shares(problem, results.weights[v]);
+        for (std::size_t i = 0; i < 4; ++i) {
+            if (i == 2 && !Case::ordered) continue;
+            EXPECT_PRED3(nearly_equal, expected[i], found[i], 1e-12) << "site " << v << " class " << i;
+        }
+    }
+    if (kind.sample) {
+        EXPECT_EQ(c.plain.stay_count, results.stay_count);
+        EXPECT_EQ(c.plain.switch_count, results.switch_count);
+    }
+}
+
+// Any interval gives the same walk.
+std::size_t some_interval(int seed) {
+    return 1 + static_cast<std::size_t>(seed) % 7;
+}
+
+template <typename Case>
+void expect_agreement(Case& c, const walk_kind& kind, int seed, pair_tables& tables) {
+    expect_agreement(c, kind, seed, tables, some_interval(seed));
+}
+
+template <typename Case>
+void expect_agreement_of_all_kinds(const Case& c, int seed, pair_tables& tables, std::size_t keep_every) {
+    for (const walk_kind& kind : all_kinds) {
+        SCOPED_TRACE("sample " + std::to_string(kind.sample) + " backward " + std::to_string(kind.backward) +
+                     " in turns " + std::to_string(kind.in_turns) + " interval " + std::to_string(keep_every));
+        Case copy = c;
+        expect_agreement(copy, kind, seed, tables, keep_every);
+    }
+}
+
+template <typename Case>
+void expect_agreement_of_all_kinds(const Case& c, int seed) {
+    for (const walk_kind& kind : all_kinds) {
+        SCOPED_TRACE("sample " + std::to_string(kind.sample) + " backward " + std::to_string(kind.backward) +
+                     " in turns " + std::to_string(kind.in_turns));
+        for (const double worth_of_classes : {c.worth_of_classes, 0.0}) {
+            Case copy = c;
+            copy.worth_of_classes = worth_of_classes;
+            pair_tables tables;
+            expect_agreement(copy, kind, seed, tables);
+        }
+    }
+}
+
+template <typename Case>
+class pair_sweeps : public ::testing::Test {};
+using both_cases = ::testing::Types<unordered_case, ordered_case>;
+TYPED_TEST_SUITE(pair_sweeps, both_cases);
+
+TYPED_TEST(pair_sweeps, agree_with_the_plain_recursion_at_any_number_of_states) {
+    input_source source(21);
+    for (const int K : {1, 2, 3, 7, 8, 9, 15, 16, 17, 24, 31, 33}) {
+        for (const double missing : {0.0, 0.4}) {
+            for (const double mu : {1e-6, 1e-2}) {
+                SCOPED_TRACE("K " + std::to_string(K) + " missing " + std::to_string(missing) + " mu " +
+                             std::to_string(mu));
+                expect_agreement_of_all_kinds(
+                    random_case<TypeParam>(source, K, source.integer(1, K < 16 ? 25 : 10), mu, missing), K);
+            }
+        }
+    }
+}
+
+TYPED_TEST(pair_sweeps, agree_with_the_plain_recursion_around_the_words_of_the_alleles) {
+    input_source source(22);
+    for (const int K : {63, 64, 65, 70}) {
+        TypeParam c = random_case<TypeParam>(source, K, 8, 1e-3, 0.2);
+        pair_tables tables;
+        expect_agreement(c, all_kinds[0], K, tables);
+    }
+}
+
+TYPED_TEST(pair_sweeps, agree_where_nothing_is_observed) {
+    input_source source(23);
+    for (const int n_sites : {1, 2, 12}) {
+        TypeParam c = random_case<TypeParam>(source, 9, n_sites, 1e-3, 1.0);
+        for (slow::pair_site& s : c.plain.sites) s.emission = {1.0, 1.0, 1.0, 1.0};
+        c.finish();
+        expect_agreement_of_all_kinds(c, n_sites);
+    }
+}
+
+TYPED_TEST(pair_sweeps, agree_through_many_divisions) {
+    input_source source(24);
+    for (const double mu : {1e-4, 1e-12, 1e-20}) {
+        TypeParam c = random_case<TypeParam>(source, 6, 120, mu, 0.2);
+        const pair_rates rates(mu);
+        for (slow::pair_site& s : c.plain.sites) {
+            if (!source.chance(0.8)) continue;
+            const int a = source.integer(0, 1);
+            s.allele.assign(6, a);
+            s.emission = rates.genotype(2 - 2 * a);
+        }
+        c.finish();
+        expect_agreement_of_all_kinds(c, 17);
+    }
+}
+
+TYPED_TEST(pair_sweeps, agree_where_the_tables_were_used_before) {
+    input_source source(25);
+    pair_tables tables;
+    for (const int K : {20, 3, 17, 8, 16}) {
+        TypeParam c = random_case<TypeParam>(source, K, source.integer(1, 12), 1e-3, 0.4);
+        expect_agreement(c, all_kinds[0], K, tables);
+    }
+}
+
+TYPED_TEST(pair_sweeps, agree_where_emissions_are_no_probabilities) {
+    input_source source(33);
+    for (const double odd : {-0.1, 7.0}) {
+        for (std::size_t bad = 0; bad < 4; ++bad) {
+            TypeParam c = random_case<TypeParam>(source, 6, 4, 1e-3, 0.3);
+            c.plain.sites[bad].allele.assign(6, 1);
+            c.plain.sites[bad].emission = {0.2, 0.3, 0.3, odd};
+            c.finish();
+            SCOPED_TRACE("site " + std::to_string(bad));
+            for (const walk_kind& kind : {all_kinds[1], all_kinds[4]}) {
+                for (int seed = 1; seed < 6; ++seed) {
+                    TypeParam copy = c;
+                    pair_tables tables;
+                    expect_agreement(copy, kind, seed, tables);
+                }
+            }
+        }
+    }
+}
+
+TYPED_TEST(pair_sweeps, without_states_give_state_minus_one) {
+    input_source source(26);
+    for (const int n_sites : {1, 5}) {
+        TypeParam c = random_case<TypeParam>(source, 0, n_sites, 1e-3, 0.4);
+        for (const walk_kind& kind : {all_kinds[1], all_kinds[4]}) {
+            TypeParam copy = c;
+            pair_tables tables;
+            expect_agreement(copy, kind, n_sites, tables);
+        }
+        pair_tables tables;
+        EXPECT_EQ(-std::numeric_limits<double>::infinity(), pair_forward(c.problem(), tables));
+    }
+}
+
+TYPED_TEST(pair_sweeps, fall_to_the_last_pair_when_no_pair_explains_the_data) {
+    input_source source(27);
+    const pair_rates rates(0.0);
+    for (std::size_t bad = 0; bad < 6; ++bad) {
+        TypeParam c = random_case<TypeParam>(source, 4, 6, 0.0, 0.3);
+        for (std::size_t v = 0; v < 6; ++v) {
+            c.distance[v] = 3.0;
+            c.plain.sites[v].allele = {0, 1, 1, 0};
+        }
+        c.plain.sites[bad].allele = {1, 1, 1, 1};
+        c.plain.sites[bad].emission = rates.genotype(0);
+        c.finish();
+        SCOPED_TRACE("site " + std::to_string(bad));
+        for (const walk_kind& kind : {all_kinds[1], all_kinds[4]}) {
+            TypeParam copy = c;
+            pair_tables tables;
+            expect_agreement(copy, kind, 5, tables);
+        }
+    }
+}
+
+TYPED_TEST(pair_sweeps, products_are_left_in_the_tables_when_asked) {
+    input_source source(28);
+    TypeParam c = random_case<TypeParam>(source, 9, 7, 1e-2, 0.3);
+    c.plain.forward();
+    c.plain.walk_by_site(false, true);
+    pair_tables tables;
+    pair_results results;
+    pair_problem problem = c.problem();
+    problem.keep_every = 1;
+    pair_forward(problem, tables);
+    pair_walk(problem, tables, {false, true, false, true}, c.requests, results);
+    for (std::size_t v = 0; v < 7; ++v) {
+        const double* table = tables.kept.data() + tables.kept_row[v] * tables.table_size;
+        double plain_sum = 0.0, sum = 0.0;
+        for (int a = 0; a < 9; ++a) {
+            for (int b = 0; b < (TypeParam::ordered ? 9 : a + 1); ++b) {
+                plain_sum += c.plain.sites[v].product[static_cast<std::size_t>(a)][static_cast<std::size_t>(b)];
+                sum += table[pair_place(problem, a, b)];
+            }
+        }
+        for (int a = 0; a < 9; ++a) {
+            for (int b = 0; b < (TypeParam::ordered ? 9 : a + 1); ++b) {
+                const double expected =
+                    c.plain.sites[v].product[static_cast<std::size_t>(a)][static_cast<std::size_t>(b)];
+                EXPECT_NEAR(expected / plain_sum, table[pair_place(problem, a, b)] / sum, 1e-12);
+            }
+        }
+    }
+}
+
+TYPED_TEST(pair_sweeps, give_the_same_bits_at_every_level_of_the_kernels) {
+    input_source source(37);
+    const kernels::table& best = kernels::active();
+    for (const int K : {1, 8, 23}) {
+        TypeParam c = random_case<TypeParam>(source, K, 15, 1e-3, 0.4);
+        std::vector<double> expected;
+        for (const auto l : {kernels::level::baseline, kernels::level::avx2, kernels::level::avx512}) {
+            if (!kernels::available(l)) continue;
+            kernels::choose(l);
+            seeded_draws draws(K);
+            pair_tables tables;
+            pair_results results;
+            std::vector<double> found{pair_forward(c.problem(), tables)};
+            pair_walk(c.problem(), tables, {true, true, false, false}, c.requests, results);
+            for (const auto& w : results.weights) found.insert(found.end(), w.begin(), w.end());
+            for (const auto& state : results.state) found.insert(found.end(), state.begin(), state.end());
+            if (expected.empty()) expected = found;
+            EXPECT_EQ(expected, found) << "level " << static_cast<int>(l) << " K " << K;
+        }
+    }
+    EXPECT_EQ(&best, &kernels::active()) << "the best level is the last one";
+}
+
+// --- unordered pairs against the sum over all ordered pairs of paths ------------------------------------------------
+
+// A path of ordered pairs, a * K + b.
+using path = std::vector<int>;
+
+// Calls visit(path, weight) for all paths of ordered pairs, unnormalised.
+void for_all_paths(const slow::diploid_model& m, const std::function<void(const path&, double)>& visit) {
+    const std::size_t n = m.sites.size();
+    path p(n, 0);
+    const std::function<void(std::size_t, double)> extend = [&](std::size_t v, double weight) {
+        if (v == n) {
+            visit(p, weight);
+            return;
+        }
+        const slow::pair_site& s = m.sites[v];
+        for (int a = 0; a < m.K; ++a) {
+            for (int b = 0; b < m.K; ++b) {
+                p[v] = a * m.K + b;
+                double step = 1.0 / (m.K * m.K);
+                if (v > 0) {
+                    const auto& h = s.gap.dip_hap_trans;
+                    step = h[a != p[v - 1] / m.K] * h[b != p[v - 1] % m.K];
+                }
+                extend(v + 1, weight * step * m.emission(s, a, b));
+            }
+        }
+    };
+    extend(0, 1.0);
+}
+
+unordered_case small_case(input_source& source, int K, int n_sites, int K_gap) {
+    unordered_case c = random_case<unordered_case>(source, K, n_sites, 0.1, 0.3);
+    c.K_gap = K_gap;
+    for (std::size_t v = 0; v < c.plain.sites.size(); ++v) {
+        for (int& allele : c.plain.sites[v].allele) allele = source.integer(0, 1);
+        c.distance[v] = source.uniform(0.0, 3.0);
+    }
+    c.finish();
+    return c;
+}
+
+TEST(unordered_pairs, equal_the_sum_over_all_pairs_of_paths) {
+    input_source source(29);
+    for (const auto& [n_states, n_sites] : {std::pair{1, 5}, {2, 1}, {2, 3}, {2, 5}, {3, 2}, {3, 4}, {4, 3}, {4, 4}}) {
+        const int K = n_states;
+        for (const int K_gap : {K, K + 7}) {
+            const unordered_case c = small_case(source, K, n_sites, K_gap);
+            double total = 0.0;
+            std::vector<std::array<double, 3>> by_sum(static_cast<std::size_t>(n_sites));
+            for_all_paths(c.plain, [&](const path& p, double weight) {
+                total += weight;
+                for (std::size_t v = 0; v < p.size(); ++v) {
+                    const auto& allele = c.plain.sites[v].allele;
+                    const int sum =
+                        allele[static_cast<std::size_t>(p[v] / K)] + allele[static_cast<std::size_t>(p[v] % K)];
+                    by_sum[v][static_cast<std::size_t>(sum)] += weight;
+                }
+            });
+            pair_tables tables;
+            pair_results results;
+            EXPECT_NEAR(std::log10(total), pair_forward(c.problem(), tables), 1e-12);
+            pair_walk(c.problem(), tables, {false, true, false, false}, c.requests, results);
+            for (std::size_t v = 0; v < by_sum.size(); ++v) {
+                const auto found = shares(c.problem(), results.weights[v]);
+                EXPECT_NEAR(by_sum[v][0] / total, found[0], 1e-12);
+                EXPECT_NEAR(by_sum[v][1] / total, found[1], 1e-12);
+                EXPECT_NEAR(by_sum[v][2] / total, found[3], 1e-12);
+            }
+        }
+    }
+}
+
+// The pair at the last site is drawn without an order, the larger state first; the path to its left is then one of
+// ordered pairs.
+TEST(unordered_pairs, paths_are_drawn_by_their_posterior) {
+    input_source source(30);
+    constexpr int n_draws = 4000;
+    for (const auto& [K, n_sites] : {std::pair{2, 3}, {3, 2}, {3, 3}}) {
+        const unordered_case c = small_case(source, K, n_sites, K);
+        std::map<path, double> chances;
+        double total = 0.0;
+        for_all_paths(c.plain, [&](const path& p, double weight) {
+            total += weight;
+            const int a = p.back() / c.plain.K, b = p.back() % c.plain.K;
+            if (a >= b) chances[p] += a == b ? weight : 2.0 * weight;
+        });
+        for (auto& [p, weight] : chances) weight /= total;
+        for (const bool in_turns : {false, true}) {
+            seeded_draws draws(77);
+            pair_tables tables;
+            pair_results results;
+            pair_forward(c.problem(), tables);
+            std::map<path, int> counts;
+            for (int i = 0; i < n_draws; ++i) {
+                pair_walk(c.problem(), tables, {true, false, in_turns, false}, c.requests, results);
+                path p;
+                for (const auto& [a, b] : results.state) p.push_back(a * c.plain.K + b);
+                ++counts[p];
+            }
+            expect_frequencies(counts, chances, n_draws);
+        }
+    }
+}
+
+TEST(unordered_pairs, of_one_state_still_take_the_draw_of_the_order) {
+    input_source source(31);
+    unordered_case c = random_case<unordered_case>(source, 1, 5, 1e-2, 0.0);
+    for (slow::pair_site& s : c.plain.sites) s.draw = slow::pair_draw::none;
+    c.finish();
+    pair_tables tables;
+    pair_results results;
+    double next = 0.0;
+    {
+        seeded_draws draws(4);
+        pair_forward(c.problem(), tables);
+        pair_walk(c.problem(), tables, {true, false, false, false}, c.requests, results);
+        next = draws.next();
+    }
+    seeded_draws draws(4);
+    for (int i = 0; i < 1 + 2 * 4; ++i) draws.next();
+    EXPECT_EQ(draws.next(), next);
+    for (const auto& state : results.state) EXPECT_EQ((std::array<int, 2>{0, 0}), state);
+    EXPECT_EQ(4, results.stay_count);
+    EXPECT_EQ(0, results.switch_count);
+}
+
+TEST(unordered_pairs, tell_no_allele_one_where_only_00_can_be_seen) {
+    input_source source(32);
+    unordered_case c = random_case<unordered_case>(source, 3, 6, 0.0, 0.0);
+    for (std::size_t v = 0; v < 6; ++v) {
+        c.distance[v] = 1.0;
+        c.plain.sites[v].allele = {0, 0, 0};
+        c.plain.sites[v].emission = {1.0, 1.0, 1.0, 1.0};
+        c.plain.sites[v].draw = slow::pair_draw::genotype;
+    }
+    c.finish();
+    pair_tables tables;
+    pair_results results;
+    seeded_draws draws(4);
+    pair_forward(c.problem(), tables);
+    pair_walk(c.problem(), tables, {true, false, false, false}, c.requests, results);
+    for (const auto& alleles : results.alleles) EXPECT_EQ((std::array<std::uint8_t, 2>{0, 0}), alleles);
+}
+
+// The alleles of a heterozygote and of a missing genotype follow the tables of the copied pair.
+TEST(unordered_pairs, alleles_are_drawn_by_the_copied_pair) {
+    constexpr int n_draws = 4000;
+    const pair_rates rates(0.1);
+    for (int x = 0; x <= 1; ++x) {
+        for (const auto draw : {slow::pair_draw::order, slow::pair_draw::genotype}) {
+            unordered_case c;
+            c.plain.K = 1;
+            c.set_rates(rates);
+            c.plain.sites.resize(1);
+            c.plain.sites[0].allele = {x};
+            c.plain.sites[0].emission = rates.genotype(3);
+            c.plain.sites[0].draw = draw;
+            c.distance = {0.0};
+            c.finish();
+            std::map<std::vector<int>, double> chances;
+            const auto i = static_cast<std::size_t>(x);
+            const double p00 = rates.pr_00[i][i], p01 = rates.pr_01[i][i], p10 = rates.pr_10[i][i];
+            if (draw == slow::pair_draw::order) {
+                chances = {{{0, 1}, p01 / (p01 + p10)}, {{1, 0}, p10 / (p01 + p10)}};
+            } else {
+                chances = {{{0, 0}, p00}, {{0, 1}, p01}, {{1, 0}, p10}, {{1, 1}, 1.0 - p00 - p01 - p10}};
+            }
+            seeded_draws draws(12);
+            pair_tables tables;
+            pair_results results;
+            std::map<std::vector<int>, int> counts;
+            pair_forward(c.problem(), tables);
+            for (int n = 0; n < n_draws; ++n) {
+                pair_walk(c.problem(), tables, {true, false, false, false}, c.requests, results);
+                ++counts[{results.alleles[0][0], results.alleles[0][1]}];
+            }
+            expect_frequencies(counts, chances, n_draws);
+        }
+    }
+}
+
+// --- checkpoints ----------------------------------------------------------------------------------------------------
+
+TEST(pair_checkpoints, agree_with_the_plain_recursion_left_of_the_last_one_too) {
+    input_source source(33);
+    for (const int K : {1, 3, 8, 9, 17}) {
+        for (const auto& [n_sites, interval] :
+             {std::pair{3, 4}, {4, 2}, {5, 2}, {9, 3}, {11, 3}, {12, 3}, {26, 5}, {8, 1}}) {
+            unordered_case c = random_case<unordered_case>(source, K, n_sites, 1e-3, 0.3);
+            set_checkpoints(c, static_cast<std::size_t>(interval));
+            SCOPED_TRACE("K " + std::to_string(K) + " sites " + std::to_string(n_sites) + " interval " +
+                         std::to_string(interval));
+            for (const walk_kind& kind : {all_kinds[0], all_kinds[1], all_kinds[2], all_kinds[4]}) {
+                unordered_case copy = c;
+                pair_tables tables;
+                expect_agreement(copy, kind, K, tables);
+            }
+        }
+    }
+}
+
+TEST(pair_checkpoints, agree_through_many_divisions) {
+    input_source source(34);
+    unordered_case c = random_case<unordered_case>(source, 6, 100, 1e-15, 0.2);
+    for (slow::pair_site& s : c.plain.sites) {
+        s.allele.assign(6, 1);
+        if (source.chance(0.5)) s.allele[0] = 0;
+    }
+    c.finish();
+    set_checkpoints(c, 10);
+    for (const walk_kind& kind : {all_kinds[0], all_kinds[1], all_kinds[2]}) {
+        unordered_case copy = c;
+        pair_tables tables;
+        expect_agreement(copy, kind, 3, tables);
+    }
+}
+
+TEST(pair_checkpoints, change_nothing_right_of_the_leftmost_one) {
+    input_source source(35);
+    for (const std::size_t interval : {1U, 2U, 4U, 6U}) {
+        constexpr int n_sites = 39;
+        unordered_case c = random_case<unordered_case>(source, 10, n_sites, 1e-3, 0.5);
+        pair_tables full_tables, kept_tables;
+        pair_results full, kept;
+        double full_L = 0.0, kept_L = 0.0;
+        {
+            seeded_draws draws(3);
+            full_L = pair_forward(c.problem(), full_tables);
+            pair_walk(c.problem(), full_tables, {true, true, false, false}, c.requests, full);
+        }
+        set_checkpoints(c, interval);
+        {
+            seeded_draws draws(3);
+            kept_L = pair_forward(c.problem(), kept_tables);
+            pair_walk(c.problem(), kept_tables, {true, true, false, false}, c.requests, kept);
+        }
+        EXPECT_PRED3(nearly_equal, full_L, kept_L, 1e-12);
+        const std::size_t leftmost = (n_sites - 1) % interval;
+        EXPECT_TRUE(c.checkpoint[leftmost]);
+        for (std::size_t v = leftmost; v < n_sites; ++v) {
+            EXPECT_EQ(full.state[v], kept.state[v]);
+            if (c.plain.sites[v].draw != slow::pair_draw::none) {
+                EXPECT_EQ(full.alleles[v], kept.alleles[v]);
+            }
+            const auto a = shares(c.problem(), full.weights[v]), b = shares(c.problem(), kept.weights[v]);
+            for (std::size_t i = 0; i < 4; ++i) EXPECT_NEAR(a[i], b[i], 1e-12);
+        }
+    }
+}
+
+TEST(pair_checkpoints, leave_their_block_to_the_next_sweep_of_the_same_size) {
+    input_source source(36);
+    pair_tables tables;
+    std::vector<slow::pair_matrix> local;
+    for (int repeat = 0; repeat < 4; ++repeat) {
+        unordered_case c = random_case<unordered_case>(source, 9, 11, 1e-3, 0.4);
+        set_checkpoints(c, 4);
+        c.plain.local = local;
+        expect_agreement(c, all_kinds[0], repeat, tables);
+        local = c.plain.local;
+    }
+}
+
+// --- states that are copies of few different haplotypes -------------------------------------------------------------
+
+enum class stretch { copies, different };
+
+// A stretch of sites where the states are copies of n_patterns haplotypes, or all different. The individual is mostly
+// made of two of the states.
+void append_stretch(input_source& source, unordered_case& c, stretch kind, std::size_t n_sites, int n_patterns,
+                    double mu) {
+    const pair_rates rates(mu);
+    const auto K = static_cast<std::size_t>(c.plain.K);
+    std::vector<std::size_t> pattern(K);
+    for (std::size_t& p : pattern) p = static_cast<std::size_t>(source.integer(0, n_patterns - 1));
+    const auto first = static_cast<std::size_t>(source.integer(0, c.plain.K - 1));
+    const auto second = static_cast<std::size_t>(source.integer(0, c.plain.K - 1));
+    for (std::size_t i = 0; i < n_sites; ++i) {
+        const std::vector<int> of_pattern = random_row(source, n_patterns);
+        slow::pair_site s;
+        for (const std::size_t p : pattern) {
+            s.allele.push_back(kind == stretch::copies ? of_pattern[p] : source.integer(0, 1));
+        }
+        const int copied = s.allele[first] + s.allele[second];
+        set_genotype(s, source.chance(0.15) ? 3 : source.chance(0.02) ? source.integer(0, 2) : copied, rates);
+        if (source.chance(0.05)) set_probabilities(source, s);
+        c.plain.sites.push_back(s);
+        c.distance.push_back(source.chance(0.6) ? source.uniform(0.0, 0.5) : random_distance(source));
+    }
+}
+
+unordered_case empty_case(input_source& source, int K, double mu) {
+    unordered_case c;
+    c.plain.K = K;
+    c.set_rates(pair_rates(mu));
+    c.K_gap = source.chance(0.5) ? K : K + source.integer(1, 400);
+    return c;
+}
+
+// Stretches of both kinds in turn.
+unordered_case copied_case(input_source& source, int K, int n_patterns, std::size_t n_sites, double mu) {
+    unordered_case c = empty_case(source, K, mu);
+    stretch kind = source.chance(0.5) ? stretch::copies : stretch::different;
+    while (c.plain.sites.size() < n_sites) {
+        const auto length =
+            static_cast<std::size_t>(kind == stretch::copies ? source.integer(6, 60) : source.integer(2, 20));
+        append_stretch(source, c, kind, std::min(length, n_sites - c.plain.sites.size()), n_patterns, mu);
+        kind = kind == stretch::copies ? stretch::different : stretch::copies;
+    }
+    c.finish();
+    return c;
+}
+
+// How many blocks of the last sweep went by classes, and how many by pairs.
+struct block_counts {
+    int by_class = 0, by_pair = 0;
+
+    void add(const pair_tables& tables) {
+        for (const pair_block& block : tables.blocks) ++(block.by_class ? by_class : by_pair);
+    }
+};
+
+int blocks_by_class(const pair_tables& tables) {
+    block_counts counts;
+    counts.add(tables);
+    return counts.by_class;
+}
+
+// The blocks follow each other from the first site to the last, and the tables at their ends are kept.
+void expect_chain_of_blocks(const pair_tables& tables, std::size_t n_sites, std::size_t keep_every) {
+    std::size_t at = 0;
+    for (const pair_block& block : tables.blocks) {
+        EXPECT_EQ(at, block.first);
+        EXPECT_GT(block.last, block.first);
+        EXPECT_LE(block.last - block.first, keep_every);
+        EXPECT_TRUE(keeps_table(tables, block.first));
+        EXPECT_TRUE(keeps_table(tables, block.last));
+        at = block.last;
+    }
+    EXPECT_EQ(n_sites - 1, at);
+}
+
+TEST(pairs_of_copies, agree_with_the_plain_recursion) {
+    input_source source(41);
+    block_counts counts;
+    for (const int K : {16, 20, 27, 40, 80}) {
+        for (const int n_patterns : {3, 4, 6}) {
+            if (n_patterns > K / 4) continue;
+            unordered_case c =
+                copied_case(source, K, n_patterns, static_cast<std::size_t>(source.integer(70, 130)), 1e-3);
+            c.worth_of_classes = n_patterns == 4 ? 0.75 : 2.0;
+            SCOPED_TRACE("K " + std::to_string(K) + " patterns " + std::to_string(n_patterns));
+            for (const std::size_t keep_every : {48U, 16U}) {
+                pair_tables tables;
+                expect_agreement_of_all_kinds(c, K + n_patterns, tables, keep_every);
+                expect_chain_of_blocks(tables, c.plain.sites.size(), keep_every);
+                counts.add(tables);
+            }
+        }
+    }
+    EXPECT_GT(counts.by_class, 40);
+    EXPECT_GT(counts.by_pair, 30);
+}
+
+TEST(pairs_of_copies, agree_at_any_interval) {
+    input_source source(42);
+    const unordered_case c = copied_case(source, 16, 4, 90, 1e-3);
+    for (const std::size_t keep_every : {1U, 2U, 5U, 6U, 7U, 8U, 13U, 17U, 47U, 1000U}) {
+        pair_tables tables;
+        expect_agreement_of_all_kinds(c, 4, tables, keep_every);
+        expect_chain_of_blocks(tables, c.plain.sites.size(), keep_every);
+        if (keep_every < 3) {
+            EXPECT_EQ(0, blocks_by_class(tables)) << "a shorter block is not worth its classes";
+        } else if (keep_every > 5) {
+            EXPECT_GT(blocks_by_class(tables), 0);
+        }
+    }
+}
+
+TEST(pairs_of_copies, agree_for_many_draws) {
+    input_source source(43);
+    for (const int K : {16, 21}) {
+        const unordered_case c = copied_case(source, K, 4, 100, 1e-2);
+        pair_tables tables;
+        for (int seed = 1; seed <= 20; ++seed) {
+            for (const walk_kind& kind : {all_kinds[0], all_kinds[1], all_kinds[4]}) {
+                unordered_case copy = c;
+                expect_agreement(copy, kind, seed, tables, 48);
+            }
+        }
+    }
+}
+
+TEST(pairs_of_copies, agree_in_more_classes_than_a_word_has_bits) {
+    input_source source(44);
+    constexpr std::size_t n_patterns = 68;
+    unordered_case c = empty_case(source, 4 * n_patterns + 3, 1e-3);
+    append_stretch(source, c, stretch::copies, 14, 1, 1e-3);
+    for (slow::pair_site& s : c.plain.sites) {
+        for (std::size_t k = 0; k < s.allele.size(); ++k) {
+            s.allele[k] = k < n_patterns ? source.integer(0, 1) : s.allele[k % n_patterns];
+        }
+        set_genotype(s, source.chance(0.2) ? 3 : s.allele[1] + s.allele[66], pair_rates(1e-3));
+    }
+    c.finish();
+    pair_tables tables;
+    expect_agreement(c, all_kinds[0], 3, tables, 48);
+    ASSERT_EQ(1U, tables.blocks.size());
+    EXPECT_TRUE(tables.blocks[0].by_class);
+    EXPECT_GT(tables.classes.n_classes(), bits::word_bits);
+}
+
+// Blocks by classes end where the values are scaled.
+TEST(pairs_of_copies, agree_through_many_divisions) {
+    input_source source(45);
+    int n_ended = 0, n_scaled = 0;
+    for (const double mu : {1e-4, 1e-12, 1e-20, 1e-40}) {
+        for (const int K : {16, 25}) {
+            unordered_case c = copied_case(source, K, 4, 110, mu);
+            const pair_rates rates(mu);
+            for (slow::pair_site& s : c.plain.sites) {
+                if (!source.chance(0.3)) continue;
+                const int a = source.integer(0, 1);
+                s.allele.assign(s.allele.size(), a);
+                set_genotype(s, 2 - 2 * a, rates);
+            }
+            c.finish();
+            SCOPED_TRACE("K " + std::to_string(K) + " mu " + std::to_string(mu));
+            pair_tables tables;
+            expect_agreement_of_all_kinds(c, 17, tables, 48);
+            expect_chain_of_blocks(tables, 110, 48);
+            for (const pair_block& block : tables.blocks) {
+                if (!block.by_class) continue;
+                for (std::size_t v = block.first + 1; v < block.last; ++v) EXPECT_EQ(1.0, tables.scale[v]);
+                if (tables.scale[block.last] != 1.0) ++n_ended;
+            }
+            for (const double scale : tables.scale) n_scaled += scale != 1.0 ? 1 : 0;
+        }
+    }
+    EXPECT_GT(n_ended, 30);
+    EXPECT_GT(n_scaled, n_ended);
+}
+
+TEST(pairs_of_copies, agree_where_all_states_have_one_allele) {
+    input_source source(46);
+    for (const int K : {8, 17, 40}) {
+        unordered_case c = empty_case(source, K, 1e-3);
+        append_stretch(source, c, stretch::copies, 75, 1, 1e-3);
+        c.finish();
+        pair_tables tables;
+        expect_agreement_of_all_kinds(c, K, tables, 48);
+        ASSERT_EQ(2U, tables.blocks.size());
+        for (const pair_block& block : tables.blocks) EXPECT_TRUE(block.by_class);
+    }
+}
+
+TEST(pairs_of_copies, agree_at_distances_that_all_or_no_memory_survives) {
+    input_source source(47);
+    for (const double far : {0.0, 0.2, 1.0}) {
+        for (const int K : {16, 22}) {
+            unordered_case c = copied_case(source, K, 4, 80, 1e-2);
+            for (double& d : c.distance) d = source.chance(far) ? 1e9 : 0.0;
+            c.finish();
+            pair_tables tables;
+            expect_agreement_of_all_kinds(c, K, tables, 48);
+            EXPECT_GT(blocks_by_class(tables), 0);
+        }
+    }
+}
+
+TEST(pairs_of_copies, agree_where_emissions_are_probabilities_of_genotypes) {
+    input_source source(48);
+    for (const int K : {16, 33}) {
+        unordered_case c = copied_case(source, K, 4, 100, 1e-3);
+        for (slow::pair_site& s : c.plain.sites) {
+            set_probabilities(source, s);
+            if (!source.chance(0.2)) continue;
+            // The genotype is certain, or nearly so.
+            const double other = source.chance(0.5) ? 0.0 : 1e-30;
+            s.emission = {1.0, other, other, other};
+        }
+        c.finish();
+        pair_tables tables;
+        expect_agreement_of_all_kinds(c, K, tables, 48);
+        EXPECT_GT(blocks_by_class(tables), 0);
+    }
+}
+
+TEST(pairs_of_copies, agree_where_emissions_are_no_probabilities) {
+    input_source source(49);
+    for (const double odd : {-0.1, 7.0}) {
+        for (const std::size_t bad : {3U, 20U, 41U}) {
+            unordered_case c = empty_case(source, 16, 1e-3);
+            append_stretch(source, c, stretch::copies, 60, 4, 1e-3);
+            c.plain.sites[bad].allele.assign(16, 1);
+            c.plain.sites[bad].emission = {0.2, 0.3, 0.3, odd};
+            c.finish();
+            SCOPED_TRACE("site " + std::to_string(bad) + " emission " + std::to_string(odd));
+            for (const walk_kind& kind : {all_kinds[1], all_kinds[4]}) {
+                pair_tables tables;
+                unordered_case copy = c;
+                expect_agreement(copy, kind, 7, tables, 48);
+                EXPECT_TRUE(tables.blocks.front().by_class);
+            }
+        }
+    }
+}
+
+TEST(pairs_of_copies, fall_to_the_last_pair_when_no_pair_explains_the_data) {
+    input_source source(50);
+    const pair_rates rates(0.0);
+    for (const std::size_t bad : {0U, 1U, 9U, 48U, 49U, 59U}) {
+        unordered_case c = empty_case(source, 18, 0.0);
+        for (const stretch kind : {stretch::copies, stretch::different, stretch::copies}) {
+            append_stretch(source, c, kind, 20, 3, 0.0);
+        }
+        // The first two states explain all sites but one.
+        for (std::size_t v = 0; v < 60; ++v) {
+            c.distance[v] = 3.0;
+            c.plain.sites[v].allele[0] = 0;
+            c.plain.sites[v].allele[1] = v < 20 || v >= 40 ? 0 : 1;
+            set_genotype(c.plain.sites[v], c.plain.sites[v].allele[1], rates);
+        }
+        c.plain.sites[bad].allele.assign(18, 1);
+        set_genotype(c.plain.sites[bad], 0, rates);
+        c.finish();
+        SCOPED_TRACE("site " + std::to_string(bad));
+        for (const walk_kind& kind : {all_kinds[1], all_kinds[4]}) {
+            pair_tables tables;
+            unordered_case copy = c;
+            expect_agreement(copy, kind, 5, tables, 48);
+            EXPECT_EQ((std::array<int, 2>{17, 17}),
+                      (std::array<int, 2>{copy.plain.sites.back().state_a, copy.plain.sites.back().state_b}));
+            EXPECT_GT(blocks_by_class(tables), 0);
+        }
+    }
+}
+
+TEST(pairs_of_copies, agree_where_the_tables_were_used_before) {
+    input_source source(51);
+    pair_tables tables;
+    for (const int K : {40, 16, 3, 70, 17, 40}) {
+        for (const walk_kind& kind : {all_kinds[0], all_kinds[1], all_kinds[2]}) {
+            unordered_case c = copied_case(source, K, 3, static_cast<std::size_t>(source.integer(20, 90)), 1e-3);
+            expect_agreement(c, kind, K, tables, 48);
+            ordered_case o = random_case<ordered_case>(source, K / 2, 5, 1e-3, 0.2);
+            expect_agreement(o, kind, K, tables, 48);
+        }
+    }
+}
+
+// All that a sweep and its walk give.
+std::vector<double> results_of(const unordered_case& c, const walk_kind& kind, pair_tables& tables) {
+    seeded_draws draws(6);
+    pair_results results;
+    std::vector<double> all{pair_forward(c.problem(), tables)};
+    pair_walk(c.problem(), tables, {kind.sample, kind.backward, kind.in_turns, false}, c.requests, results);
+    for (const auto& state : results.state) all.insert(all.end(), state.begin(), state.end());
+    if (kind.backward) {
+        for (const auto& w : results.weights) all.insert(all.end(), w.begin(), w.end());
+    }
+    for (std::size_t v = 0; kind.sample && v < results.alleles.size(); ++v) {
+        if (c.requests[v].draw_alleles) all.insert(all.end(), results.alleles[v].begin(), results.alleles[v].end());
+    }
+    all.push_back(draws.next());
+    return all;
+}
+
+TEST(pairs_of_copies, give_the_same_bits_at_every_level_of_the_kernels) {
+    input_source source(52);
+    const kernels::table& best = kernels::active();
+    for (const int K : {16, 20, 37, 80}) {
+        const unordered_case c = copied_case(source, K, 4, 100, 1e-3);
+        for (const walk_kind& kind : all_kinds) {
+            std::vector<double> expected;
+            for (const auto l : {kernels::level::baseline, kernels::level::avx2, kernels::level::avx512}) {
+                if (!kernels::available(l)) continue;
+                kernels::choose(l);
+                pair_tables tables;
+                const std::vector<double> found = results_of(c, kind, tables);
+                EXPECT_GT(blocks_by_class(tables), 0);
+                if (expected.empty()) expected = found;
+                EXPECT_EQ(expected, found) << "level " << static_cast<int>(l) << " K " << K;
+            }
+        }
+    }
+    EXPECT_EQ(&best, &kernels::active()) << "the best level is the last one";
+}
+
+TEST(pairs_of_copies, go_by_pairs_between_checkpoints) {
+    input_source source(53);
+    for (const int K : {16, 29}) {
+        for (const std::size_t interval : {8U, 11U}) {
+            unordered_case c = copied_case(source, K, 4, 90, 1e-3);
+            set_checkpoints(c, interval);
+            for (const walk_kind& kind : {all_kinds[0], all_kinds[1], all_kinds[2]}) {
+                unordered_case copy = c;
+                pair_tables tables;
+                expect_agreement(copy, kind, K, tables, 48);
+                EXPECT_EQ(0, blocks_by_class(tables));
+            }
+        }
+    }
+}
+
+TEST(pairs_of_copies, go_by_pairs_where_pairs_are_ordered) {
+    input_source source(54);
+    ordered_case ordered = random_case<ordered_case>(source, 16, 30, 1e-3, 0.1);
+    for (slow::pair_site& s : ordered.plain.sites) s.allele.assign(16, 0);
+    ordered.finish();
+    pair_tables tables;
+    expect_agreement(ordered, all_kinds[0], 2, tables, 48);
+    for (const pair_block& block : tables.blocks) EXPECT_FALSE(block.by_class);
+}
+
+// At the share that a run asks for.
+TEST(pairs_of_copies, go_by_classes_where_that_saves_time) {
+    input_source source(56);
+    const struct {
+        int n_patterns;
+        stretch kind;
+        bool by_class;
+    } cases[] = {{1, stretch::copies, true}, {4, stretch::copies, true}, {1, stretch::different, false}};
+    for (const auto& [n_patterns, kind, by_class] : cases) {
+        unordered_case c = empty_case(source, 64, 1e-3);
+        append_stretch(source, c, kind, 49, n_patterns, 1e-3);
+        c.finish();
+        pair_problem problem = c.problem();
+        problem.worth_of_classes = pair_problem{}.worth_of_classes;
+        pair_tables tables;
+        pair_forward(problem, tables);
+        for (const pair_block& block : tables.blocks) EXPECT_EQ(by_class, block.by_class);
+    }
+}
+
+// Undefined values, which must be scaled at every site, would end as many blocks.
+TEST(pairs_of_copies, keep_few_tables_of_undefined_values) {
+    input_source source(57);
+    unordered_case c = empty_case(source, 16, 1e-3);
+    append_stretch(source, c, stretch::copies, 200, 2, 1e-3);
+    c.plain.sites[10].emission = {0.0, 0.0, 0.0, 0.0};
+    c.finish();
+    pair_tables tables;
+    EXPECT_TRUE(std::isnan(pair_forward(c.problem(), tables)));
+    EXPECT_LT(tables.n_kept, 20);
+}
+
+// Every entry, however small it is, by each of the ways in which a walk may ask for it.
+TEST(pairs_of_copies, have_the_forward_tables_of_the_plain_recursion) {
+    input_source source(55);
+    block_counts counts;
+    for (const int K : {16, 20, 35}) {
+        for (const double mu : {1e-2, 1e-9}) {
+            unordered_case c = copied_case(source, K, 4, 80, mu);
+            c.worth_of_classes = 1.5;
+            c.plain.forward();
+            pair_tables tables;
+            const pair_problem problem = c.problem();
+            pair_forward(problem, tables);
+            counts.add(tables);
+            const auto expect_entry = [&](std::size_t v, int a, int b, double found) {
+                const double expected = c.plain.sites[v].fwd[static_cast<std::size_t>(a)][static_cast<std::size_t>(b)];
+                if (!(std::abs(expected - found) <= 1e-12 * expected)) {
+                    ADD_FAILURE() << "site " << v << " pair " << a << ", " << b << ": " << expected << ", " << found;
+                }
+            };
+            for (const bool every_table : {false, true}) {
+                pair_store store(problem, tables, every_table);
+                for (std::size_t v = 80; v-- > 0;) {
+                    store.enter(v);
+                    // One pair for a while, then another.
+                    const int a = static_cast<int>(v / 5) % K, b = a * 2 / 3;
+                    expect_entry(v, a, b, store.value(a, b));
+                    expect_entry(v, a, a, store.value(a, a));
+                    if (!every_table && v % 3 != 0) continue;
+                    const double* table = store.table();
+                    for (int i = 0; i < K; ++i) {
+                        for (int j = 0; j <= i; ++j) expect_entry(v, i, j, table[pair_place(problem, i, j)]);
+                    }
+                }
+            }
+        }
+    }
+    EXPECT_GT(counts.by_class, 6);
+    EXPECT_GT(counts.by_pair, 2);
+}
+
+}  // namespace

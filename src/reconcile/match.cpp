@@ -131,7 +131,8 @@ void copy_snp(const snp& from, snp& to, const std::set<int>& panels, bool has_pa
     }
     if (!type_is_settled(to, has_panel0)) return;
     to.type = to.top_panel = type_by_panels(to, has_panel0);
-    to.panel1_placeholder = false;
+    // A Panel 1 that had no data of its own has none in the copy either.
+    to.panel1_placeholder = from.panel1_placeholder && panels.contains(1);
 }
 
 namespace {

@@ -21,8 +21,7 @@ struct genotype_panel {
     std::vector<bool>& update;
     std::vector<bool>& het;
     std::vector<bool>& ordered;
-    // How many members have no flag yet. A member can be taken off n_update more than once, so that it says for sure
-    // only whether somebody was flagged.
+    // How many members have no flag yet.
     long n_update = 0, n_het = 0, n_ordered = 0;
 
     // Input probabilities leave every genotype open.
@@ -37,9 +36,11 @@ bool holds_data(const data& run, const genotype_panel& plan, const snp& site) {
 
 void flag_genotype(genotype_panel& plan, std::size_t i, std::uint8_t genotype) {
     if (genotype != missing_genotype && genotype != 1) return;
-    plan.update[i] = true;
-    --plan.n_update;
-    if (genotype == 1) {
+    if (!plan.update[i]) {
+        plan.update[i] = true;
+        --plan.n_update;
+    }
+    if (genotype == 1 && !plan.het[i]) {
         plan.het[i] = true;
         --plan.n_het;
     }

@@ -66,7 +66,7 @@ struct data {
     bool haploid_study() const { return params.haploid_g || (plan.chrx_haploid && panels[2].n_males >= 1); }
     bool haploid_panel1() const { return plan.chrx_haploid && is_given(params.g_ref_file) && panels[1].n_males >= 1; }
     // Whether the observed alleles of a model are all that count: false for the panel whose holes are being filled.
-    bool full_sites(int panel, int cond_panel) const {
+    bool full_sites(std::size_t panel, std::size_t cond_panel) const {
         return !(params.fill_holes && panel == cond_panel && panel == plan.hole_fill_to);
     }
     // The interval of the main output and of the count files.

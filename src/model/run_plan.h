@@ -4,6 +4,8 @@
 // what kinds of results the run makes.
 
 #include <array>
+#include <cstddef>
+#include <optional>
 #include <vector>
 
 struct run_plan {
@@ -15,15 +17,15 @@ struct run_plan {
     // --- iterations, counted from 0 ---
     std::vector<int> stored_iters;     // whose results count
     std::vector<int> selfcheck_iters;  // those of them that mask typed genotypes
-    int informed_start_iter = -1;      // first one with informed states; -1 under -random_cond
+    std::optional<int> informed_start_iter;  // first one with informed states; none under -random_cond
 
     // --- panels and sites ---
     bool has_reference = false;
-    int n_panels = 4;           // 3 with a reference panel, 4 without; a site of this type takes no part in the models
+    std::size_t n_panels = 4;           // 3 with a reference panel, 4 without; a site of this type takes no part in the models
     bool chrx_haploid = false;  // males are haploid
     bool chrx_diploid = false;  // everybody is diploid, as -prob_g wants it
     std::array<bool, 4> output_types{};          // by SNP type
-    int hole_fill_from = -1, hole_fill_to = -1;  // panels; -1 for no hole filling
+    std::optional<std::size_t> hole_fill_from, hole_fill_to;  // panels; none for no hole filling
 
     // --- results ---
     bool store_sampled_haps = false;

@@ -12,8 +12,8 @@
 
 // What the walks ask of every site, kept apart from the records so that they need not be touched.
 struct site_traits {
-    std::int8_t type = 0;
-    std::int8_t top_panel = 0;
+    std::uint8_t type = 0;
+    std::uint8_t top_panel = 0;
     bool panel1_placeholder = false;
     bool ref_alleles_missing = false;
 };

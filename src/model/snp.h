@@ -3,6 +3,7 @@
 // The record of one variant site, and the store of all sites.
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <string>
@@ -47,8 +48,8 @@ struct snp {
     std::array<std::vector<double>, 3>
         gtype_emiss;  // [individual * 3 + allele sum]: weights of probabilistic genotypes
 
-    int type = 3;  // 0: Panel 0 only; 1: Panel 1, not Panel 2; 2: Panel 2 and all reference panels; 3: Panel 2 only
-    int top_panel = 3;                 // the highest panel with data here
+    std::size_t type = 3;  // 0: Panel 0 only; 1: Panel 1, not Panel 2; 2: Panel 2 and all reference panels; 3: Panel 2 only
+    std::size_t top_panel = 3;                 // the highest panel with data here
     bool panel1_placeholder = false;   // Panel 1 has zeros only because a walk needs them; its own sweeps pass over
     bool ref_alleles_missing = false;  // all alleles of the reference panel are missing here: a hole to be filled
 
@@ -57,12 +58,12 @@ struct snp {
     std::vector<bool> known_haps_flags;   // -known_haps_g spoke of this person here
     std::vector<bool> hap_init_flags;     // -hap_init_g gave the starting phase here
 
-    int index = -1;  // place in the store's order, set at the end of data::setup
+    std::size_t index = 0;  // place in the store's order, set at the end of data::setup
 
-    bool in_panel(int panel) const { return labels[static_cast<std::size_t>(panel)].a0 != "*"; }
+    bool in_panel(std::size_t panel) const { return labels[panel].a0 != "*"; }
     // Both labels known.
-    bool has_labels(int panel) const {
-        const panel_labels& l = labels[static_cast<std::size_t>(panel)];
+    bool has_labels(std::size_t panel) const {
+        const panel_labels& l = labels[panel];
         return l.a0 != "*" && l.a1 != "*";
     }
     bool phase_known(std::size_t individual) const {

@@ -41,7 +41,7 @@ struct diploid_gap {
 // One model [mode][panel][cond_panel]. All vectors run over the visited sites in position order; a gap leads into its
 // site, so that the first one is never read.
 struct hmm_model {
-    std::vector<int> site;             // index of the visited site in data::sites
+    std::vector<std::size_t> site;     // index of the visited site in site_table::in_order
     std::vector<haploid_gap> hap_gap;  // mode 0
     std::vector<diploid_gap> dip_gap;  // mode 1
     std::vector<bool> checkpoint;      // fwd_checkpoint, under -mem_save_1; empty otherwise

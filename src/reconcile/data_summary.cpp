@@ -4,36 +4,40 @@
 #include <vector>
 
 #include "io/text.h"
-#include "model/data.h"
 #include "reconcile/stages.h"
 
 namespace {
 
 constexpr std::size_t n_types = 4;
-using type_counts = std::array<int, n_types>;
 
 struct site_counts {
     type_counts upstream{}, downstream{}, analysis{}, output{};
-    int n_study = 0;            // sites of the study that take part in the models
+    std::size_t n_study = 0;    // sites of the study that take part in the models
     bool any_observed = false;  // at least one of them has alleles in the reference
-    int total() const { return sum(upstream) + sum(downstream) + sum(analysis); }
-    static int sum(const type_counts& counts) { return std::accumulate(counts.begin(), counts.end(), 0); }
+    type_counts in_region() const {
+        type_counts counts = analysis;
+        for (std::size_t type = 0; type < n_types; ++type) counts[type] += upstream[type] + downstream[type];
+        return counts;
+    }
+    static std::size_t sum(const type_counts& counts) {
+        return std::accumulate(counts.begin(), counts.end(), std::size_t{0});
+    }
 };
 
-site_counts count_sites(const data& run) {
+site_counts count_sites(const run_plan& plan, const site_table& sites) {
     site_counts counts;
-    for (const auto& [position, site] : run.sites.store) {
-        if (site.type == run.plan.n_panels - 1) {
+    for (const auto& [position, site] : sites.store) {
+        if (site.type == plan.n_panels - 1) {
             ++counts.n_study;
             if (!site.ref_alleles_missing) counts.any_observed = true;
         }
-        type_counts& region = position < run.plan.int_lower_bp   ? counts.upstream
-                              : position > run.plan.int_upper_bp ? counts.downstream
+        type_counts& region = position < plan.int_lower_bp   ? counts.upstream
+                              : position > plan.int_upper_bp ? counts.downstream
                                                                  : counts.analysis;
-        ++region[static_cast<std::size_t>(site.type)];
+        ++region[site.type];
     }
     for (std::size_t type = 0; type < n_types; ++type) {
-        if (run.plan.output_types[type]) counts.output[type] = counts.analysis[type];
+        if (plan.output_types[type]) counts.output[type] = counts.analysis[type];
     }
     return counts;
 }
@@ -62,7 +66,7 @@ std::vector<std::string> report_lines(const site_counts& counts, bool with_outpu
     add_block(lines, "-Analysis region (as defined by -int argument)", counts.analysis, true);
     add_block(lines, "-Output file", counts.output, with_output_total);
     lines.insert(lines.end(),
-                 {"", concat("-In total, ", counts.total(), " SNPs will be used in the analysis, including ",
+                 {"", concat("-In total, ", site_counts::sum(counts.in_region()), " SNPs will be used in the analysis, including ",
                              counts.n_study, " Panel 2 SNPs")});
     return lines;
 }
@@ -96,19 +100,20 @@ bool one_reference_panel(const parameters& params) {
     return genotype_panel ? params.h_files.empty() : params.h_files.size() == 1;
 }
 
-void stop_if_useless(data& run, const site_counts& counts) {
-    if (counts.n_study < 1 && !run.params.merge_ref_panels) run.log.fatal(no_study_sites);
-    if (site_counts::sum(counts.output) < 1) run.log.fatal(no_output_sites, 0);
-    if (one_reference_panel(run.params) && run.params.fill_holes && !counts.any_observed) {
-        run.log.fatal(no_common_sites("vs."), no_common_sites("vs"), 1);
+void stop_if_useless(run_log& log, const parameters& params, const site_counts& counts) {
+    if (counts.n_study < 1 && !params.merge_ref_panels) log.fatal(no_study_sites);
+    if (site_counts::sum(counts.output) < 1) log.fatal(no_output_sites, 0);
+    if (one_reference_panel(params) && params.fill_holes && !counts.any_observed) {
+        log.fatal(no_common_sites("vs."), no_common_sites("vs"), 1);
     }
 }
 
 }  // namespace
 
-void report_data_summary(data& run) {
-    const site_counts counts = count_sites(run);
-    for (const std::string& line : report_lines(counts, false)) run.log.terminal_line(line);
-    for (const std::string& line : report_lines(counts, true)) run.log.summary_line(line);
-    stop_if_useless(run, counts);
+type_counts report_data_summary(run_log& log, const parameters& params, const run_plan& plan, const site_table& sites) {
+    const site_counts counts = count_sites(plan, sites);
+    for (const std::string& line : report_lines(counts, false)) log.terminal_line(line);
+    for (const std::string& line : report_lines(counts, true)) log.summary_line(line);
+    stop_if_useless(log, params, counts);
+    return counts.in_region();
 }

@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "io/text.h"
-#include "model/data.h"
 #include "random/random.h"
 #include "reconcile/stages.h"
 
@@ -14,11 +13,11 @@ namespace {
 
 // The frequency to draw missing alleles from. One that a rounding error left below zero is stored as zero, and still
 // draws as it is, so that it gives no allele 1.
-double drawing_frequency(data& run, long position, snp& site, int panel) {
-    double& stored = site.labels[static_cast<std::size_t>(panel)].freq;
+double drawing_frequency(run_log& log, long position, snp& site, std::size_t panel) {
+    double& stored = site.labels[panel].freq;
     const double frequency = stored;
     if (frequency < frequency_tolerance) {
-        run.log.fatal(concat("ERROR: The allele frequency of the SNP at position ", position, " is undefined in Panel ",
+        log.fatal(concat("ERROR: The allele frequency of the SNP at position ", position, " is undefined in Panel ",
                              panel,
                              "; this implies that something is wrong with your input files."
                              " Please contact the authors for further assistance."));
@@ -69,13 +68,13 @@ allele_pair from_probabilities(const float* probs, const std::array<double, 3>& 
 
 // What differs between the two panels of genotypes.
 struct guessed_panel {
-    int panel;
-    int lowest_type;  // of the sites that hold the panel's data
+    std::size_t panel;
+    std::size_t lowest_type;  // of the sites that hold the panel's data
     bool probabilistic;
 };
 
-bool holds_data(const data& run, const guessed_panel& guess, const snp& site) {
-    if (site.type < guess.lowest_type || site.type > run.plan.n_panels - 1) return false;
+bool holds_data(const run_plan& plan, const guessed_panel& guess, const snp& site) {
+    if (site.type < guess.lowest_type || site.type >= plan.n_panels) return false;
     return guess.panel != 1 || !site.panel1_placeholder;
 }
 
@@ -88,17 +87,16 @@ bool keeps_alleles(const guessed_panel& guess, const snp& site, std::size_t ind,
     return row[hap] != missing_allele && (!diploid || row[hap + 1] != missing_allele);
 }
 
-void guess_site(data& run, const guessed_panel& guess, long position, snp& site) {
-    const auto p = static_cast<std::size_t>(guess.panel);
-    const double frequency = drawing_frequency(run, position, site, guess.panel);
+void guess_site(run_log& log, const panel_data& panel, const guessed_panel& guess, long position, snp& site) {
+    const std::size_t p = guess.panel;
+    const double frequency = drawing_frequency(log, position, site, p);
     const double rest = 1.0 - frequency;
     const std::array<double, 3> prior{rest * rest, rest * (frequency + frequency), frequency * frequency};
     const allele_row& old_row = site.haps[p];
-    allele_row new_row(static_cast<std::size_t>(run.panels[p].n_hap), 0);
-    for (int ind = 0; ind < run.panels[p].n_ind; ++ind) {
-        const auto i = static_cast<std::size_t>(ind);
-        const auto hap = static_cast<std::size_t>(run.panels[guess.panel].first_hap(ind));
-        const bool diploid = !run.panels[guess.panel].is_haploid(ind);
+    allele_row new_row(panel.n_hap, 0);
+    for (std::size_t i = 0; i < panel.n_ind; ++i) {
+        const std::size_t hap = panel.first_hap(i);
+        const bool diploid = !panel.is_haploid(i);
         allele_pair alleles{};
         if (keeps_alleles(guess, site, i, hap, diploid)) {
             alleles = {old_row[hap], diploid ? old_row[hap + 1] : 0};
@@ -113,28 +111,28 @@ void guess_site(data& run, const guessed_panel& guess, long position, snp& site)
     site.haps[p] = std::move(new_row);
 }
 
-void guess_panel(data& run, const guessed_panel& guess) {
-    run.log.stage(concat("-making initial haplotype guesses for Panel ", guess.panel,
+void guess_panel(run_log& log, const parameters& params, const run_plan& plan, const panel_array& panels,
+                 site_table& sites, const guessed_panel& guess) {
+    log.stage(concat("-making initial haplotype guesses for Panel ", guess.panel,
                          " by phasing hets at random and imputing missing genotypes from allele freqs"));
-    const parameters& params = run.params;
     if (guess.panel == 2) {
         if (is_given(params.hap_init_g_file)) {
-            run.log.line(" --initial haplotype alleles from the -hap_init_g file will not be changed here");
+            log.line(" --initial haplotype alleles from the -hap_init_g file will not be changed here");
         }
         if (is_given(params.known_haps_g_file)) {
-            run.log.line(" --known haplotype alleles from the -known_haps_g file will not be changed");
+            log.line(" --known haplotype alleles from the -known_haps_g file will not be changed");
         }
         if (params.haploid_g || params.chrX) {
-            run.log.line(" --known haplotype alleles from the -g file will not be changed");
+            log.line(" --known haplotype alleles from the -g file will not be changed");
         }
     } else {
         if (is_given(params.known_haps_g_ref_file)) {
-            run.log.line(" --known haplotype alleles from the -known_haps_g_ref file will not be changed");
+            log.line(" --known haplotype alleles from the -known_haps_g_ref file will not be changed");
         }
-        if (params.chrX) run.log.line(" --known haplotype alleles from the -g_ref file will not be changed");
+        if (params.chrX) log.line(" --known haplotype alleles from the -g_ref file will not be changed");
     }
-    for (auto& [position, site] : run.sites.store) {
-        if (holds_data(run, guess, site)) guess_site(run, guess, position, site);
+    for (auto& [position, site] : sites.store) {
+        if (holds_data(plan, guess, site)) guess_site(log, panels[guess.panel], guess, position, site);
     }
 }
 
@@ -152,30 +150,30 @@ void fill_panel0_site(snp& site, double frequency) {
     row.assign(row.size(), std::move(ones), {});
 }
 
-void fill_panel0(data& run) {
-    run.log.stage("-some Panel 0 alleles are missing; now imputing from allele freqs");
-    for (auto& [position, site] : run.sites.store) {
-        if (site.type == run.plan.n_panels) continue;
-        fill_panel0_site(site, drawing_frequency(run, position, site, 0));
+void fill_panel0(run_log& log, const run_plan& plan, site_table& sites) {
+    log.stage("-some Panel 0 alleles are missing; now imputing from allele freqs");
+    for (auto& [position, site] : sites.store) {
+        if (site.type == plan.n_panels) continue;
+        fill_panel0_site(site, drawing_frequency(log, position, site, 0));
     }
 }
 
 // Whether a panel of genotypes needs its first haplotypes drawn; haploid: the settings tell of haploid members. A panel
 // that another run sampled has its haplotypes already.
-bool needs_guesses(const data& run, std::size_t panel, const std::string& file, const std::string& sampled_file,
+bool needs_guesses(const panel_data& panel, const std::string& file, const std::string& sampled_file,
                    bool haploid) {
-    return run.panels[panel].needs_update || (is_given(file) && (haploid || !is_given(sampled_file)));
+    return panel.needs_update || (is_given(file) && (haploid || !is_given(sampled_file)));
 }
 
 }  // namespace
 
-void make_initial_haplotypes(data& run) {
-    const parameters& params = run.params;
-    if (needs_guesses(run, 2, params.g_file, params.hap_samp_in_g, params.haploid_g || params.chrX)) {
-        guess_panel(run, {2, run.plan.n_panels - 1, params.prob_g});
+void make_initial_haplotypes(run_log& log, const parameters& params, const run_plan& plan, const panel_array& panels,
+                             site_table& sites) {
+    if (needs_guesses(panels[2], params.g_file, params.hap_samp_in_g, params.haploid_g || params.chrX)) {
+        guess_panel(log, params, plan, panels, sites, {2, plan.n_panels - 1, params.prob_g});
     }
-    if (needs_guesses(run, 1, params.g_ref_file, params.hap_samp_in_g_ref, params.chrX)) {
-        guess_panel(run, {1, 1, params.prob_g_ref});
+    if (needs_guesses(panels[1], params.g_ref_file, params.hap_samp_in_g_ref, params.chrX)) {
+        guess_panel(log, params, plan, panels, sites, {1, 1, params.prob_g_ref});
     }
-    if (run.panels[0].needs_update) fill_panel0(run);
+    if (panels[0].needs_update) fill_panel0(log, plan, sites);
 }

@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "io/text.h"
-#include "model/data.h"
 #include "reconcile/stages.h"
 
 namespace {
@@ -45,52 +44,52 @@ const std::string& major_allele(const panel_labels& panel) {
 
 // One strand stage: which panel is tested, and how its lines name the reference.
 struct strand_stage {
-    int panel;
-    int lowest_type, highest_type;  // the sites that count
+    std::size_t panel;
+    std::size_t lowest_type, highest_type;  // the sites that count
     bool by_frequency;
     std::string reference;         // in the stage lines, behind "Panel "
     std::string warned_reference;  // in the warnings
 };
 
-void warn_of_strand_conflict(data& run, const strand_stage& stage, long position) {
-    run.log.warn(concat("WARNING: An explicit +/- strand alignment was provided for the SNP at position ", position,
+void warn_of_strand_conflict(run_log& log, const strand_stage& stage, long position) {
+    log.warn(concat("WARNING: An explicit +/- strand alignment was provided for the SNP at position ", position,
                         " in Panel ", stage.panel, ", but this alignment conflicts with the observed alleles in Panel ",
                         stage.panel, " and ", stage.warned_reference,
                         ". ORVIDE2 will perform the alignment itself and ignore the input strand info at this site."));
 }
 
-strand_check align_site(data& run, const strand_stage& stage, long position, snp& site) {
-    const int reference = reference_panel(site);
-    if (reference < 0 || reference == stage.panel || !site.has_labels(stage.panel)) return strand_check::no_flip;
-    panel_labels& tested = site.labels[static_cast<std::size_t>(stage.panel)];
+strand_check align_site(run_log& log, const strand_stage& stage, long position, snp& site) {
+    const std::optional<std::size_t> reference = reference_panel(site);
+    if (!reference || reference == stage.panel || !site.has_labels(stage.panel)) return strand_check::no_flip;
+    panel_labels& tested = site.labels[stage.panel];
     const strand_check result =
-        check_strand(tested, site.labels[static_cast<std::size_t>(reference)], stage.by_frequency);
+        check_strand(tested, site.labels[*reference], stage.by_frequency);
     if (result == strand_check::no_flip) return result;
-    if (result == strand_check::mismatch && tested.strand != "*") warn_of_strand_conflict(run, stage, position);
+    if (result == strand_check::mismatch && tested.strand != "*") warn_of_strand_conflict(log, stage, position);
     tested.a0 = flip(tested.a0);
     tested.a1 = flip(tested.a1);
     return result;
 }
 
-void check_panel(data& run, const strand_stage& stage) {
+void check_panel(run_log& log, site_table& sites, const strand_stage& stage) {
     const std::string stage_line =
         concat("-checking strand alignment between Panel ", stage.panel, " and Panel ", stage.reference);
-    run.log.stage(stage_line + " by allele labels");
+    log.stage(stage_line + " by allele labels");
     int n_sites = 0;
     int n_mismatch = 0;
     int n_frequency = 0;
-    for (auto& [position, site] : run.sites.store) {
+    for (auto& [position, site] : sites.store) {
         if (site.type < stage.lowest_type || site.type > stage.highest_type) continue;
         ++n_sites;
-        const strand_check result = align_site(run, stage, position, site);
+        const strand_check result = align_site(log, stage, position, site);
         if (result == strand_check::mismatch) ++n_mismatch;
         if (result == strand_check::frequency) ++n_frequency;
     }
     const std::string out_of = concat(" out of ", n_sites, " SNPs in Panel ", stage.panel);
-    run.log.line(concat(" --flipped strand due to allele mismatch at ", n_mismatch, out_of));
+    log.line(concat(" --flipped strand due to allele mismatch at ", n_mismatch, out_of));
     if (!stage.by_frequency) return;
-    run.log.stage(stage_line + " by MAF at A/T and C/G SNPs lacking explicit strand info");
-    run.log.line(concat(" --flipped strand due to allele frequency discordance at ", n_frequency, out_of));
+    log.stage(stage_line + " by MAF at A/T and C/G SNPs lacking explicit strand info");
+    log.line(concat(" --flipped strand due to allele frequency discordance at ", n_frequency, out_of));
 }
 
 }  // namespace
@@ -113,11 +112,11 @@ strand_check check_strand(const panel_labels& tested, const panel_labels& refere
     return flips ? strand_check::mismatch : strand_check::no_flip;
 }
 
-void check_strand_of_panel1(data& run) {
-    check_panel(run, {1, 1, 2, run.params.align_by_maf_g_ref, "0", "Panel 0"});
+void check_strand_of_panel1(run_log& log, const parameters& params, site_table& sites) {
+    check_panel(log, sites, {1, 1, 2, params.align_by_maf_g_ref, "0", "Panel 0"});
 }
 
-void check_strand_of_panel2(data& run) {
-    const std::string reference = run.params.panel0_given() ? (run.params.panel1_given() ? "0+1" : "0") : "1";
-    check_panel(run, {2, 2, 3, run.params.align_by_maf_g, reference, reference});
+void check_strand_of_panel2(run_log& log, const parameters& params, site_table& sites) {
+    const std::string reference = params.panel0_given() ? (params.panel1_given() ? "0+1" : "0") : "1";
+    check_panel(log, sites, {2, 2, 3, params.align_by_maf_g, reference, reference});
 }

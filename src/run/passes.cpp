@@ -99,7 +99,7 @@ void choose_filling_states(data& run, const iteration& now, int hap, int panel, 
 void fill_haplotype(data& run, const iteration& now, int hap, int panel, int states_from) {
     choose_filling_states(run, now, hap, panel, states_from);
     say_sweep(run, " [fill holes]");
-    fill_holes_of_haplotype(run, hap, panel, run.plan.hole_fill_from);
+    fill_holes_of_haplotype(run, hap, panel, static_cast<int>(*run.plan.hole_fill_from));
 }
 
 }  // namespace
@@ -129,7 +129,7 @@ void update_panel0_haplotypes(data& run, const iteration& now, progress_line& pr
 void fill_panel0_holes(data& run, const iteration& now, progress_line& progress) {
     for (int h = 0; h < run.panels[0].n_hap; ++h) {
         report_member(run, progress, "haplotype", "Panel 0 haplotype", h, run.panels[0].n_hap);
-        fill_haplotype(run, now, h, 0, run.plan.hole_fill_from);
+        fill_haplotype(run, now, h, 0, static_cast<int>(*run.plan.hole_fill_from));
     }
     end_members(run);
 }

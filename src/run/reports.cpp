@@ -166,10 +166,10 @@ void print_params(data& run) {
         run.log.line(text);
     }
     if (run.params.fill_holes) {
-        const auto to = static_cast<std::size_t>(run.plan.hole_fill_to);
-        const auto from = static_cast<std::size_t>(run.plan.hole_fill_from);
+        const std::size_t to = *run.plan.hole_fill_to;
+        const std::size_t from = *run.plan.hole_fill_from;
         run.log.line(concat(" HMM states for hole-filling: ", run.models.k_states[0][to][from], " [Panel ",
-                            run.plan.hole_fill_from, "->", run.plan.hole_fill_to, "]"));
+                            from, "->", to, "]"));
     }
     if (!run.params.active_flags.empty()) {
         std::string text = "                active flags:";

@@ -10,9 +10,9 @@ constexpr std::size_t most_words = 4;
 constexpr std::size_t most_classes = 0xffff;
 
 // Alleles of a haplotype at n visited sites.
-std::uint64_t visited_word(const std::uint64_t* row, const int* sites, std::size_t n) {
-    const auto first = static_cast<std::size_t>(sites[0]);
-    if (static_cast<std::size_t>(sites[n - 1]) - first == n - 1) {  // sites of the store without a gap
+std::uint64_t visited_word(const std::uint64_t* row, const std::size_t* sites, std::size_t n) {
+    const std::size_t first = sites[0];
+    if (sites[n - 1] - first == n - 1) {  // sites of the store without a gap
         const std::size_t word = first / bits::word_bits, shift = first % bits::word_bits;
         std::uint64_t alleles = row[word] >> shift;
         if (shift != 0 && shift + n > bits::word_bits) alleles |= row[word + 1] << (bits::word_bits - shift);
@@ -20,7 +20,7 @@ std::uint64_t visited_word(const std::uint64_t* row, const int* sites, std::size
     }
     std::uint64_t alleles = 0;
     for (std::size_t j = 0; j < n; ++j) {
-        alleles |= static_cast<std::uint64_t>(bits::get(row, static_cast<std::size_t>(sites[j])) ? 1 : 0) << j;
+        alleles |= static_cast<std::uint64_t>(bits::get(row, sites[j]) ? 1 : 0) << j;
     }
     return alleles;
 }
@@ -35,7 +35,7 @@ std::uint64_t hash_of(const row_words& row) {
 
 }  // namespace
 
-bool haplotype_classes::serve(const packed_haplotypes& panel, const std::vector<int>& sites,
+bool haplotype_classes::serve(const packed_haplotypes& panel, const std::vector<std::size_t>& sites,
                               std::size_t least_mean_length) {
     const std::uint64_t now = panel.n_changes() + 1;
     const bool steady = last_n_changes_ == 0 || last_n_changes_ == now;
@@ -56,7 +56,7 @@ bool haplotype_classes::serve(const packed_haplotypes& panel, const std::vector<
     return worthwhile_;
 }
 
-bool haplotype_classes::build(const packed_haplotypes& panel, const std::vector<int>& sites,
+bool haplotype_classes::build(const packed_haplotypes& panel, const std::vector<std::size_t>& sites,
                               std::size_t least_mean_length) {
     constexpr std::size_t longest = most_words * bits::word_bits;
     const std::size_t few = std::min(n_hap_ / 8, most_classes);
@@ -72,7 +72,7 @@ bool haplotype_classes::build(const packed_haplotypes& panel, const std::vector<
 }
 
 // Finds the classes of a block of so many words. Returns false, and adds nothing, if there are more than limit.
-bool haplotype_classes::add_block(const packed_haplotypes& panel, const std::vector<int>& sites, std::size_t first,
+bool haplotype_classes::add_block(const packed_haplotypes& panel, const std::vector<std::size_t>& sites, std::size_t first,
                                   std::size_t words, std::size_t limit) {
     const std::size_t end = std::min(sites.size(), first + words * bits::word_bits);
     const std::size_t n_blocks = blocks_.size(), begin = alleles_.size();

@@ -22,7 +22,7 @@ class haplotype_classes {
     // its numbers of haplotypes and of changes. Returns whether they do: not while the haplotypes change from call to
     // call, and not where they are so different that blocks were shorter than so many sites on average, for which
     // vectors at the blocks' borders are not worth it.
-    bool serve(const packed_haplotypes& panel, const std::vector<int>& sites, std::size_t least_mean_length = 128);
+    bool serve(const packed_haplotypes& panel, const std::vector<std::size_t>& sites, std::size_t least_mean_length = 128);
 
     const std::vector<block>& blocks() const { return blocks_; }
     // The class of each haplotype in block b.
@@ -34,8 +34,8 @@ class haplotype_classes {
 
   private:
     // Returns whether blocks are as long as that.
-    bool build(const packed_haplotypes& panel, const std::vector<int>& sites, std::size_t least_mean_length);
-    bool add_block(const packed_haplotypes& panel, const std::vector<int>& sites, std::size_t first, std::size_t words,
+    bool build(const packed_haplotypes& panel, const std::vector<std::size_t>& sites, std::size_t least_mean_length);
+    bool add_block(const packed_haplotypes& panel, const std::vector<std::size_t>& sites, std::size_t first, std::size_t words,
                    std::size_t limit);
 
     std::size_t n_hap_ = 0;
@@ -43,7 +43,7 @@ class haplotype_classes {
     std::vector<std::uint16_t> class_of_;  // [block][n_hap]
     std::vector<std::uint64_t> alleles_;   // rows of the classes of all blocks
     std::vector<std::uint32_t> table_;     // of hashed rows: class + 1
-    std::vector<int> sites_;
+    std::vector<std::size_t> sites_;
     std::uint64_t n_changes_ = 0;       // of the panel when the classes were found, plus 1
     std::uint64_t last_n_changes_ = 0;  // at the last call, plus 1
     bool worthwhile_ = false;

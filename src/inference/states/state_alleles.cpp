@@ -13,11 +13,11 @@ struct site_run {
     std::size_t n;
 };
 
-std::vector<site_run> runs_of(const std::vector<int>& sites) {
+std::vector<site_run> runs_of(const std::vector<std::size_t>& sites) {
     std::vector<site_run> runs;
     for (std::size_t v = 0; v < sites.size();) {
-        const std::size_t word = static_cast<std::size_t>(sites[v]) / bits::word_bits;
-        const auto past = static_cast<int>((word + 1) * bits::word_bits);
+        const std::size_t word = sites[v] / bits::word_bits;
+        const std::size_t past = (word + 1) * bits::word_bits;
         std::size_t end = v + bits::word_bits;
         if (end > sites.size() || sites[end - 1] >= past) {  // not the whole word
             end = v + 1;
@@ -79,7 +79,7 @@ class row_words {
 };
 
 // Writes the alleles at the sites of a run, one row a visited site, from blocks with one word a site of the store.
-void write_run(const std::vector<std::uint64_t>& blocks, const site_run& run, const int* sites, std::size_t words,
+void write_run(const std::vector<std::uint64_t>& blocks, const site_run& run, const std::size_t* sites, std::size_t words,
                std::uint64_t* out) {
     std::size_t w = 0;
     for (; run.n == bits::word_bits && w + line_words <= words; w += line_words) {
@@ -92,7 +92,7 @@ void write_run(const std::vector<std::uint64_t>& blocks, const site_run& run, co
     for (; w < words; ++w) {
         const std::uint64_t* block = &blocks[w * bits::word_bits];
         for (std::size_t v = run.first; v < run.first + run.n; ++v) {
-            out[v * words + w] = block[static_cast<std::size_t>(sites[v]) % bits::word_bits];
+            out[v * words + w] = block[sites[v] % bits::word_bits];
         }
     }
 }
@@ -100,7 +100,7 @@ void write_run(const std::vector<std::uint64_t>& blocks, const site_run& run, co
 }  // namespace
 
 void gather_state_alleles(const haplotypes_by_panel& haps, const conditioning_states& states,
-                          const std::vector<int>& sites, std::size_t n_states, std::vector<std::uint64_t>& alleles) {
+                          const std::vector<std::size_t>& sites, std::size_t n_states, std::vector<std::uint64_t>& alleles) {
     const std::size_t words = bits::words_for(n_states);
     alleles.resize(sites.size() * words);
     if (words == 0 || sites.empty()) return;

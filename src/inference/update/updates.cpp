@@ -94,7 +94,7 @@ class haploid_run {
         : run_(run), u_(update), model_(model), w_(*run.work), wanted_(run, update) {
         const auto [first, last] = run.sites.range(run.haps_interval());
         const auto place = [&](std::size_t s) {
-            return at(static_cast<int>(std::lower_bound(model.site.begin(), model.site.end(), static_cast<int>(s)) -
+            return at(static_cast<int>(std::lower_bound(model.site.begin(), model.site.end(), s) -
                                        model.site.begin()));
         };
         first_output_ = place(first);
@@ -184,7 +184,7 @@ class haploid_run {
         // The study haplotypes at all sites of the reference: the most frequent update.
         const std::uint64_t* alleles = run_.panels[2].haps.row(at(u_.hap));
         const site_traits* traits = run_.sites.traits.data();
-        for (const int site : model_.site) {
+        for (const std::size_t site : model_.site) {
             const auto s = at(site);
             *observed++ = traits[s].type >= 2 ? static_cast<std::uint8_t>(bits::get(alleles, s)) : unobserved;
         }
@@ -201,7 +201,7 @@ class haploid_run {
         }
         if (!u_.backward) return;
         const allele_posteriors wanted = wanted_;
-        const int* sites = model_.site.data();
+        const std::size_t* sites = model_.site.data();
         const site_traits* all_traits = run_.sites.traits.data();
         haploid_request* requests = w_.haploid_requests.data();
         for (std::size_t v = first_output_; v < last_output_; ++v) {
@@ -247,7 +247,7 @@ class haploid_run {
         if (!u_.allele_probs && !u_.selfcheck) return;
         const emission_table M = run_.models.mutation[0][at(u_.panel)][at(u_.cond_panel)];
         const allele_posteriors wanted = wanted_;
-        const int* sites = model_.site.data();
+        const std::size_t* sites = model_.site.data();
         const site_traits* all_traits = run_.sites.traits.data();
         const allele_weights* weights = w_.haploid_out.weights.data();
         double* chance = w_.allele_prob[at(u_.strand)].data();

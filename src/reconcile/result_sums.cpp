@@ -1,0 +1,112 @@
+#include "reconcile/result_sums.h"
+
+#include <algorithm>
+
+namespace {
+
+// What all sums are sized by.
+struct sized_run {
+    const parameters& params;
+    const run_plan& plan;
+    const panel_array& panels;
+    const site_table& sites;
+    std::pair<long, long> interval;  // of accumulation
+
+    std::size_t n_known() const {
+        const std::vector<bool>& ordered = panels[2].ordered;
+        return static_cast<std::size_t>(std::count(ordered.begin(), ordered.end(), true));
+    }
+    bool is_imputed(const snp& s) const { return s.top_panel < 2 && plan.output_types[s.type]; }
+    bool is_study_site(const snp& s) const { return s.type == plan.n_panels - 1; }
+};
+
+// Gives a column to every site of the accumulation interval that a rule wants.
+struct columns {
+    std::vector<int> column;
+    std::size_t n = 0;
+    template <typename Wanted>
+    columns(const sized_run& run, Wanted wanted) : column(run.sites.size(), -1) {
+        const auto [first, last] = run.sites.range(run.interval);
+        for (std::size_t s = first; s < last; ++s) {
+            const snp& site = *run.sites.in_order[s];
+            if (site.type != run.plan.n_panels && wanted(site)) column[s] = static_cast<int>(n++);
+        }
+    }
+};
+
+void allocate_sums(const sized_run& run, accumulators& acc) {
+    const parameters& p = run.params;
+    const std::size_t n_ind = run.panels[2].n_ind, n_known = run.n_known();
+    const bool posterior_genotypes = p.pgs || p.pgs_miss || p.pgs_prob;
+    if (!p.mc_impute || posterior_genotypes) {
+        const columns cols(run, [&](const snp& s) {
+            return (run.is_imputed(s) && !p.mc_impute) || (run.is_study_site(s) && posterior_genotypes);
+        });
+        for (sum_table& table : acc.gtype_acc) table.allocate(n_ind, cols.column, cols.n);
+    }
+    if (n_known > 0 && (p.print_allele_probs || p.phase)) {
+        const columns cols(run, [&](const snp& s) { return run.is_study_site(s) || (run.is_imputed(s) && p.phase); });
+        for (sum_table& table : acc.gtype_acc2) table.allocate(n_known, cols.column, cols.n);
+    }
+    if (!run.plan.selfcheck_iters.empty()) {
+        const columns cols(run, [&](const snp& s) { return s.type == 2; });
+        for (std::size_t cond = 0; cond < 2; ++cond) {
+            if (!run.plan.output_types[cond] && p.weight_panel != static_cast<int>(cond)) continue;
+            for (sum_table& table : acc.gtype_acc3[cond]) table.allocate(n_ind, cols.column, cols.n);
+        }
+    }
+}
+
+std::size_t count_missing(const sized_run& run, const snp& site) {
+    if (run.plan.sporadic_haploid_imputation) {
+        const packed_haplotypes& missing = run.panels[0].missing;
+        std::size_t n = 0;
+        for (std::size_t h = 0; h < missing.n_hap(); ++h) n += missing.allele(h, site.index) == 1 ? 1 : 0;
+        return n;
+    }
+    const auto& gtypes = site.gtypes[2];
+    const auto n = std::min<std::ptrdiff_t>(run.params.nind, std::ssize(gtypes));
+    return static_cast<std::size_t>(std::count(gtypes.begin(), gtypes.begin() + n, missing_genotype));
+}
+
+void allocate_tallies(const sized_run& run, accumulators& acc) {
+    const run_plan& plan = run.plan;
+    if (!run.params.mc_impute && !plan.sporadic_haploid_imputation) return;
+    acc.last_sampled_gtype.assign(run.sites.size(), 0);
+    acc.tallies.resize(run.sites.size());
+    if (!run.params.mc_impute) return;
+    for (const snp* site : run.sites.in_order) {
+        if (site->type == plan.n_panels) continue;
+        const bool by_missing =
+            plan.sporadic_haploid_imputation || (plan.count_missing_only && run.is_study_site(*site));
+        const std::size_t n = by_missing ? count_missing(run, *site) : run.panels[2].n_ind;
+        for (auto& counts : acc.tallies[site->index].miss_counts) counts.assign(n, 0);
+    }
+}
+
+void allocate_samples(const sized_run& run, accumulators& acc) {
+    const parameters& p = run.params;
+    const std::size_t n_ind = run.panels[2].n_ind;
+    if (p.phase && !run.plan.tmp_haps) {
+        const columns cols(run, [&](const snp& s) { return s.top_panel >= 2 || p.mc_impute; });
+        acc.mcmc_bits.allocate(p.mc_impute ? n_ind : n_ind - run.n_known(), cols.column, cols.n,
+                               run.plan.stored_iters.size());
+    }
+    if (p.weight_imputed_gt != -1) {
+        for (std::size_t cond = 0; cond < 2; ++cond) {
+            acc.weight_base[cond].assign(n_ind, 0.0);
+            acc.weight_sum[cond].assign(n_ind, 0.0);
+        }
+        acc.dip_like.assign(n_ind, 0.0);
+    }
+}
+
+}  // namespace
+
+void allocate_results(const parameters& params, const run_plan& plan, const panel_array& panels,
+                      const site_table& sites, std::pair<long, long> interval, accumulators& acc) {
+    const sized_run run{params, plan, panels, sites, interval};
+    if (!params.suppress_imputation_output) allocate_sums(run, acc);
+    allocate_tallies(run, acc);
+    allocate_samples(run, acc);
+}

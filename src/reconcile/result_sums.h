@@ -1,0 +1,13 @@
+#pragma once
+
+// Room for the sums over the stored iterations.
+
+#include "model/accumulators.h"
+#include "model/panel.h"
+#include "model/parameters.h"
+#include "model/run_plan.h"
+#include "model/site_table.h"
+
+// Allocates the sums that the run's results need, at the sites that they need.
+void allocate_results(const parameters& params, const run_plan& plan, const panel_array& panels,
+                      const site_table& sites, std::pair<long, long> interval, accumulators& acc);

@@ -94,8 +94,7 @@ class haploid_run {
         : run_(run), u_(update), model_(model), w_(*run.work), wanted_(run, update) {
         const auto [first, last] = run.sites.range(run.haps_interval());
         const auto place = [&](std::size_t s) {
-            return at(static_cast<int>(std::lower_bound(model.site.begin(), model.site.end(), s) -
-                                       model.site.begin()));
+            return at(static_cast<int>(std::lower_bound(model.site.begin(), model.site.end(), s) - model.site.begin()));
         };
         first_output_ = place(first);
         last_output_ = std::max(first_output_, place(last));

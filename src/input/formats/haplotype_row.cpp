@@ -1,11 +1,10 @@
-#include "input/haplotype_row.h"
+#include "input/formats/haplotype_row.h"
 
 #include <algorithm>
 #include <bit>
 #include <cstring>
 
 #include "io/text.h"
-#include "output/output_common.h"
 
 namespace {
 
@@ -127,12 +126,9 @@ haplotype_row_reader::outcome haplotype_row_reader::read_fields(std::string_view
     for (std::size_t column = 0; column < n_columns_; ++column) {
         if (!fields.next(field)) return outcome::too_few;
         if (!dropped_.empty() && dropped_[column]) continue;
-        if (field.size() == 1 && put(column, field[0])) continue;
-        long value = 0;
-        if (field.size() > 1 && parse_long(field, value) && (value == 0 || value == 1)) {
-            put(column, value == 1 ? '1' : '0');
-            continue;
-        }
+        // The carriage return of a line end is no part of the allele.
+        const bool returned = column + 1 == n_columns_ && field.size() == 2 && field[1] == '\r';
+        if ((field.size() == 1 || returned) && put(column, field[0])) continue;
         bad_field_ = field;
         bad_column_ = column + 1;
         return outcome::bad_allele;
@@ -154,10 +150,4 @@ void pack_characters(std::string_view characters, std::uint64_t* words) {
         words[i / 64] |= ((differs * 0x0102040810204080ULL) >> 56) << (i % 64);
     }
     for (; i < characters.size(); ++i) bits::set(words, i, characters[i] != '0');
-}
-
-std::size_t count_ones(const std::vector<std::uint64_t>& words) {
-    std::size_t n = 0;
-    for (const std::uint64_t word : words) n += static_cast<std::size_t>(std::popcount(word));
-    return n;
 }

@@ -9,8 +9,8 @@
 
 #include "model/allele_row.h"
 
-// Lines of a haplotype file: one field a column, "0" or "1". The usual shape, one digit and one blank a column, is
-// packed a word at a time.
+// Lines of a haplotype file: one field a column, exactly "0" or "1". The usual shape, one digit and one blank a column,
+// is packed a word at a time.
 class haplotype_row_reader {
   public:
     // Columns with their flag set are dropped; empty flags keep all. "?" is a missing allele if question_is_missing,
@@ -50,6 +50,3 @@ class haplotype_row_reader {
 // Packs characters that stand without separators; a character is 0 if it is '0' and 1 otherwise. words is large enough
 // and is overwritten; the bits past the last character are clear.
 void pack_characters(std::string_view characters, std::uint64_t* words);
-
-// The number of ones in bit rows.
-std::size_t count_ones(const std::vector<std::uint64_t>& words);

@@ -5,7 +5,6 @@
 #include <cstring>
 
 #include "io/text.h"
-#include "output/output_common.h"
 
 namespace {
 

@@ -68,17 +68,22 @@ class sex_table {
     int n_haplotypes_ = 0;
 };
 
-// The copy of the study's sample file without the people that are excluded; nothing when no copy is wanted.
+// The copy of the study's sample file: its head and the people that results hold. Nothing when no copy is wanted.
 class filtered_copy {
   public:
-    void open(run_log& log, const std::string& name) {
+    // The first most_people of them (-nind); everybody when it is 0 or less.
+    void open(run_log& log, const std::string& name, int most_people) {
         name_ = name;
         file_ = std::make_unique<result_file>(log, name, false);
+        most_people_ = most_people;
     }
-    void add(std::string_view line) {
+    void add_line(std::string_view line) {
         if (!file_) return;
         file_->text(line);
         file_->end_line();
+    }
+    void add_person(std::string_view line) {
+        if (most_people_ <= 0 || n_people_++ < most_people_) add_line(line);
     }
     void close(run_log& log) {
         if (!file_) return;
@@ -89,6 +94,8 @@ class filtered_copy {
   private:
     std::string name_;
     std::unique_ptr<result_file> file_;
+    int most_people_ = 0;
+    int n_people_ = 0;
 };
 
 // Reads the two lines of names and types; the column of the sexes, if they are needed, else 0.
@@ -96,7 +103,7 @@ std::size_t read_headers(run_log& log, text_input& file, filtered_copy& copy, bo
     const auto next_fields = [&]() -> std::vector<std::string> {
         std::string_view line;
         if (!file.next_filled_line(line)) return {};
-        copy.add(line);
+        copy.add_line(line);
         return split_fields(line);
     };
     const std::vector<std::string> names = next_fields();
@@ -140,7 +147,7 @@ void read_sample_file(data& run, const std::string& file, const std::set<std::st
     exclude_flags.clear();
     const std::string option = sample_option(run.log, panel, is_known_haps);
     filtered_copy copy;
-    if (panel == 2 && is_main_diploid) copy.open(run.log, run.params.o_file + "_samples");
+    if (panel == 2 && is_main_diploid) copy.open(run.log, run.params.o_file + "_samples", run.params.nind);
     announce(run.log, concat("-reading sample list for Panel ", panel, " from ", option, " file"), file);
     text_input input(run.log, file, concat("ERROR: The ", option, " file you specified does not exist."),
                      unopened_text("sample file", file));
@@ -157,7 +164,7 @@ void read_sample_file(data& run, const std::string& file, const std::set<std::st
         exclude_flags.push_back(exclude_ids.contains(person[0]) || exclude_ids.contains(person[1]));
         if (exclude_flags.back()) continue;
         if (panel == 2) {
-            copy.add(line);
+            copy.add_person(line);
             kept_ids[0].push_back(person[0]);
             kept_ids[1].push_back(person[1]);
         }

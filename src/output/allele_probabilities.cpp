@@ -2,7 +2,6 @@
 
 #include <array>
 
-#include "output/genotype_triple.h"
 #include "output/site_columns.h"
 #include "output/sum_block.h"
 
@@ -75,7 +74,7 @@ void write_allele_probabilities(const result_inputs& run) {
     result_file file(run.log, run.name("_allele_probs"), run.params.o_gz);
     allele_prob_writer writer(run, file);
     const std::array<bool, 5> wanted = wanted_panels(run);
-    const auto selected = select_sites(run.sites, run.haps_interval(),
-                                       [&wanted](const snp& site) { return wanted[site.top_panel]; });
+    const auto selected =
+        select_sites(run.sites, run.haps_interval(), [&wanted](const snp& site) { return wanted[site.top_panel]; });
     visit_blocks(selected, [&writer](std::span<const std::size_t> block) { writer.write(block); });
 }

@@ -10,15 +10,15 @@
 #include "output/genotype_triple.h"
 #include "output/result_inputs.h"
 
-// (pairwise_certainty) [site][slot]: the share of iterations that agree with the phase of a heterozygote relative to the
-// one before; no_phase_call at a homozygote. slot: rank among the individuals without known haplotypes. Empty at sites
-// that are not phased.
+// (pairwise_certainty) [site][slot]: the share of iterations that agree with the phase of a heterozygote relative to
+// the one before; no_phase_call at a homozygote. slot: rank among the individuals without known haplotypes. Empty at
+// sites that are not phased.
 using phase_confidences = std::vector<std::vector<double>>;
 constexpr double no_phase_call = -1.0;
 
 // For individuals with known haplotypes, whose phase sets the frame; nothing when there are none. haps: the alleles of
-// the study, set here; samples: the store of sampled alleles, filled from the temporary files where it is kept in those.
-// Ends the run at a triple that is none, as phase_pairwise does.
+// the study, set here; samples: the store of sampled alleles, filled from the temporary files where it is kept in
+// those. Ends the run at a triple that is none, as phase_pairwise does.
 void phase_fixed(const result_inputs& run, packed_haplotypes& haps, sample_bits& samples);
 
 // For the others: each heterozygote takes the phase relative to the one before that most iterations have. Empty when

@@ -4,7 +4,6 @@
 
 #include "io/text.h"
 #include "model/data.h"
-#include "output/genotype_triple.h"
 
 namespace {
 

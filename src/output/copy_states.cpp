@@ -26,7 +26,7 @@ void write_states(result_file& file, const copy_state_record& record, std::size_
 
 }  // namespace
 
-void write_copy_states(const result_inputs& run, int iter, bool diploid, int type,
+void write_copy_states(const result_inputs& run, int iter, bool diploid, std::size_t type,
                        std::span<const copy_state_record> records, std::size_t n_states) {
     const std::string name = concat(run.params.o_file, diploid ? "_dip" : "_hap", "loid_copy_states_type", type,
                                     "snps_iter", iter + 1, ".gz");

@@ -12,14 +12,14 @@ namespace {
 std::vector<std::size_t> counted_sites(const result_inputs& run) {
     const bool all = !is_given(run.params.intermed_posns_file);
     const std::unordered_set<long> listed(run.plan.intermed_posns.begin(), run.plan.intermed_posns.end());
-    auto selected =
-        select_sites(run.sites, run.output_interval(), [&run](const snp& site) { return site.type != run.plan.n_panels; });
+    auto selected = select_sites(run.sites, run.output_interval(),
+                                 [&run](const snp& site) { return site.type != run.plan.n_panels; });
     if (!all) std::erase_if(selected, [&](std::size_t s) { return !listed.contains(run.sites.positions[s]); });
     return selected;
 }
 
-// One line per site: gather(sums, rows, block) fetches the sums of a block, print(file, one, two) writes what stands for an
-// individual.
+// One line per site: gather(sums, rows, block) fetches the sums of a block, print(file, one, two) writes what stands
+// for an individual.
 template <typename Gather, typename Print>
 void write_counts(const result_inputs& run, const std::string& name, Gather gather, Print print) {
     result_file file(run.log, run.name(name), run.params.o_gz);

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 
 // Chances of genotypes 0, 1 and 2.
 using genotype_triple = std::array<double, 3>;
@@ -34,9 +33,4 @@ inline double dosage(const genotype_triple& p, bool haploid) {
 inline double dosage_variance(const genotype_triple& p, bool haploid) {
     const double mean = dosage(p, haploid);
     return (haploid ? p[2] : p[1] + 4.0 * p[2]) - mean * mean;
-}
-
-// 10^-outdp, the end of the digit 0 in a file of probabilities.
-inline double smallest_printed(int outdp) {
-    return std::pow(10.0, -outdp);
 }

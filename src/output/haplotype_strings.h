@@ -17,7 +17,7 @@ std::vector<std::optional<std::size_t>> string_layout(const result_inputs& run, 
 // The labels that a panel has of a site; those of the site's type where it has none.
 const panel_labels& panel_labels_of(const result_inputs& run, const snp& site, std::size_t panel);
 
-// Writes a compressed file with a line for each of the sites. invert_equal_labels: a panel whose coding was inverted and
-// whose labels are equal, which does not show in the line, is written as it was given.
+// Writes a compressed file with a line for each of the sites. invert_equal_labels: a panel whose coding was inverted
+// and whose labels are equal, which does not show in the line, is written as it was given.
 void write_haplotype_strings(const result_inputs& run, const std::string& name, std::size_t panel,
                              const std::vector<std::size_t>& sites, bool invert_equal_labels);

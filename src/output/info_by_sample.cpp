@@ -62,8 +62,7 @@ void write_info_by_sample(const result_inputs& run) {
     file.end_line();
     if (sources.empty()) return;
 
-    const auto typed =
-        select_sites(run.sites, run.output_interval(), [](const snp& site) { return site.type == 2; });
+    const auto typed = select_sites(run.sites, run.output_interval(), [](const snp& site) { return site.type == 2; });
     // Individuals are taken by the dozens: their dosages at all sites are held at once.
     constexpr std::size_t group = 64;
     for (std::size_t first = 0; first < run.n_study(); first += group) {

@@ -27,7 +27,8 @@ std::vector<panel1_member> panel1_members(const result_inputs& run) {
 }
 
 std::vector<std::size_t> merged_sites(const result_inputs& run) {
-    return select_sites(run.sites, run.haps_interval(), [&run](const snp& site) { return site.type != run.plan.n_panels; });
+    return select_sites(run.sites, run.haps_interval(),
+                        [&run](const snp& site) { return site.type != run.plan.n_panels; });
 }
 
 void write_haplotype_line(result_file& file, std::size_t n_hap0, const std::uint64_t* panel0,

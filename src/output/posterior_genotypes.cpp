@@ -96,8 +96,8 @@ void genotype_block::load(std::span<const std::size_t> sites, row_range individu
         places_.push_back(list.size());
         list.push_back(s);
     }
-    for (const triple_source source : {triple_source::posterior, triple_source::prephased, triple_source::masked_0,
-                                       triple_source::masked_1}) {
+    for (const triple_source source :
+         {triple_source::posterior, triple_source::prephased, triple_source::masked_0, triple_source::masked_1}) {
         fetch_sums(wanted[sums_of(source)], source);
     }
 }

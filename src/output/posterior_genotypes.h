@@ -1,8 +1,8 @@
 #pragma once
 
-// The genotype probabilities of the study individuals. Everything that writes or judges genotypes takes its triples from
-// here, whatever they are made of: sums of posteriors or of sampled genotypes, by whatever they are divided, or the
-// input. A format of the main result stands behind main_genotypes(), as main_output does.
+// The genotype probabilities of the study individuals. Everything that writes or judges genotypes takes its triples
+// from here, whatever they are made of: sums of posteriors or of sampled genotypes, by whatever they are divided, or
+// the input. A format of the main result stands behind main_genotypes(), as main_output does.
 
 #include <cstddef>
 #include <functional>
@@ -43,8 +43,8 @@ inline bool keeps_input_probs(const result_inputs& run, const snp& site) {
 // missing; zeros where the study has no data.
 genotype_triple input_triple(const snp& site, std::size_t individual, bool haploid);
 
-// One triple from the sums of the stored iterations. imputed: the site has no study data, so that a weighted run divides
-// by the individual's sum of weights; a run without iterations has no weights and divides by their number.
+// One triple from the sums of the stored iterations. imputed: the site has no study data, so that a weighted run
+// divides by the individual's sum of weights; a run without iterations has no weights and divides by their number.
 genotype_triple posterior_triple(const result_inputs& run, std::size_t s, std::size_t individual, bool haploid,
                                  bool imputed);
 

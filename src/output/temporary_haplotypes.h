@@ -8,8 +8,8 @@
 // (output_current_haps_to_tmp) iter counts from 0.
 void write_temporary_haplotypes(const result_inputs& run, int iter);
 
-// (read_current_haps_from_tmp) Reads one file back into the store of sampled alleles. Ends the run if the file cannot be
-// opened or is not that of the run's sites.
+// (read_current_haps_from_tmp) Reads one file back into the store of sampled alleles. Ends the run if the file cannot
+// be opened or is not that of the run's sites.
 void read_temporary_haplotypes(const result_inputs& run, int iter, sample_bits& samples);
 
 // Reads the files of all stored iterations back, unless the store holds them.

@@ -132,14 +132,14 @@ class iteration_loop {
         if (run_.plan.store_sampled_haps) write_sampled_haplotypes(results_, it);
         if (p_.show_diploid_copy_states) write_states(it, true, 2);
         if (p_.show_haploid_copy_states) {
-            for (const int type : {1, 0}) {
+            for (const std::size_t type : {1, 0}) {
                 if (run_.panels[type].n_hap > 0 && run_.plan.output_types[type]) write_states(it, false, type);
             }
         }
     }
 
     // The records are emptied, so that a line shows the states of its iteration only.
-    void write_states(int it, bool diploid, int type) {
+    void write_states(int it, bool diploid, std::size_t type) {
         const std::size_t mode = diploid ? 1 : 0;
         std::vector<copy_state_record>& records = run_.copy_states[mode][2][type];
         write_copy_states(results_, it, diploid, type, records, run_.models.k_states[mode][2][type]);

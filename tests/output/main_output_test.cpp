@@ -286,7 +286,8 @@ TEST_F(main_output, many_sites_of_all_kinds_keep_their_own_values) {
     run.params.pgs_miss = true;
     run.params.outdp = 4;
     for (const snp* site : run.sites.in_order) {
-        for (std::size_t i = 0; i < 3; ++i) add_sums(*site, i, 0.01 * static_cast<double>(site->index), 0.1 * static_cast<double>(i + 1));
+        for (std::size_t i = 0; i < 3; ++i)
+            add_sums(*site, i, 0.01 * static_cast<double>(site->index), 0.1 * static_cast<double>(i + 1));
     }
     write_main_output(results);
     std::string expected;

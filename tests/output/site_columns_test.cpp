@@ -38,7 +38,8 @@ TEST_F(site_columns, sites_are_selected_within_the_interval_ends_included) {
     for (const long position : {99L, 100L, 150L, 200L, 201L}) add_site(position, position == 150 ? 0 : 2);
     const auto all = select_sites(run.sites, results.output_interval(), [](const snp&) { return true; });
     EXPECT_EQ(all, (std::vector<std::size_t>{1, 2, 3}));
-    const auto typed = select_sites(run.sites, results.output_interval(), [](const snp& site) { return site.type == 2; });
+    const auto typed =
+        select_sites(run.sites, results.output_interval(), [](const snp& site) { return site.type == 2; });
     EXPECT_EQ(typed, (std::vector<std::size_t>{1, 3}));
 }
 

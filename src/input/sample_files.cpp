@@ -67,17 +67,22 @@ class sex_table {
     std::size_t n_haplotypes_ = 0;
 };
 
-// The copy of the study's sample file without the people that are excluded; nothing when no copy is wanted.
+// The copy of the study's sample file: its head and the people that results hold. Nothing when no copy is wanted.
 class filtered_copy {
   public:
-    void open(run_log& log, const std::string& name) {
+    // The first most_people of them (-nind); everybody when it is 0 or less.
+    void open(run_log& log, const std::string& name, int most_people) {
         name_ = name;
         file_ = std::make_unique<result_file>(log, name, false);
+        most_people_ = most_people;
     }
-    void add(std::string_view line) {
+    void add_line(std::string_view line) {
         if (!file_) return;
         file_->text(line);
         file_->end_line();
+    }
+    void add_person(std::string_view line) {
+        if (most_people_ <= 0 || n_people_++ < most_people_) add_line(line);
     }
     void close(run_log& log) {
         if (!file_) return;
@@ -88,6 +93,8 @@ class filtered_copy {
   private:
     std::string name_;
     std::unique_ptr<result_file> file_;
+    int most_people_ = 0;
+    int n_people_ = 0;
 };
 
 // Reads the two lines of names and types; the column of the sexes, if they are needed, else 0.
@@ -95,7 +102,7 @@ std::size_t read_headers(run_log& log, text_input& file, filtered_copy& copy, bo
     const auto next_fields = [&]() -> std::vector<std::string> {
         std::string_view line;
         if (!file.next_filled_line(line)) return {};
-        copy.add(line);
+        copy.add_line(line);
         return split_fields(line);
     };
     const std::vector<std::string> names = next_fields();
@@ -130,7 +137,7 @@ void read_sample_file(const input_rooms& rooms, reading_context& context, const 
     }
     const std::string option = sample_option(log, panel, is_known_haps);
     filtered_copy copy;
-    if (panel == 2 && is_main_diploid) copy.open(log, rooms.params.o_file + "_samples");
+    if (panel == 2 && is_main_diploid) copy.open(log, rooms.params.o_file + "_samples", rooms.params.nind);
     announce(log, concat("-reading sample list for Panel ", panel, " from ", option, " file"), file);
     text_input input(log, file, missing_text(option), unopened_text("sample file", file));
     const bool sex_needed = is_main_diploid && (rooms.plan.chrx_haploid || rooms.plan.chrx_diploid);
@@ -149,7 +156,7 @@ void read_sample_file(const input_rooms& rooms, reading_context& context, const 
         exclude_flags.push_back(exclude_ids.contains(person[0]) || exclude_ids.contains(person[1]));
         if (exclude_flags.back()) continue;
         if (panel == 2) {
-            copy.add(line);
+            copy.add_person(line);
             kept_ids[0].push_back(person[0]);
             kept_ids[1].push_back(person[1]);
         }

@@ -80,7 +80,6 @@ struct data {
 
     // --- results ----------------------------------------------------------------------------------------------------
     accumulators acc;
-    std::vector<std::vector<double>> pairwise_certainty;  // [site][slot], -1.0 for no phase call
     long dip_stay_count = 0, dip_switch_count = 0, hap_stay_count = 0, hap_switch_count = 0;
 
     // --- diagnostic streams of one iteration ------------------------------------------------------------------------

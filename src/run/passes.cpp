@@ -253,7 +253,7 @@ void update_study_individual(data& run, const iteration& now, int i, bool known,
 }
 
 void record_if_counted(data& run, const iteration& now, int i, int known_index) {
-    if (now.stored && !run.params.mc_impute && !run.params.suppress_imputation_output) {
+    if (now.stored && !run.params.mc_impute) {
         record_known_individual(run, i, known_index);
     }
 }

@@ -97,6 +97,14 @@ TEST_F(sample_file, people_of_the_study_are_stored_and_copied) {
     EXPECT_EQ(header + "a1 a2 0\nc1  c2\t0 \n", files().read("out_samples"));
 }
 
+TEST_F(sample_file, copy_holds_the_first_people_under_nind) {
+    exclude = {"a1"};
+    run.params.nind = 2;
+    read(header + "a1 a2 0\nb1 b2 0\nc1 c2 0\nd1 d2 0\n");
+    EXPECT_EQ((std::vector<std::string>{"b1", "c1", "d1"}), run.panels[2].sample_ids[0]);
+    EXPECT_EQ(header + "b1 b2 0\nc1 c2 0\n", files().read("out_samples"));
+}
+
 TEST_F(sample_file, either_id_excludes_and_case_matters) {
     exclude = {"a1", "b2", "C1"};
     read(header + "a1 a2 0\nb1 b2 0\nc1 c2 0\n");

@@ -1,11 +1,12 @@
-// The concordance table of the self-check, on terminal and summary file.
+#include "output/concordance_table.h"
 
+#include <array>
 #include <iomanip>
 #include <sstream>
 
 #include "io/text.h"
-#include "output/output_common.h"
-#include "output/results.h"
+#include "output/posterior_genotypes.h"
+#include "output/site_columns.h"
 
 namespace {
 
@@ -13,11 +14,11 @@ constexpr std::size_t n_bins = 10;
 
 // Masked genotypes by the largest imputed probability, in bins of width 0.1.
 struct concordance_bins {
-    std::array<int, n_bins> n_in_bin{}, n_concordant_in_bin{};
-    int total = 0;
+    std::array<std::size_t, n_bins> n_in_bin{}, n_concordant_in_bin{};
+    std::size_t total = 0;
 
     void add(const genotype_triple& p, std::uint8_t genotype, bool haploid) {
-        const double largest = p[static_cast<std::size_t>(most_likely(p))];
+        const double largest = p[most_likely(p)];
         const double place = largest * 10.0;
         const std::size_t b = place >= n_bins - 1 ? n_bins - 1 : place > 0.0 ? static_cast<std::size_t>(place) : 0;
         ++n_in_bin[b];
@@ -28,36 +29,34 @@ struct concordance_bins {
 
 using table_pair = std::array<concordance_bins, 2>;
 
-void count_block(const data& run, std::span<const std::size_t> block, std::size_t set, const std::vector<char>& haploid,
-                 concordance_bins& bins) {
-    sum_block sums;
-    sums.gather(run.acc.gtype_acc3[set], haploid.size(), block);
-    const auto m = static_cast<double>(run.plan.selfcheck_iters.size());
-    for (std::size_t j = 0; j < block.size(); ++j) {
-        const snp& site = *run.sites.in_order[block[j]];
-        for (std::size_t i = 0; i < haploid.size(); ++i) {
-            const std::uint8_t genotype = study_genotype(site, i);
-            if (genotype == missing_genotype) continue;
-            const bool is_haploid = haploid[i] != 0;
-            bins.add(triple_of(sums.one(j, i) / m, sums.two(j, i) / m, is_haploid), genotype, is_haploid);
-        }
+void count_site(const snp& site, genotype_block& genotypes, std::size_t j, concordance_bins& bins) {
+    const std::span<const genotype_triple> triples = genotypes.triples(j);
+    for (std::size_t i = 0; i < triples.size(); ++i) {
+        const std::uint8_t genotype = study_genotype(site, i);
+        if (genotype != missing_genotype) bins.add(triples[i], genotype, genotypes.is_haploid(i));
     }
 }
 
-table_pair count_concordance(const data& run) {
+// By reference set.
+table_pair count_concordance(const result_inputs& run) {
     table_pair tables;
-    const std::vector<char> haploid = haploid_individuals(run, 2);
-    const auto typed = select_sites(run, run.output_interval(),
+    const auto typed = select_sites(run.sites, run.output_interval(),
                                     [](const snp& site) { return site.type == 2 && !site.panel1_placeholder; });
-    visit_blocks(typed, [&](std::span<const std::size_t> block) {
-        for (std::size_t set = 0; set < 2; ++set) {
-            if (run.plan.output_types[set]) count_block(run, block, set, haploid, tables[set]);
-        }
-    });
+    for (std::size_t set = 0; set < 2; ++set) {
+        if (!run.plan.output_types[set]) continue;
+        genotype_block genotypes(run, masked_source(set));
+        visit_blocks(typed, [&](std::span<const std::size_t> block) {
+            genotypes.load(block);
+            for (std::size_t j = 0; j < block.size(); ++j) {
+                count_site(*run.sites.in_order[block[j]], genotypes, j, tables[set]);
+            }
+        });
+    }
     return tables;
 }
 
-void print_introduction(run_log& log, const data& run, int n_evaluated) {
+void print_introduction(const result_inputs& run, std::size_t n_evaluated) {
+    run_log& log = run.log;
     const bool both = run.plan.output_types[0] && run.plan.output_types[1];
     const char* plural = both ? "s" : "";
     log.header("--------------------------------", " Imputation accuracy assessment ");
@@ -76,17 +75,17 @@ void print_introduction(run_log& log, const data& run, int n_evaluated) {
 }
 
 // count out of n as a percentage with one decimal; a quotient 0/0 is spelt as the platform prints it, by either sign.
-std::string percent_called(int count, int n) {
-    return n == 0 ? "-nan" : fixed_text(count * 100.0 / n, 1);
+std::string percent_called(std::size_t count, std::size_t n) {
+    return n == 0 ? "-nan" : fixed_text(static_cast<double>(count) * 100.0 / static_cast<double>(n), 1);
 }
-std::string percent_concordant(int n_concordant, int n) {
-    const double rate = n > 0 ? static_cast<double>(n_concordant) / n : 0.0;
+std::string percent_concordant(std::size_t n_concordant, std::size_t n) {
+    const double rate = n > 0 ? static_cast<double>(n_concordant) / static_cast<double>(n) : 0.0;
     return fixed_text(rate * 100.0, 1);
 }
 
 void print_table(run_log& log, const concordance_bins& bins) {
-    std::array<int, n_bins> n_at_least = bins.n_in_bin;
-    std::array<int, n_bins> n_concordant_at_least = bins.n_concordant_in_bin;
+    std::array<std::size_t, n_bins> n_at_least = bins.n_in_bin;
+    std::array<std::size_t, n_bins> n_concordant_at_least = bins.n_concordant_in_bin;
     for (std::size_t b = n_bins - 1; b-- > 0;) {
         n_at_least[b] += n_at_least[b + 1];
         n_concordant_at_least[b] += n_concordant_at_least[b + 1];
@@ -106,10 +105,10 @@ void print_table(run_log& log, const concordance_bins& bins) {
 
 }  // namespace
 
-void mcmc_accuracy(data& run) {
+void print_concordance_tables(const result_inputs& run) {
     if (run.params.mc_impute || (!run.plan.output_types[0] && !run.plan.output_types[1])) return;
     const table_pair tables = count_concordance(run);
-    print_introduction(run.log, run, std::max({0, tables[0].total, tables[1].total}));
+    print_introduction(run, std::max(tables[0].total, tables[1].total));
     const bool two_panels = run.params.panel0_given() && run.params.panel1_given();
     for (std::size_t set = 0; set < 2; ++set) {
         const bool hidden = set == 0 && run.params.use_panel1_for_type0_imputation;

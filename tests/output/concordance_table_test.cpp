@@ -1,9 +1,10 @@
-#include "output/results.h"
+#include "output/concordance_table.h"
+
 #include "output_fixture.h"
 
 namespace {
 
-class concordance : public output_fixture {
+class concordance_table : public output_fixture {
   protected:
     // A study of one typed site; each individual's genotype and masked sums of genotypes 1 and 2 over 4 iterations.
     struct individual {
@@ -58,20 +59,20 @@ class concordance : public output_fixture {
         "  [0.9-1.0]          0          0.0         [ >= 0.9]    -nan          0.0\n";
 };
 
-TEST_F(concordance, nothing_is_printed_under_mc_impute_or_without_reference_types) {
+TEST_F(concordance_table, nothing_is_printed_under_mc_impute_or_without_reference_types) {
     run.params.mc_impute = true;
-    mcmc_accuracy(run);
+    print_concordance_tables(results);
     run.params.mc_impute = false;
     run.plan.output_types = {false, false, true, true};
-    mcmc_accuracy(run);
+    print_concordance_tables(results);
     EXPECT_EQ(terminal.str(), "");
 }
 
-TEST_F(concordance, one_panel_has_one_table_on_terminal_and_summary) {
+TEST_F(concordance_table, one_panel_has_one_table_on_terminal_and_summary) {
     run.plan.output_types = {true, false, true, true};
     // largest values 1, 0.5, 0.5, 0.75; the last genotype is missing
     give_individuals({{0, 0.0, 0.0}, {1, 2.0, 0.0}, {1, 2.0, 2.0}, {0, 1.0, 3.0}, {3, 0.0, 0.0}}, 0);
-    mcmc_accuracy(run);
+    print_concordance_tables(results);
     const std::string expected = introduction("", "is", 4) + table_head(" 0") +
                                  "  [0.0-0.1]          0          0.0         [ >= 0.0]   100.0         50.0\n"
                                  "  [0.1-0.2]          0          0.0         [ >= 0.1]   100.0         50.0\n"
@@ -87,58 +88,58 @@ TEST_F(concordance, one_panel_has_one_table_on_terminal_and_summary) {
     EXPECT_EQ(summary(), expected);
 }
 
-TEST_F(concordance, two_sets_have_two_tables_in_order) {
+TEST_F(concordance_table, two_sets_have_two_tables_in_order) {
     run.params.g_ref_file = "ref.gen";
     give_individuals({}, 0);
-    mcmc_accuracy(run);
+    print_concordance_tables(results);
     EXPECT_EQ(terminal.str(),
               introduction("s", "are", 0) + table_head(" 0") + empty_table + table_head("s 0+1") + empty_table);
 }
 
-TEST_F(concordance, second_haplotype_file_makes_two_sets_too) {
+TEST_F(concordance_table, second_haplotype_file_makes_two_sets_too) {
     run.params.h_files = {"a", "b"};
     run.plan.output_types = {false, true, true, true};
-    mcmc_accuracy(run);
+    print_concordance_tables(results);
     EXPECT_EQ(terminal.str(), introduction("", "is", 0) + table_head("s 0+1") + empty_table);
 }
 
-TEST_F(concordance, genotype_panel_alone_is_panel_1) {
+TEST_F(concordance_table, genotype_panel_alone_is_panel_1) {
     run.params.h_files.clear();
     run.params.g_ref_file = "ref.gen";
     run.plan.output_types = {false, true, true, true};
-    mcmc_accuracy(run);
+    print_concordance_tables(results);
     EXPECT_EQ(terminal.str(), introduction("", "is", 0) + table_head(" 1") + empty_table);
 }
 
-TEST_F(concordance, panel_0_table_is_hidden_when_panel_1_imputes_its_sites) {
+TEST_F(concordance_table, panel_0_table_is_hidden_when_panel_1_imputes_its_sites) {
     run.params.g_ref_file = "ref.gen";
     run.params.use_panel1_for_type0_imputation = true;
     give_individuals({{0, 0.0, 0.0}}, 0);
-    mcmc_accuracy(run);
+    print_concordance_tables(results);
     EXPECT_TRUE(terminal.str().starts_with(introduction("s", "are", 1) + table_head("s 0+1")));
     EXPECT_EQ(terminal.str().find("Panel 0,"), std::string::npos);
 }
 
-TEST_F(concordance, bounds_of_the_bins_and_the_top_bin) {
+TEST_F(concordance_table, bounds_of_the_bins_and_the_top_bin) {
     run.plan.output_types = {true, false, true, true};
     // largest values 1 (its place 10 is brought down to the top bin), 0.9 by two parts, 0.375 (three near-equal
     // chances)
     give_individuals({{2, 0.0, 4.0}, {1, 3.625, 0.0}, {0, 1.5, 1.25}}, 0);
-    mcmc_accuracy(run);
+    print_concordance_tables(results);
     EXPECT_NE(terminal.str().find("  [0.9-1.0]          2        100.0 "), std::string::npos);
     EXPECT_NE(terminal.str().find("  [0.3-0.4]          1          0.0 "), std::string::npos);
 }
 
-TEST_F(concordance, haploids_halve_genotype_and_call) {
+TEST_F(concordance_table, haploids_halve_genotype_and_call) {
     give_ploidies(2, {1, 1});
     run.plan.output_types = {true, false, true, true};
     give_individuals({{2, 3.0, 3.0}, {0, 3.0, 0.5}}, 0);
-    mcmc_accuracy(run);
+    print_concordance_tables(results);
     EXPECT_NE(terminal.str().find("  [0.7-0.8]          1        100.0 "), std::string::npos);
     EXPECT_NE(terminal.str().find("  [0.8-0.9]          1        100.0 "), std::string::npos);
 }
 
-TEST_F(concordance, only_typed_sites_in_the_interval_without_placeholder_count) {
+TEST_F(concordance_table, only_typed_sites_in_the_interval_without_placeholder_count) {
     give_study(1);
     for (const long position : {90L, 110L, 120L, 130L, 210L})
         add_genotypes(add_site(position, position == 130 ? 3 : 2), {0});
@@ -146,13 +147,13 @@ TEST_F(concordance, only_typed_sites_in_the_interval_without_placeholder_count) 
     allocate();
     run.plan.selfcheck_iters = {0};
     run.plan.output_types = {true, false, true, true};
-    mcmc_accuracy(run);
+    print_concordance_tables(results);
     EXPECT_NE(terminal.str().find(" evaluated 1 genotypes"), std::string::npos);
 }
 
-TEST_F(concordance, call_threshold_has_three_decimals) {
+TEST_F(concordance_table, call_threshold_has_three_decimals) {
     run.params.call_thresh = 0.55;
-    mcmc_accuracy(run);
+    print_concordance_tables(results);
     EXPECT_NE(terminal.str().find("(maximum probability >= 0.550)"), std::string::npos);
 }
 

@@ -168,8 +168,8 @@ void print_params(data& run) {
     if (run.params.fill_holes) {
         const std::size_t to = *run.plan.hole_fill_to;
         const std::size_t from = *run.plan.hole_fill_from;
-        run.log.line(concat(" HMM states for hole-filling: ", run.models.k_states[0][to][from], " [Panel ",
-                            from, "->", to, "]"));
+        run.log.line(concat(" HMM states for hole-filling: ", run.models.k_states[0][to][from], " [Panel ", from, "->",
+                            to, "]"));
     }
     if (!run.params.active_flags.empty()) {
         std::string text = "                active flags:";

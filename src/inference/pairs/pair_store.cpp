@@ -88,8 +88,8 @@ pair_block next_block(const pair_problem& problem, pair_tables& tables, std::siz
         const std::size_t last = end_of_classes(problem, tables, first, std::min(end, first + longest));
         if (last > first) return {first, last, true};
     }
-    const std::size_t longest_here = std::min(longest, std::max(longest_of_pairs, problem.checkpoint_interval));
-    const std::size_t last = std::min(first + longest_here, end);
+    const std::size_t longest_without = std::max(longest_of_pairs, problem.checkpoint_interval);
+    const std::size_t last = std::min(first + std::min(longest, longest_without), end);
     keep_table(tables, last);
     return {first, last, false};
 }

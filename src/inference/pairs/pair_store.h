@@ -58,7 +58,9 @@ class pair_store {
   private:
     const pair_block& block() const { return t_.blocks[block_]; }
     double* local_table(std::size_t i) { return t_.local.data() + i * t_.table_size; }
-    double* stale_table(std::size_t v) { return stale_.values(t_.stale, v, t_.table_size); }
+    // Stands in the same store: when the walk comes to the first table that it leaves there, it is done with the
+    // others.
+    double* stale_table(std::size_t v) { return stale_.values(t_.local, v, t_.table_size); }
     // The table of site v as the forward sweep had it.
     void enter_again(std::size_t v, const double* from, double* out);
     // The tables of n sites right of a kept one; place(v) tells where.

@@ -89,8 +89,7 @@ struct pair_tables {
     aligned_buffer kept;                               // [kept site][table]
     std::vector<std::optional<std::size_t>> kept_row;  // by visited site
     std::size_t n_kept = 0;
-    aligned_buffer local;  // tables that were built anew, [place][table]
-    aligned_buffer stale;  // what the stale stretch reads, [site][table]
+    aligned_buffer local;  // tables that were built anew, [place][table]; also what the stale stretch reads
     aligned_buffer work;   // the running table of the forward sweep
     // What leads into each visited site: the share of each state in the pairs of which one moves, and that of every
     // pair in those of which both move.

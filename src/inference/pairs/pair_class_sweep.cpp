@@ -1,14 +1,10 @@
-#include "inference/pairs/class_sweep.h"
+#include "inference/pairs/pair_class_sweep.h"
 
 #include <algorithm>
-#include <array>
 
-#include "inference/kernels/kernels.h"
-#include "inference/pairs/pair_model.h"
-#include "inference/pairs/pair_store.h"
 #include "model/allele_row.h"
 
-void class_sweep::start(const state_classes& classes, const double* f) {
+void pair_class_sweep::start(const state_classes& classes, const double* f) {
     n_states_ = classes.n_states();
     classes.list(of_state_, size_, member_);
     const std::size_t n = size_.size(), stride = kernels::padded(n_states_);
@@ -21,32 +17,29 @@ void class_sweep::start(const state_classes& classes, const double* f) {
     kernels::active().pairs_to_classes(kernel_view(), f, class_row_.data());
 }
 
-double class_sweep::step(const pair_problem& problem, std::size_t v, const pair_terms& terms, double* row) {
-    const std::uint64_t* bits = problem.bits(v);
-    const double one_moves = problem.gap[v].one_moves;
+double pair_class_sweep::step(const site& here, const pair_terms& terms, double* row) {
     for (std::size_t first = 0; first < size_.size(); first += bits::word_bits) {
         std::uint64_t word = 0;
         for (std::size_t c = first; c < std::min(size_.size(), first + bits::word_bits); ++c) {
             const std::size_t k = member_[c];
-            word |= ((bits[k / bits::word_bits] >> (k % bits::word_bits)) & 1U) << (c - first);
-            class_shared_[c] = one_moves * class_row_[c];
+            word |= ((here.bits[k / bits::word_bits] >> (k % bits::word_bits)) & 1U) << (c - first);
+            class_shared_[c] = here.one_moves * class_row_[c];
         }
         class_bits_[first / bits::word_bits] = word;
     }
-    const std::array<double, 3> e = problem.emission_by_sum(v);
-    kernels::active().class_step(
-        kernel_view(),
-        {terms.stay, terms.constant, terms.shared, class_shared_.data(), problem.bits(v), class_bits_.data(), e.data()},
-        row, class_row_.data());
+    kernels::active().class_step(kernel_view(),
+                                 {terms.stay, terms.constant, terms.shared, class_shared_.data(), here.bits,
+                                  class_bits_.data(), here.emission.data()},
+                                 row, class_row_.data());
     double sum = 0.0;
     for (const double in_class : class_row_) sum += in_class;
     return 0.5 * sum;  // each pair stands in two rows
 }
 
-void class_sweep::write_table(const double* f, double* out) {
+void pair_class_sweep::write_table(const double* f, double* out) {
     kernels::active().classes_to_pairs(kernel_view(), f, out);
 }
 
-kernels::pair_classes class_sweep::kernel_view() {
+kernels::pair_classes pair_class_sweep::kernel_view() {
     return {n_states_, size_.size(), of_state_.data(), size_.data(), parts_.data(), factor_.data(), scratch_.data()};
 }

@@ -5,15 +5,13 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
+#include <span>
 #include <vector>
 
+#include "inference/haploid/haploid_types.h"
 #include "inference/haploid/haplotype_classes.h"
 #include "model/aligned_buffer.h"
-
-struct haploid_problem;
-struct haploid_tables;
-struct haploid_request;
-struct haploid_results;
 
 struct haploid_class_tables {
     struct block {
@@ -39,12 +37,15 @@ struct haploid_class_tables {
 };
 
 // Forward sweep over the states hap[k], haplotypes of the panel that classes serve, with these visited sites; the
-// problem's alleles are not read. Fills the anchors of tables. Returns false where single states must be looked at:
-// without states or sites, where a missing observation is not neutral, where values become small or undefined.
-bool haploid_forward_by_classes(const haploid_problem& problem, const haplotype_classes& classes, const int* hap,
-                                haploid_tables& tables, haploid_class_tables& by_class, double& log10_likelihood);
+// problem's alleles are not read. Fills the anchors of tables. Returns the log10 likelihood, or nothing where single
+// states must be looked at: without states or sites, where a missing observation is not neutral, where values become
+// small or undefined.
+std::optional<double> haploid_forward_by_classes(const haploid_problem& problem, const haplotype_classes& classes,
+                                                 std::span<const int> hap, haploid_tables& tables,
+                                                 haploid_class_tables& by_class);
 
-// The posteriors that are asked for, after the sweep. Returns false as above.
+// The posteriors that are asked for, after the sweep; memory saving does not show in them. Returns false where single
+// states must be looked at.
 bool haploid_posteriors_by_classes(const haploid_problem& problem, const haplotype_classes& classes,
                                    haploid_tables& tables, haploid_class_tables& by_class,
-                                   const std::vector<haploid_request>& requests, haploid_results& results);
+                                   std::span<const haploid_request> requests, haploid_results& results);

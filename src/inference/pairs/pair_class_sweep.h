@@ -3,25 +3,35 @@
 // Forward steps over unordered pairs of states through a stretch of sites where the states fall into few classes of
 // equal alleles: the cost of a site is that of the pairs of a state and a class, not of two states.
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
 
+#include "inference/kernels/kernels.h"
 #include "inference/pairs/state_classes.h"
 #include "model/aligned_buffer.h"
 
-namespace kernels {
-struct pair_classes;
-}
-struct pair_problem;
-struct pair_terms;
+// What leads into a site: stay times the value of the pair, the shares of both its states, a constant.
+struct pair_terms {
+    double stay = 0.0;
+    const double* shared = nullptr;  // [padded K]
+    double constant = 0.0;
+};
 
-class class_sweep {
+class pair_class_sweep {
   public:
+    // What is seen at a site, and where its gap leads to.
+    struct site {
+        const std::uint64_t* bits;       // alleles of the states
+        std::array<double, 3> emission;  // by the number of alleles 1
+        double one_moves;                // of the gap that ends here
+    };
+
     // Begins right of a site with the table f.
     void start(const state_classes& classes, const double* f);
-    // Enters site v. Fills row as the step over the table does, and returns the sum of the table.
-    double step(const pair_problem& problem, std::size_t v, const pair_terms& terms, double* row);
+    // Enters the next site. Fills row as the step over the table does, and returns the sum of the table.
+    double step(const site& here, const pair_terms& terms, double* row);
     // The table after these steps, from that before them; out may be f.
     void write_table(const double* f, double* out);
 

@@ -1,4 +1,4 @@
-#include "inference/haploid/distinct_haplotypes.h"
+#include "inference/haploid/haploid_class_sweep.h"
 
 #include <gtest/gtest.h>
 
@@ -23,8 +23,8 @@ constexpr double negative_infinity = -std::numeric_limits<double>::infinity();
 // A haplotype over states of a panel.
 struct class_case {
     packed_haplotypes panel;
-    std::vector<int> sites;  // of the store
-    std::vector<int> hap;    // by state
+    std::vector<std::size_t> sites;  // of the store
+    std::vector<std::int32_t> hap;   // by state
     std::vector<std::uint8_t> observed;
     std::vector<haploid_gap> gap;
     std::uint64_t gap_version = 1;
@@ -32,9 +32,8 @@ struct class_case {
     emission_table M{};
 
     std::size_t n_sites() const { return sites.size(); }
-    int allele(std::size_t v, std::size_t k) const {
-        return panel.allele(static_cast<std::size_t>(hap[k]), static_cast<std::size_t>(sites[v]));
-    }
+    int allele(std::size_t v, std::size_t k) const { return panel.allele(static_cast<std::size_t>(hap[k]), sites[v]); }
+    void set_states(const std::vector<std::size_t>& haps) { hap.assign(haps.begin(), haps.end()); }
     void set_rate(double mu) { M = {{{1.0 - mu, mu, 1.0}, {mu, 1.0 - mu, 1.0}}}; }
     void set_gap(std::size_t v, double d, std::size_t n) {
         const double n_states = static_cast<double>(n), e = std::exp(-d / n_states), s = (1.0 - e) / n_states;
@@ -58,7 +57,7 @@ struct class_case {
         for (std::size_t v = 0; v < n_sites(); ++v) {
             if (source.chance(0.02)) h = any();
             if (!source.chance(share)) continue;
-            const int allele = panel.allele(h, static_cast<std::size_t>(sites[v]));
+            const int allele = panel.allele(h, sites[v]);
             observed[v] = static_cast<std::uint8_t>(source.chance(errors) ? 1 - allele : allele);
         }
     }
@@ -110,9 +109,10 @@ struct class_sweeps {
     bool run(const class_case& c) {
         const haploid_problem problem = c.problem();
         results.weights.assign(c.n_sites(), {-7.0, -7.0});
-        return classes.serve(c.panel, c.sites, 1) &&
-               haploid_forward_by_classes(problem, classes, c.hap.data(), tables, by_class, likelihood) &&
-               haploid_posteriors_by_classes(problem, classes, tables, by_class, c.requests, results);
+        if (!classes.serve(c.panel, c.sites, 1)) return false;
+        const auto found = haploid_forward_by_classes(problem, classes, c.hap, tables, by_class);
+        if (found) likelihood = *found;
+        return found && haploid_posteriors_by_classes(problem, classes, tables, by_class, c.requests, results);
     }
     void run_over_single_states(const class_case& c) {
         const std::vector<std::uint64_t> alleles = c.state_alleles();
@@ -190,10 +190,9 @@ class_case make_case(input_source& source, const case_sizes& n, double share = 0
     m.switch_chance = m.mutation_chance = source.chance(0.5) ? 1e-4 : 4e-4;
     class_case c;
     c.panel = make_panel(source, m);
-    const int first = source.integer(0, 70);
-    c.sites = source.chance(0.5) ? consecutive(first, n.n_sites)
-                                 : choose_ascending(source, n.n_sites, 0, static_cast<int>(m.n_sites));
-    c.hap = choose_ascending(source, n.n_states, 0, static_cast<int>(n.n_hap));
+    const auto first = static_cast<std::size_t>(source.integer(0, 70));
+    c.sites = source.chance(0.5) ? consecutive(first, n.n_sites) : choose_ascending(source, n.n_sites, 0, m.n_sites);
+    c.set_states(choose_ascending(source, n.n_states, 0, n.n_hap));
     c.set_rate(1e-3);
     c.set_gaps([&] { return short_distance(source); });
     c.observe(source, share, errors);
@@ -310,7 +309,7 @@ TEST(haploid_class_sweeps, agree_where_the_classes_are_many) {
         class_case c = make_case(source, {40, 1, 640});
         c.panel = make_panel(source, m);
         c.sites = consecutive(0, 640);
-        c.hap = choose_ascending(source, 500, 0, 800);
+        c.set_states(choose_ascending(source, 500, 0, 800));
         c.set_gaps([&] { return short_distance(source); });
         class_sweeps sweeps;
         ASSERT_TRUE(sweeps.classes.serve(c.panel, c.sites, 1));
@@ -333,7 +332,7 @@ TEST(haploid_class_sweeps, agree_through_many_divisions) {
                 if (!source.chance(0.8)) continue;
                 const int allele = source.integer(0, 1);
                 for (std::size_t h = 0; h < c.panel.n_hap(); ++h) {
-                    c.panel.set(h, static_cast<std::size_t>(c.sites[v]), allele);
+                    c.panel.set(h, c.sites[v], allele);
                 }
                 if (c.observed[v] != unobserved) c.observed[v] = static_cast<std::uint8_t>(1 - allele);
             }
@@ -381,7 +380,7 @@ TEST(haploid_class_sweeps, agree_one_after_the_other) {
         }
     };
     const auto choose_states = [&](std::size_t n) {
-        c.hap = choose_ascending(source, n, 0, 200);
+        c.set_states(choose_ascending(source, n, 0, 200));
         if (n != 65) ++c.gap_version;
         if (n != 65) c.set_gaps([&] { return short_distance(source); });
     };
@@ -422,7 +421,7 @@ TEST(haploid_class_sweeps, agree_with_another_number_of_states_and_the_same_gaps
     c.set_gaps([] { return 1e-3; });
     class_sweeps sweeps;
     for (const std::size_t n : {65U, 66U, 64U, 65U}) {
-        c.hap = choose_ascending(source, n, 0, 200);
+        c.set_states(choose_ascending(source, n, 0, 200));
         expect_agreement(c, sweeps);
     }
 }
@@ -435,7 +434,7 @@ TEST(haploid_class_sweeps, agree_after_a_change_of_the_panel) {
     for (std::size_t h = 0; h < 200; h += 2) c.panel.set(h, static_cast<std::size_t>(c.sites[70]), 1);
     expect_refusal(c, sweeps);
     expect_agreement(c, sweeps);
-    const std::vector<int> more = c.sites;
+    const std::vector<std::size_t> more = c.sites;
     c.sites = consecutive(20, 300);
     class_sweeps others = sweeps;
     others.classes = {};
@@ -595,7 +594,7 @@ class_case opposed_halves(double mu, std::size_t n_misfits) {
         for (std::size_t s = 0; s < 768; ++s) c.panel.set(h, s, 1);
     }
     c.sites = consecutive(0, 768);
-    c.hap = consecutive(0, 40);
+    c.set_states(consecutive(0, 40));
     c.set_rate(mu);
     c.set_gaps([] { return 0.0; });
     c.observed.assign(768, unobserved);

@@ -1,11 +1,10 @@
-#include "inference/haploid/distinct_haplotypes.h"
+#include "inference/haploid/haploid_class_sweep.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <optional>
 
-#include "inference/haploid/haploid_model.h"
 #include "inference/haploid/observed_sites.h"
 #include "inference/kernels/kernels.h"
 
@@ -163,13 +162,14 @@ constexpr std::uint16_t no_class = 0xffff;
 }
 
 // Lists the classes among the states in a block of the panel.
-void list_states(const haploid_problem& p, const haplotype_classes& classes, std::size_t b, const int* hap,
+void list_states(const haploid_problem& p, const haplotype_classes& classes, std::size_t b, std::span<const int> hap,
                  haploid_class_tables& c) {
     const std::size_t n_of_panel = classes.blocks()[b].n_classes;
     std::uint16_t* of_state = c.of_state.data() + b * p.n_states;
     c.local.assign(n_of_panel, no_class);
     c.met.resize(n_of_panel + 1);
-    const std::size_t n = number_classes(p.n_states, hap, classes.class_of(b), c.local.data(), c.met.data(), of_state);
+    const std::size_t n =
+        number_classes(p.n_states, hap.data(), classes.class_of(b), c.local.data(), c.met.data(), of_state);
     c.met.resize(n);
     c.blocks[b].n_classes = n;
     c.blocks[b].sums = c.n_sums;
@@ -204,7 +204,7 @@ class forward_by_class {
     forward_by_class(const haploid_problem& problem, haploid_tables& tables, haploid_class_tables& by_class)
         : p_(problem), t_(tables), c_(by_class) {}
 
-    bool run(const haplotype_classes& classes, const int* hap) {
+    bool run(const haplotype_classes& classes, std::span<const int> hap) {
         const std::size_t n_blocks = classes.blocks().size();
         c_.blocks.assign(n_blocks, {});
         c_.of_state.resize(n_blocks * p_.n_states);
@@ -269,7 +269,7 @@ class forward_by_class {
 class posterior_walk {
   public:
     posterior_walk(const haploid_problem& problem, haploid_tables& tables, haploid_class_tables& by_class,
-                   const std::vector<haploid_request>& requests, haploid_results& results)
+                   std::span<const haploid_request> requests, haploid_results& results)
         : p_(problem), t_(tables), c_(by_class), requests_(requests), r_(results) {}
 
     bool run(const haplotype_classes& classes) {
@@ -311,11 +311,10 @@ class posterior_walk {
         return true;
     }
 
-    // Posterior weights at the sites from first to before end, of anchor i.
-    void report(const class_block& block, std::size_t i, std::size_t first, std::size_t end) {
-        while (first < end && !requests_[end - 1].posterior) --end;
-        while (first < end && !requests_[first].posterior) ++first;
-        if (first == end) return;
+    // The posterior weights that are wanted at the sites from first to before end, of anchor i.
+    void report(const class_block& block, std::size_t i, std::size_t from, std::size_t to) {
+        const auto [first, end] = wanted_stretch(requests_, from, to);
+        if (first >= end) return;
         list_state_weights(t_, i, right_sum_, first, end);
         const std::size_t n_observed = i > 0 && t_.anchors[i].site == first ? 1 : 0;
         static_assert(sizeof(allele_weights) == sizeof(double[2]));
@@ -340,7 +339,7 @@ class posterior_walk {
     const haploid_problem& p_;
     haploid_tables& t_;
     haploid_class_tables& c_;
-    const std::vector<haploid_request>& requests_;
+    std::span<const haploid_request> requests_;
     haploid_results& r_;
     std::size_t end_anchor_ = 0;  // the first one right of the block in hand
     // The backward values at the anchor in hand, its emission included, as seen from the block's right border.
@@ -350,18 +349,18 @@ class posterior_walk {
 
 }  // namespace
 
-bool haploid_forward_by_classes(const haploid_problem& problem, const haplotype_classes& classes, const int* hap,
-                                haploid_tables& tables, haploid_class_tables& by_class, double& log10_likelihood) {
-    if (problem.n_states == 0 || problem.n_sites == 0 || !lay_out_anchors(problem, tables)) return false;
+std::optional<double> haploid_forward_by_classes(const haploid_problem& problem, const haplotype_classes& classes,
+                                                 std::span<const int> hap, haploid_tables& tables,
+                                                 haploid_class_tables& by_class) {
+    if (problem.n_states == 0 || problem.n_sites == 0 || !lay_out_anchors(problem, tables)) return std::nullopt;
     forward_by_class forward(problem, tables, by_class);
-    if (!forward.run(classes, hap)) return false;
-    log10_likelihood = forward.log10_likelihood();
-    return true;
+    if (!forward.run(classes, hap)) return std::nullopt;
+    return forward.log10_likelihood();
 }
 
 bool haploid_posteriors_by_classes(const haploid_problem& problem, const haplotype_classes& classes,
                                    haploid_tables& tables, haploid_class_tables& by_class,
-                                   const std::vector<haploid_request>& requests, haploid_results& results) {
+                                   std::span<const haploid_request> requests, haploid_results& results) {
     results.weights.resize(problem.n_sites);
     return posterior_walk(problem, tables, by_class, requests, results).run(classes);
 }

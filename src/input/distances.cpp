@@ -30,7 +30,7 @@ void read_row(run_log& log, const text_input& file, std::string_view line, std::
 
 }  // namespace
 
-void read_distances_file(data& run, bool by_hap) {
+std::vector<std::vector<double>> read_distances_file(data& run, bool by_hap) {
     const std::string& name = by_hap ? run.params.distances_by_hap_file : run.params.distances_file;
     announce(run.log, "-reading distance matrix", name);
     text_input file(run.log, name,
@@ -38,13 +38,14 @@ void read_distances_file(data& run, bool by_hap) {
                     unopened_text("distance matrix file", name));
     const auto n = static_cast<std::size_t>(by_hap ? run.panels[0].n_hap + run.panels[1].n_hap + run.panels[2].n_hap
                                                    : run.panels[0].n_hap + run.panels[1].n_ind + run.panels[2].n_ind);
-    run.dist_matrix.assign(n, std::vector<double>(n, 0.0));
+    std::vector<std::vector<double>> distances(n, std::vector<double>(n, 0.0));
     note_once short_row;
     std::size_t i = 0;
     std::string_view line;
     while (file.next_filled_line(line)) {
         if (i == n) run.log.fatal(wrong_size);
-        read_row(run.log, file, line, run.dist_matrix[i++], short_row);
+        read_row(run.log, file, line, distances[i++], short_row);
     }
     if (i < n) file.note("the file has fewer lines than the matrix has rows; the others are 0");
+    return distances;
 }

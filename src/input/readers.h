@@ -48,4 +48,4 @@ void read_sample_file(data& run, const std::string& file, const std::set<std::st
 void map_known_haps_to_gtypes(data& run, std::vector<int>& map);
 // Replaces the panel's haplotypes by those of the file of an iteration (from 0).
 void read_sampled_haps(data& run, int iteration, int panel);
-void read_distances_file(data& run, bool by_hap);
+std::vector<std::vector<double>> read_distances_file(data& run, bool by_hap);

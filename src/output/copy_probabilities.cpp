@@ -56,7 +56,7 @@ void output_all_copy_probs(result_file& file, run_log& log, int individual, long
     placed_states placed(offset[2] + n_hap[2]);
     for (std::size_t k = 0; k < posterior.size(); ++k) {
         const std::size_t haplotype =
-            offset[static_cast<std::size_t>(states.panel[k])] + static_cast<std::size_t>(states.hap[k]);
+            offset[states.panel[k]] + static_cast<std::size_t>(states.hap[k]);
         placed.place(haplotype, posterior[k]);
     }
     check_count(log, "all", placed.n_placed, n_expected);

@@ -6,7 +6,8 @@
 #include <span>
 
 #include "io/result_file.h"
-#include "model/data.h"
+#include "io/run_log.h"
+#include "model/conditioning_states.h"
 
 // One line of the reference file: 2 * individual + strand (0 or 1), the position, and the chance of each of the n_hap0
 // haplotypes of Panel 0. posterior: forward times backward by conditioning state, not scaled. Ends the run if there are

@@ -1,6 +1,7 @@
 // The conditioning states of one iteration, as the choosers recorded them.
 
 #include "io/text.h"
+#include "model/conditioning_states.h"
 #include "output/output_common.h"
 #include "output/results.h"
 
@@ -10,9 +11,9 @@ void write_states(result_file& file, const copy_state_record& record, std::size_
     const std::size_t n = std::min(n_states, record.panel.size());
     for (std::size_t k = 0; k < n; ++k) {
         if (k > 0) file.character(' ');
-        file.integer(record.panel[k]);
+        file.integer(static_cast<long>(record.panel[k]));
         file.character('.');
-        file.integer(record.hap[k]);
+        file.integer(static_cast<long>(record.hap[k]));
         file.character('.');
         file.integer(record.dist_a[k]);
         if (diploid) {
@@ -24,7 +25,8 @@ void write_states(result_file& file, const copy_state_record& record, std::size_
 
 }  // namespace
 
-void output_current_copy_states(data& run, int iter, int diploid, int updated_panel, int cond_panel) {
+void output_current_copy_states(data& run, std::vector<copy_state_record>& records, int iter, int diploid,
+                                int updated_panel, int cond_panel) {
     const auto mode = static_cast<std::size_t>(diploid);
     const auto updated = static_cast<std::size_t>(updated_panel);
     const auto cond = static_cast<std::size_t>(cond_panel);
@@ -32,7 +34,6 @@ void output_current_copy_states(data& run, int iter, int diploid, int updated_pa
                      concat(run.params.o_file, diploid == 1 ? "_dip" : "_hap", "loid_copy_states_type",
                             diploid == 1 ? 2 : cond_panel, "snps_iter", iter + 1, ".gz"),
                      true);
-    std::vector<copy_state_record>& records = run.copy_states[mode][updated][cond];
     const auto n_lines = static_cast<std::size_t>(diploid == 1 ? run.panels[2].n_ind : run.panels[2].n_hap);
     const auto n_states = static_cast<std::size_t>(run.models.k_states[mode][updated][cond]);
     for (std::size_t line = 0; line < n_lines; ++line) {

@@ -3,7 +3,9 @@
 // The result files of a run, each by one call.
 
 #include <array>
+#include <vector>
 
+struct copy_state_record;
 struct data;
 
 void output_mcmc(data& run);
@@ -22,7 +24,8 @@ void output_current_haps_to_tmp(data& run, int iter);
 void read_current_haps_from_tmp(data& run, int iter);
 void remove_tmp_sampled_haps(data& run);
 void output_current_haps(data& run, int iter);
-void output_current_copy_states(data& run, int iter, int diploid, int updated_panel, int cond_panel);
+void output_current_copy_states(data& run, std::vector<copy_state_record>& records, int iter, int diploid,
+                                int updated_panel, int cond_panel);
 void print_diplotype_ordering_states(data& run);
 void output_merged_ref(data& run);
 void output_merged_gen(data& run);

@@ -21,8 +21,11 @@ namespace {
 
 class iteration_loop {
   public:
-    explicit iteration_loop(data& run)
-        : run_(run), p_(run.params), progress_(std::cerr, !run.params.verbose && isatty(STDERR_FILENO) != 0) {}
+    iteration_loop(data& run, distance_matrix distances)
+        : run_(run),
+          p_(run.params),
+          progress_(std::cerr, !run.params.verbose && isatty(STDERR_FILENO) != 0),
+          passes_(run, progress_, std::move(distances)) {}
 
     void run_all() {
         for (int it = 0; it < p_.iter && next_stored_ < run_.plan.stored_iters.size(); ++it) {
@@ -38,12 +41,14 @@ class iteration_loop {
         }
         progress_.finish();
     }
+    const update_passes& passes() const { return passes_; }
 
   private:
     void run_one(const iteration& now) {
         if (now.it == run_.plan.informed_start_iter) renew_parameters();
         run_.log.terminal_line("");
         run_.log.terminal_line(concat("MCMC iteration [", now.it + 1, "/", p_.iter, "]"));
+        passes_.start_iteration(now);
         if (run_.panels[0].n_hap >= 1) pass_panel0(now);
         if (run_.panels[1].n_hap >= 1) pass_panel1(now);
         if (run_.panels[2].n_ind >= 1) {
@@ -65,29 +70,29 @@ class iteration_loop {
 
     void pass_panel0(const iteration& now) {
         if (now.it > 0 && is_given(p_.hap_samp_in_h)) read_sampled_haps(run_, now.it, 0);
-        if (run_.panels[0].needs_update) update_panel0_haplotypes(run_, now, progress_);
-        if (run_.plan.hole_fill_to == 0) fill_panel0_holes(run_, now, progress_);
+        if (run_.panels[0].needs_update) passes_.update_panel0_haplotypes();
+        if (run_.plan.hole_fill_to == 0) passes_.fill_holes();
     }
 
     void pass_panel1(const iteration& now) {
         if (now.it > 0 && is_given(p_.hap_samp_in_g_ref)) read_sampled_haps(run_, now.it, 1);
-        if (run_.panels[1].needs_update) update_panel1_individuals(run_, now, progress_);
+        if (run_.panels[1].needs_update) passes_.update_panel1_individuals();
         if (p_.use_panel1_for_type0_imputation) {
-            if (!p_.stage_one) update_panel1_from_panel0(run_, now, progress_);
+            if (!p_.stage_one) passes_.update_panel1_from_panel0();
         } else if (run_.plan.hole_fill_to == 1) {
-            fill_panel1_holes(run_, now, progress_);
+            passes_.fill_holes();
         }
     }
 
     void pass_panel2(const iteration& now) {
         if (now.it > 0 && is_given(p_.hap_samp_in_g) && now.stored) read_sampled_haps(run_, now.it, 2);
         if (run_.panels[2].needs_update) {
-            update_study_individuals(run_, now, progress_);
+            passes_.update_study_individuals();
         } else {
-            record_known_study(run_, now);
+            passes_.record_known_study();
         }
         if (now.stored || (p_.use_panel1_for_type0_imputation && p_.stage_one)) {
-            impute_study_from_reference(run_, now, progress_);
+            passes_.impute_study_from_reference();
         }
     }
 
@@ -115,26 +120,30 @@ class iteration_loop {
 
     void write_iteration_files(int it) {
         if (run_.plan.store_sampled_haps) output_current_haps(run_, it);
-        if (p_.show_diploid_copy_states) output_current_copy_states(run_, it, 1, 2, 2);
+        if (p_.show_diploid_copy_states) output_current_copy_states(run_, passes_.copy_states().by_individual, it, 1, 2, 2);
         if (p_.show_haploid_copy_states) {
-            if (run_.panels[1].n_hap > 0 && run_.plan.output_types[1]) output_current_copy_states(run_, it, 0, 2, 1);
-            if (run_.panels[0].n_hap > 0 && run_.plan.output_types[0]) output_current_copy_states(run_, it, 0, 2, 0);
+            auto& records = passes_.copy_states().by_haplotype;
+            for (const std::size_t panel : {1U, 0U}) {
+                if (run_.panels[panel].n_hap == 0 || !run_.plan.output_types[panel]) continue;
+                output_current_copy_states(run_, records[panel], it, 0, 2, static_cast<int>(panel));
+            }
         }
     }
 
     data& run_;
     const parameters& p_;
     progress_line progress_;
+    update_passes passes_;
     std::size_t next_stored_ = 0;
     std::size_t next_selfcheck_ = 0;
     int stored_count_ = 0;
 };
 
-void print_success_rate(run_log& log, const std::string& kind, long n_stay, long n_switch) {
-    const long n = n_stay + n_switch;
+void print_success_rate(run_log& log, const std::string& kind, const draw_counts& draws) {
+    const long n = draws.n_stay + draws.n_switch;
     const std::string text = kind + " sampling success rate: " +
                              (n < 1 ? "(no " + kind + " sampling performed)"
-                                    : fixed_text(static_cast<double>(n_stay) / static_cast<double>(n), 3));
+                                    : fixed_text(static_cast<double>(draws.n_stay) / static_cast<double>(n), 3));
     log.terminal_line("");
     log.line(text);
 }
@@ -178,9 +187,9 @@ void write_merged_panels(data& run) {
     }
 }
 
-void finish(data& run) {
-    print_success_rate(run.log, "diploid", run.dip_stay_count, run.dip_switch_count);
-    print_success_rate(run.log, "haploid", run.hap_stay_count, run.hap_switch_count);
+void finish(data& run, const update_passes& passes) {
+    print_success_rate(run.log, "diploid", passes.diploid_draws());
+    print_success_rate(run.log, "haploid", passes.haploid_draws());
     if (run.params.suppress_imputation_output) {
         write_merged_panels(run);
     } else {
@@ -207,7 +216,11 @@ void impute(data& run) {
     print_params(run);
     run.log.header("---------", " Run log ");
     const bool by_hap = is_given(run.params.distances_by_hap_file);
-    if (!run.params.random_cond && (by_hap || is_given(run.params.distances_file))) read_distances_file(run, by_hap);
-    iteration_loop(run).run_all();
-    finish(run);
+    distance_matrix distances;
+    if (!run.params.random_cond && (by_hap || is_given(run.params.distances_file))) {
+        distances = read_distances_file(run, by_hap);
+    }
+    iteration_loop loop(run, std::move(distances));
+    loop.run_all();
+    finish(run, loop.passes());
 }

@@ -11,11 +11,11 @@ folder=build/demo
 out=$folder/example
 
 echo "== packages"
-scripts/install_packages.sh
+scripts/install_packages.sh --program
 
 echo
 echo "== build"
-scripts/build.sh release
+scripts/build.sh release -DORVIDE_TESTS=OFF -DORVIDE_BENCH=OFF
 
 echo
 echo "== imputation"

@@ -1,11 +1,18 @@
 #!/usr/bin/env bash
 # Installs what building and testing ORVIDE needs on Debian 12, and nothing when all of it is there.
 #
-# usage: scripts/install_packages.sh [FURTHER PACKAGE ...]
+# usage: scripts/install_packages.sh [--program] [FURTHER PACKAGE ...]
+#
+# --program  only what building and running the program needs
 set -euo pipefail
 
-packages=(g++ cmake ninja-build libboost-iostreams-dev zlib1g-dev libgtest-dev libgmock-dev libbenchmark-dev python3
-    clang-format "$@")
+packages=(g++ cmake ninja-build libboost-iostreams-dev zlib1g-dev python3)
+if [[ ${1:-} == --program ]]; then
+    shift
+else
+    packages+=(libgtest-dev libgmock-dev libbenchmark-dev clang-format clang-tidy)
+fi
+packages+=("$@")
 
 if ! command -v dpkg-query >/dev/null || ! command -v apt-get >/dev/null; then
     echo "packages: no apt-get here; these Debian packages, or what corresponds to them, must be there: ${packages[*]}"

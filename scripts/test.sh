@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Runs everything that checks ORVIDE: the tests of the release build, the same tests under AddressSanitizer and
-# UndefinedBehaviorSanitizer, the format check, and two checks that need data from elsewhere.
+# UndefinedBehaviorSanitizer, the format check, the linter, and two checks that need data from elsewhere.
 #
 # usage: scripts/test.sh
 #
@@ -49,7 +49,8 @@ finish() {
 
 step "packages" scripts/install_packages.sh || finish
 step "format" scripts/check_format.sh
-step "release build" scripts/build.sh release || finish
+step "release build" scripts/build.sh release -DORVIDE_TESTS=ON || finish
+step "lint" scripts/lint.sh
 step "release tests" ctest --preset release -j "$ORVIDE_JOBS" --progress --no-tests=error
 if [[ -n ${ORVIDE_GOLDEN:-} ]]; then
     read -r -a groups <<<"${ORVIDE_GOLDEN_GROUPS:-}"
@@ -62,7 +63,7 @@ if [[ -n ${ORVIDE_REAL_DATA:-} ]]; then
 else
     skip "real data" "ORVIDE_REAL_DATA names no folder"
 fi
-if step "sanitizer build" scripts/build.sh sanitize; then
+if step "sanitizer build" scripts/build.sh sanitize -DORVIDE_TESTS=ON; then
     # The same tests as ctest runs, without a process for each: sanitized programs start slowly.
     step "sanitizer unit tests" build/sanitize/tests/orvide_tests --gtest_brief=1
     step "sanitizer whole runs" python3 tests/run/run_cases.py --binary build/sanitize/orvide

@@ -82,5 +82,5 @@ void read_data(data& run) {
     read_panel1(run, context);
     read_panel0(run, context);
     close_reading(run);
-    set_state_counts(run);
+    set_state_counts(run.params, run.panels, run.models);
 }

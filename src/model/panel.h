@@ -25,6 +25,8 @@ struct panel_data {
     bool is_haploid_male(std::size_t ind) const { return sexes_differ && ploidy[ind] == 1; }
     // Whether an individual has one haplotype only.
     bool is_haploid(std::size_t ind) const { return all_haploid || is_haploid_male(ind); }
+    // Whether somebody has one haplotype only, so that a haploid model is used.
+    bool any_haploid() const { return all_haploid || (sexes_differ && n_males >= 1); }
     // Index of an individual's first haplotype; the second one follows it.
     std::size_t first_hap(std::size_t ind) const {
         if (all_haploid) return ind;

@@ -15,16 +15,16 @@ struct run_plan {
     std::vector<long> intermed_posns;           // positions of -intermed_posns, empty without
 
     // --- iterations, counted from 0 ---
-    std::vector<int> stored_iters;     // whose results count
-    std::vector<int> selfcheck_iters;  // those of them that mask typed genotypes
+    std::vector<int> stored_iters;           // whose results count
+    std::vector<int> selfcheck_iters;        // those of them that mask typed genotypes
     std::optional<int> informed_start_iter;  // first one with informed states; none under -random_cond
 
     // --- panels and sites ---
     bool has_reference = false;
-    std::size_t n_panels = 4;           // 3 with a reference panel, 4 without; a site of this type takes no part in the models
+    std::size_t n_panels = 4;   // 3 with a reference panel, 4 without; a site of this type takes no part in the models
     bool chrx_haploid = false;  // males are haploid
     bool chrx_diploid = false;  // everybody is diploid, as -prob_g wants it
-    std::array<bool, 4> output_types{};          // by SNP type
+    std::array<bool, 4> output_types{};                       // by SNP type
     std::optional<std::size_t> hole_fill_from, hole_fill_to;  // panels; none for no hole filling
 
     // --- results ---

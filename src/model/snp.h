@@ -48,8 +48,9 @@ struct snp {
     std::array<std::vector<double>, 3>
         gtype_emiss;  // [individual * 3 + allele sum]: weights of probabilistic genotypes
 
-    std::size_t type = 3;  // 0: Panel 0 only; 1: Panel 1, not Panel 2; 2: Panel 2 and all reference panels; 3: Panel 2 only
-    std::size_t top_panel = 3;                 // the highest panel with data here
+    std::size_t type =
+        3;  // 0: Panel 0 only; 1: Panel 1, not Panel 2; 2: Panel 2 and all reference panels; 3: Panel 2 only
+    std::size_t top_panel = 3;         // the highest panel with data here
     bool panel1_placeholder = false;   // Panel 1 has zeros only because a walk needs them; its own sweeps pass over
     bool ref_alleles_missing = false;  // all alleles of the reference panel are missing here: a hole to be filled
 

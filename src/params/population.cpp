@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <array>
 
-#include "model/data.h"
-
 double harmonic_theta(int n) {
     if (n < 2) return -1.0;
     double sum = 0.0;
@@ -40,9 +38,8 @@ void fill_diploid(emission_table& table, double mu) {
 }
 
 // Genotype weights of the sweeps at a site: the emissions averaged over the input probabilities.
-void weigh_genotypes(const std::vector<float>& probs, int n_individuals, const emission_table& e,
+void weigh_genotypes(const std::vector<float>& probs, std::size_t n, const emission_table& e,
                      std::vector<double>& weights) {
-    const auto n = static_cast<std::size_t>(std::max(n_individuals, 0));
     weights.assign(n * 3, 1.0);
     if (probs.size() < weights.size()) return;
     for (std::size_t i = 0; i < n; ++i) {
@@ -56,59 +53,60 @@ void weigh_genotypes(const std::vector<float>& probs, int n_individuals, const e
     }
 }
 
-void fill_pair_tables(data& run, std::size_t panel, const emission_table& e) {
-    run.models.pr_alleles_00[panel] = {{{e[0][0], e[1][0]}, {e[1][0], e[2][0]}}};
-    run.models.pr_alleles_01[panel] = {{{e[0][1] * 0.5, e[0][0]}, {e[0][2], e[2][1] * 0.5}}};
-    run.models.pr_alleles_10[panel] = {{{e[0][1] * 0.5, e[0][2]}, {e[0][0], e[2][1] * 0.5}}};
-    run.models.pr_alleles_11[panel] = {{{e[0][2], e[1][2]}, {e[1][2], e[2][2]}}};
+void fill_pair_tables(copying_models& models, std::size_t panel, const emission_table& e) {
+    models.pr_alleles_00[panel] = {{{e[0][0], e[1][0]}, {e[1][0], e[2][0]}}};
+    models.pr_alleles_01[panel] = {{{e[0][1] * 0.5, e[0][0]}, {e[0][2], e[2][1] * 0.5}}};
+    models.pr_alleles_10[panel] = {{{e[0][1] * 0.5, e[0][2]}, {e[0][0], e[2][1] * 0.5}}};
+    models.pr_alleles_11[panel] = {{{e[0][2], e[1][2]}, {e[1][2], e[2][2]}}};
 }
 
 }  // namespace
 
-void set_theta_panel(data& run, bool full) {
-    const auto& counts = full ? run.models.k_states_full : run.models.k_states;
+void set_theta(const parameters& params, const panel_array& panels, bool full, copying_models& models) {
+    const auto& counts = full ? models.k_states_full : models.k_states;
     const auto set = [&](std::size_t mode, std::size_t panel, std::size_t cond) {
-        run.models.theta[mode][panel][cond] = harmonic_theta(counts[mode][panel][cond]);
+        models.theta[mode][panel][cond] = harmonic_theta(counts[mode][panel][cond]);
     };
     set(0, 0, 0);
-    if (run.params.use_panel1_for_type0_imputation && !run.params.stage_one) set(0, 1, 0);
-    if (run.params.fill_holes) {
+    if (params.use_panel1_for_type0_imputation && !params.stage_one) set(0, 1, 0);
+    if (params.fill_holes) {
         set(0, 0, 1);
         set(0, 0, 2);
         set(0, 1, 2);
     }
-    if (is_given(run.params.known_haps_g_file) || run.haploid_study()) set(0, 2, 2);
-    if (run.haploid_panel1()) set(0, 1, 1);
+    if (is_given(params.known_haps_g_file) || panels[2].any_haploid()) set(0, 2, 2);
+    if (is_given(params.g_ref_file) && panels[1].any_haploid()) set(0, 1, 1);
     set(0, 2, 0);
     set(0, 2, 1);
     set(1, 1, 1);
     set(1, 2, 2);
 }
 
-void set_mutation_matrix(data& run, bool full) {
-    run.log.stage("-setting mutation matrices");
-    const auto& counts = full ? run.models.k_states_full : run.models.k_states;
+void set_mutation(run_log& log, const parameters& params, const run_plan& plan, const panel_array& panels, bool full,
+                  copying_models& models, site_table& sites) {
+    log.stage("-setting mutation matrices");
+    const auto& counts = full ? models.k_states_full : models.k_states;
     const auto rate = [&](std::size_t mode, std::size_t panel, std::size_t cond) {
-        return mutation_rate(counts[mode][panel][cond], run.models.theta[mode][panel][cond]);
+        return mutation_rate(counts[mode][panel][cond], models.theta[mode][panel][cond]);
     };
     constexpr std::array<model_entry, 9> haploid{
         {{0, 0, 0}, {0, 1, 0}, {0, 0, 1}, {0, 0, 2}, {0, 1, 2}, {0, 2, 0}, {0, 2, 1}, {0, 2, 2}, {0, 1, 1}}};
     for (const auto& [mode, panel, cond] : haploid) {
         const double mu = rate(mode, panel, cond);
-        if (usable(mu)) fill_haploid(run.models.mutation[mode][panel][cond], mu);
+        if (usable(mu)) fill_haploid(models.mutation[mode][panel][cond], mu);
     }
     for (std::size_t panel = 1; panel <= 2; ++panel) {
         const double mu = rate(1, panel, panel);
-        if (usable(mu)) fill_diploid(run.models.mutation[1][panel][panel], mu);
+        if (usable(mu)) fill_diploid(models.mutation[1][panel][panel], mu);
     }
-    for (auto& [position, site] : run.sites.store) {
-        if (run.params.prob_g_ref && site.type >= 1 && site.type <= run.plan.n_panels - 1 && !site.panel1_placeholder) {
-            weigh_genotypes(site.gtype_probs[1], run.panels[1].n_ind, run.models.mutation[1][1][1],
-                            site.gtype_emiss[1]);
+    const auto n_study = static_cast<std::size_t>(std::max(params.nind, 0));
+    for (auto& [position, site] : sites.store) {
+        if (params.prob_g_ref && site.type >= 1 && site.type <= plan.n_panels - 1 && !site.panel1_placeholder) {
+            weigh_genotypes(site.gtype_probs[1], panels[1].n_ind, models.mutation[1][1][1], site.gtype_emiss[1]);
         }
-        if (run.params.prob_g && site.type == run.plan.n_panels - 1) {
-            weigh_genotypes(site.gtype_probs[2], run.params.nind, run.models.mutation[1][2][2], site.gtype_emiss[2]);
+        if (params.prob_g && site.type == plan.n_panels - 1) {
+            weigh_genotypes(site.gtype_probs[2], n_study, models.mutation[1][2][2], site.gtype_emiss[2]);
         }
     }
-    for (std::size_t panel = 1; panel <= 2; ++panel) fill_pair_tables(run, panel, run.models.mutation[1][panel][panel]);
+    for (std::size_t panel = 1; panel <= 2; ++panel) fill_pair_tables(models, panel, models.mutation[1][panel][panel]);
 }

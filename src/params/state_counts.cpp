@@ -5,18 +5,18 @@
 
 // The haplotype, or the pair of haplotypes, that is being updated does not copy from itself; hence the numbers taken
 // off.
-void set_state_counts(data& run) {
-    const long h0 = run.panels[0].n_hap;
-    const long h1 = run.panels[1].n_hap;
-    const long h2 = run.panels[2].n_hap;
+void set_state_counts(const parameters& params, const panel_array& panels, copying_models& models) {
+    const auto h0 = static_cast<long>(panels[0].n_hap);
+    const auto h1 = static_cast<long>(panels[1].n_hap);
+    const auto h2 = static_cast<long>(panels[2].n_hap);
     const long all = h0 + h1 + h2;
-    const long near = run.params.k_hap[0] > 0 ? run.params.k_hap[0] : all;
-    const long far = run.params.k_hap.size() >= 2 ? run.params.k_hap[1] : 0;
-    const long diploid = run.params.k > 0 ? run.params.k : all;
-    const auto set = [&run](std::size_t mode, std::size_t panel, std::size_t cond_panel, long full, long limit) {
+    const long near = params.k_hap[0] > 0 ? params.k_hap[0] : all;
+    const long far = params.k_hap.size() >= 2 ? params.k_hap[1] : 0;
+    const long diploid = params.k > 0 ? params.k : all;
+    const auto set = [&](std::size_t mode, std::size_t panel, std::size_t cond_panel, long full, long limit) {
         full = std::max(full, 0L);
-        run.models.k_states[mode][panel][cond_panel] = static_cast<int>(std::min(full, limit));
-        if (!run.params.random_cond) run.models.k_states_full[mode][panel][cond_panel] = static_cast<int>(full);
+        models.k_states[mode][panel][cond_panel] = static_cast<int>(std::min(full, limit));
+        if (!params.random_cond) models.k_states_full[mode][panel][cond_panel] = static_cast<int>(full);
     };
     set(0, 2, 2, all - 1, near + far);
     set(0, 2, 1, h0 + h1, near + far);
@@ -29,5 +29,5 @@ void set_state_counts(data& run) {
     set(1, 2, 2, all - 2, diploid);
     set(1, 1, 1, h0 + h1 - 2, diploid);
     // Males of a Panel 1 of genotypes are updated as haplotypes.
-    if (run.plan.chrx_haploid && is_given(run.params.g_ref_file)) set(0, 1, 1, h0 + h1 - 1, near + far);
+    if (panels[1].sexes_differ && is_given(params.g_ref_file)) set(0, 1, 1, h0 + h1 - 1, near + far);
 }

@@ -33,7 +33,7 @@ site_counts count_sites(const run_plan& plan, const site_table& sites) {
         }
         type_counts& region = position < plan.int_lower_bp   ? counts.upstream
                               : position > plan.int_upper_bp ? counts.downstream
-                                                                 : counts.analysis;
+                                                             : counts.analysis;
         ++region[site.type];
     }
     for (std::size_t type = 0; type < n_types; ++type) {
@@ -66,8 +66,8 @@ std::vector<std::string> report_lines(const site_counts& counts, bool with_outpu
     add_block(lines, "-Analysis region (as defined by -int argument)", counts.analysis, true);
     add_block(lines, "-Output file", counts.output, with_output_total);
     lines.insert(lines.end(),
-                 {"", concat("-In total, ", site_counts::sum(counts.in_region()), " SNPs will be used in the analysis, including ",
-                             counts.n_study, " Panel 2 SNPs")});
+                 {"", concat("-In total, ", site_counts::sum(counts.in_region()),
+                             " SNPs will be used in the analysis, including ", counts.n_study, " Panel 2 SNPs")});
     return lines;
 }
 

@@ -18,9 +18,9 @@ double drawing_frequency(run_log& log, long position, snp& site, std::size_t pan
     const double frequency = stored;
     if (frequency < frequency_tolerance) {
         log.fatal(concat("ERROR: The allele frequency of the SNP at position ", position, " is undefined in Panel ",
-                             panel,
-                             "; this implies that something is wrong with your input files."
-                             " Please contact the authors for further assistance."));
+                         panel,
+                         "; this implies that something is wrong with your input files."
+                         " Please contact the authors for further assistance."));
     }
     if (frequency < 0.0) stored = 0.0;
     return frequency;
@@ -114,7 +114,7 @@ void guess_site(run_log& log, const panel_data& panel, const guessed_panel& gues
 void guess_panel(run_log& log, const parameters& params, const run_plan& plan, const panel_array& panels,
                  site_table& sites, const guessed_panel& guess) {
     log.stage(concat("-making initial haplotype guesses for Panel ", guess.panel,
-                         " by phasing hets at random and imputing missing genotypes from allele freqs"));
+                     " by phasing hets at random and imputing missing genotypes from allele freqs"));
     if (guess.panel == 2) {
         if (is_given(params.hap_init_g_file)) {
             log.line(" --initial haplotype alleles from the -hap_init_g file will not be changed here");
@@ -160,8 +160,7 @@ void fill_panel0(run_log& log, const run_plan& plan, site_table& sites) {
 
 // Whether a panel of genotypes needs its first haplotypes drawn; haploid: the settings tell of haploid members. A panel
 // that another run sampled has its haplotypes already.
-bool needs_guesses(const panel_data& panel, const std::string& file, const std::string& sampled_file,
-                   bool haploid) {
+bool needs_guesses(const panel_data& panel, const std::string& file, const std::string& sampled_file, bool haploid) {
     return panel.needs_update || (is_given(file) && (haploid || !is_given(sampled_file)));
 }
 

@@ -41,8 +41,7 @@ void list_model_sites(const run_plan& plan, const site_table& sites, bool fill_h
     if (!fill_holes || !plan.hole_fill_to || !plan.hole_fill_from) return;
     const std::size_t from = *plan.hole_fill_from;
     hmm_model& holes = models.hole_chains[0][*plan.hole_fill_to][from];
-    holes.site = select(sites, [&](const snp& s) {
-        return s.type >= from && s.type != 3 && !(from == 1 && s.panel1_placeholder);
-    });
+    holes.site = select(
+        sites, [&](const snp& s) { return s.type >= from && s.type != 3 && !(from == 1 && s.panel1_placeholder); });
     holes.hap_gap.assign(holes.n_sites(), haploid_gap{});
 }

@@ -74,7 +74,6 @@ void pack_haplotypes(const parameters& params, const run_plan& plan, panel_array
         fill_block(sites, panels[0].missing, first_site, missing_row);
         const std::size_t end = std::min(first_site + bits::word_bits, n_sites);
         for (std::size_t s = first_site; s < end; ++s)
-            release_rows(*sites.in_order[s],
-                         params.use_prephased_g && sites.in_order[s]->type == plan.n_panels);
+            release_rows(*sites.in_order[s], params.use_prephased_g && sites.in_order[s]->type == plan.n_panels);
     }
 }

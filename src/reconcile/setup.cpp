@@ -1,8 +1,7 @@
 #include "reconcile/setup.h"
 #include "model/data.h"
 #include "output/results.h"
-#include "params/population.h"
-#include "params/switch_rates.h"
+#include "params/model_parameters.h"
 #include "reconcile/stages.h"
 #include "reconcile/storage.h"
 
@@ -18,13 +17,6 @@ void reconcile_sites(run_log& log, const parameters& params, const run_plan& pla
     if (params.remove_excluded && plan.n_panels == 3) remove_non_aligned(log, params, sites);
 }
 
-void set_first_model_parameters(data& run) {
-    set_theta_panel(run, false);
-    set_mutation_matrix(run, false);
-    set_switch_rates(run, false);
-    if (run.params.fill_holes) set_switch_rates_for_hole_filling(run, false);
-}
-
 }  // namespace
 
 void setup(data& run) {
@@ -36,5 +28,5 @@ void setup(data& run) {
     if (run.params.iter == 0 && run.params.burnin == 0 && run.plan.store_sampled_haps) output_current_haps(run, -1);
     setup_storage(run, n_of_type);
     // Informed states from the first iteration on: the loop sets the parameters itself, before its first sweep.
-    if (run.plan.informed_start_iter != 0) set_first_model_parameters(run);
+    if (run.plan.informed_start_iter != 0) set_model_parameters(run, false);
 }

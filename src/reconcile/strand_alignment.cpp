@@ -53,17 +53,16 @@ struct strand_stage {
 
 void warn_of_strand_conflict(run_log& log, const strand_stage& stage, long position) {
     log.warn(concat("WARNING: An explicit +/- strand alignment was provided for the SNP at position ", position,
-                        " in Panel ", stage.panel, ", but this alignment conflicts with the observed alleles in Panel ",
-                        stage.panel, " and ", stage.warned_reference,
-                        ". ORVIDE2 will perform the alignment itself and ignore the input strand info at this site."));
+                    " in Panel ", stage.panel, ", but this alignment conflicts with the observed alleles in Panel ",
+                    stage.panel, " and ", stage.warned_reference,
+                    ". ORVIDE2 will perform the alignment itself and ignore the input strand info at this site."));
 }
 
 strand_check align_site(run_log& log, const strand_stage& stage, long position, snp& site) {
     const std::optional<std::size_t> reference = reference_panel(site);
     if (!reference || reference == stage.panel || !site.has_labels(stage.panel)) return strand_check::no_flip;
     panel_labels& tested = site.labels[stage.panel];
-    const strand_check result =
-        check_strand(tested, site.labels[*reference], stage.by_frequency);
+    const strand_check result = check_strand(tested, site.labels[*reference], stage.by_frequency);
     if (result == strand_check::no_flip) return result;
     if (result == strand_check::mismatch && tested.strand != "*") warn_of_strand_conflict(log, stage, position);
     tested.a0 = flip(tested.a0);

@@ -51,12 +51,12 @@ void trim_non_scaffold(run_log& log, const run_plan& plan, site_table& sites) {
 }
 
 void trim_reference_only(run_log& log, const run_plan& plan, site_table& sites) {
-    trim_buffer(log, plan, sites, "-removing reference-only SNPs from buffer region", [](const snp& site) { return site.type > 1; });
+    trim_buffer(log, plan, sites, "-removing reference-only SNPs from buffer region",
+                [](const snp& site) { return site.type > 1; });
 }
 
 void split_multiple_matches(run_log& log, const parameters& params, site_table& sites) {
-    log.stage(
-        "-converting Panel 2 SNPs that match multiple reference SNPs to Type 3 (will not inform the imputation)");
+    log.stage("-converting Panel 2 SNPs that match multiple reference SNPs to Type 3 (will not inform the imputation)");
     int n_converted = 0;
     for (const long position : sites.multi_match_positions) {
         if (split_at(sites, params.panel0_given(), position)) ++n_converted;

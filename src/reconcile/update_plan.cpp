@@ -66,8 +66,7 @@ void visit_site(genotype_panel& plan, const snp& site) {
 
 // Whether no further site can change a flag, as far as the counts tell.
 bool all_flagged(const genotype_panel& plan, std::size_t n_males) {
-    return plan.n_update == 0 && plan.n_het == n_males &&
-           (plan.n_ordered == 0 || !plan.known_haps_given);
+    return plan.n_update == 0 && plan.n_het == n_males && (plan.n_ordered == 0 || !plan.known_haps_given);
 }
 
 // The flags that need no look at the sites.

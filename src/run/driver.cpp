@@ -9,8 +9,7 @@
 #include "io/text.h"
 #include "model/data.h"
 #include "output/results.h"
-#include "params/population.h"
-#include "params/switch_rates.h"
+#include "params/model_parameters.h"
 #include "reconcile/setup.h"
 #include "run/driver.h"
 #include "run/passes.h"
@@ -62,10 +61,7 @@ class iteration_loop {
 
     void renew_parameters() {
         run_.log.stage("RESETTING PARAMETERS FOR \"SURROGATE FAMILY\" MODELING");
-        set_theta_panel(run_, true);
-        set_mutation_matrix(run_, true);
-        set_switch_rates(run_, true);
-        if (p_.fill_holes) set_switch_rates_for_hole_filling(run_, true);
+        set_model_parameters(run_, true);
     }
 
     void pass_panel0(const iteration& now) {
@@ -208,12 +204,12 @@ void finish(data& run, const update_passes& passes) {
 }  // namespace
 
 void impute(data& run) {
-    process_input(run);
-    print_nomenclature(run);
-    print_files(run);
+    process_input(run.log, run.params, run.plan, run.panels);
+    print_nomenclature(run.log, run.params);
+    print_files(run.log, run.params);
     read_data(run);
     setup(run);
-    print_params(run);
+    print_params(run.log, run.params, run.plan, run.panels, run.models);
     run.log.header("---------", " Run log ");
     const bool by_hap = is_given(run.params.distances_by_hap_file);
     distance_matrix distances;

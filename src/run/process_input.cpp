@@ -8,7 +8,6 @@
 #include <utility>
 
 #include "io/text.h"
-#include "model/data.h"
 #include "run/process_input.h"
 
 namespace {
@@ -44,10 +43,11 @@ std::string last_piece(const std::string& path) {
 
 class input_check {
   public:
-    explicit input_check(data& run) : run_(run), p_(run.params), log_(run.log) {}
+    input_check(run_log& log, parameters& params, run_plan& plan, panel_array& panels)
+        : log_(log), p_(params), plan_(plan), panels_(panels) {}
 
     void run_all() {
-        run_.panels[2].all_haploid = p_.haploid_g;
+        panels_[2].all_haploid = p_.haploid_g;
         set_interval();
         move_panels();
         check_basic_combinations();
@@ -79,13 +79,12 @@ class input_check {
             log_.fatal("ERROR: You must specify a valid interval for imputation using the -int argument.");
         }
         const double buffer = p_.buffer_kb * 1000.0;
-        run_.plan.buffer_lower = static_cast<long>(p_.int_lower - buffer);
-        run_.plan.buffer_upper = static_cast<long>(p_.int_upper + buffer);
-        run_.plan.int_lower_bp = static_cast<long>(p_.int_lower);
-        run_.plan.int_upper_bp = static_cast<long>(p_.int_upper);
+        plan_.buffer_lower = static_cast<long>(p_.int_lower - buffer);
+        plan_.buffer_upper = static_cast<long>(p_.int_upper + buffer);
+        plan_.int_lower_bp = static_cast<long>(p_.int_lower);
+        plan_.int_upper_bp = static_cast<long>(p_.int_upper);
         if (p_.int_lower > p_.int_upper) log_.note("note: the -int interval ends before it begins");
-        if (!p_.allow_large_regions && run_.plan.buffer_upper - run_.plan.buffer_lower > 7000001)
-            log_.fatal(region_too_long);
+        if (!p_.allow_large_regions && plan_.buffer_upper - plan_.buffer_lower > 7000001) log_.fatal(region_too_long);
     }
 
     static void move_name(std::string& from, std::string& to) {
@@ -245,7 +244,7 @@ class input_check {
     // The sampled-haplotype names that the two stages share: by the panel's input file and the interval.
     std::string stage_name(const std::string& input) const {
         const std::string stem = is_given(p_.hap_samp_dir) ? p_.hap_samp_dir + last_piece(input) : input;
-        return concat(stem, "_pos", run_.plan.int_lower_bp, "-", run_.plan.int_upper_bp);
+        return concat(stem, "_pos", plan_.int_lower_bp, "-", plan_.int_upper_bp);
     }
 
     static std::string first_given(const std::string& a, const std::string& b, const std::string& c) {
@@ -265,7 +264,7 @@ class input_check {
         const std::string second_h = p_.h_files.size() >= 2 ? p_.h_files[1] : "NULL";
         const std::array<std::string, 3> inputs{
             p_.h_files.empty() ? "NULL" : p_.h_files[0],
-            run_.params.panel1_given() ? first_given(p_.g_ref_file, p_.known_haps_g_ref_file, second_h) : "NULL",
+            p_.panel1_given() ? first_given(p_.g_ref_file, p_.known_haps_g_ref_file, second_h) : "NULL",
             first_given(p_.g_file, p_.known_haps_g_file, "NULL")};
         const std::array<std::string*, 3> outs{&p_.hap_samp_out_h, &p_.hap_samp_out_g_ref, &p_.hap_samp_out_g};
         const std::array<std::string*, 3> ins{&p_.hap_samp_in_h, &p_.hap_samp_in_g_ref, &p_.hap_samp_in_g};
@@ -371,15 +370,15 @@ class input_check {
     void check_ploidy() {
         if (p_.chrX && !p_.Xpar) {
             if (p_.prob_g || p_.prob_g_ref) {
-                run_.plan.chrx_diploid = true;
+                plan_.chrx_diploid = true;
                 log_.warn(
                     "WARNING: You have activated -chrX in conjunction with -prob_g, -prob_g_ref, or both. In this "
                     "setting, ORVIDE2 will treat every individual in a _g or _g_ref file as diploid, even if that "
                     "individual is marked as 'male' in the sample file. Some kinds of chrX input files may not work "
                     "in this setting; please contact the authors if you have questions about this.");
             }
-            run_.plan.chrx_haploid = !run_.plan.chrx_diploid;
-            for (panel_data& panel : run_.panels) panel.sexes_differ = run_.plan.chrx_haploid;
+            plan_.chrx_haploid = !plan_.chrx_diploid;
+            for (panel_data& panel : panels_) panel.sexes_differ = plan_.chrx_haploid;
             const bool lacks_sample_file = (is_given(p_.g_file) && !is_given(p_.sample_g_file)) ||
                                            (is_given(p_.known_haps_g_file) && !is_given(p_.sample_known_haps_g_file)) ||
                                            (is_given(p_.g_ref_file) && !is_given(p_.sample_g_ref_file));
@@ -425,19 +424,19 @@ class input_check {
     bool listed(int type) const { return std::find(p_.os_types.begin(), p_.os_types.end(), type) != p_.os_types.end(); }
 
     void set_output_types() {
-        run_.plan.has_reference = reference_given();
-        run_.plan.n_panels = run_.plan.has_reference ? 3 : 4;
-        const auto study_type = static_cast<std::size_t>(run_.plan.n_panels - 1);
-        auto& types = run_.plan.output_types;
+        plan_.has_reference = reference_given();
+        plan_.n_panels = plan_.has_reference ? 3 : 4;
+        const std::size_t study_type = plan_.n_panels - 1;
+        auto& types = plan_.output_types;
         for (int t = 0; t < 4; ++t) types[static_cast<std::size_t>(t)] = p_.os_types.empty() || listed(t);
-        if (!run_.params.panel0_given()) types[0] = false;
-        if (!run_.params.panel1_given()) types[1] = false;
+        if (!p_.panel0_given()) types[0] = false;
+        if (!p_.panel1_given()) types[1] = false;
         if (is_given(p_.g_file) && (p_.pgs || p_.pgs_miss || p_.pgs_prob)) types[study_type] = true;
         if (p_.prephase_g) {
             if (!listed(0)) types[0] = false;
             if (!listed(1)) types[1] = false;
             types[study_type] = true;
-            if (run_.plan.n_panels == 3 && !listed(3)) types[3] = false;
+            if (plan_.n_panels == 3 && !listed(3)) types[3] = false;
         }
         p_.os_types.clear();
         for (int t = 0; t < 4; ++t) {
@@ -447,17 +446,16 @@ class input_check {
     }
 
     void set_run_flags() {
-        const auto& types = run_.plan.output_types;
-        const bool study_written = types[static_cast<std::size_t>(run_.plan.n_panels - 1)];
-        run_.plan.sporadic_haploid_imputation =
+        const auto& types = plan_.output_types;
+        const bool study_written = types[plan_.n_panels - 1];
+        plan_.sporadic_haploid_imputation =
             p_.pgs_miss && types[0] && p_.h_files.size() == 1 && !is_given(p_.g_ref_file) && !study_given();
-        run_.plan.count_missing_only = p_.pgs_miss && study_written && study_given();
-        const auto study_bit = static_cast<std::size_t>(run_.plan.n_panels - 3);
+        plan_.count_missing_only = p_.pgs_miss && study_written && study_given();
+        const std::size_t study_bit = plan_.n_panels - 3;
         p_.store_input_probs[study_bit] = (study_written && !p_.pgs) || p_.prob_g;
-        if (run_.plan.n_panels <= 3 && types[static_cast<std::size_t>(run_.plan.n_panels)])
-            p_.store_input_probs[1] = true;
+        if (plan_.n_panels <= 3 && types[plan_.n_panels]) p_.store_input_probs[1] = true;
         p_.store_input_probs_ref = p_.prob_g_ref;
-        run_.plan.store_sampled_haps =
+        plan_.store_sampled_haps =
             is_given(p_.hap_samp_out_g) || is_given(p_.hap_samp_out_g_ref) || is_given(p_.hap_samp_out_h);
     }
 
@@ -470,14 +468,14 @@ class input_check {
                 "assume that you intended to turn on the memory-saving functionality, which decreases RAM usage at "
                 "the expense of speed.");
         }
-        run_.plan.tmp_haps = p_.mem_save_2 && p_.phase;
-        if (is_given(p_.mem_save_str) && !run_.plan.tmp_haps) {
+        plan_.tmp_haps = p_.mem_save_2 && p_.phase;
+        if (is_given(p_.mem_save_str) && !plan_.tmp_haps) {
             p_.mem_save_str = "NULL";
             log_.warn(
                 "WARNING: You supplied a -mem_save_str, but the program does not need this kind of file under the "
                 "current command-line settings. This option will be ignored.");
         }
-        if (!run_.plan.tmp_haps) return;
+        if (!plan_.tmp_haps) return;
         if (is_given(p_.mem_save_str)) {
             p_.remove_mem_save_dir = false;
             return;
@@ -493,13 +491,14 @@ class input_check {
         p_.mem_save_str = p_.mem_save_dir + "sampled_haps";
     }
 
-    data& run_;
-    parameters& p_;
     run_log& log_;
+    parameters& p_;
+    run_plan& plan_;
+    panel_array& panels_;
 };
 
 }  // namespace
 
-void process_input(data& run) {
-    input_check(run).run_all();
+void process_input(run_log& log, parameters& params, run_plan& plan, panel_array& panels) {
+    input_check(log, params, plan, panels).run_all();
 }

@@ -3,28 +3,27 @@
 #include <array>
 
 #include "io/text.h"
-#include "model/data.h"
 #include "run/reports.h"
 
-void print_nomenclature(data& run) {
+void print_nomenclature(run_log& log, const parameters& params) {
     const std::string rule = "---------------------------------";
-    run.log.header(rule, " Nomenclature and data structure ");
-    run.log.line("");
-    if (!run.params.h_files.empty()) run.log.line("     Panel 0: phased reference haplotypes");
-    if (run.params.h_files.size() >= 2) {
-        run.log.line("     Panel 1: phased reference haplotypes");
-    } else if (is_given(run.params.g_ref_file)) {
-        run.log.line("     Panel 1: unphased reference genotypes");
+    log.header(rule, " Nomenclature and data structure ");
+    log.line("");
+    if (!params.h_files.empty()) log.line("     Panel 0: phased reference haplotypes");
+    if (params.h_files.size() >= 2) {
+        log.line("     Panel 1: phased reference haplotypes");
+    } else if (is_given(params.g_ref_file)) {
+        log.line("     Panel 1: unphased reference genotypes");
     }
-    const bool known = is_given(run.params.known_haps_g_file);
-    if (is_given(run.params.g_file) ? run.params.haploid_g : known) {
-        run.log.line("     Panel 2: phased study haplotypes");
-    } else if (is_given(run.params.g_file)) {
-        run.log.line(concat("     Panel 2: unphased study genotypes",
-                            known ? " (some with known phase from -known_haps_g)" : ""));
+    const bool known = is_given(params.known_haps_g_file);
+    if (is_given(params.g_file) ? params.haploid_g : known) {
+        log.line("     Panel 2: phased study haplotypes");
+    } else if (is_given(params.g_file)) {
+        log.line(concat("     Panel 2: unphased study genotypes",
+                        known ? " (some with known phase from -known_haps_g)" : ""));
     }
-    run.log.line("");
-    run.log.line(
+    log.line("");
+    log.line(
         "For optimal results, each successive panel (0,1,2) should contain a subset of the SNPs in the previous panel. "
         "When the data structure deviates from this ideal configuration, ORVIDE2 tries to use as much of the available "
         "information as possible; see documentation for details.");
@@ -121,59 +120,60 @@ void print_rows(run_log& log, const char* rule, const char* title, const std::ve
 
 }  // namespace
 
-void print_files(data& run) {
-    print_rows(run.log, "-------------", " Input files ", input_rows(run.params));
-    print_rows(run.log, "--------------", " Output files ",
-               output_rows(run.params, run.params.panel0_given(), run.params.panel1_given()));
+void print_files(run_log& log, const parameters& params) {
+    print_rows(log, "-------------", " Input files ", input_rows(params));
+    print_rows(log, "--------------", " Output files ",
+               output_rows(params, params.panel0_given(), params.panel1_given()));
 }
 
-void print_params(data& run) {
-    run.log.header("----------------", " Run parameters ");
-    run.log.line("");
-    const bool g_ref = is_given(run.params.g_ref_file);
-    if (run.params.panel0_given()) {
-        std::string text = concat("        reference haplotypes: ", run.panels[0].n_hap, " [Panel 0]");
-        if (run.params.h_files.size() >= 2) text += concat("; ", run.panels[1].n_hap, " [Panel 1]");
-        run.log.line(text);
+void print_params(run_log& log, const parameters& params, const run_plan& plan, const panel_array& panels,
+                  const copying_models& models) {
+    log.header("----------------", " Run parameters ");
+    log.line("");
+    const bool g_ref = is_given(params.g_ref_file);
+    if (params.panel0_given()) {
+        std::string text = concat("        reference haplotypes: ", panels[0].n_hap, " [Panel 0]");
+        if (params.h_files.size() >= 2) text += concat("; ", panels[1].n_hap, " [Panel 1]");
+        log.line(text);
     }
-    if (g_ref) run.log.line(concat("        reference diplotypes: ", run.panels[1].n_ind, " [Panel 1]"));
-    if (is_given(run.params.g_file) || is_given(run.params.known_haps_g_file)) {
-        run.log.line(concat("           study individuals: ", run.panels[2].n_ind, " [Panel 2]"));
+    if (g_ref) log.line(concat("        reference diplotypes: ", panels[1].n_ind, " [Panel 1]"));
+    if (is_given(params.g_file) || is_given(params.known_haps_g_file)) {
+        log.line(concat("           study individuals: ", panels[2].n_ind, " [Panel 2]"));
     }
-    run.log.line(concat("           sequence interval: [", fixed_text(run.params.int_lower, 0), ",",
-                        fixed_text(run.params.int_upper, 0), "]"));
-    run.log.line(concat("                      buffer: ", default_text(run.params.buffer_kb), " kb"));
-    run.log.line(concat("                          Ne: ", default_text(run.params.Ne)));
-    run.log.line(concat("           input call thresh: ", fixed_text(run.params.call_thresh, 3)));
-    run.log.line(concat("     burn-in MCMC iterations: ", run.params.burnin));
-    if (run.params.thin >= 2) run.log.line(concat("      MCMC thinning interval: ", run.params.thin));
-    run.log.line(concat("       total MCMC iterations: ", run.params.iter, " (", run.plan.stored_iters.size(),
-                        " used for inference)"));
-    if (g_ref || is_given(run.params.g_file)) {
+    log.line(concat("           sequence interval: [", fixed_text(params.int_lower, 0), ",",
+                    fixed_text(params.int_upper, 0), "]"));
+    log.line(concat("                      buffer: ", default_text(params.buffer_kb), " kb"));
+    log.line(concat("                          Ne: ", default_text(params.Ne)));
+    log.line(concat("           input call thresh: ", fixed_text(params.call_thresh, 3)));
+    log.line(concat("     burn-in MCMC iterations: ", params.burnin));
+    if (params.thin >= 2) log.line(concat("      MCMC thinning interval: ", params.thin));
+    log.line(
+        concat("       total MCMC iterations: ", params.iter, " (", plan.stored_iters.size(), " used for inference)"));
+    if (g_ref || is_given(params.g_file)) {
         std::string text = "      HMM states for phasing: ";
-        if (g_ref) text += concat(run.models.k_states[1][1][1], " [Panel 1]; ");
-        if (is_given(run.params.g_file)) text += concat(run.models.k_states[1][2][2], " [Panel 2]");
-        run.log.line(text);
+        if (g_ref) text += concat(models.k_states[1][1][1], " [Panel 1]; ");
+        if (is_given(params.g_file)) text += concat(models.k_states[1][2][2], " [Panel 2]");
+        log.line(text);
     }
-    if (run.params.panel0_given() || g_ref) {
+    if (params.panel0_given() || g_ref) {
         std::string text = "   HMM states for imputation: ";
-        if (!run.params.panel0_given()) {
-            text += concat(run.models.k_states[0][2][1], " [Panel 1->2]");
+        if (!params.panel0_given()) {
+            text += concat(models.k_states[0][2][1], " [Panel 1->2]");
         } else {
-            text += concat(run.models.k_states[0][2][0], " [Panel 0->2]");
-            if (run.params.panel1_given()) text += concat("; ", run.models.k_states[0][2][1], " [Panel 0+1->2]");
+            text += concat(models.k_states[0][2][0], " [Panel 0->2]");
+            if (params.panel1_given()) text += concat("; ", models.k_states[0][2][1], " [Panel 0+1->2]");
         }
-        run.log.line(text);
+        log.line(text);
     }
-    if (run.params.fill_holes) {
-        const std::size_t to = *run.plan.hole_fill_to;
-        const std::size_t from = *run.plan.hole_fill_from;
-        run.log.line(concat(" HMM states for hole-filling: ", run.models.k_states[0][to][from], " [Panel ",
-                            from, "->", to, "]"));
+    if (params.fill_holes) {
+        const std::size_t to = *plan.hole_fill_to;
+        const std::size_t from = *plan.hole_fill_from;
+        log.line(
+            concat(" HMM states for hole-filling: ", models.k_states[0][to][from], " [Panel ", from, "->", to, "]"));
     }
-    if (!run.params.active_flags.empty()) {
+    if (!params.active_flags.empty()) {
         std::string text = "                active flags:";
-        for (const std::string& flag : run.params.active_flags) text += concat(" <", flag, ">");
-        run.log.line(text);
+        for (const std::string& flag : params.active_flags) text += concat(" <", flag, ">");
+        log.line(text);
     }
 }

@@ -15,7 +15,7 @@ class state_counts : public ::testing::Test {
         set_haplotypes(run.panels, n_hap);
         run.params.k_hap = std::move(k_hap);
         run.params.k = k;
-        set_state_counts(run);
+        set_state_counts(run.params, run.panels, run.models);
     }
     std::ostringstream terminal, notes;
     data run{terminal, notes};

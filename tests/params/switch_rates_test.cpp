@@ -212,7 +212,7 @@ class switch_rates : public ::testing::Test, protected model_run {
     // Lists the sites; every model visits all that are not of the last type.
     void finish() {
         list_sites();
-        std::vector<int> visited;
+        std::vector<std::size_t> visited;
         for (const snp* site : run.sites.in_order) {
             if (site->type != run.plan.n_panels) visited.push_back(site->index);
         }
@@ -264,20 +264,20 @@ class switch_rates : public ::testing::Test, protected model_run {
 };
 
 TEST_F(switch_rates, the_stage_is_said_on_both_channels) {
-    set_switch_rates(run, false);
+    set_switch_rates(run.log, {run.params, run.plan, run.panels, run.sites}, false, run.models);
     EXPECT_EQ("\n-setting switch rates\n", capture.terminal.str());
     EXPECT_EQ("\n-setting switch rates\n", capture.summary());
-    set_switch_rates_for_hole_filling(run, false);
+    set_switch_rates_for_hole_filling(run.log, {run.params, run.plan, run.panels, run.sites}, false, run.models);
     EXPECT_EQ("\n-setting switch rates\n\n-setting hole-filling switch rates\n", capture.terminal.str());
     EXPECT_EQ("\n-setting switch rates\n\n-setting hole-filling switch rates\n", capture.summary());
 }
 
 TEST_F(switch_rates, that_are_set_anew_have_a_new_version) {
     const auto before = run.models.switch_rates_version;
-    set_switch_rates(run, false);
+    set_switch_rates(run.log, {run.params, run.plan, run.panels, run.sites}, false, run.models);
     const auto first = run.models.switch_rates_version;
     EXPECT_GT(first, before);
-    set_switch_rates_for_hole_filling(run, false);
+    set_switch_rates_for_hole_filling(run.log, {run.params, run.plan, run.panels, run.sites}, false, run.models);
     EXPECT_GT(run.models.switch_rates_version, first);
 }
 
@@ -290,7 +290,7 @@ TEST_F(switch_rates, each_chain_measures_from_its_own_site_before) {
     add(40, 0, 3.0);
     add(50, 2, 4.5);
     finish();
-    set_switch_rates(run, false);
+    set_switch_rates(run.log, {run.params, run.plan, run.panels, run.sites}, false, run.models);
     EXPECT_EQ(make_haploid_gap(0.5, at(run.models.k_states, 0, 2, 0)).diff, hap(2, 0, 20).diff);
     EXPECT_EQ(make_haploid_gap(1.5, at(run.models.k_states, 0, 2, 0)).diff, hap(2, 0, 50).diff);
     EXPECT_EQ(make_haploid_gap(1.25, at(run.models.k_states, 0, 2, 1)).diff, hap(2, 1, 30).diff);
@@ -307,7 +307,7 @@ TEST_F(switch_rates, sites_of_the_last_type_take_no_part) {
     add(20, 3, 0.25);  // would be a negative distance
     add(30, 2, 2.0);
     finish();
-    set_switch_rates(run, false);
+    set_switch_rates(run.log, {run.params, run.plan, run.panels, run.sites}, false, run.models);
     EXPECT_EQ(make_haploid_gap(1.0, at(run.models.k_states, 0, 2, 0)).diff, hap(2, 0, 30).diff);
     EXPECT_EQ(0, run.log.warning_count());
 }
@@ -319,7 +319,7 @@ TEST_F(switch_rates, without_a_reference_only_the_study_has_a_chain) {
     add(10, 3, 1.0);
     add(20, 3, 1.75);
     finish();
-    set_switch_rates(run, false);
+    set_switch_rates(run.log, {run.params, run.plan, run.panels, run.sites}, false, run.models);
     EXPECT_EQ(make_haploid_gap(0.75, at(run.models.k_states, 0, 2, 2)).move, hap(2, 2, 20).move);
     EXPECT_EQ(make_diploid_gap(0.75, at(run.models.k_states, 1, 2, 2)).both_stay, dip(2, 20).both_stay);
     expect_all(false);
@@ -333,7 +333,7 @@ TEST_F(switch_rates, the_first_site_starts_the_study_chain_even_as_a_placeholder
     add(30, 2, 4.0).panel1_placeholder = true;
     add(40, 2, 6.0);
     finish();
-    set_switch_rates(run, false);
+    set_switch_rates(run.log, {run.params, run.plan, run.panels, run.sites}, false, run.models);
     EXPECT_EQ(make_diploid_gap(2.0, at(run.models.k_states, 1, 2, 2)).both_stay, dip(2, 20).both_stay);
     EXPECT_EQ(0.0, dip(1, 20).both_stay) << "the chain of Panel 1 only starts here";
     EXPECT_EQ(make_diploid_gap(3.0, at(run.models.k_states, 1, 2, 2)).both_stay, dip(2, 40).both_stay)
@@ -347,8 +347,8 @@ TEST_F(switch_rates, the_full_counts_give_other_rates) {
     add(10, 2, 1.0);
     add(20, 2, 3.0);
     finish();
-    set_switch_rates(run, false);
-    set_switch_rates(run, true);
+    set_switch_rates(run.log, {run.params, run.plan, run.panels, run.sites}, false, run.models);
+    set_switch_rates(run.log, {run.params, run.plan, run.panels, run.sites}, true, run.models);
     EXPECT_EQ(make_haploid_gap(2.0, at(run.models.k_states_full, 0, 2, 0)).diff, hap(2, 0, 20).diff);
     expect_all(true);
 }
@@ -382,7 +382,7 @@ TEST_F(switch_rates, agree_with_the_plain_pass_over_any_sites_and_options) {
         }
         finish();
         SCOPED_TRACE("repeat " + std::to_string(repeat));
-        set_switch_rates(run, repeat % 2 == 0);
+        set_switch_rates(run.log, {run.params, run.plan, run.panels, run.sites}, repeat % 2 == 0, run.models);
         expect_all(repeat % 2 == 0);
         if (HasFailure()) return;
     }
@@ -395,7 +395,7 @@ TEST_F(switch_rates, a_negative_distance_is_replaced_and_told_by_each_chain) {
     add(1000, 2, 2.5);
     add(2000, 2, 1.25);
     finish();
-    set_switch_rates(run, false);
+    set_switch_rates(run.log, {run.params, run.plan, run.panels, run.sites}, false, run.models);
     const std::string line =
         "WARNING: Positions 1000 and 2000 (with genetic map positions 2.500000 and 1.250000, respectively) are "
         "separated by "
@@ -414,7 +414,7 @@ TEST_F(switch_rates, a_negative_distance_names_the_neighbours_in_the_chain) {
     add(2500, 2, 2.25);
     add(3000, 0, 2.125);
     finish();
-    set_switch_rates(run, false);
+    set_switch_rates(run.log, {run.params, run.plan, run.panels, run.sites}, false, run.models);
     const auto line = [](const std::string& p1, const std::string& p2, const std::string& g1, const std::string& g2) {
         return "WARNING: Positions " + p1 + " and " + p2 + " (with genetic map positions " + g1 + " and " + g2 +
                ", respectively) are separated by negative genetic distance 0.000000; this will be set to a positive "
@@ -433,7 +433,7 @@ TEST_F(switch_rates, a_distance_that_is_no_number_counts_as_negative) {
     add(1000, 0, 1.0);
     add(2000, 0, std::numeric_limits<double>::quiet_NaN());
     finish();
-    set_switch_rates(run, false);
+    set_switch_rates(run.log, {run.params, run.plan, run.panels, run.sites}, false, run.models);
     EXPECT_EQ(1, run.log.warning_count());
     EXPECT_EQ(1.0, hap(2, 0, 2000).stay);
 }
@@ -447,7 +447,7 @@ TEST_F(switch_rates, without_warnings_a_negative_distance_is_replaced_in_silence
     add(1000, 2, 2.5);
     add(2000, 2, 1.25);
     finish();
-    set_switch_rates(run, false);
+    set_switch_rates(run.log, {run.params, run.plan, run.panels, run.sites}, false, run.models);
     EXPECT_EQ(0, run.log.warning_count());
     EXPECT_EQ("", capture.warnings());
     EXPECT_EQ(1.0, hap(2, 0, 2000).stay);
@@ -459,7 +459,7 @@ TEST_F(switch_rates, an_equal_position_on_the_map_is_no_fault) {
     add(1000, 2, 2.5);
     add(2000, 2, 2.5);
     finish();
-    set_switch_rates(run, false);
+    set_switch_rates(run.log, {run.params, run.plan, run.panels, run.sites}, false, run.models);
     EXPECT_EQ(0, run.log.warning_count());
     EXPECT_EQ(1.0, hap(2, 0, 2000).stay);
     EXPECT_EQ(0.0, hap(2, 0, 2000).move);
@@ -556,8 +556,8 @@ TEST_F(filling_rates, panel_0_is_filled_from_panel_1) {
         run.panels[0].needs_update = true;
         run.plan.hole_fill_to = 0;
         add_sites();
-        set_switch_rates(run, full);
-        set_switch_rates_for_hole_filling(run, full);
+        set_switch_rates(run.log, {run.params, run.plan, run.panels, run.sites}, full, run.models);
+        set_switch_rates_for_hole_filling(run.log, {run.params, run.plan, run.panels, run.sites}, full, run.models);
         expect_chains(0, 1, full);
     }
 }
@@ -567,8 +567,8 @@ TEST_F(filling_rates, panel_0_is_filled_from_a_second_file_of_haplotypes) {
     run.panels[0].needs_update = true;
     run.plan.hole_fill_to = 0;
     add_sites();
-    set_switch_rates(run, false);
-    set_switch_rates_for_hole_filling(run, false);
+    set_switch_rates(run.log, {run.params, run.plan, run.panels, run.sites}, false, run.models);
+    set_switch_rates_for_hole_filling(run.log, {run.params, run.plan, run.panels, run.sites}, false, run.models);
     expect_chains(0, 1, false);
 }
 
@@ -577,8 +577,8 @@ TEST_F(filling_rates, panel_0_alone_is_filled_from_the_study) {
     run.panels[0].needs_update = true;
     run.plan.hole_fill_to = 0;
     add_sites();
-    set_switch_rates(run, false);
-    set_switch_rates_for_hole_filling(run, false);
+    set_switch_rates(run.log, {run.params, run.plan, run.panels, run.sites}, false, run.models);
+    set_switch_rates_for_hole_filling(run.log, {run.params, run.plan, run.panels, run.sites}, false, run.models);
     expect_chains(0, 2, false);
 }
 
@@ -586,9 +586,9 @@ TEST_F(filling_rates, panel_1_alone_is_filled_from_the_study) {
     give_panel1();
     run.plan.hole_fill_to = 1;
     add_sites();
-    set_switch_rates(run, false);
+    set_switch_rates(run.log, {run.params, run.plan, run.panels, run.sites}, false, run.models);
     const std::vector<diploid_gap> before = run.models.chains[1][1][1].dip_gap;
-    set_switch_rates_for_hole_filling(run, false);
+    set_switch_rates_for_hole_filling(run.log, {run.params, run.plan, run.panels, run.sites}, false, run.models);
     expect_chains(1, 2, false);
     // The tables of pairs are those of the first pass.
     const std::vector<diploid_gap>& after = run.models.chains[1][1][1].dip_gap;
@@ -608,16 +608,16 @@ TEST_F(filling_rates, nothing_is_done_for_another_panel_or_without_a_reference) 
     run.panels[0].needs_update = true;
     run.plan.hole_fill_to = 1;
     add_sites();
-    set_switch_rates(run, false);
+    set_switch_rates(run.log, {run.params, run.plan, run.panels, run.sites}, false, run.models);
     const auto before = run.models.chains[0][0][0].hap_gap;
-    set_switch_rates_for_hole_filling(run, false);
+    set_switch_rates_for_hole_filling(run.log, {run.params, run.plan, run.panels, run.sites}, false, run.models);
     for (std::size_t v = 0; v < before.size(); ++v)
         EXPECT_EQ(before[v].diff, run.models.chains[0][0][0].hap_gap[v].diff);
     EXPECT_TRUE(run.models.hole_chains[0][0][1].hap_gap.empty());
     run.plan.has_reference = false;
     run.params.h_files.clear();
     run.params.g_ref_file = "NULL";
-    set_switch_rates_for_hole_filling(run, false);
+    set_switch_rates_for_hole_filling(run.log, {run.params, run.plan, run.panels, run.sites}, false, run.models);
     EXPECT_TRUE(run.models.hole_chains[0][1][2].hap_gap.empty());
 }
 
@@ -628,9 +628,9 @@ TEST_F(filling_rates, both_chains_tell_of_negative_distances) {
     add(1000, 1, 5.0);
     add(2000, 1, 4.0);
     finish();
-    set_switch_rates(run, false);
+    set_switch_rates(run.log, {run.params, run.plan, run.panels, run.sites}, false, run.models);
     const int before = run.log.warning_count();
-    set_switch_rates_for_hole_filling(run, false);
+    set_switch_rates_for_hole_filling(run.log, {run.params, run.plan, run.panels, run.sites}, false, run.models);
     EXPECT_EQ(before + 2, run.log.warning_count());
 }
 

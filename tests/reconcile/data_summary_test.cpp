@@ -11,7 +11,7 @@ class data_summary : public reconcile_fixture {
         give_study(2);
     }
     int report() {
-        return end_status([this] { report_data_summary(run); });
+        return end_status([this] { report_data_summary(run.log, run.params, run.plan, run.sites); });
     }
     static std::string block(const std::string& title, const std::array<int, 4>& counts) {
         std::string text = "\n" + title + "\n";

@@ -33,7 +33,7 @@ class initial_haplotypes : public reconcile_fixture {
         site.haps[1] = allele_row(static_cast<std::size_t>(run.panels[1].n_hap), 2);
     }
     int guess() {
-        return end_status([this] { make_initial_haplotypes(run); });
+        return end_status([this] { make_initial_haplotypes(run.log, run.params, run.plan, run.panels, run.sites); });
     }
     void expect_all_drawn(int n) const {
         EXPECT_EQ(n, draws.n_taken);

@@ -70,14 +70,14 @@ class label_stages : public reconcile_fixture {
 };
 
 TEST_F(label_stages, stage_line_stands_without_a_site) {
-    align_labels(run);
+    align_labels(run.log, run.params, run.sites);
     expect_log("\n-aligning allele labels between panels\n");
 }
 
 TEST_F(label_stages, crossed_study_is_recoded) {
     give_all_panels();
     snp& site = add_full_site(110, {"A", "C", "*", 0.5}, {"C", "A", "+", 0.75});
-    align_labels(run);
+    align_labels(run.log, run.params, run.sites);
     EXPECT_EQ("A", site.labels[2].a0);
     EXPECT_EQ("C", site.labels[2].a1);
     EXPECT_EQ("+", site.labels[2].strand);
@@ -93,7 +93,7 @@ TEST_F(label_stages, crossed_study_is_recoded) {
 TEST_F(label_stages, crossed_panel_1_is_recoded) {
     give_all_panels();
     snp& site = add_full_site(110, {"C", "A", "*", 0.75}, {"*", "*", "*", -1.0}, 1);
-    align_labels(run);
+    align_labels(run.log, run.params, run.sites);
     EXPECT_EQ("A", site.labels[1].a0);
     EXPECT_EQ(0.25, site.labels[1].freq);
     EXPECT_EQ((std::vector<std::uint8_t>{1, 3}), site.gtypes[1]);
@@ -106,7 +106,7 @@ TEST_F(label_stages, crossed_panel_1_is_recoded) {
 TEST_F(label_stages, both_panels_can_be_recoded_at_one_site) {
     give_all_panels();
     snp& site = add_full_site(110, {"C", "A", "*", 0.75}, {"C", "C", "*", 0.5});
-    align_labels(run);
+    align_labels(run.log, run.params, run.sites);
     EXPECT_EQ((std::array<bool, 3>{false, true, true}), site.allele_flipped);
     EXPECT_EQ("C", site.labels[2].a0);
     EXPECT_EQ("C", site.labels[2].a1);
@@ -117,7 +117,7 @@ TEST_F(label_stages, labels_in_order_and_labels_that_do_not_fit_stay) {
     give_all_panels();
     snp& straight = add_full_site(110, {"A", "C", "*", 0.5}, {"A", "C", "*", 0.75});
     snp& misfit = add_full_site(120, {"G", "A", "*", 0.5}, {"C", "G", "*", 0.75});
-    align_labels(run);
+    align_labels(run.log, run.params, run.sites);
     for (const snp* site : {&straight, &misfit}) {
         EXPECT_EQ((std::array<bool, 3>{}), site->allele_flipped);
         EXPECT_EQ((std::vector<std::uint8_t>{2, 3}), site->gtypes[2]);
@@ -129,7 +129,7 @@ TEST_F(label_stages, sites_of_one_panel_alone_stay) {
     give_all_panels();
     snp& type0 = add_full_site(110, {"C", "A", "*", 0.5}, {"C", "A", "*", 0.75}, 0);
     snp& type3 = add_full_site(120, {"C", "A", "*", 0.5}, {"C", "A", "*", 0.75}, 3);
-    align_labels(run);
+    align_labels(run.log, run.params, run.sites);
     EXPECT_EQ((std::array<bool, 3>{}), type0.allele_flipped);
     EXPECT_EQ((std::array<bool, 3>{}), type3.allele_flipped);
 }
@@ -144,7 +144,7 @@ TEST_F(label_stages, panel_1_sets_the_standard_where_panel_0_has_no_labels) {
     site.gtypes[2] = {0, 1};
     snp& bare = add_site(120, 2);
     label(bare, 2, "A", "C");
-    align_labels(run);
+    align_labels(run.log, run.params, run.sites);
     EXPECT_EQ((std::array<bool, 3>{false, false, true}), site.allele_flipped);
     EXPECT_EQ((std::vector<std::uint8_t>{2, 1}), site.gtypes[2]);
     EXPECT_EQ((std::vector<std::uint8_t>{0, 1}), site.gtypes[1]);
@@ -154,7 +154,7 @@ TEST_F(label_stages, panel_1_sets_the_standard_where_panel_0_has_no_labels) {
 TEST_F(label_stages, unknown_frequency_stays_unknown) {
     give_all_panels();
     snp& site = add_full_site(110, {"C", "A", "*", -1.0}, {"C", "A", "*", -1.0});
-    align_labels(run);
+    align_labels(run.log, run.params, run.sites);
     EXPECT_EQ(-1.0, site.labels[1].freq);
     EXPECT_EQ(-1.0, site.labels[2].freq);
 }
@@ -164,7 +164,7 @@ TEST_F(label_stages, genotype_codes_are_not_touched_in_runs_on_probabilities) {
     run.params.prob_g = run.params.prob_g_ref = true;
     snp& site = add_full_site(110, {"C", "A", "*", 0.5}, {"C", "A", "*", 0.5});
     site.gtypes[1] = {0, 0};
-    align_labels(run);
+    align_labels(run.log, run.params, run.sites);
     EXPECT_EQ((std::vector<std::uint8_t>{0, 0}), site.gtypes[1]);
     EXPECT_EQ((std::vector<std::uint8_t>{2, 3}), site.gtypes[2]);
     EXPECT_EQ((std::vector<float>{0.1F, 0.2F, 0.7F, 0.6F, 0.4F, 0.0F}), site.gtype_probs[2]);
@@ -176,7 +176,7 @@ TEST_F(label_stages, sampled_panel_1_keeps_its_genotypes) {
     run.params.hap_samp_in_g_ref = "samples";
     snp& site = add_full_site(110, {"C", "A", "*", 0.5}, {"A", "C", "*", 0.5});
     site.gtypes[1] = {0, 2};
-    align_labels(run);
+    align_labels(run.log, run.params, run.sites);
     EXPECT_EQ((std::vector<std::uint8_t>{0, 2}), site.gtypes[1]);
     EXPECT_EQ((std::vector<int>{1, 0, 2, 2}), values(site.haps[1]));
     EXPECT_TRUE(site.allele_flipped[1]);
@@ -187,7 +187,7 @@ TEST_F(label_stages, placeholder_of_panel_1_keeps_its_genotypes) {
     snp& site = add_full_site(110, {"C", "A", "*", 0.5}, {"A", "C", "*", 0.5});
     site.panel1_placeholder = true;
     site.gtypes[1] = {0, 2};
-    align_labels(run);
+    align_labels(run.log, run.params, run.sites);
     EXPECT_EQ((std::vector<std::uint8_t>{0, 2}), site.gtypes[1]);
     EXPECT_TRUE(site.allele_flipped[1]);
 }
@@ -199,7 +199,7 @@ TEST_F(label_stages, haplotypes_of_a_second_file_are_recoded) {
     label(site, 0, "A", "C");
     label(site, 1, "C", "A", 0.25);
     site.haps[1] = alleles({0, 1, 1, 1});
-    align_labels(run);
+    align_labels(run.log, run.params, run.sites);
     EXPECT_EQ((std::vector<int>{1, 0, 0, 0}), values(site.haps[1]));
     EXPECT_EQ(0.75, site.labels[1].freq);
 }
@@ -208,7 +208,7 @@ TEST_F(label_stages, removal_names_the_study_first) {
     give_all_panels();
     add_full_site(110, {"A", "G", "*", 0.5}, {"T", "G", "*", 0.5});
     add_full_site(120, {"A", "C", "*", 0.5}, {"A", "C", "*", 0.5});
-    remove_non_aligned(run);
+    remove_non_aligned(run.log, run.params, run.sites);
     EXPECT_EQ((std::vector<long>{120}), positions());
     expect_log(
         "\n-removing non-aligned genotyped SNPs\n"
@@ -220,7 +220,7 @@ TEST_F(label_stages, removal_tests_panel_1_against_panel_0) {
     give_all_panels();
     add_full_site(110, {"A", "G", "*", 0.5}, {"A", "C", "*", 0.5});
     add_full_site(120, {"A", "G", "*", 0.5}, {"*", "*", "*", -1.0}, 1);
-    remove_non_aligned(run);
+    remove_non_aligned(run.log, run.params, run.sites);
     EXPECT_TRUE(run.sites.store.empty());
     expect_log(
         "\n-removing non-aligned genotyped SNPs\n"
@@ -235,7 +235,7 @@ TEST_F(label_stages, removal_tests_the_study_against_a_lone_panel_1) {
     snp& site = add_site(110, 2);
     label(site, 1, "A", "C");
     label(site, 2, "A", "T");
-    remove_non_aligned(run);
+    remove_non_aligned(run.log, run.params, run.sites);
     EXPECT_TRUE(run.sites.store.empty());
     EXPECT_NE(std::string::npos, terminal_text().find(": Panel 2 alleles AT != Panel 1 alleles AC\n"));
 }
@@ -244,7 +244,7 @@ TEST_F(label_stages, removal_passes_sites_of_one_panel_alone) {
     give_all_panels();
     add_full_site(110, {"A", "G", "*", 0.5}, {"A", "G", "*", 0.5}, 0);
     add_full_site(120, {"A", "G", "*", 0.5}, {"A", "G", "*", 0.5}, 3);
-    remove_non_aligned(run);
+    remove_non_aligned(run.log, run.params, run.sites);
     EXPECT_EQ((std::vector<long>{110, 120}), positions());
     EXPECT_NE(std::string::npos, terminal_text().find(" --removed 0 out of 0 SNPs with data in multiple panels\n"));
 }
@@ -252,7 +252,7 @@ TEST_F(label_stages, removal_passes_sites_of_one_panel_alone) {
 TEST_F(label_stages, removal_drops_sites_without_a_reference_in_silence) {
     give_all_panels();
     label(add_site(110, 2), 2, "A", "C");
-    remove_non_aligned(run);
+    remove_non_aligned(run.log, run.params, run.sites);
     EXPECT_TRUE(run.sites.store.empty());
     expect_log(
         "\n-removing non-aligned genotyped SNPs\n"
@@ -273,9 +273,9 @@ TEST_F(label_stages, a_flipped_single_allele_passes_when_the_reference_has_it) {
     snp& lost = add_site(130, 2);
     label(lost, 0, "C", "G");
     label(lost, 2, "A", "A", 0.0);
-    check_strand_of_panel2(run);
-    align_labels(run);
-    remove_non_aligned(run);
+    check_strand_of_panel2(run.log, run.params, run.sites);
+    align_labels(run.log, run.params, run.sites);
+    remove_non_aligned(run.log, run.params, run.sites);
     EXPECT_EQ((std::vector<long>{110, 120}), positions());
     EXPECT_EQ("T", mended.labels[2].a0);
     EXPECT_EQ((std::vector<std::uint8_t>{2, 2}), mended.gtypes[2]);
@@ -289,10 +289,10 @@ TEST_F(label_stages, a_mismatch_that_no_flip_mends_is_removed) {
     snp& site = add_site(110, 2);
     label(site, 0, "A", "G");
     label(site, 2, "A", "C");
-    check_strand_of_panel2(run);
+    check_strand_of_panel2(run.log, run.params, run.sites);
     EXPECT_EQ("A", site.labels[2].a0);
     EXPECT_EQ("C", site.labels[2].a1);
-    remove_non_aligned(run);
+    remove_non_aligned(run.log, run.params, run.sites);
     EXPECT_TRUE(run.sites.store.empty());
 }
 

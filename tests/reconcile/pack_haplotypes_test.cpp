@@ -19,7 +19,7 @@ TEST_F(pack_haplotypes_stage, sites_are_listed_in_the_order_of_the_store) {
     add_site(110, 0).rs_id = "a";
     add_site(150, 3).rs_id = "d";
     add_site(120, 0).rs_id = "b";
-    pack_haplotypes(run);
+    pack_haplotypes(run.params, run.plan, run.panels, run.sites);
     EXPECT_EQ((std::vector<long>{110, 120, 150, 150}), run.sites.positions);
     ASSERT_EQ(4U, run.sites.in_order.size());
     std::string ids;
@@ -40,7 +40,7 @@ TEST_F(pack_haplotypes_stage, each_panel_keeps_its_alleles_and_its_sites) {
     type1.haps = {alleles({1, 1}), alleles({0, 1}), allele_row()};
     snp& type0 = add_site(130, 0);
     type0.haps = {alleles({1, 0}), allele_row(), allele_row()};
-    pack_haplotypes(run);
+    pack_haplotypes(run.params, run.plan, run.panels, run.sites);
     EXPECT_EQ((std::vector<int>{0, 1, 1}), packed(0, 0));
     EXPECT_EQ((std::vector<int>{1, 1, 0}), packed(0, 1));
     EXPECT_EQ((std::vector<int>{1, 0, -1}), packed(1, 0));
@@ -57,7 +57,7 @@ TEST_F(pack_haplotypes_stage, large_panels_are_packed_in_full) {
         site.haps[0] = allele_row(150, 0);
         for (std::size_t h = 0; h < 150; ++h) site.haps[0].set(h, allele(h, s));
     }
-    pack_haplotypes(run);
+    pack_haplotypes(run.params, run.plan, run.panels, run.sites);
     ASSERT_EQ(150U, run.panels[0].haps.n_hap());
     ASSERT_EQ(200U, run.panels[0].haps.n_sites());
     int n_wrong = 0;
@@ -73,7 +73,7 @@ TEST_F(pack_haplotypes_stage, missing_alleles_of_panel_0_are_kept_beside_the_gue
     guessed.haps[0] = alleles({0, 1, 1});
     guessed.ref_missing = {0b101};
     add_site(120, 0).haps[0] = alleles({1, 1, 1});
-    pack_haplotypes(run);
+    pack_haplotypes(run.params, run.plan, run.panels, run.sites);
     ASSERT_EQ(3U, run.panels[0].missing.n_hap());
     ASSERT_EQ(2U, run.panels[0].missing.n_sites());
     for (std::size_t h = 0; h < 3; ++h) {
@@ -88,7 +88,7 @@ TEST_F(pack_haplotypes_stage, missing_alleles_that_nobody_guessed_are_packed_as_
     snp& hole = add_site(110, 1);
     hole.ref_alleles_missing = true;
     hole.haps[0] = alleles({2, 2});
-    pack_haplotypes(run);
+    pack_haplotypes(run.params, run.plan, run.panels, run.sites);
     EXPECT_EQ((std::vector<int>{0}), packed(0, 1));
     EXPECT_EQ(1, run.panels[0].missing.allele(0, 0));
     EXPECT_EQ(1, run.panels[0].missing.allele(1, 0));
@@ -102,7 +102,7 @@ TEST_F(pack_haplotypes_stage, a_full_panel_0_has_no_missing_rows) {
     site.haps[0].set(0, 2);
     site.haps[0].set(0, 1);
     site.haps[2] = alleles({2, 2});
-    pack_haplotypes(run);
+    pack_haplotypes(run.params, run.plan, run.panels, run.sites);
     EXPECT_EQ(0U, run.panels[0].missing.n_hap());
     EXPECT_EQ(0U, run.panels[0].missing.n_sites());
 }
@@ -114,7 +114,7 @@ TEST_F(pack_haplotypes_stage, rows_of_the_sites_are_released) {
     site.haps[0] = alleles({0, 2});
     site.haps[2] = alleles({0, 1});
     site.ref_missing = {2};
-    pack_haplotypes(run);
+    pack_haplotypes(run.params, run.plan, run.panels, run.sites);
     for (const allele_row& row : site.haps) EXPECT_TRUE(row.empty());
     EXPECT_TRUE(site.ref_missing.empty());
 }
@@ -125,7 +125,7 @@ TEST_F(pack_haplotypes_stage, the_study_of_a_phasing_run_has_zeros_at_reference_
     run.params.phase = true;
     for (const int type : {0, 1, 2, 3}) add_site(110 + type, type).haps[0] = alleles({1, 1});
     site_at(112).haps[2] = alleles({1, 1});
-    pack_haplotypes(run);
+    pack_haplotypes(run.params, run.plan, run.panels, run.sites);
     EXPECT_EQ((std::vector<int>{0, 0, 1, -1}), packed(2, 0));
     EXPECT_EQ((std::vector<int>{0, 0, 1, -1}), packed(2, 1));
 }
@@ -136,7 +136,7 @@ TEST_F(pack_haplotypes_stage, panel_1_has_zeros_at_sites_that_it_imputes) {
     snp& imputed = add_site(110, 0);
     imputed.top_panel = 1;
     add_site(120, 0);
-    pack_haplotypes(run);
+    pack_haplotypes(run.params, run.plan, run.panels, run.sites);
     EXPECT_EQ((std::vector<int>{0, -1}), packed(1, 0));
     EXPECT_EQ((std::vector<int>{0, -1}), packed(1, 1));
 }

@@ -26,7 +26,7 @@ class setup_stages : public reconcile_fixture {
         add_reference_site(140, 0);
         add_study_site(150, 3, {0, 0});
         draws.add({0.9});
-        set_state_counts(run);
+        set_state_counts(run.params, run.panels, run.models);
     }
     snp& add_reference_site(long position, int type) {
         snp& site = add_site(position, type);
@@ -105,7 +105,7 @@ TEST_F(setup_stages, without_a_reference_only_the_label_stage_remains) {
     run.sites.store.clear();
     add_study_site(130, 3, {1, 0});
     add_study_site(140, 3, {0, 2});
-    set_state_counts(run);
+    set_state_counts(run.params, run.panels, run.models);
     EXPECT_EQ(-1, end_status([this] { setup(run); }));
     EXPECT_EQ((std::vector<std::string>{"aligning", "making", "setting", "setting", "setting"}), stage_words());
 }
@@ -117,7 +117,7 @@ TEST_F(setup_stages, two_references_are_checked_against_each_other) {
         label(site, 1, "C", "A", 0.5);
         site.haps[1] = alleles({1, 1});
     }
-    set_state_counts(run);
+    set_state_counts(run.params, run.panels, run.models);
     EXPECT_EQ(-1, end_status([this] { setup(run); }));
     EXPECT_TRUE(says("between Panel 1 and Panel 0 by allele labels\n"));
     EXPECT_TRUE(says("between Panel 2 and Panel 0+1 by allele labels\n"));

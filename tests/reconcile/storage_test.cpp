@@ -11,9 +11,11 @@ class storage : public reconcile_fixture {
     void set_up() {
         run.params.k = 2;
         run.params.k_hap = {2};
-        set_state_counts(run);
-        pack_haplotypes(run);
-        setup_storage(run);
+        set_state_counts(run.params, run.panels, run.models);
+        pack_haplotypes(run.params, run.plan, run.panels, run.sites);
+        type_counts n_of_type{};
+        for (const auto& [position, site] : run.sites.store) ++n_of_type[site.type];
+        setup_storage(run, n_of_type);
     }
     // The number of entries in which genotypes are counted at a site.
     std::size_t n_entries(std::size_t s) const {

@@ -116,7 +116,7 @@ TEST_F(strand_stages, panel_1_is_flipped_to_panel_0) {
         label(site, 1, "T", "G", 0.4);
         label(site, 2, "T", "G");
     }
-    check_strand_of_panel1(run);
+    check_strand_of_panel1(run.log, run.params, run.sites);
     EXPECT_EQ("TG", label_text(site_at(110), 1));
     EXPECT_EQ("AC", label_text(site_at(111), 1));
     EXPECT_EQ("AC", label_text(site_at(112), 1));
@@ -139,7 +139,7 @@ TEST_F(strand_stages, panel_1_sites_with_an_unknown_label_count_and_stay) {
     label(half_known, 1, "T", "G");
     snp& no_panel1 = add_site(112, 1);
     label(no_panel1, 0, "A", "C");
-    check_strand_of_panel1(run);
+    check_strand_of_panel1(run.log, run.params, run.sites);
     EXPECT_EQ("TG", label_text(no_panel0, 1));
     EXPECT_EQ("TG", label_text(half_known, 1));
     EXPECT_EQ("**", label_text(no_panel1, 1));
@@ -152,7 +152,7 @@ TEST_F(strand_stages, panel_1_by_frequency_has_lines_of_its_own) {
     snp& site = add_site(110, 2);
     label(site, 0, "A", "T", 0.1);
     label(site, 1, "A", "T", 0.9);
-    check_strand_of_panel1(run);
+    check_strand_of_panel1(run.log, run.params, run.sites);
     EXPECT_EQ("TA", label_text(site, 1));
     EXPECT_EQ(0.9, site.labels[1].freq);
     expect_log(
@@ -170,8 +170,8 @@ TEST_F(strand_stages, each_panel_has_its_own_frequency_option) {
     label(site, 0, "A", "T", 0.1);
     label(site, 1, "A", "T", 0.9);
     label(site, 2, "A", "T", 0.9);
-    check_strand_of_panel1(run);
-    check_strand_of_panel2(run);
+    check_strand_of_panel1(run.log, run.params, run.sites);
+    check_strand_of_panel2(run.log, run.params, run.sites);
     EXPECT_EQ("AT", label_text(site, 1));
     EXPECT_EQ("TA", label_text(site, 2));
 }
@@ -181,7 +181,7 @@ TEST_F(strand_stages, panel_1_conflict_with_an_explicit_strand_is_warned_of) {
     snp& site = add_site(110, 1);
     label(site, 0, "A", "C");
     label(site, 1, "T", "G", 0.5, "-");
-    check_strand_of_panel1(run);
+    check_strand_of_panel1(run.log, run.params, run.sites);
     EXPECT_EQ("AC", label_text(site, 1));
     EXPECT_EQ("-", site.labels[1].strand);
     EXPECT_EQ(
@@ -198,7 +198,7 @@ TEST_F(strand_stages, panel_2_is_flipped_to_panel_0_first) {
     label(site, 0, "A", "C");
     label(site, 1, "T", "G");
     label(site, 2, "T", "G");
-    check_strand_of_panel2(run);
+    check_strand_of_panel2(run.log, run.params, run.sites);
     EXPECT_EQ("AC", label_text(site, 2));
     EXPECT_EQ("TG", label_text(site, 1));
     expect_log(
@@ -212,7 +212,7 @@ TEST_F(strand_stages, panel_2_is_flipped_to_panel_1_where_panel_0_has_no_labels)
     snp& site = add_site(110, 2);
     label(site, 1, "A", "C");
     label(site, 2, "G", "T", 0.5, "+");
-    check_strand_of_panel2(run);
+    check_strand_of_panel2(run.log, run.params, run.sites);
     EXPECT_EQ("CA", label_text(site, 2));
     EXPECT_NE(std::string::npos, terminal_text().find("between Panel 2 and Panel 1 by allele labels\n"));
     EXPECT_EQ(
@@ -231,7 +231,7 @@ TEST_F(strand_stages, panel_2_total_counts_sites_without_reference) {
     label(shared, 2, "A", "C");
     label(add_site(120, 3), 2, "T", "G");
     run.params.align_by_maf_g = true;
-    check_strand_of_panel2(run);
+    check_strand_of_panel2(run.log, run.params, run.sites);
     EXPECT_EQ("TG", label_text(site_at(120), 2));
     expect_log(
         "\n-checking strand alignment between Panel 2 and Panel 0 by allele labels\n"
@@ -248,7 +248,7 @@ TEST_F(strand_stages, a_second_haplotype_file_counts_as_panel_1) {
     snp& site = add_site(110, 2);
     label(site, 0, "A", "C");
     label(site, 2, "T", "G", 0.5, "+");
-    check_strand_of_panel2(run);
+    check_strand_of_panel2(run.log, run.params, run.sites);
     EXPECT_NE(std::string::npos, terminal_text().find("between Panel 2 and Panel 0+1 by allele labels\n"));
     EXPECT_NE(std::string::npos, warnings_text().find(" in Panel 2 and 0+1. ORVIDE2 will"));
 }
@@ -261,7 +261,7 @@ TEST_F(strand_stages, flips_are_silent_without_warnings) {
     snp& site = add_site(110, 2);
     label(site, 0, "A", "C");
     label(site, 2, "T", "G", 0.5, "+");
-    check_strand_of_panel2(run);
+    check_strand_of_panel2(run.log, run.params, run.sites);
     EXPECT_EQ("AC", label_text(site, 2));
     EXPECT_EQ(0, run.log.warning_count());
 }

@@ -22,7 +22,7 @@ class trim_and_split : public reconcile_fixture {
 
 TEST_F(trim_and_split, non_scaffold_keeps_the_interval_with_its_bounds) {
     for (const long position : {99L, 100L, 150L, 200L, 201L}) add_site(position, 2);
-    trim_non_scaffold(run);
+    trim_non_scaffold(run.log, run.plan, run.sites);
     EXPECT_EQ((std::vector<long>{100, 150, 200}), positions());
     expect_log("\n-removing non-scaffold SNPs from buffer region\n --removed 2 SNPs\n");
 }
@@ -31,26 +31,26 @@ TEST_F(trim_and_split, non_scaffold_keeps_buffer_sites_with_known_phase) {
     add_site(60, 2).known_phase_flags = {false, false};
     add_site(70, 2);
     add_site(240, 3).known_phase_flags = {true, false};
-    trim_non_scaffold(run);
+    trim_non_scaffold(run.log, run.plan, run.sites);
     EXPECT_EQ((std::vector<long>{60, 240}), positions());
 }
 
 TEST_F(trim_and_split, reference_only_keeps_the_interval_with_its_bounds) {
     for (const long position : {99L, 100L, 150L, 200L, 201L}) add_site(position, 0);
-    trim_reference_only(run);
+    trim_reference_only(run.log, run.plan, run.sites);
     EXPECT_EQ((std::vector<long>{100, 150, 200}), positions());
     expect_log("\n-removing reference-only SNPs from buffer region\n --removed 2 SNPs\n");
 }
 
 TEST_F(trim_and_split, reference_only_keeps_buffer_sites_of_the_study) {
     for (const int type : {0, 1, 2, 3}) add_site(60 + type, type);
-    trim_reference_only(run);
+    trim_reference_only(run.log, run.plan, run.sites);
     EXPECT_EQ((std::vector<long>{62, 63}), positions());
 }
 
 TEST_F(trim_and_split, trimming_nothing_reports_zero) {
     add_site(150, 0);
-    trim_reference_only(run);
+    trim_reference_only(run.log, run.plan, run.sites);
     expect_log("\n-removing reference-only SNPs from buffer region\n --removed 0 SNPs\n");
 }
 
@@ -59,7 +59,7 @@ TEST_F(trim_and_split, split_puts_the_study_before_the_reference) {
     give_study(2);
     add_shared_site(150, "rs1");
     run.sites.multi_match_positions = {150};
-    split_multiple_matches(run);
+    split_multiple_matches(run.log, run.params, run.sites);
     ASSERT_EQ((std::vector<long>{150, 150}), positions());
     const snp& study = run.sites.store.begin()->second;
     const snp& reference = std::next(run.sites.store.begin())->second;
@@ -86,7 +86,7 @@ TEST_F(trim_and_split, split_gives_the_type_of_panel_1_when_both_references_hold
     give_study(2);
     label(add_shared_site(150, "rs1"), 1, "A", "C");
     run.sites.multi_match_positions = {150};
-    split_multiple_matches(run);
+    split_multiple_matches(run.log, run.params, run.sites);
     ASSERT_EQ(2U, run.sites.store.size());
     EXPECT_EQ(3, run.sites.store.begin()->second.type);
     EXPECT_EQ(1, std::next(run.sites.store.begin())->second.type);
@@ -99,7 +99,7 @@ TEST_F(trim_and_split, split_works_on_a_lone_panel_1) {
     label(site, 1, "A", "C");
     label(site, 2, "A", "C");
     run.sites.multi_match_positions = {150};
-    split_multiple_matches(run);
+    split_multiple_matches(run.log, run.params, run.sites);
     ASSERT_EQ(2U, run.sites.store.size());
     EXPECT_EQ(3, run.sites.store.begin()->second.type);
     EXPECT_EQ(1, std::next(run.sites.store.begin())->second.type);
@@ -114,7 +114,7 @@ TEST_F(trim_and_split, split_takes_one_site_a_position_and_appends_its_parts) {
     add_shared_site(150, "first");
     add_shared_site(150, "second");
     run.sites.multi_match_positions = {150};
-    split_multiple_matches(run);
+    split_multiple_matches(run.log, run.params, run.sites);
     std::vector<std::string> ids;
     std::vector<int> types;
     for (const auto& entry : run.sites.store) {
@@ -132,7 +132,7 @@ TEST_F(trim_and_split, split_leaves_positions_without_a_shared_site_alone) {
     label(add_site(130, 3), 2, "A", "C");
     add_shared_site(150, "rs1");
     run.sites.multi_match_positions = {110, 120, 130, 150};
-    split_multiple_matches(run);
+    split_multiple_matches(run.log, run.params, run.sites);
     EXPECT_EQ((std::vector<long>{120, 130, 150, 150}), positions());
     EXPECT_NE(std::string::npos, terminal_text().find(" --converted 1 SNPs\n"));
 }

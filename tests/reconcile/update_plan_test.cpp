@@ -26,7 +26,7 @@ class update_plan : public reconcile_fixture {
         return site;
     }
     int plan() {
-        return end_status([this] { make_update_plan(run); });
+        return end_status([this] { make_update_plan(run.log, run.params, run.plan, run.panels, run.sites); });
     }
     void give_schedule(int iter, int burnin) {
         run.params.iter = iter;

@@ -64,7 +64,7 @@ class filters_of_sampled_haplotypes : public ::testing::Test {
 
 TEST_F(filters_of_sampled_haplotypes, stay_by_default) {
     run.params.hap_samp_in_g = run.params.hap_samp_in_g_ref = run.params.hap_samp_in_h = "in";
-    process_input(run);
+    process_input(run.log, run.params, run.plan, run.panels);
     expect_all(filter_files(), "filter");
     EXPECT_TRUE(run.params.align_by_maf_g);
     EXPECT_TRUE(run.params.align_by_maf_g_ref);
@@ -74,7 +74,7 @@ TEST_F(filters_of_sampled_haplotypes, stay_by_default) {
 TEST_F(filters_of_sampled_haplotypes, of_panel_2_are_dropped_with_a_warning_each) {
     run.params.allow_hap_samp_in_filters = false;
     run.params.hap_samp_in_g = "in";
-    process_input(run);
+    process_input(run.log, run.params, run.plan, run.panels);
     expect_all(filters_of_panel2(), "NULL");
     expect_all(filters_of_panel1(), "filter");
     expect_all(filters_of_panel0(), "filter");
@@ -91,7 +91,7 @@ TEST_F(filters_of_sampled_haplotypes, of_panel_2_are_dropped_with_a_warning_each
 TEST_F(filters_of_sampled_haplotypes, of_panel_1_are_dropped_with_a_warning_each) {
     run.params.allow_hap_samp_in_filters = false;
     run.params.hap_samp_in_g_ref = "in";
-    process_input(run);
+    process_input(run.log, run.params, run.plan, run.panels);
     expect_all(filters_of_panel2(), "filter");
     expect_all(filters_of_panel1(), "NULL");
     expect_all(filters_of_panel0(), "filter");
@@ -108,7 +108,7 @@ TEST_F(filters_of_sampled_haplotypes, of_panel_1_are_dropped_with_a_warning_each
 TEST_F(filters_of_sampled_haplotypes, of_panel_0_are_dropped_with_a_warning_each) {
     run.params.allow_hap_samp_in_filters = false;
     run.params.hap_samp_in_h = "in";
-    process_input(run);
+    process_input(run.log, run.params, run.plan, run.panels);
     expect_all(filters_of_panel2(), "filter");
     expect_all(filters_of_panel1(), "filter");
     expect_all(filters_of_panel0(), "NULL");
@@ -123,7 +123,7 @@ TEST_F(filters_of_sampled_haplotypes, that_are_not_given_cause_no_warning) {
     run.params.hap_samp_in_g = run.params.hap_samp_in_g_ref = run.params.hap_samp_in_h = "in";
     for (std::string* file : filter_files()) *file = "NULL";
     run.params.align_by_maf_g = run.params.align_by_maf_g_ref = false;
-    process_input(run);
+    process_input(run.log, run.params, run.plan, run.panels);
     EXPECT_EQ("", capture.warnings());
 }
 

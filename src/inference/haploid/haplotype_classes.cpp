@@ -72,8 +72,8 @@ bool haplotype_classes::build(const packed_haplotypes& panel, const std::vector<
 }
 
 // Finds the classes of a block of so many words. Returns false, and adds nothing, if there are more than limit.
-bool haplotype_classes::add_block(const packed_haplotypes& panel, const std::vector<std::size_t>& sites, std::size_t first,
-                                  std::size_t words, std::size_t limit) {
+bool haplotype_classes::add_block(const packed_haplotypes& panel, const std::vector<std::size_t>& sites,
+                                  std::size_t first, std::size_t words, std::size_t limit) {
     const std::size_t end = std::min(sites.size(), first + words * bits::word_bits);
     const std::size_t n_blocks = blocks_.size(), begin = alleles_.size();
     table_.assign(std::bit_ceil(2 * std::min(limit, n_hap_) + 1), 0);

@@ -22,7 +22,8 @@ class haplotype_classes {
     // its numbers of haplotypes and of changes. Returns whether they do: not while the haplotypes change from call to
     // call, and not where they are so different that blocks were shorter than so many sites on average, for which
     // vectors at the blocks' borders are not worth it.
-    bool serve(const packed_haplotypes& panel, const std::vector<std::size_t>& sites, std::size_t least_mean_length = 128);
+    bool serve(const packed_haplotypes& panel, const std::vector<std::size_t>& sites,
+               std::size_t least_mean_length = 128);
 
     const std::vector<block>& blocks() const { return blocks_; }
     // The class of each haplotype in block b.
@@ -35,8 +36,8 @@ class haplotype_classes {
   private:
     // Returns whether blocks are as long as that.
     bool build(const packed_haplotypes& panel, const std::vector<std::size_t>& sites, std::size_t least_mean_length);
-    bool add_block(const packed_haplotypes& panel, const std::vector<std::size_t>& sites, std::size_t first, std::size_t words,
-                   std::size_t limit);
+    bool add_block(const packed_haplotypes& panel, const std::vector<std::size_t>& sites, std::size_t first,
+                   std::size_t words, std::size_t limit);
 
     std::size_t n_hap_ = 0;
     std::vector<block> blocks_;

@@ -80,8 +80,8 @@ class row_words {
 };
 
 // Writes the alleles at the sites of a run, one row a visited site, from blocks with one word a site of the store.
-void write_run(const std::vector<std::uint64_t>& blocks, const site_run& run, const std::size_t* sites, std::size_t words,
-               std::uint64_t* out) {
+void write_run(const std::vector<std::uint64_t>& blocks, const site_run& run, const std::size_t* sites,
+               std::size_t words, std::uint64_t* out) {
     std::size_t w = 0;
     for (; run.n == bits::word_bits && w + line_words <= words; w += line_words) {
         for (std::size_t j = 0; j < run.n; j += line_words) {
@@ -101,7 +101,8 @@ void write_run(const std::vector<std::uint64_t>& blocks, const site_run& run, co
 }  // namespace
 
 void gather_state_alleles(const haplotypes_by_panel& haps, const conditioning_states& states,
-                          const std::vector<std::size_t>& sites, std::size_t n_states, std::vector<std::uint64_t>& alleles) {
+                          const std::vector<std::size_t>& sites, std::size_t n_states,
+                          std::vector<std::uint64_t>& alleles) {
     const std::size_t words = bits::words_for(n_states);
     alleles.resize(sites.size() * words);
     if (words == 0 || sites.empty()) return;

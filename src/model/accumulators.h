@@ -88,6 +88,5 @@ struct accumulators {
     // [cond_panel][individual] under -weight_imputed_gt.
     std::array<std::vector<double>, 2> weight_base;
     std::array<std::vector<double>, 2> weight_sum;
-    std::vector<double> dip_like;                      // log10 likelihood by individual, -weight_imputed_gt 3
-    std::array<std::array<double, 2>, 2> term_prob{};  // [cond_panel][haplotype] of the individual in hand
+    std::vector<double> dip_like;  // log10 likelihood by individual, -weight_imputed_gt 3
 };

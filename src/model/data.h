@@ -5,7 +5,6 @@
 
 #include <array>
 #include <iosfwd>
-#include <memory>
 #include <utility>
 #include <vector>
 
@@ -18,37 +17,9 @@
 #include "model/run_plan.h"
 #include "model/site_table.h"
 
-// The states of the update in hand, by panel and by haplotype index in that panel.
-struct conditioning_states {
-    std::vector<int> panel;
-    std::vector<int> hap;
-    std::size_t size() const { return panel.size(); }
-    void clear() {
-        panel.clear();
-        hap.clear();
-    }
-    void add(int p, int h) {
-        panel.push_back(p);
-        hap.push_back(h);
-    }
-};
-
-// The conditioning states recorded for the copy-state files: one line of the file each.
-struct copy_state_record {
-    std::vector<int> panel;   // copy_state_panels
-    std::vector<int> hap;     // copy_state_haps
-    std::vector<int> dist_a;  // copy_state_dist_a
-    std::vector<int> dist_b;  // copy_state_dist_b, diploid records only
-};
-
-// The working tables of the sweeps.
-struct sweep_workspace;
-class result_file;
-
 struct data {
     // terminal: standard output; notes: standard error.
-    data(std::ostream& terminal, std::ostream& notes);
-    ~data();
+    data(std::ostream& terminal, std::ostream& notes) : log(terminal, notes) {}
     data(const data&) = delete;
     data& operator=(const data&) = delete;
 
@@ -72,16 +43,6 @@ struct data {
     // The interval of accumulation and of the haplotype files.
     std::pair<long, long> haps_interval() const;
 
-    conditioning_states cond_states;
-    std::vector<std::vector<double>> dist_matrix;
-    bool record_copy_states = false;
-    model_table<std::vector<copy_state_record>> copy_states;
-    std::unique_ptr<sweep_workspace> work;
-
     // --- results ----------------------------------------------------------------------------------------------------
     accumulators acc;
-    long dip_stay_count = 0, dip_switch_count = 0, hap_stay_count = 0, hap_switch_count = 0;
-
-    // --- diagnostic streams of one iteration ------------------------------------------------------------------------
-    std::unique_ptr<result_file> debug_wt_out, ref_copy_out, all_copy_out;
 };

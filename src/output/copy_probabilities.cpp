@@ -1,5 +1,6 @@
 #include "output/copy_probabilities.h"
 
+#include "model/conditioning_states.h"
 #include <vector>
 
 #include "io/text.h"

@@ -4,7 +4,7 @@
 
 #include "io/result_file.h"
 #include "io/text.h"
-#include "model/data.h"
+#include "model/conditioning_states.h"
 
 namespace {
 

@@ -1,6 +1,5 @@
 #include "reconcile/storage.h"
 
-#include "inference/update/workspace.h"
 #include "io/text.h"
 #include "io/text_input.h"
 #include "model/data.h"
@@ -29,19 +28,6 @@ void read_intermediate_positions(run_log& log, const parameters& params, run_pla
     }
 }
 
-void size_workspace(data& run) {
-    const parameters& p = run.params;
-    const std::size_t n_ind = run.panels[2].n_ind;
-    for (auto& probs : run.work->allele_prob) probs.assign(run.sites.in_order.size(), 0.0);
-    for (auto& cond : run.work->allele_acc) {
-        for (auto& probs : cond) probs.assign(run.sites.in_order.size(), 0.0);
-    }
-    if (p.show_diploid_copy_states) run.copy_states[1][2][2].resize(n_ind);
-    if (p.show_haploid_copy_states) {
-        for (std::size_t cond = 0; cond < 2; ++cond) run.copy_states[0][2][cond].resize(run.panels[2].n_hap);
-    }
-}
-
 }  // namespace
 
 void setup_storage(data& run, const type_counts& n_of_type) {
@@ -58,6 +44,5 @@ void setup_storage(data& run, const type_counts& n_of_type) {
     list_model_sites(run.plan, run.sites, p.fill_holes, run.models);
     if (p.mem_save_1) plan_checkpoints(run.log, p, run.plan, run.panels, n_of_type, run.models);
     allocate_results(p, run.plan, run.panels, run.sites, run.haps_interval(), run.acc);
-    size_workspace(run);
     read_intermediate_positions(run.log, p, run.plan);
 }

@@ -37,11 +37,12 @@ result_inputs results_of(data& run) {
 
 class iteration_loop {
   public:
-    explicit iteration_loop(data& run)
+    iteration_loop(data& run, distance_matrix distances)
         : run_(run),
           p_(run.params),
           results_(results_of(run)),
-          progress_(std::cerr, !run.params.verbose && isatty(STDERR_FILENO) != 0) {}
+          progress_(std::cerr, !run.params.verbose && isatty(STDERR_FILENO) != 0),
+          passes_(run, progress_, std::move(distances)) {}
 
     void run_all() {
         for (int it = 0; it < p_.iter && next_stored_ < run_.plan.stored_iters.size(); ++it) {
@@ -57,12 +58,14 @@ class iteration_loop {
         }
         progress_.finish();
     }
+    const update_passes& passes() const { return passes_; }
 
   private:
     void run_one(const iteration& now) {
         if (now.it == run_.plan.informed_start_iter) renew_parameters();
         run_.log.terminal_line("");
         run_.log.terminal_line(concat("MCMC iteration [", now.it + 1, "/", p_.iter, "]"));
+        passes_.start_iteration(now);
         if (run_.panels[0].n_hap >= 1) pass_panel0(now);
         if (run_.panels[1].n_hap >= 1) pass_panel1(now);
         if (run_.panels[2].n_ind >= 1) {
@@ -79,34 +82,35 @@ class iteration_loop {
         set_model_parameters(run_, true);
     }
 
+    void read_later_haplotypes(std::size_t it, std::size_t panel) {
+        read_sampled_haps(run_.log, p_, run_.sites, run_.panels, it, panel);
+    }
+
     void pass_panel0(const iteration& now) {
-        if (now.it > 0 && is_given(p_.hap_samp_in_h))
-            read_sampled_haps(run_.log, p_, run_.sites, run_.panels, now.it, 0);
-        if (run_.panels[0].needs_update) update_panel0_haplotypes(run_, now, progress_);
-        if (run_.plan.hole_fill_to == 0) fill_panel0_holes(run_, now, progress_);
+        if (now.it > 0 && is_given(p_.hap_samp_in_h)) read_later_haplotypes(now.it, 0);
+        if (run_.panels[0].needs_update) passes_.update_panel0_haplotypes();
+        if (run_.plan.hole_fill_to == 0) passes_.fill_holes();
     }
 
     void pass_panel1(const iteration& now) {
-        if (now.it > 0 && is_given(p_.hap_samp_in_g_ref))
-            read_sampled_haps(run_.log, p_, run_.sites, run_.panels, now.it, 1);
-        if (run_.panels[1].needs_update) update_panel1_individuals(run_, now, progress_);
+        if (now.it > 0 && is_given(p_.hap_samp_in_g_ref)) read_later_haplotypes(now.it, 1);
+        if (run_.panels[1].needs_update) passes_.update_panel1_individuals();
         if (p_.use_panel1_for_type0_imputation) {
-            if (!p_.stage_one) update_panel1_from_panel0(run_, now, progress_);
+            if (!p_.stage_one) passes_.update_panel1_from_panel0();
         } else if (run_.plan.hole_fill_to == 1) {
-            fill_panel1_holes(run_, now, progress_);
+            passes_.fill_holes();
         }
     }
 
     void pass_panel2(const iteration& now) {
-        if (now.it > 0 && is_given(p_.hap_samp_in_g) && now.stored)
-            read_sampled_haps(run_.log, p_, run_.sites, run_.panels, now.it, 2);
+        if (now.it > 0 && is_given(p_.hap_samp_in_g) && now.stored) read_later_haplotypes(now.it, 2);
         if (run_.panels[2].needs_update) {
-            update_study_individuals(run_, now, progress_);
+            passes_.update_study_individuals();
         } else {
-            record_known_study(run_, now);
+            passes_.record_known_study();
         }
         if (now.stored || (p_.use_panel1_for_type0_imputation && p_.stage_one)) {
-            impute_study_from_reference(run_, now, progress_);
+            passes_.impute_study_from_reference();
         }
     }
 
@@ -134,19 +138,19 @@ class iteration_loop {
 
     void write_iteration_files(int it) {
         if (run_.plan.store_sampled_haps) write_sampled_haplotypes(results_, it);
-        if (p_.show_diploid_copy_states) write_states(it, true, 2);
+        if (p_.show_diploid_copy_states) write_states(it, true, 2, passes_.copy_states().by_individual);
         if (p_.show_haploid_copy_states) {
-            for (const std::size_t type : {1, 0}) {
-                if (run_.panels[type].n_hap > 0 && run_.plan.output_types[type]) write_states(it, false, type);
+            for (const std::size_t type : {1U, 0U}) {
+                if (run_.panels[type].n_hap == 0 || !run_.plan.output_types[type]) continue;
+                write_states(it, false, type, passes_.copy_states().by_haplotype[type]);
             }
         }
     }
 
     // The records are emptied, so that a line shows the states of its iteration only.
-    void write_states(int it, bool diploid, std::size_t type) {
-        const std::size_t mode = diploid ? 1 : 0;
-        std::vector<copy_state_record>& records = run_.copy_states[mode][2][type];
-        write_copy_states(results_, it, diploid, type, records, run_.models.k_states[mode][2][type]);
+    void write_states(int it, bool diploid, std::size_t type, std::vector<copy_state_record>& records) {
+        const auto n_states = static_cast<std::size_t>(run_.models.k_states[diploid ? 1 : 0][2][type]);
+        write_copy_states(results_, it, diploid, type, records, n_states);
         for (copy_state_record& record : records) record = {};
     }
 
@@ -154,16 +158,17 @@ class iteration_loop {
     const parameters& p_;
     const result_inputs results_;
     progress_line progress_;
+    update_passes passes_;
     std::size_t next_stored_ = 0;
     std::size_t next_selfcheck_ = 0;
     int stored_count_ = 0;
 };
 
-void print_success_rate(run_log& log, const std::string& kind, long n_stay, long n_switch) {
-    const long n = n_stay + n_switch;
+void print_success_rate(run_log& log, const std::string& kind, const draw_counts& draws) {
+    const long n = draws.n_stay + draws.n_switch;
     const std::string text = kind + " sampling success rate: " +
                              (n < 1 ? "(no " + kind + " sampling performed)"
-                                    : fixed_text(static_cast<double>(n_stay) / static_cast<double>(n), 3));
+                                    : fixed_text(static_cast<double>(draws.n_stay) / static_cast<double>(n), 3));
     log.terminal_line("");
     log.line(text);
 }
@@ -207,9 +212,9 @@ void write_merged_panels(const result_inputs& results) {
     }
 }
 
-void finish(data& run) {
-    print_success_rate(run.log, "diploid", run.dip_stay_count, run.dip_switch_count);
-    print_success_rate(run.log, "haploid", run.hap_stay_count, run.hap_switch_count);
+void finish(data& run, const update_passes& passes) {
+    print_success_rate(run.log, "diploid", passes.diploid_draws());
+    print_success_rate(run.log, "haploid", passes.haploid_draws());
     if (run.params.suppress_imputation_output) {
         write_merged_panels(results_of(run));
     } else {
@@ -240,9 +245,11 @@ void impute(data& run) {
     print_params(run.log, run.params, run.plan, run.panels, run.models);
     run.log.header("---------", " Run log ");
     const bool by_hap = is_given(run.params.distances_by_hap_file);
+    distance_matrix distances;
     if (!run.params.random_cond && (by_hap || is_given(run.params.distances_file))) {
-        run.dist_matrix = read_distances(run.log, run.params, run.panels, by_hap);
+        distances = read_distances(run.log, run.params, run.panels, by_hap);
     }
-    iteration_loop(run).run_all();
-    finish(run);
+    iteration_loop loop(run, std::move(distances));
+    loop.run_all();
+    finish(run, loop.passes());
 }

@@ -1,368 +1,292 @@
 #include "run/passes.h"
 
-#include "inference/states/conditioning.h"
-#include "inference/update/accumulate.h"
-#include "inference/update/updates.h"
-#include "io/result_file.h"
+#include <optional>
+#include <string>
+#include <utility>
+
 #include "io/text.h"
 #include "model/data.h"
 
 namespace {
 
-std::size_t at(int index) {
-    return static_cast<std::size_t>(index);
+inference_inputs inputs_of(const data& run) {
+    const auto [first, end] = run.sites.range(run.haps_interval());
+    return {run.params, run.plan, run.sites, run.panels, run.models, first, end};
 }
 
-// Says which member of a panel is in hand: on the terminal under -verbose, else on the progress line.
-void report_member(data& run, progress_line& progress, const char* verbose_words, const char* words, int member,
-                   int n_members) {
-    if (run.params.verbose) {
-        run.log.terminal_text(concat("\r-updating ", verbose_words, " [", member + 1, "/", n_members, "]"));
-    } else {
-        progress.update(words, member, n_members);
-    }
-}
-
-void end_members(data& run) {
-    if (run.params.verbose) run.log.terminal_line("");
-}
-
-void say_sweep(data& run, const std::string& words) {
-    if (run.params.verbose) run.log.terminal_text(words);
-}
-
-double haploid(data& run, const haploid_update& update) {
-    say_sweep(run, concat(" [hap ", update.hap, "]"));
-    return update_haploid(run, update);
-}
-
-double diploid(data& run, const diploid_update& update) {
-    say_sweep(run, " [dip]");
-    return update_diploid(run, update);
-}
-
-bool by_matrix(const data& run) {
-    return is_given(run.params.distances_by_hap_file);
-}
-
-// States of a reference panel's own, or of a study individual's phasing update.
-void choose_own_states(data& run, const iteration& now, int i, int panel) {
-    const parameters& p = run.params;
-    const bool haploid_panel = panel == 2 && p.haploid_g;
-    const bool haploid_member = run.panels[panel].is_haploid(i);
-    const int first = run.panels[panel].first_hap(i);
-    const int ploidy = haploid_member ? 0 : 1;
-    if (!now.late) {
-        choose_random_conditioning_states(run, first, ploidy, panel, panel);
-    } else if (is_given(p.distances_file) || is_given(p.distances_by_hap_file)) {
-        choose_conditioning_states_from_dist_matrix(run, i, ploidy, panel, panel, false);
-    } else {
-        choose_informed_conditioning_states(run, first, ploidy, panel, panel, haploid_panel || haploid_member);
-    }
-}
-
-// States of a one-way pass from a lower panel, as far as an individual's haplotypes share them.
-void choose_shared_states(data& run, const iteration& now, int i, int panel, int cond_panel) {
-    const parameters& p = run.params;
-    if (!now.late) {
-        choose_random_conditioning_states(run, -1, 0, panel, cond_panel);
-    } else if (is_given(p.distances_file)) {
-        choose_conditioning_states_from_dist_matrix(run, i, 0, panel, cond_panel, false);
-    } else if (!p.choose_haploid_family) {
-        choose_informed_conditioning_states(run, run.panels[panel].first_hap(i), 0, panel, cond_panel,
-                                            run.panels[panel].is_haploid(i));
-    }
-}
-
-// The states that each haplotype of a one-way pass has of its own.
-void choose_haplotype_states(data& run, const iteration& now, int hap, int panel, int cond_panel) {
-    const parameters& p = run.params;
-    if (!now.late || !p.choose_haploid_family || is_given(p.distances_file)) return;
-    if (by_matrix(run)) {
-        choose_conditioning_states_from_dist_matrix(run, hap, 0, panel, cond_panel, true);
-    } else {
-        choose_informed_conditioning_states(run, hap, 0, panel, cond_panel, true);
-    }
-}
-
-// The states of one haplotype that is filled from another panel.
-void choose_filling_states(data& run, const iteration& now, int hap, int panel, int cond_panel) {
-    if (!now.late) {
-        choose_random_conditioning_states(run, -1, 0, panel, cond_panel);
-    } else if (by_matrix(run)) {
-        choose_conditioning_states_from_dist_matrix(run, hap, 0, panel, cond_panel, true);
-    } else {
-        choose_informed_conditioning_states(run, hap, 0, panel, cond_panel, true);
-    }
-}
-
-void fill_haplotype(data& run, const iteration& now, int hap, int panel, int states_from) {
-    choose_filling_states(run, now, hap, panel, states_from);
-    say_sweep(run, " [fill holes]");
-    fill_holes_of_haplotype(run, hap, panel, static_cast<int>(*run.plan.hole_fill_from));
+// The record of a line of a copy-state file, null where none is kept.
+copy_state_record* record_of(std::vector<copy_state_record>& records, std::size_t line) {
+    return line < records.size() ? &records[line] : nullptr;
 }
 
 }  // namespace
 
-void update_panel0_haplotypes(data& run, const iteration& now, progress_line& progress) {
-    for (int h = 0; h < run.panels[0].n_hap; ++h) {
-        report_member(run, progress, "haplotype", "Panel 0 haplotype", h, run.panels[0].n_hap);
-        if (!run.panels[0].update[at(h)]) continue;
-        if (!now.late) {
-            choose_random_conditioning_states(run, h, 0, 0, 0);
-        } else if (by_matrix(run)) {
-            choose_conditioning_states_from_dist_matrix(run, h, 0, 0, 0, true);
-        } else {
-            choose_informed_conditioning_states(run, h, 0, 0, 0, true);
+update_passes::update_passes(data& run, progress_line& progress, distance_matrix distances)
+    : run_(run),
+      progress_(progress),
+      in_(inputs_of(run)),
+      chooser_(in_, std::move(distances)),
+      imputed_(run.sites.size()),
+      diagnostics_(run.log, in_, run.sites.range(run.output_interval())) {
+    if (run.params.show_diploid_copy_states) copy_states_.by_individual.resize(run.panels[2].n_ind);
+    if (run.params.show_haploid_copy_states) {
+        for (auto& records : copy_states_.by_haplotype) records.resize(run.panels[2].n_hap);
+    }
+}
+
+void update_passes::start_iteration(const iteration& now) {
+    now_ = now;
+    chooser_.start_iteration(now.late);
+}
+
+// --- what the passes share ------------------------------------------------------------------------------------------
+
+template <typename Visit>
+void update_passes::for_each_member(const member_words& words, std::size_t n_members, bool shown, Visit visit) {
+    for (std::size_t member = 0; member < n_members; ++member) {
+        if (shown && run_.params.verbose) {
+            run_.log.terminal_text(concat("\r-updating ", words.verbose, " [", member + 1, "/", n_members, "]"));
+        } else if (shown) {
+            progress_.update(words.progress, member, n_members);
         }
+        visit(member);
+    }
+    if (shown && run_.params.verbose) run_.log.terminal_line("");
+}
+
+void update_passes::say_sweep(const std::string& words) {
+    if (run_.params.verbose) run_.log.terminal_text(words);
+}
+
+// To be called for every individual of the study in order.
+study_member update_passes::member_of_study(std::size_t ind) {
+    const panel_data& study = run_.panels[2];
+    const bool known = study.ordered[ind];
+    return {ind, study.first_hap(ind), !study.is_haploid(ind), known, known ? n_known_++ : n_unknown_++};
+}
+
+void update_passes::run_haploid(const haploid_update& update) {
+    say_sweep(concat(" [hap ", update.hap, "]"));
+    update_haploid(in_, update, states_, work_, haploid_);
+    haploid_draws_.add(haploid_.walk);
+    diagnostics_.write_copying(update, states_, haploid_);
+    record_haploid(in_, update, haploid_, run_.panels[update.panel], run_.acc);
+}
+
+void update_passes::run_pair(const pair_update& update) {
+    if (!update.ordered) say_sweep(" [dip]");
+    update_pair(in_, update, states_, work_, pair_);
+    diploid_draws_.add(pair_.walk);
+    diagnostics_.write_copying(update, states_, pair_);
+    record_pair(in_, update, pair_, run_.panels[update.panel], run_.acc);
+}
+
+// --- reference panels -----------------------------------------------------------------------------------------------
+
+namespace {
+
+constexpr const char* panel0_words = "Panel 0 haplotype";
+
+}  // namespace
+
+void update_passes::update_panel0_haplotypes() {
+    const bool sporadic = now_.stored && run_.plan.sporadic_haploid_imputation;
+    for_each_member({"haplotype", panel0_words}, run_.panels[0].n_hap, true, [&](std::size_t h) {
+        if (!run_.panels[0].update[h]) return;
+        chooser_.for_panel0_haplotype(h, states_);
         haploid_update update;
         update.ind = update.hap = h;
         update.sample = true;
-        update.save_alleles = now.stored && run.plan.sporadic_haploid_imputation;
-        update.stored = now.stored;
-        haploid(run, update);
-        if (update.save_alleles) store_counts_or_haps(run, h, h, 0, 0, now.stored_count, false, -1, -1, false);
-    }
-    end_members(run);
+        update.save_alleles = sporadic;
+        update.stored = now_.stored;
+        run_haploid(update);
+        if (sporadic) record_sporadic_alleles(run_.log, in_, h, run_.acc);
+    });
 }
 
-void fill_panel0_holes(data& run, const iteration& now, progress_line& progress) {
-    for (int h = 0; h < run.panels[0].n_hap; ++h) {
-        report_member(run, progress, "haplotype", "Panel 0 haplotype", h, run.panels[0].n_hap);
-        fill_haplotype(run, now, h, 0, static_cast<int>(*run.plan.hole_fill_from));
-    }
-    end_members(run);
-}
-
-void update_panel1_individuals(data& run, const iteration& now, progress_line& progress) {
-    for (int i = 0; i < run.panels[1].n_ind; ++i) {
-        report_member(run, progress, "ref indiv", "reference individual", i, run.panels[1].n_ind);
-        if (!run.panels[1].update[at(i)]) continue;
-        choose_own_states(run, now, i, 1);
-        const int hap = run.panels[1].first_hap(i);
-        if (run.panels[1].is_haploid(i)) {
+void update_passes::update_panel1_individuals() {
+    const panel_data& panel = run_.panels[1];
+    for_each_member({"ref indiv", "reference individual"}, panel.n_ind, true, [&](std::size_t i) {
+        if (!panel.update[i]) return;
+        chooser_.for_individual(1, i, states_, nullptr);
+        if (panel.is_haploid(i)) {
             haploid_update update;
             update.ind = i;
-            update.hap = hap;
+            update.hap = panel.first_hap(i);
             update.panel = update.cond_panel = 1;
             update.sample = true;
-            haploid(run, update);
-            continue;
-        }
-        diploid_update update;
-        update.ind = i;
-        update.hap = hap;
-        update.panel = 1;
-        if (run.panels[1].ordered[at(i)]) {
-            update_ordered(run, update);
+            run_haploid(update);
         } else {
-            diploid(run, update);
+            pair_update update;
+            update.ind = i;
+            update.hap = panel.first_hap(i);
+            update.panel = 1;
+            update.ordered = panel.ordered[i];
+            run_pair(update);
         }
-    }
-    end_members(run);
+    });
 }
 
-void update_panel1_from_panel0(data& run, const iteration& now, progress_line& progress) {
-    for (int i = 0; i < run.panels[1].n_ind; ++i) {
-        report_member(run, progress, "ref indiv", "reference individual", i, run.panels[1].n_ind);
-        choose_shared_states(run, now, i, 1, 0);
-        for (int strand = 0; strand < (run.panels[1].is_haploid(i) ? 1 : 2); ++strand) {
+void update_passes::update_panel1_from_panel0() {
+    const panel_data& panel = run_.panels[1];
+    for_each_member({"ref indiv", "reference individual"}, panel.n_ind, true, [&](std::size_t i) {
+        chooser_.shared(1, 0, i, states_, nullptr);
+        for (std::size_t strand = 0; strand < (panel.is_haploid(i) ? 1 : 2); ++strand) {
             haploid_update update;
             update.ind = i;
-            update.hap = run.panels[1].first_hap(i) + strand;
+            update.hap = panel.first_hap(i) + strand;
             update.panel = 1;
             update.strand = strand;
             update.sample = true;
-            choose_haplotype_states(run, now, update.hap, 1, 0);
-            haploid(run, update);
+            chooser_.for_haplotype(1, 0, update.hap, states_, nullptr);
+            run_haploid(update);
         }
+    });
+}
+
+// Whether the alleles of a panel's holes have been drawn from their frequencies before they are first filled.
+bool update_passes::alleles_of_holes_guessed(std::size_t panel) const {
+    const parameters& p = run_.params;
+    return run_.panels[panel].needs_update ||
+           (panel == 1 && is_given(p.g_ref_file) && (p.chrX || !is_given(p.hap_samp_in_g_ref)));
+}
+
+void update_passes::fill_haplotype(std::size_t panel, std::size_t states_from, std::size_t hap, hole_alleles holes) {
+    chooser_.for_filling(panel, states_from, hap, holes, states_);
+    say_sweep(" [fill holes]");
+    const hole_update update{hap, panel, *run_.plan.hole_fill_from};
+    update_holes(in_, update, states_, work_, haploid_);
+    haploid_draws_.add(haploid_.walk);
+    record_holes(in_, update, haploid_, run_.panels[panel]);
+}
+
+void update_passes::fill_holes() {
+    const std::size_t to = *run_.plan.hole_fill_to;
+    const bool unknown = now_.it == 0 && !alleles_of_holes_guessed(to);
+    const hole_alleles holes = unknown ? hole_alleles::not_known : hole_alleles::known;
+    if (to == 0) {
+        for_each_member({"haplotype", panel0_words}, run_.panels[0].n_hap, true,
+                        [&](std::size_t h) { fill_haplotype(0, *run_.plan.hole_fill_from, h, holes); });
+        return;
     }
-    end_members(run);
+    const panel_data& panel = run_.panels[to];
+    for_each_member({"ref indiv", "reference individual"}, panel.n_ind, true, [&](std::size_t i) {
+        const std::size_t n_hap = panel.is_haploid(i) ? 1 : 2;
+        // States come from the study, whatever panel the sweep copies.
+        for (std::size_t h = 0; h < n_hap; ++h) fill_haplotype(to, 2, panel.first_hap(i) + h, holes);
+    });
 }
 
-void fill_panel1_holes(data& run, const iteration& now, progress_line& progress) {
-    for (int i = 0; i < run.panels[1].n_ind; ++i) {
-        report_member(run, progress, "ref indiv", "reference individual", i, run.panels[1].n_ind);
-        for (int strand = 0; strand < (run.panels[1].is_haploid(i) ? 1 : 2); ++strand) {
-            // States come from the study, whatever panel the sweep copies.
-            fill_haplotype(run, now, run.panels[1].first_hap(i) + strand, 1, 2);
-        }
+// --- the study ------------------------------------------------------------------------------------------------------
+
+void update_passes::update_study_individual(const study_member& member) {
+    const parameters& p = run_.params;
+    const bool posteriors = now_.stored && !p.mc_impute;
+    const bool asked = p.pgs || p.pgs_miss || p.pgs_prob;
+    const bool known_sums = member.known && (p.phase || p.print_allele_probs);
+    const bool genotype_probs = posteriors && (asked || known_sums);
+    const bool backward = posteriors && (asked || known_sums || p.show_all_copy_probs);
+    const bool weighted = !member.known && (p.weight_imputed_gt == 3 || p.debug_weighting);
+    const std::optional<std::size_t> known_slot = member.known ? std::optional(member.slot) : std::nullopt;
+
+    copy_state_record* record = member.diploid ? record_of(copy_states_.by_individual, member.hap / 2) : nullptr;
+    chooser_.for_individual(2, member.ind, states_, record);
+    if (!member.diploid && !weighted) {
+        haploid_update update;
+        update.ind = member.ind;
+        update.hap = member.hap;
+        update.panel = update.cond_panel = 2;
+        update.known_slot = known_slot;
+        update.sample = true;
+        update.backward = backward;
+        update.genotype_probs = genotype_probs;
+        update.stored = now_.stored;
+        run_haploid(update);
+        return;
     }
-    end_members(run);
-}
-
-namespace {
-
-// What a phasing update of a study individual accumulates.
-struct study_flags {
-    bool backward = false;
-    bool genotype_probs = false;
-};
-
-study_flags settle_flags(const data& run, const iteration& now, bool known) {
-    const parameters& p = run.params;
-    if (!now.stored || p.mc_impute) return {};
-    const bool store_geno = p.pgs || p.pgs_miss || p.pgs_prob;
-    const bool known_sums = known && (p.phase || p.print_allele_probs);
-    return {store_geno || p.show_all_copy_probs || known_sums, store_geno || known_sums};
-}
-
-void update_study_haplotype(data& run, const iteration& now, int i, int known_index, const study_flags& flags) {
-    haploid_update update;
-    update.ind = i;
-    update.hap = run.panels[2].first_hap(i);
-    update.panel = update.cond_panel = 2;
-    update.known_index = known_index;
-    update.sample = true;
-    update.backward = flags.backward;
-    update.genotype_probs = flags.genotype_probs;
-    update.stored = now.stored;
-    haploid(run, update);
-}
-
-void update_study_individual(data& run, const iteration& now, int i, bool known, int known_index) {
-    const parameters& p = run.params;
-    const study_flags flags = settle_flags(run, now, known);
-    choose_own_states(run, now, i, 2);
-    diploid_update update;
-    update.ind = i;
-    update.hap = run.panels[2].first_hap(i);
+    pair_update update;
+    update.ind = member.ind;
+    update.hap = member.hap;
     update.panel = 2;
-    update.known_index = known ? known_index : -1;
-    update.backward = flags.backward;
-    update.genotype_probs = flags.genotype_probs;
-    update.stored = now.stored;
-    const bool weighted = p.weight_imputed_gt == 3 || p.debug_weighting;
-    if (!known && weighted) {
-        update.keep_all_tables = p.use_old_code;
-        const double w = diploid(run, update);
-        if (p.weight_imputed_gt == 3) run.acc.dip_like[at(i)] = w;
-        if (run.debug_wt_out) {
-            run.debug_wt_out->integer(i);
-            run.debug_wt_out->character(' ');
-            run.debug_wt_out->number(w);
-            run.debug_wt_out->end_line();
-        }
-    } else if (run.panels[2].is_haploid(i)) {
-        update_study_haplotype(run, now, i, update.known_index, flags);
-    } else if (known) {
-        update_ordered(run, update);
-    } else {
-        diploid(run, update);
-    }
+    update.known_slot = known_slot;
+    update.ordered = member.known;
+    update.backward = backward;
+    update.genotype_probs = genotype_probs;
+    update.stored = now_.stored;
+    update.weighted = weighted;
+    run_pair(update);
+    if (!weighted) return;
+    if (p.weight_imputed_gt == 3) run_.acc.dip_like[member.ind] = pair_.log10_likelihood;
+    diagnostics_.write_likelihood(member.ind, pair_.log10_likelihood);
 }
 
-void record_if_counted(data& run, const iteration& now, int i, int known_index) {
-    if (now.stored && !run.params.mc_impute) {
-        record_known_individual(run, i, known_index);
-    }
+void update_passes::record_if_counted(const study_member& member) {
+    if (now_.stored && !run_.params.mc_impute) record_known_individual(in_, member, run_.acc);
 }
 
-std::unique_ptr<result_file> open_iteration_file(data& run, const char* words, int it) {
-    return std::make_unique<result_file>(run.log, concat(run.params.o_file, words, it + 1, ".gz"), true);
-}
-
-}  // namespace
-
-void update_study_individuals(data& run, const iteration& now, progress_line& progress) {
-    const parameters& p = run.params;
-    if (p.debug_weighting) {
-        run.debug_wt_out = open_iteration_file(run, "_debug_wt_diploid_iter", now.it);
-        run.debug_wt_out->text("indiv dip_like");
-        run.debug_wt_out->end_line();
-    }
-    if (p.show_all_copy_probs && now.stored) {
-        run.all_copy_out = open_iteration_file(run, "_all_copy_probs_iter", now.it);
-    }
-    int known_index = -1;
-    for (int i = 0; i < p.nind; ++i) {
-        report_member(run, progress, "inf indiv", "individual", i, p.nind);
-        const bool known = run.panels[2].ordered[at(i)];
-        if (known) ++known_index;
-        if (run.panels[2].update[at(i)]) {
-            update_study_individual(run, now, i, known, known_index);
+void update_passes::update_study_individuals() {
+    n_known_ = n_unknown_ = 0;
+    diagnostics_.open_for_updates(now_.it, now_.stored);
+    const auto n = static_cast<std::size_t>(run_.params.nind);
+    for_each_member({"inf indiv", "individual"}, n, true, [&](std::size_t i) {
+        const study_member member = member_of_study(i);
+        if (run_.panels[2].update[i]) {
+            update_study_individual(member);
         } else {
-            record_if_counted(run, now, i, known_index);
+            record_if_counted(member);
         }
-    }
-    end_members(run);
-    run.debug_wt_out.reset();
-    run.all_copy_out.reset();
+    });
+    diagnostics_.close();
 }
 
-void record_known_study(data& run, const iteration& now) {
-    int known_index = -1;
-    for (int i = 0; i < run.params.nind; ++i) {
-        if (run.panels[2].ordered[at(i)]) ++known_index;
-        record_if_counted(run, now, i, known_index);
-    }
+void update_passes::record_known_study() {
+    n_known_ = n_unknown_ = 0;
+    for (std::size_t i = 0; i < static_cast<std::size_t>(run_.params.nind); ++i) record_if_counted(member_of_study(i));
 }
-
-namespace {
 
 // Imputes an individual's haplotypes from one panel's reference.
-void impute_section(data& run, const iteration& now, int i, int cond_panel, int known_index) {
-    const parameters& p = run.params;
-    const bool keep_out = now.stored && !p.suppress_imputation_output;
+void update_passes::impute_individual(const study_member& member, std::size_t cond_panel) {
+    const parameters& p = run_.params;
+    const bool keep_out = now_.stored && !p.suppress_imputation_output;
     const bool sample_states = cond_panel == 0 && p.use_panel1_for_type0_imputation && p.stage_one;
-    choose_shared_states(run, now, i, 2, cond_panel);
-    for (int strand = 0; strand < (run.panels[2].is_haploid(i) ? 1 : 2); ++strand) {
+    auto& records = copy_states_.by_haplotype[cond_panel];
+    chooser_.shared(2, cond_panel, member.ind, states_, record_of(records, member.hap));
+    for (std::size_t strand = 0; strand < (member.diploid ? 2 : 1); ++strand) {
         haploid_update update;
-        update.ind = i;
-        update.hap = run.panels[2].first_hap(i) + strand;
+        update.ind = member.ind;
+        update.hap = member.hap + strand;
         update.panel = 2;
         update.cond_panel = cond_panel;
         update.strand = strand;
-        update.known_index = known_index;
-        update.stored = now.stored;
-        if (p.mc_impute) {
-            update.sample = true;
-            update.save_alleles = now.stored;
-        } else {
-            update.sample = sample_states;
-            update.backward = update.allele_probs = keep_out;
-            update.selfcheck = now.selfcheck;
-        }
-        choose_haplotype_states(run, now, update.hap, 2, cond_panel);
-        const double likelihood = haploid(run, update);
-        if (!p.mc_impute && p.weight_imputed_gt >= 0 && now.stored) {
-            run.acc.term_prob[at(cond_panel)][at(strand)] = likelihood;
-        }
+        update.stored = now_.stored;
+        update.sample = p.mc_impute || sample_states;
+        update.save_alleles = p.mc_impute && now_.stored;
+        update.backward = update.allele_probs = !p.mc_impute && keep_out;
+        update.selfcheck = !p.mc_impute && now_.selfcheck;
+        chooser_.for_haplotype(2, cond_panel, update.hap, states_, record_of(records, update.hap));
+        run_haploid(update);
+        if (!p.mc_impute) record_alleles(in_, update, haploid_, imputed_);
     }
 }
 
-}  // namespace
-
-void impute_study_from_reference(data& run, const iteration& now, progress_line& progress) {
-    const parameters& p = run.params;
-    if (p.debug_weighting) {
-        run.debug_wt_out = open_iteration_file(run, "_debug_wt_haploid_iter", now.it);
-        run.debug_wt_out->text("indiv snp_type snp_pos hap1_like hap2_like pr_gt0 pr_gt1 pr_gt2");
-        run.debug_wt_out->end_line();
-    }
-    if (p.show_ref_copy_probs && now.stored) {
-        run.ref_copy_out = open_iteration_file(run, "_ref_copy_probs_iter", now.it);
-    }
-    const bool from_panel1 = run.panels[1].n_hap >= 1 && run.plan.output_types[1];
-    const bool from_panel0 = run.panels[0].n_hap >= 1 && (run.plan.output_types[0] || p.show_ref_copy_probs) &&
-                             (!p.use_panel1_for_type0_imputation || now.selfcheck || p.stage_one);
-    const bool shows_progress =
-        (run.panels[1].n_hap > 0 && run.plan.output_types[1]) || (run.panels[0].n_hap >= 1 && run.plan.output_types[0]);
-    int known_index = -1;
-    int unknown_index = -1;
-    for (int i = 0; i < p.nind; ++i) {
-        const bool known = run.panels[2].ordered[at(i)];
-        ++(known ? known_index : unknown_index);
-        run.acc.term_prob = {};
-        if (shows_progress) report_member(run, progress, "inf indiv", "individual", i, p.nind);
-        if (from_panel1) impute_section(run, now, i, 1, known_index);
-        if (from_panel0) impute_section(run, now, i, 0, known_index);
-        if (now.stored && !p.suppress_imputation_output) {
-            store_counts_or_haps(run, i, run.panels[2].first_hap(i), run.panels[2].is_haploid(i) ? 0 : 1, 2,
-                                 now.stored_count, now.selfcheck, known_index, unknown_index, known);
-        }
-    }
-    if (shows_progress) end_members(run);
-    run.debug_wt_out.reset();
-    run.ref_copy_out.reset();
+void update_passes::impute_study_from_reference() {
+    const parameters& p = run_.params;
+    const std::array<bool, 4>& wanted = run_.plan.output_types;
+    const bool has_panel0 = run_.panels[0].n_hap >= 1, has_panel1 = run_.panels[1].n_hap >= 1;
+    const bool from_panel1 = has_panel1 && wanted[1];
+    const bool from_panel0 = has_panel0 && (wanted[0] || p.show_ref_copy_probs) &&
+                             (!p.use_panel1_for_type0_imputation || now_.selfcheck || p.stage_one);
+    const bool shown = (has_panel1 && wanted[1]) || (has_panel0 && wanted[0]);
+    n_known_ = n_unknown_ = 0;
+    diagnostics_.open_for_imputation(now_.it, now_.stored);
+    for_each_member({"inf indiv", "individual"}, static_cast<std::size_t>(p.nind), shown, [&](std::size_t i) {
+        const study_member member = member_of_study(i);
+        imputed_.log10_likelihood = {};
+        if (from_panel1) impute_individual(member, 1);
+        if (from_panel0) impute_individual(member, 0);
+        if (!now_.stored || p.suppress_imputation_output) return;
+        diagnostics_.write_imputed(member, imputed_);
+        record_imputed_individual(run_.log, in_, member, now_.stored_count, now_.selfcheck, imputed_, run_.acc);
+    });
+    diagnostics_.close();
 }

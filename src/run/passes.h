@@ -1,25 +1,107 @@
 #pragma once
 
+// The passes of an iteration over the members of a panel. For each member: the choice of its states, an update, the
+// record of what the update found. The order of these decides the random draws.
+
+#include <array>
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "inference/inference_inputs.h"
+#include "inference/states/state_chooser.h"
+#include "inference/update/recording.h"
+#include "inference/update/update.h"
+#include "inference/update/workspace.h"
+#include "model/conditioning_states.h"
+#include "run/diagnostics.h"
 #include "run/progress.h"
 
 struct data;
 
 // What an iteration is used for.
 struct iteration {
-    int it = 0;              // from 0
-    bool late = false;       // states are chosen by similarity
-    bool stored = false;     // its results count
-    bool selfcheck = false;  // typed genotypes are masked
-    int stored_count = 0;    // stored iterations before this one
+    int it = 0;                    // from 0
+    bool late = false;             // states are chosen by similarity
+    bool stored = false;           // its results count
+    bool selfcheck = false;        // typed genotypes are masked
+    std::size_t stored_count = 0;  // stored iterations before this one
 };
 
-// The passes of an iteration over the members of a panel. The order of the calls within them decides the random draws.
-void update_panel0_haplotypes(data& run, const iteration& now, progress_line& progress);
-void fill_panel0_holes(data& run, const iteration& now, progress_line& progress);
-void update_panel1_individuals(data& run, const iteration& now, progress_line& progress);
-void update_panel1_from_panel0(data& run, const iteration& now, progress_line& progress);
-void fill_panel1_holes(data& run, const iteration& now, progress_line& progress);
-void update_study_individuals(data& run, const iteration& now, progress_line& progress);
-// What stands for the pass over the study when nobody in it needs sampling.
-void record_known_study(data& run, const iteration& now);
-void impute_study_from_reference(data& run, const iteration& now, progress_line& progress);
+// State draws of walks that stayed in the state of the site to the right (hap_stay_count, dip_stay_count), and that
+// switched (hap_switch_count, dip_switch_count).
+struct draw_counts {
+    long n_stay = 0, n_switch = 0;
+    template <typename Walk>
+    void add(const Walk& walk) {
+        n_stay += walk.stay_count;
+        n_switch += walk.switch_count;
+    }
+};
+
+// (copy_states) What the copy-state files of an iteration tell: of study individuals, and of study haplotypes by the
+// reference panel that they copy. Empty where no file was asked for.
+struct copy_state_tables {
+    std::vector<copy_state_record> by_individual;
+    std::array<std::vector<copy_state_record>, 2> by_haplotype;
+};
+
+class update_passes {
+  public:
+    // distances: of -distances or -distances_by_hap, else empty.
+    update_passes(data& run, progress_line& progress, distance_matrix distances);
+    update_passes(const update_passes&) = delete;
+    update_passes& operator=(const update_passes&) = delete;
+
+    void start_iteration(const iteration& now);
+    void update_panel0_haplotypes();
+    void update_panel1_individuals();
+    void update_panel1_from_panel0();
+    // Fills the holes of the panel that has some.
+    void fill_holes();
+    void update_study_individuals();
+    // What stands for the pass over the study when nobody in it needs sampling.
+    void record_known_study();
+    void impute_study_from_reference();
+
+    const draw_counts& haploid_draws() const { return haploid_draws_; }
+    const draw_counts& diploid_draws() const { return diploid_draws_; }
+    copy_state_tables& copy_states() { return copy_states_; }
+
+  private:
+    struct member_words {
+        const char* verbose;
+        const char* progress;
+    };
+    // Calls visit for the members of a pass in order. Says which one is in hand: on the terminal under -verbose, else
+    // on the progress line.
+    template <typename Visit>
+    void for_each_member(const member_words& words, std::size_t n_members, bool shown, Visit visit);
+    void say_sweep(const std::string& words);
+    study_member member_of_study(std::size_t ind);
+
+    void run_haploid(const haploid_update& update);
+    void run_pair(const pair_update& update);
+    void fill_haplotype(std::size_t panel, std::size_t states_from, std::size_t hap, hole_alleles holes);
+    bool alleles_of_holes_guessed(std::size_t panel) const;
+
+    void update_study_individual(const study_member& member);
+    void record_if_counted(const study_member& member);
+    void impute_individual(const study_member& member, std::size_t cond_panel);
+
+    data& run_;
+    progress_line& progress_;
+    const inference_inputs in_;
+    iteration now_;
+    state_chooser chooser_;
+    conditioning_states states_;
+    sweep_workspace work_;
+    haploid_result haploid_;
+    pair_result pair_;
+    imputed_alleles imputed_;
+    pass_diagnostics diagnostics_;
+    draw_counts haploid_draws_, diploid_draws_;
+    copy_state_tables copy_states_;
+    // Individuals met in the pass over the study, with known haplotypes and without.
+    std::size_t n_known_ = 0, n_unknown_ = 0;
+};

@@ -12,7 +12,7 @@ void progress_line::start_iteration(int iteration, int n_iterations) {
     n_iterations_ = n_iterations;
 }
 
-void progress_line::update(std::string_view what, int member, int n_members) {
+void progress_line::update(std::string_view what, std::size_t member, std::size_t n_members) {
     if (!shown_) return;
     const clock::time_point now = now_();
     if (now - last_ < std::chrono::milliseconds(200)) return;
@@ -21,7 +21,8 @@ void progress_line::update(std::string_view what, int member, int n_members) {
         concat("iteration ", iteration_ + 1, "/", n_iterations_, ", ", what, " ", member + 1, "/", n_members);
     const auto spent = std::chrono::duration<double>(now - start_).count();
     const double done =
-        (iteration_ + static_cast<double>(member) / std::max(n_members, 1)) / std::max(n_iterations_, 1);
+        (iteration_ + static_cast<double>(member) / static_cast<double>(std::max<std::size_t>(n_members, 1))) /
+        std::max(n_iterations_, 1);
     if (done > 0.0 && spent > 1.0) {
         const long left = std::lround(spent / done - spent);
         text += concat(", about ", left / 60, " min ", left % 60, " s left");

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <functional>
 #include <iosfwd>
 #include <string_view>
@@ -16,7 +17,7 @@ class progress_line {
         : out_(out), shown_(shown), now_(std::move(now)) {}
     void start_iteration(int iteration, int n_iterations);
     // member of n_members, for one of the passes of the iteration.
-    void update(std::string_view what, int member, int n_members);
+    void update(std::string_view what, std::size_t member, std::size_t n_members);
     // Removes the line.
     void finish();
 

@@ -28,6 +28,8 @@ class input_source {
     int integer(int from, int to) {
         return from + static_cast<int>(engine_() % static_cast<std::uint64_t>(to - from + 1));
     }
+    // 0 .. n - 1.
+    std::size_t index(std::size_t n) { return static_cast<std::size_t>(engine_() % n); }
     bool chance(double p) { return uniform() < p; }
     std::uint64_t word() { return engine_(); }
 

@@ -1,27 +1,46 @@
 #pragma once
 
-// A run made by hand, as far as the models need it: panels of haplotypes, sites, state counts.
+// The rooms of a run made by hand, as far as the models need them: panels of haplotypes, sites, state counts.
 
 #include <array>
 #include <cstddef>
 #include <vector>
 
+#include "inference/inference_inputs.h"
 #include "inference/inference_tools.h"
-#include "model/data.h"
+#include "model/accumulators.h"
 #include "support/log_capture.h"
+
+struct model_rooms {
+    run_log log;
+    parameters params;
+    run_plan plan;
+    site_table sites;
+    panel_array panels;
+    copying_models models;
+    accumulators acc;
+
+    // The sites of the interval count, with its buffer where that is put out.
+    inference_inputs inputs() const {
+        const auto [first, end] =
+            sites.range(params.include_buffer_in_output ? std::pair(plan.buffer_lower, plan.buffer_upper)
+                                                        : std::pair(plan.int_lower_bp, plan.int_upper_bp));
+        return {params, plan, sites, panels, models, first, end};
+    }
+};
 
 class model_run {
   public:
     log_capture capture;
-    data run{capture.terminal, capture.notes};
+    model_rooms run{run_log(capture.terminal, capture.notes), {}, {}, {}, {}, {}, {}};
 
-    snp& add_site(long position, int type, int top_panel) {
+    snp& add_site(long position, std::size_t type, std::size_t top_panel) {
         snp& site = run.sites.store.emplace(position, snp{})->second;
         site.type = type;
         site.top_panel = top_panel;
         return site;
     }
-    snp& add_site(long position, int type) { return add_site(position, type, type); }
+    snp& add_site(long position, std::size_t type) { return add_site(position, type, type); }
 
     // Lists the sites in order, as they stand.
     void list_sites() {
@@ -29,25 +48,23 @@ class model_run {
         run.sites.positions.clear();
         run.sites.traits.clear();
         for (auto& [position, site] : run.sites.store) {
-            site.index = static_cast<int>(run.sites.in_order.size());
+            site.index = run.sites.in_order.size();
             run.sites.in_order.push_back(&site);
             run.sites.positions.push_back(position);
-            run.sites.traits.push_back({static_cast<std::int8_t>(site.type), static_cast<std::int8_t>(site.top_panel),
+            run.sites.traits.push_back({static_cast<std::uint8_t>(site.type), static_cast<std::uint8_t>(site.top_panel),
                                         site.panel1_placeholder, site.ref_alleles_missing});
         }
     }
     // Haplotype counts of the panels; individuals have two each.
-    void give_haplotypes(std::array<int, 3> counts) {
+    void give_haplotypes(std::array<std::size_t, 3> counts) {
         for (std::size_t p = 0; p < 3; ++p) {
-            run.panels[p].n_hap = static_cast<std::size_t>(counts[p]);
-            run.panels[p].n_ind = p == 0 ? 0 : static_cast<std::size_t>(counts[p]) / 2;
+            run.panels[p].n_hap = counts[p];
+            run.panels[p].n_ind = p == 0 ? 0 : counts[p] / 2;
+            run.panels[p].haps = packed_haplotypes(counts[p], run.sites.size());
+            for (std::size_t s = 0; s < run.sites.size(); ++s) run.panels[p].haps.set_holds(s);
         }
         run.params.nind = static_cast<int>(run.panels[2].n_ind);
-        for (std::size_t p = 0; p < 3; ++p) {
-            run.panels[p].haps = packed_haplotypes(static_cast<std::size_t>(counts[p]), run.sites.in_order.size());
-            for (std::size_t s = 0; s < run.sites.in_order.size(); ++s) run.panels[p].haps.set_holds(s);
-        }
-        run.panels[2].ordered.assign(static_cast<std::size_t>(run.panels[2].n_ind), false);
+        run.panels[2].ordered.assign(run.panels[2].n_ind, false);
     }
     void fill_haplotypes(input_source& source) {
         for (panel_data& data_of_panel : run.panels) {
@@ -57,12 +74,11 @@ class model_run {
             }
         }
     }
-    void set_states(int mode, int panel, int cond_panel, int K) {
-        at(run.models.k_states, mode, panel, cond_panel) = K;
+    void set_states(std::size_t mode, std::size_t panel, std::size_t cond_panel, std::size_t K) {
+        run.models.k_states[mode][panel][cond_panel] = static_cast<int>(K);
     }
     template <typename T>
-    static T& at(model_table<T>& table, int mode, int panel, int cond_panel) {
-        return table[static_cast<std::size_t>(mode)][static_cast<std::size_t>(panel)]
-                    [static_cast<std::size_t>(cond_panel)];
+    static T& at(model_table<T>& table, std::size_t mode, std::size_t panel, std::size_t cond_panel) {
+        return table[mode][panel][cond_panel];
     }
 };

@@ -5,7 +5,7 @@
 
 #include "inference/kernels/kernels.h"
 
-void distance_rows::set_sites(std::vector<int> counted) {
+void distance_rows::set_sites(std::vector<std::size_t> counted) {
     sites_ = std::move(counted);
     words_ = (bits::words_for(sites_.size()) + 7) / 8 * 8;
     ready_ = true;
@@ -21,7 +21,7 @@ void distance_rows::refresh_row(const packed_haplotypes& full, cut_panel& cut, s
         const std::size_t n = std::min(bits::word_bits, sites_.size() - std::min(first, sites_.size()));
         std::uint64_t word = 0;
         for (std::size_t j = 0; j < n; ++j) {
-            const auto site = static_cast<std::size_t>(sites_[first + j]);
+            const std::size_t site = sites_[first + j];
             word |= ((from[site / bits::word_bits] >> (site % bits::word_bits)) & 1U) << j;
         }
         to[w] = word;

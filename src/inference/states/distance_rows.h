@@ -12,7 +12,7 @@
 class distance_rows {
   public:
     // Indices of the counted sites in the store, ascending.
-    void set_sites(std::vector<int> counted);
+    void set_sites(std::vector<std::size_t> counted);
     bool ready() const { return ready_; }
 
     // Numbers of counted sites at which a haplotype differs from each haplotype of a panel. Rows that have changed
@@ -31,7 +31,7 @@ class distance_rows {
     void refresh_row(const packed_haplotypes& full, cut_panel& cut, std::size_t hap);
 
     bool ready_ = false;
-    std::vector<int> sites_;
+    std::vector<std::size_t> sites_;
     std::size_t words_ = 0;  // of a row: a multiple of 8, the rest clear, so that rows begin at 64-byte boundaries
     std::array<cut_panel, 3> panels_;
 };

@@ -1,6 +1,7 @@
 #include "inference/states/state_alleles.h"
 
 #include <algorithm>
+#include <array>
 
 #include "inference/kernels/kernels.h"
 
@@ -34,7 +35,7 @@ std::vector<const std::uint64_t*> rows_of(const haplotypes_by_panel& haps, const
                                           std::size_t n_rows, const std::vector<std::uint64_t>& zeros) {
     std::vector<const std::uint64_t*> rows(n_rows, zeros.data());
     for (std::size_t k = 0; k < std::min(n_rows, states.size()); ++k) {
-        rows[k] = haps[static_cast<std::size_t>(states.panel[k])]->row(static_cast<std::size_t>(states.hap[k]));
+        rows[k] = haps[states.panel[k]]->row(static_cast<std::size_t>(states.hap[k]));
     }
     return rows;
 }

@@ -1,10 +1,11 @@
 #pragma once
 
-#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
-#include "model/data.h"
+#include "model/conditioning_states.h"
+#include "model/packed_haplotypes.h"
 
 // Makes one row of bits a visited site, bit k being the allele of conditioning state k there: [sites][words], words
 // being the 64-bit words of K bits. sites are indices of the store, ascending.

@@ -1,46 +1,45 @@
 #pragma once
 
-// From the posterior weights of a walk to allele and genotype probabilities, and on into the sums.
+// From the posterior weights of a walk to chances of alleles and genotypes. Each copied allele passes through the
+// mutation model; the emission of the site's own observation is taken out first.
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 
 #include "inference/haploid/haploid_model.h"
-#include "model/data.h"
+#include "model/copying_models.h"
 
-// Chance of allele 1 of a haplotype, from the weights of the copied alleles: each passes through the mutation model.
-// With own, the emission of that observed allele is taken out of the weights first. 0.5 when the weights say nothing.
-inline double allele_one_chance(const allele_weights& weights, const emission_table& M, int own) {
+// Chance of allele 1 of a haplotype at a site whose own allele was not observed; 0.5 when the weights say nothing.
+inline double allele_one_chance(const allele_weights& weights, const emission_table& M) {
     double a0 = 0.0, a1 = 0.0;
     for (std::size_t copied = 0; copied < 2; ++copied) {
-        const double w = own < 0 ? weights[copied] : weights[copied] / M[copied][static_cast<std::size_t>(own)];
-        a0 += w * M[copied][0];
-        a1 += w * (1.0 - M[copied][0]);
+        a0 += weights[copied] * M[copied][0];
+        a1 += weights[copied] * (1.0 - M[copied][0]);
     }
     return a0 + a1 > tol ? a1 / (a0 + a1) : 0.5;
 }
 
-// Whose posterior is added.
-struct posterior_target {
-    int ind = 0;
-    int hap = 0;
-    int panel = 2;
-    int known_index = -1;
-    bool genotype_probs = false;
-};
+// The same where the allele own was observed.
+inline double allele_one_chance(const allele_weights& weights, const emission_table& M, std::size_t own) {
+    return allele_one_chance({weights[0] / M[0][own], weights[1] / M[1][own]}, M);
+}
 
-// Whether the posterior at a site needs the sweeps: false where the data alone decide, or nothing is kept.
-bool haploid_posterior_needed(const data& run, const posterior_target& target, const snp& site);
-bool ordered_posterior_needed(const data& run, const posterior_target& target, const snp& site);
-bool diploid_posterior_needed(const data& run, const posterior_target& target, const snp& site);
+// Chances of genotypes 1 and 2 from those of allele 1 of each haplotype; a haploid individual has no genotype 1.
+inline std::array<double, 2> genotype_chances(double first, double second, bool diploid) {
+    if (!diploid) return {0.0, first};
+    return {(1.0 - second) * first + (1.0 - first) * second, first * second};
+}
 
-// Add one site's posterior of a haploid individual, an ordered one, an unordered one. weights may be null where the
-// posterior is not needed.
-void add_haploid_posterior(data& run, const posterior_target& target, const snp& site, const allele_weights* weights);
-void add_ordered_posterior(data& run, const posterior_target& target, const snp& site,
-                           const std::array<double, 4>* weights, const std::array<double, 4>& emission);
-void add_diploid_posterior(data& run, const posterior_target& target, const snp& site,
-                           const std::array<double, 4>& weights, const std::array<double, 4>& emission);
+// Chance of allele 1 of a haploid individual; seen: its observed allele, or unobserved. M: of the haploid model.
+double haploid_posterior(const allele_weights& weights, const emission_table& M, std::size_t seen);
 
-// Adds what is known of an individual that is not updated: its current alleles, for certain.
-void add_certain_individual(data& run, const posterior_target& target, const snp& site, bool haploid);
+// Chances of allele 1 of the two ordered haplotypes, from weights and emission by the alleles of the states, [x * 2 +
+// y]. M: of the haploid model.
+std::array<double, 2> ordered_posterior(const std::array<double, 4>& weights, const std::array<double, 4>& emission,
+                                        const emission_table& M);
+
+// Chances of genotypes 1 and 2, from the same. M: of the diploid model. input: probabilities of the three genotypes to
+// be joined, or null.
+std::array<double, 2> pair_posterior(const std::array<double, 4>& weights, const std::array<double, 4>& emission,
+                                     const emission_table& M, const float* input);

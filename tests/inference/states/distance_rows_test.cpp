@@ -26,27 +26,26 @@ three_panels random_panels(input_source& source, std::array<std::size_t, 3> n_ha
     return panels;
 }
 
-std::vector<int> some_sites(input_source& source, std::size_t n_sites, double share) {
-    std::vector<int> sites;
+std::vector<std::size_t> some_sites(input_source& source, std::size_t n_sites, double share) {
+    std::vector<std::size_t> sites;
     for (std::size_t s = 0; s < n_sites; ++s) {
-        if (source.chance(share)) sites.push_back(static_cast<int>(s));
+        if (source.chance(share)) sites.push_back(s);
     }
     return sites;
 }
 
-std::vector<int> plain_distances(const three_panels& panels, const std::vector<int>& sites, std::size_t panel,
+std::vector<int> plain_distances(const three_panels& panels, const std::vector<std::size_t>& sites, std::size_t panel,
                                  std::size_t hap, std::size_t other) {
     std::vector<int> counts(panels[other].n_hap(), 0);
     for (std::size_t h = 0; h < counts.size(); ++h) {
-        for (const int s : sites) {
-            const auto site = static_cast<std::size_t>(s);
+        for (const std::size_t site : sites) {
             if (panels[panel].allele(hap, site) != panels[other].allele(h, site)) ++counts[h];
         }
     }
     return counts;
 }
 
-void expect_all(distance_rows& rows, const three_panels& panels, const std::vector<int>& sites) {
+void expect_all(distance_rows& rows, const three_panels& panels, const std::vector<std::size_t>& sites) {
     for (std::size_t p = 0; p < 3; ++p) {
         for (std::size_t other = 0; other < 3; ++other) {
             for (std::size_t h = 0; h < panels[p].n_hap(); h += 3) {
@@ -70,7 +69,7 @@ TEST(distance_rows, count_at_the_chosen_sites_only) {
     for (const std::size_t n_sites : {1U, 63U, 64U, 65U, 200U}) {
         for (const double share : {0.0, 0.1, 0.5, 1.0}) {
             const three_panels panels = random_panels(source, {9, 4, 6}, n_sites);
-            const std::vector<int> sites = some_sites(source, n_sites, share);
+            const std::vector<std::size_t> sites = some_sites(source, n_sites, share);
             distance_rows rows;
             rows.set_sites(sites);
             expect_all(rows, panels, sites);
@@ -91,7 +90,7 @@ TEST(distance_rows, of_a_panel_without_haplotypes_are_empty) {
 TEST(distance_rows, follow_every_change_of_a_haplotype) {
     input_source source(3);
     three_panels panels = random_panels(source, {5, 3, 4}, 130);
-    const std::vector<int> sites = some_sites(source, 130, 0.6);
+    const std::vector<std::size_t> sites = some_sites(source, 130, 0.6);
     distance_rows rows;
     rows.set_sites(sites);
     expect_all(rows, panels, sites);

@@ -26,16 +26,14 @@ std::array<packed_haplotypes, 3> random_panels(input_source& source, std::size_t
 }
 
 void expect_rows(const std::array<packed_haplotypes, 3>& haps, const conditioning_states& states,
-                 const std::vector<int>& sites, std::size_t K, const std::vector<std::uint64_t>& rows) {
+                 const std::vector<std::size_t>& sites, std::size_t K, const std::vector<std::uint64_t>& rows) {
     const std::size_t words = bits::words_for(K);
     ASSERT_EQ(sites.size() * words, rows.size());
     for (std::size_t v = 0; v < sites.size(); ++v) {
         for (std::size_t k = 0; k < words * bits::word_bits; ++k) {
             int expected = 0;
             if (k < K && k < states.size()) {
-                const auto panel = static_cast<std::size_t>(states.panel[k]);
-                expected =
-                    haps[panel].allele(static_cast<std::size_t>(states.hap[k]), static_cast<std::size_t>(sites[v]));
+                expected = haps[states.panel[k]].allele(static_cast<std::size_t>(states.hap[k]), sites[v]);
             }
             ASSERT_EQ(expected == 1, bits::get(rows.data() + v * words, k)) << "site " << v << " state " << k;
         }
@@ -49,13 +47,13 @@ TEST(state_alleles, are_one_bit_a_state_and_one_row_a_site) {
         for (const std::size_t K : {1U, 8U, 63U, 64U, 65U, 130U}) {
             conditioning_states states;
             for (std::size_t k = 0; k < K; ++k) {
-                const int p = source.integer(0, 2);
-                states.add(p, source.integer(0, static_cast<int>(haps[static_cast<std::size_t>(p)].n_hap()) - 1));
+                const std::size_t p = source.index(3);
+                states.add(p, source.index(haps[p].n_hap()));
             }
-            std::vector<int> all, some;
+            std::vector<std::size_t> all, some;
             for (std::size_t s = 0; s < n_sites; ++s) {
-                all.push_back(static_cast<int>(s));
-                if (source.chance(0.2)) some.push_back(static_cast<int>(s));
+                all.push_back(s);
+                if (source.chance(0.2)) some.push_back(s);
             }
             std::vector<std::uint64_t> rows{77, 78};
             gather_state_alleles(views_of(haps), states, all, K, rows);
@@ -70,7 +68,7 @@ TEST(state_alleles, of_places_without_a_state_are_zero) {
     input_source source(2);
     const auto haps = random_panels(source, 80);
     conditioning_states states;
-    for (int k = 0; k < 3; ++k) states.add(0, k);
+    for (std::size_t k = 0; k < 3; ++k) states.add(0, k);
     std::vector<std::uint64_t> rows(50, ~std::uint64_t{0});
     gather_state_alleles(views_of(haps), states, {1, 2, 70}, 70, rows);
     expect_rows(haps, states, {1, 2, 70}, 70, rows);

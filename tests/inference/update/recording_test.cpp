@@ -2,15 +2,12 @@
 
 #include <array>
 #include <cmath>
-#include <memory>
+#include <numeric>
 #include <string>
 #include <vector>
 
 #include "inference/model_run.h"
-#include "inference/update/accumulate.h"
-#include "inference/update/workspace.h"
-#include "io/result_file.h"
-#include "model/data.h"
+#include "inference/update/recording.h"
 
 namespace {
 
@@ -41,15 +38,13 @@ class counts : public ::testing::Test, protected model_run {
         give_haplotypes({4, 0, 6});
         input_source source(1);
         for (std::size_t h = 0; h < 2; ++h) {
-            run.work->allele_prob[h].resize(n_sites);
-            for (double& p : run.work->allele_prob[h]) p = source.uniform();
+            for (double& p : imputed.chance[h]) p = source.uniform();
             for (std::size_t cond = 0; cond < 2; ++cond) {
-                run.work->allele_acc[cond][h].resize(n_sites);
-                for (double& p : run.work->allele_acc[cond][h]) p = source.uniform();
+                for (double& p : imputed.chance_unseen[cond][h]) p = source.uniform();
             }
         }
-        std::vector<int> columns;
-        for (int s = 0; s < static_cast<int>(n_sites); ++s) columns.push_back(s);
+        std::vector<int> columns(n_sites);
+        std::iota(columns.begin(), columns.end(), 0);
         for (std::size_t g = 0; g < 2; ++g) {
             run.acc.gtype_acc[g].allocate(3, columns, n_sites);
             run.acc.gtype_acc2[g].allocate(2, columns, n_sites);
@@ -58,16 +53,19 @@ class counts : public ::testing::Test, protected model_run {
         run.acc.mcmc_bits.allocate(3, columns, n_sites, 70);
         run.plan.output_types = {true, true, true, true};
     }
-    double a(std::size_t s) const { return run.work->allele_prob[0][s]; }
-    double b(std::size_t s) const { return run.work->allele_prob[1][s]; }
+    double a(std::size_t s) const { return imputed.chance[0][s]; }
+    double b(std::size_t s) const { return imputed.chance[1][s]; }
     static double het(double p, double q) { return (1.0 - q) * p + (1.0 - p) * q; }
+    void store(const study_member& member, std::size_t stored_count = 0, bool selfcheck = false) {
+        record_imputed_individual(run.log, run.inputs(), member, stored_count, selfcheck, imputed, run.acc);
+    }
     // Individual 1 of the study, of unknown phase.
-    void store_unknown(int stored_count = 0, bool selfcheck = false, int diploid = 1) {
-        store_counts_or_haps(run, 1, diploid == 0 ? 1 : 2, diploid, 2, stored_count, selfcheck, -1, 1, false);
+    void store_unknown(std::size_t stored_count = 0, bool selfcheck = false, bool diploid = true) {
+        store({1, diploid ? 2U : 1U, diploid, false, 1}, stored_count, selfcheck);
     }
     // Individual 1 of the study as the first with known haplotypes.
-    void store_known(int stored_count = 0, int diploid = 1) {
-        store_counts_or_haps(run, 1, diploid == 0 ? 1 : 2, diploid, 2, stored_count, false, 0, 1, true);
+    void store_known(std::size_t stored_count = 0, bool diploid = true) {
+        store({1, diploid ? 2U : 1U, diploid, true, 0}, stored_count);
     }
     std::string set_bits(std::size_t slot, int h, std::size_t iteration) const {
         std::string text;
@@ -85,7 +83,8 @@ class counts : public ::testing::Test, protected model_run {
         for (const std::size_t s : at_sites) text[s] = run.panels[2].haps.allele(hap, s) == 1 ? '1' : '0';
         return text;
     }
-    static bool imputed(std::size_t s) { return s == edge0 || s == imputed1 || s == borrowed || s == edge1; }
+    static bool is_imputed(std::size_t s) { return s == edge0 || s == imputed1 || s == borrowed || s == edge1; }
+    imputed_alleles imputed{n_sites};
 };
 
 // --- imputed sites --------------------------------------------------------------------------------------------------
@@ -94,8 +93,8 @@ TEST_F(counts, chances_of_genotypes_grow_at_the_imputed_sites_of_the_interval) {
     store_unknown(0);
     store_unknown(1);
     for (std::size_t s = 0; s < n_sites; ++s) {
-        EXPECT_DOUBLE_EQ(imputed(s) ? 2 * het(a(s), b(s)) : 0.0, run.acc.gtype_acc[0].get(1, s)) << s;
-        EXPECT_DOUBLE_EQ(imputed(s) ? 2 * a(s) * b(s) : 0.0, run.acc.gtype_acc[1].get(1, s)) << s;
+        EXPECT_DOUBLE_EQ(is_imputed(s) ? 2 * het(a(s), b(s)) : 0.0, run.acc.gtype_acc[0].get(1, s)) << s;
+        EXPECT_DOUBLE_EQ(is_imputed(s) ? 2 * a(s) * b(s) : 0.0, run.acc.gtype_acc[1].get(1, s)) << s;
         for (const std::size_t other : {0U, 2U}) EXPECT_EQ(0.0, run.acc.gtype_acc[1].get(other, s));
         EXPECT_EQ(0.0, run.acc.gtype_acc2[0].get(0, s)) << "no known haplotypes";
     }
@@ -109,10 +108,10 @@ TEST_F(counts, the_buffer_counts_when_it_is_put_out) {
 }
 
 TEST_F(counts, a_haploid_individual_has_no_heterozygote) {
-    store_unknown(0, false, 0);
+    store_unknown(0, false, false);
     for (std::size_t s = 0; s < n_sites; ++s) {
         EXPECT_EQ(0.0, run.acc.gtype_acc[0].get(1, s));
-        EXPECT_DOUBLE_EQ(imputed(s) ? a(s) : 0.0, run.acc.gtype_acc[1].get(1, s));
+        EXPECT_DOUBLE_EQ(is_imputed(s) ? a(s) : 0.0, run.acc.gtype_acc[1].get(1, s));
     }
 }
 
@@ -120,17 +119,17 @@ TEST_F(counts, alleles_are_summed_for_known_haplotypes_under_phase) {
     run.params.phase = true;
     store_known();
     for (std::size_t s = 0; s < n_sites; ++s) {
-        EXPECT_DOUBLE_EQ(imputed(s) ? a(s) : 0.0, run.acc.gtype_acc2[0].get(0, s));
-        EXPECT_DOUBLE_EQ(imputed(s) ? b(s) : 0.0, run.acc.gtype_acc2[1].get(0, s));
+        EXPECT_DOUBLE_EQ(is_imputed(s) ? a(s) : 0.0, run.acc.gtype_acc2[0].get(0, s));
+        EXPECT_DOUBLE_EQ(is_imputed(s) ? b(s) : 0.0, run.acc.gtype_acc2[1].get(0, s));
         EXPECT_EQ(0.0, run.acc.gtype_acc2[0].get(1, s));
     }
 }
 
 TEST_F(counts, one_allele_is_summed_for_a_known_haploid) {
     run.params.phase = true;
-    store_known(0, 0);
+    store_known(0, false);
     for (std::size_t s = 0; s < n_sites; ++s) {
-        EXPECT_DOUBLE_EQ(imputed(s) ? a(s) : 0.0, run.acc.gtype_acc2[0].get(0, s));
+        EXPECT_DOUBLE_EQ(is_imputed(s) ? a(s) : 0.0, run.acc.gtype_acc2[0].get(0, s));
         EXPECT_EQ(0.0, run.acc.gtype_acc2[1].get(0, s));
     }
 }
@@ -138,8 +137,7 @@ TEST_F(counts, one_allele_is_summed_for_a_known_haploid) {
 TEST_F(counts, no_alleles_are_summed_otherwise) {
     store_known();  // without -phase
     run.params.phase = true;
-    store_counts_or_haps(run, 1, 2, 1, 2, 1, false, 0, 1, false);  // not known
-    store_counts_or_haps(run, 1, 2, 1, 2, 1, false, -1, 1, true);  // without a place
+    store_unknown(1);
     for (std::size_t s = 0; s < n_sites; ++s) EXPECT_EQ(0.0, run.acc.gtype_acc2[0].get(0, s));
 }
 
@@ -156,7 +154,7 @@ class weighted_counts : public counts {
         run.acc.dip_like.assign(3, 0.0);
     }
     void set_likelihoods(double L00, double L01, double L10, double L11, double diploid) {
-        run.acc.term_prob = {{{L00, L01}, {L10, L11}}};
+        imputed.log10_likelihood = {{{L00, L01}, {L10, L11}}};
         run.acc.dip_like[1] = diploid;
     }
 };
@@ -220,43 +218,6 @@ TEST_F(weighted_counts, without_weighting_nothing_is_weighed) {
     EXPECT_EQ(0.0, run.acc.weight_sum[0][1]);
 }
 
-TEST_F(weighted_counts, the_debug_file_gets_a_line_a_site_before_weighting) {
-    run.params.weight_imputed_gt = 0;
-    run.params.debug_weighting = true;
-    run.debug_wt_out = std::make_unique<result_file>(run.log, capture.files.name("debug"), false);
-    for (const std::size_t s : {edge0, imputed1, borrowed, edge1}) {
-        run.work->allele_prob[0][s] = 0.25;
-        run.work->allele_prob[1][s] = 0.5;
-    }
-    run.work->allele_prob[0][imputed1] = 1.0;
-    set_likelihoods(-12.34567, -100.0, -3.0, -0.00004, 0.0);
-    store_unknown(0);
-    set_likelihoods(-2.0, -1.5, -3.0, -4.0, 0.0);
-    store_unknown(1);
-    run.debug_wt_out->close();
-    EXPECT_EQ(
-        "1 0 100 -12.3457 -100.0000 0.3750 0.5000 0.1250\n"
-        "1 1 110 -3.0000 -0.0000 0.0000 0.5000 0.5000\n"
-        "1 1 140 -3.0000 -0.0000 0.3750 0.5000 0.1250\n"
-        "1 1 200 -3.0000 -0.0000 0.3750 0.5000 0.1250\n"
-        "1 0 100 -2.0000 -1.5000 0.3750 0.5000 0.1250\n"
-        "1 1 110 -3.0000 -4.0000 0.0000 0.5000 0.5000\n"
-        "1 1 140 -3.0000 -4.0000 0.3750 0.5000 0.1250\n"
-        "1 1 200 -3.0000 -4.0000 0.3750 0.5000 0.1250\n",
-        capture.files.read("debug"));
-}
-
-TEST_F(weighted_counts, the_debug_line_of_a_haploid_has_no_heterozygote) {
-    run.params.weight_imputed_gt = 1;
-    run.params.debug_weighting = true;
-    run.debug_wt_out = std::make_unique<result_file>(run.log, capture.files.name("debug"), false);
-    run.work->allele_prob[0][edge0] = 0.25;
-    set_likelihoods(-1.0, 0.0, -1.0, 0.0, 0.0);
-    store_unknown(0, false, 0);
-    run.debug_wt_out->close();
-    EXPECT_EQ(0U, capture.files.read("debug").find("1 0 100 -1.0000 0.0000 0.7500 0.0000 0.2500\n"));
-}
-
 // --- study sites ----------------------------------------------------------------------------------------------------
 
 TEST_F(counts, sampled_alleles_are_kept_at_study_sites_for_phasing) {
@@ -276,7 +237,7 @@ TEST_F(counts, sampled_alleles_are_kept_at_study_sites_for_phasing) {
 TEST_F(counts, bits_stand_in_the_place_among_the_unknown) {
     run.params.phase = true;
     run.panels[2].haps.set(2, typed, 1);
-    store_counts_or_haps(run, 1, 2, 1, 2, 3, false, -1, 0, false);
+    store({1, 2, true, false, 0}, 3);
     EXPECT_EQ("000100000", set_bits(0, 0, 3));
     EXPECT_EQ("000000000", set_bits(1, 0, 3));
 }
@@ -284,7 +245,7 @@ TEST_F(counts, bits_stand_in_the_place_among_the_unknown) {
 TEST_F(counts, a_haploid_has_one_row_of_bits) {
     run.params.phase = true;
     for (std::size_t h = 0; h < 6; ++h) run.panels[2].haps.set(h, typed, 1);
-    store_unknown(0, false, 0);
+    store_unknown(0, false, false);
     EXPECT_EQ("000100000", set_bits(1, 0, 0));
     EXPECT_EQ("000000000", set_bits(1, 1, 0));
 }
@@ -294,7 +255,6 @@ TEST_F(counts, no_bits_are_kept_without_phasing_for_known_ones_or_beside_tempora
     store_unknown();
     run.params.phase = true;
     store_known();
-    store_counts_or_haps(run, 1, 2, 1, 2, 0, false, -1, -1, false);
     run.plan.tmp_haps = true;
     store_unknown();
     for (std::size_t slot = 0; slot < 3; ++slot) EXPECT_EQ("000000000", set_bits(slot, 0, 0));
@@ -305,7 +265,7 @@ TEST_F(counts, self_check_sums_grow_at_sites_of_type_2) {
     store_unknown(1, false);
     for (std::size_t s = 0; s < n_sites; ++s) {
         for (std::size_t cond = 0; cond < 2; ++cond) {
-            const double p = run.work->allele_acc[cond][0][s], q = run.work->allele_acc[cond][1][s];
+            const double p = imputed.chance_unseen[cond][0][s], q = imputed.chance_unseen[cond][1][s];
             const bool typed_site = s == typed || s == typed_too;
             EXPECT_DOUBLE_EQ(typed_site ? het(p, q) : 0.0, run.acc.gtype_acc3[cond][0].get(1, s));
             EXPECT_DOUBLE_EQ(typed_site ? p * q : 0.0, run.acc.gtype_acc3[cond][1].get(1, s));
@@ -318,10 +278,10 @@ TEST_F(counts, self_check_sums_grow_at_sites_of_type_2) {
 }
 
 TEST_F(counts, self_check_sums_of_a_haploid_have_no_heterozygote) {
-    store_unknown(0, true, 0);
+    store_unknown(0, true, false);
     for (std::size_t cond = 0; cond < 2; ++cond) {
         EXPECT_EQ(0.0, run.acc.gtype_acc3[cond][0].get(1, typed));
-        EXPECT_DOUBLE_EQ(run.work->allele_acc[cond][0][typed], run.acc.gtype_acc3[cond][1].get(1, typed));
+        EXPECT_DOUBLE_EQ(imputed.chance_unseen[cond][0][typed], run.acc.gtype_acc3[cond][1].get(1, typed));
     }
 }
 
@@ -375,7 +335,7 @@ TEST_F(sampled_counts, are_tallied_by_individual_at_imputed_sites) {
 
 TEST_F(sampled_counts, of_a_haploid_are_those_of_the_homozygote) {
     run.acc.last_sampled_gtype.assign(n_sites, 1);
-    store_unknown(0, false, 0);
+    store_unknown(0, false, false);
     EXPECT_EQ((row{0, 0, 0}), run.acc.tallies[edge0].miss_counts[0]);
     EXPECT_EQ((row{0, 1, 0}), run.acc.tallies[edge0].miss_counts[1]);
 }
@@ -394,7 +354,7 @@ TEST_F(sampled_counts, keep_bits_under_the_index_of_the_individual) {
     run.params.phase = true;
     run.panels[2].haps.set(2, typed, 1);
     run.panels[2].haps.set(2, edge0, 1);
-    store_counts_or_haps(run, 1, 2, 1, 2, 0, false, -1, 0, false);
+    store({1, 2, true, false, 0});
     EXPECT_EQ("010100000", set_bits(1, 0, 0));
     EXPECT_EQ("000000000", set_bits(0, 0, 0));
 }
@@ -434,18 +394,16 @@ class sporadic_counts : public sampled_counts {
             run.acc.tallies[s].miss_counts = {row(2, 0), row(2, 0)};
         }
     }
-    void store(int hap, int stored_count = 0) {
-        store_counts_or_haps(run, hap, hap, 0, 0, stored_count, false, -1, -1, false);
-    }
+    void store(std::size_t hap) { record_sporadic_alleles(run.log, run.inputs(), hap, run.acc); }
 };
 
 TEST_F(sporadic_counts, walk_the_missing_entries_of_a_site) {
     for (int iteration = 0; iteration < 2; ++iteration) {
         run.acc.last_sampled_gtype[edge0] = 2;  // an allele 1, doubled
-        store(1, iteration);
+        store(1);
         EXPECT_EQ(0, run.acc.last_sampled_gtype[edge0]);
         EXPECT_EQ(1U, run.acc.tallies[edge0].miss_idx);
-        store(3, iteration);
+        store(3);
         EXPECT_EQ(0U, run.acc.tallies[edge0].miss_idx) << "back to the first entry";
     }
     EXPECT_EQ((row{2, 0}), run.acc.tallies[edge0].miss_counts[1]);
@@ -481,6 +439,109 @@ TEST_F(sporadic_counts, of_another_kind_of_run_end_it) {
     expect_end(capture,
                "ERROR: The update_panel should not be zero unless you are performing sporadic haploid imputation.", 1,
                [this] { store(1); });
+}
+
+// --- individuals that need no update --------------------------------------------------------------------------------
+
+TEST_F(counts, of_nobody_who_is_updated_are_what_is_known) {
+    input_source source(4);
+    for (int repeat = 0; repeat < 20; ++repeat) {
+        for (std::size_t g = 0; g < 2; ++g) {
+            run.acc.gtype_acc[g].allocate(3, {0, 1, 2, 3, 4, 5, 6, 7, 8}, n_sites);
+            run.acc.gtype_acc2[g].allocate(2, {0, 1, 2, 3, 4, 5, 6, 7, 8}, n_sites);
+        }
+        fill_study(source);
+        parameters& p = run.params;
+        p.pgs = source.chance(0.5);
+        p.phase = source.chance(0.5);
+        p.print_allele_probs = source.chance(0.5);
+        const bool known = run.panels[2].ordered[1] = source.chance(0.5), diploid = source.chance(0.7);
+        const std::size_t hap = diploid ? 2 : 1;
+        // A missing genotype is not known, whatever alleles stand in for it.
+        std::vector<bool> missing;
+        for (snp* site : run.sites.in_order) {
+            missing.push_back(source.chance(0.3));
+            const auto g = static_cast<std::uint8_t>(run.panels[2].haps.allele(hap, site->index));
+            site->gtypes[2] = {0, missing.back() ? missing_genotype : g, 0};
+        }
+        record_known_individual(run.inputs(), {1, hap, diploid, known, 1}, run.acc);
+        for (std::size_t s = 0; s < n_sites; ++s) {
+            const bool recorded = (s == typed || s == typed_too) && !missing[s];
+            const int x = run.panels[2].haps.allele(hap, s);
+            const int y = diploid ? run.panels[2].haps.allele(hap + 1, s) : x;
+            EXPECT_EQ(recorded && p.pgs && x + y == 1 ? 1.0 : 0.0, run.acc.gtype_acc[0].get(1, s)) << s;
+            EXPECT_EQ(recorded && p.pgs && x + y == 2 ? 1.0 : 0.0, run.acc.gtype_acc[1].get(1, s)) << s;
+            const bool alleles = recorded && known && (p.phase || p.print_allele_probs);
+            EXPECT_EQ(alleles ? x : 0.0, run.acc.gtype_acc2[0].get(1, s)) << s;
+            EXPECT_EQ(alleles ? y : 0.0, run.acc.gtype_acc2[1].get(1, s)) << s;
+        }
+    }
+}
+
+TEST_F(counts, of_a_site_without_genotypes_are_its_alleles) {
+    run.params.pgs = true;
+    run.panels[2].haps.set(2, typed, 1);
+    record_known_individual(run.inputs(), {1, 2, true, false, 0}, run.acc);
+    EXPECT_EQ(1.0, run.acc.gtype_acc[0].get(1, typed));
+}
+
+// --- draws of missing genotypes -------------------------------------------------------------------------------------
+
+// Sampled missing genotypes of the study, tallied by missing entry.
+class missing_tallies : public sampled_counts {
+  protected:
+    void SetUp() override {
+        sampled_counts::SetUp();
+        run.plan.count_missing_only = true;
+        run.sites.in_order[typed]->gtypes[2] = {3, 0, 3};
+        for (auto& row : run.acc.tallies[typed].miss_counts) row.assign(2, 0);
+        run.models.chains[0][2][2].site = run.models.chains[1][2][2].site = {typed};
+    }
+    // A haploid individual draws allele 1.
+    void draw_haploid(std::size_t ind) {
+        haploid_update u;
+        u.ind = u.hap = ind;
+        u.panel = u.cond_panel = 2;
+        u.sample = u.stored = true;
+        haploid_result result;
+        result.end_kept = 1;
+        result.requests = {{true, false}};
+        result.walk.allele = {1};
+        record_haploid(run.inputs(), u, result, run.panels[2], run.acc);
+    }
+    void draw_pair(std::size_t ind, std::array<std::uint8_t, 2> alleles) {
+        pair_update u;
+        u.ind = ind;
+        u.hap = 2 * ind;
+        u.panel = 2;
+        u.stored = true;
+        pair_result result;
+        result.requests = {{true, false, false}};
+        result.walk.alleles = {alleles};
+        record_pair(run.inputs(), u, result, run.panels[2], run.acc);
+    }
+};
+
+TEST_F(missing_tallies, of_haploid_individuals_stand_in_their_own_entries) {
+    draw_haploid(2);
+    EXPECT_EQ((row{0, 1}), run.acc.tallies[typed].miss_counts[1]);
+    draw_haploid(0);
+    draw_haploid(2);
+    EXPECT_EQ((row{1, 2}), run.acc.tallies[typed].miss_counts[1]);
+    EXPECT_EQ((row{0, 0}), run.acc.tallies[typed].miss_counts[0]);
+    EXPECT_EQ(0U, run.acc.tallies[typed].miss_idx);
+    EXPECT_EQ(1, run.panels[2].haps.allele(2, typed));
+}
+
+TEST_F(missing_tallies, of_pairs_walk_the_row_on_alleles_1_only) {
+    draw_pair(0, {0, 0});
+    EXPECT_EQ(0U, run.acc.tallies[typed].miss_idx);
+    draw_pair(2, {1, 0});
+    EXPECT_EQ((row{1, 0}), run.acc.tallies[typed].miss_counts[0]);
+    draw_pair(2, {1, 1});
+    EXPECT_EQ((row{0, 1}), run.acc.tallies[typed].miss_counts[1]);
+    EXPECT_EQ(0U, run.acc.tallies[typed].miss_idx) << "back to the first entry";
+    EXPECT_EQ(1, run.panels[2].haps.allele(5, typed));
 }
 
 }  // namespace

@@ -54,7 +54,7 @@ step "lint" scripts/lint.sh
 step "release tests" ctest --preset release -j "$ORVIDE_JOBS" --progress --no-tests=error
 if [[ -n ${ORVIDE_GOLDEN:-} ]]; then
     read -r -a groups <<<"${ORVIDE_GOLDEN_GROUPS:-}"
-    step "stored whole runs" scripts/check_stored_runs.sh build/release/orvide "$ORVIDE_GOLDEN" "${groups[@]}"
+    step "stored whole runs" scripts/check_stored_runs.py build/release/orvide "$ORVIDE_GOLDEN" "${groups[@]}"
 else
     skip "stored whole runs" "ORVIDE_GOLDEN names no folder"
 fi

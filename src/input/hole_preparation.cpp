@@ -113,8 +113,7 @@ void hole_preparation::prepare(snp& site) {
         if (site.ref_alleles_missing) withdraw(site);
         return;
     }
-    const panel_labels& own = site.labels[target_];
-    if (own.a0 == "*" || own.a1 == "*") {
+    if (!site.has_labels(target_)) {
         fill(site);
     } else if (site.ref_alleles_missing) {
         borrow_frequency(site);

@@ -9,7 +9,7 @@
 
 namespace {
 
-void set_type(snp& site, int type) {
+void set_type(snp& site, std::size_t type) {
     site.type = type;
     site.top_panel = type;
 }

@@ -127,7 +127,7 @@ haplotype_row_reader::outcome haplotype_row_reader::read_fields(std::string_view
         if (!fields.next(field)) return outcome::too_few;
         if (!dropped_.empty() && dropped_[column]) continue;
         // The carriage return of a line end is no part of the allele.
-        const bool returned = column + 1 == n_columns_ && field.size() == 2 && field[1] == '\r';
+        const bool returned = field.size() == 2 && field[1] == '\r' && fields.rest().empty();
         if ((field.size() == 1 || returned) && put(column, field[0])) continue;
         bad_field_ = field;
         bad_column_ = column + 1;

@@ -6,8 +6,6 @@
 #include <array>
 #include <iosfwd>
 #include <memory>
-#include <set>
-#include <string>
 #include <utility>
 #include <vector>
 
@@ -83,16 +81,6 @@ struct data {
     // --- results ----------------------------------------------------------------------------------------------------
     accumulators acc;
     long dip_stay_count = 0, dip_switch_count = 0, hap_stay_count = 0, hap_switch_count = 0;
-
-    // --- samples and filters ----------------------------------------------------------------------------------------
-    std::set<std::string> exclude_samples_g, exclude_samples_g_ref, exclude_samples_h;
-    std::set<std::string> include_samples_g, include_samples_g_ref, include_samples_h;
-    std::array<std::vector<std::string>, 2> sample_ids_known_haps;  // the same for -sample_known_haps_g
-    std::vector<std::string> legend_cols;                           // names of the fifth legend column and on
-    std::vector<std::string> filt_fields, filt_ops, filt_str_values;
-    std::vector<double> filt_num_values;
-    std::vector<bool> filt_is_numeric;
-    bool has_num_filters = false, has_str_filters = false;
 
     // --- diagnostic streams of one iteration ------------------------------------------------------------------------
     std::unique_ptr<result_file> debug_wt_out, ref_copy_out, all_copy_out;

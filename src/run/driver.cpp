@@ -22,6 +22,7 @@
 #include "output/sampled_haplotypes.h"
 #include "output/temporary_haplotypes.h"
 #include "params/model_parameters.h"
+#include "params/state_counts.h"
 #include "reconcile/setup.h"
 #include "run/driver.h"
 #include "run/passes.h"
@@ -79,13 +80,15 @@ class iteration_loop {
     }
 
     void pass_panel0(const iteration& now) {
-        if (now.it > 0 && is_given(p_.hap_samp_in_h)) read_sampled_haps(run_, now.it, 0);
+        if (now.it > 0 && is_given(p_.hap_samp_in_h))
+            read_sampled_haps(run_.log, p_, run_.sites, run_.panels, now.it, 0);
         if (run_.panels[0].needs_update) update_panel0_haplotypes(run_, now, progress_);
         if (run_.plan.hole_fill_to == 0) fill_panel0_holes(run_, now, progress_);
     }
 
     void pass_panel1(const iteration& now) {
-        if (now.it > 0 && is_given(p_.hap_samp_in_g_ref)) read_sampled_haps(run_, now.it, 1);
+        if (now.it > 0 && is_given(p_.hap_samp_in_g_ref))
+            read_sampled_haps(run_.log, p_, run_.sites, run_.panels, now.it, 1);
         if (run_.panels[1].needs_update) update_panel1_individuals(run_, now, progress_);
         if (p_.use_panel1_for_type0_imputation) {
             if (!p_.stage_one) update_panel1_from_panel0(run_, now, progress_);
@@ -95,7 +98,8 @@ class iteration_loop {
     }
 
     void pass_panel2(const iteration& now) {
-        if (now.it > 0 && is_given(p_.hap_samp_in_g) && now.stored) read_sampled_haps(run_, now.it, 2);
+        if (now.it > 0 && is_given(p_.hap_samp_in_g) && now.stored)
+            read_sampled_haps(run_.log, p_, run_.sites, run_.panels, now.it, 2);
         if (run_.panels[2].needs_update) {
             update_study_individuals(run_, now, progress_);
         } else {
@@ -227,7 +231,8 @@ void impute(data& run) {
     process_input(run.log, run.params, run.plan, run.panels);
     print_nomenclature(run.log, run.params);
     print_files(run.log, run.params);
-    read_data(run);
+    read_data({run.params, run.plan, run.log, run.map, run.panels, run.sites});
+    set_state_counts(run.params, run.panels, run.models);
     const type_counts n_of_type = setup_panels(run);
     const bool no_iterations = run.params.iter == 0 && run.params.burnin == 0;
     if (no_iterations && run.plan.store_sampled_haps) write_sampled_haplotypes(results_of(run), -1);
@@ -235,7 +240,9 @@ void impute(data& run) {
     print_params(run.log, run.params, run.plan, run.panels, run.models);
     run.log.header("---------", " Run log ");
     const bool by_hap = is_given(run.params.distances_by_hap_file);
-    if (!run.params.random_cond && (by_hap || is_given(run.params.distances_file))) read_distances_file(run, by_hap);
+    if (!run.params.random_cond && (by_hap || is_given(run.params.distances_file))) {
+        run.dist_matrix = read_distances(run.log, run.params, run.panels, by_hap);
+    }
     iteration_loop(run).run_all();
     finish(run);
 }

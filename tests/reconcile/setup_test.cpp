@@ -1,7 +1,6 @@
 #include <cctype>
 #include <sstream>
 
-#include "input/site_placement.h"
 #include "params/state_counts.h"
 #include "reconcile/setup.h"
 #include "reconcile_fixture.h"

@@ -134,17 +134,17 @@ class haploid_run {
     // likelihood.
     std::optional<double> impute_by_classes(const haploid_problem& problem) {
         const conditioning_states& states = run_.cond_states;
-        if (u_.sample || !u_.backward || u_.cond_panel != 0 || problem.checkpoint != nullptr || shows_copy_probs() ||
+        if (u_.sample || !u_.backward || u_.cond_panel != 0 || shows_copy_probs() ||
+            reads_stale_values(problem, {false, true, false}, w_.haploid_requests) ||
             states.size() != problem.n_states ||
             std::any_of(states.panel.begin(), states.panel.end(), [](int panel) { return panel != 0; })) {
             return std::nullopt;
         }
         haplotype_classes& classes = w_.reference_classes[at(u_.panel)];
-        double likelihood = 0.0;
-        if (!classes.serve(run_.panels[0].haps, model_.site) ||
-            !haploid_forward_by_classes(problem, classes, states.hap.data(), w_.haploid, w_.by_class, likelihood) ||
-            !haploid_posteriors_by_classes(problem, classes, w_.haploid, w_.by_class, w_.haploid_requests,
-                                           w_.haploid_out)) {
+        if (!classes.serve(run_.panels[0].haps, model_.site)) return std::nullopt;
+        const auto likelihood = haploid_forward_by_classes(problem, classes, states.hap, w_.haploid, w_.by_class);
+        if (!likelihood || !haploid_posteriors_by_classes(problem, classes, w_.haploid, w_.by_class,
+                                                          w_.haploid_requests, w_.haploid_out)) {
             return std::nullopt;
         }
         keep_posteriors();
@@ -164,10 +164,7 @@ class haploid_run {
             for (std::size_t o = 0; o < 3; ++o) problem.emission[copied][o] = tables[copied][o];
         }
         const parameters& p = run_.params;
-        if (p.mem_save_1 && !p.use_old_code && !p.show_ref_copy_probs && !model_.checkpoint.empty()) {
-            problem.checkpoint = &model_.checkpoint;
-            problem.interval = model_.interval;
-        }
+        if (p.mem_save_1 && !p.use_old_code && !p.show_ref_copy_probs) problem.checkpoint_interval = model_.interval;
         return problem;
     }
 
@@ -367,10 +364,7 @@ class pair_run {
         // The older routines read every table again where a backward sweep follows.
         const bool every_table =
             u_.keep_all_tables || (run_.params.use_old_code && (u_.backward || run_.plan.chrx_haploid));
-        if (run_.params.mem_save_1 && !ordered_ && !every_table && !model_.checkpoint.empty()) {
-            problem.checkpoint = &model_.checkpoint;
-            problem.interval = model_.interval;
-        }
+        if (run_.params.mem_save_1 && !ordered_ && !every_table) problem.checkpoint_interval = model_.interval;
         return problem;
     }
 
@@ -429,11 +423,11 @@ class pair_run {
         for (std::size_t v = 0; v < model_.n_sites(); ++v) {
             const auto s = at(model_.site[v]);
             if (s < first || s >= last || run_.sites.in_order[s]->type != 2) continue;
-            const double* table = w_.pairs.kept.data() + w_.pairs.kept_row[v] * w_.pairs.table_size;
+            const double* table = w_.pairs.kept.data() + *w_.pairs.kept_row[v] * w_.pairs.table_size;
             std::fill(posterior.begin(), posterior.end(), 0.0);
             for (std::size_t a = 0; a < problem.n_states; ++a) {
                 for (std::size_t b = 0; b <= a; ++b) {
-                    const double value = table[pair_place(problem, static_cast<int>(a), static_cast<int>(b))];
+                    const double value = table[pair_place(problem, a, b)];
                     posterior[a] += value;
                     posterior[b] += value;
                 }

@@ -129,7 +129,6 @@ TEST_F(hole_filling, keeps_every_vector_under_memory_saving) {
     run.params.mem_save_1 = true;
     hmm_model& model = at(run.models.hole_chains, 0, 0, 1);
     model.interval = 3;
-    model.checkpoint.assign(model.n_sites(), false);
     std::vector<int> expected;
     {
         seeded_draws draws(4);

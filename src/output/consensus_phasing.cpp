@@ -85,12 +85,12 @@ struct sampled_pair {
     std::array<std::vector<std::uint64_t>, 2> words;
 
     void load(const sample_bits& samples, std::size_t n_iterations, const person& who, std::size_t s) {
-        for (int h = 0; h < 2; ++h) {
+        for (std::size_t h = 0; h < 2; ++h) {
             auto& row = words[h];
             row.assign(bits::words_for(n_iterations), 0);
             if (!samples.has(s)) continue;
             for (std::size_t it = 0; it < n_iterations; ++it) {
-                if (samples.get(who.sample_slot, h, s, it)) bits::set(row.data(), it, true);
+                if (samples.get(who.sample_slot, static_cast<int>(h), s, it)) bits::set(row.data(), it, true);
             }
         }
     }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 
 // Chances of genotypes 0, 1 and 2.
 using genotype_triple = std::array<double, 3>;
@@ -15,13 +16,14 @@ inline genotype_triple triple_of(double one, double two, bool haploid) {
 }
 
 // Index of the largest chance, the first of equals.
-inline int most_likely(const genotype_triple& p) {
-    return static_cast<int>(std::max_element(p.begin(), p.end()) - p.begin());
+inline std::size_t most_likely(const genotype_triple& p) {
+    return static_cast<std::size_t>(std::max_element(p.begin(), p.end()) - p.begin());
 }
 
 // The most likely genotype, as an allele for a haploid individual.
 inline int called_genotype(const genotype_triple& p, bool haploid) {
-    return haploid ? most_likely(p) / 2 : most_likely(p);
+    const auto genotype = static_cast<int>(most_likely(p));
+    return haploid ? genotype / 2 : genotype;
 }
 
 // Expected copies of allele 1.

@@ -48,7 +48,7 @@ constexpr std::array columns{
     info_column{"exp_freq_a1", always, [](file_ref file, line_ref line) { file.fixed(line.quality.frequency, 3); }},
     info_column{"info", always, [](file_ref file, line_ref line) { file.fixed(line.quality.info, 3); }},
     info_column{"certainty", always, [](file_ref file, line_ref line) { file.fixed(line.quality.certainty, 3); }},
-    info_column{"type", always, [](file_ref file, line_ref line) { file.integer(line.site.type); }},
+    info_column{"type", always, [](file_ref file, line_ref line) { file.integer(static_cast<long>(line.site.type)); }},
     info_column{"concord_type2", with_posteriors,
                 [](file_ref file, line_ref line) { write_figure(file, line.quality.posterior.concordance); }},
     info_column{"r2_type2", with_posteriors,

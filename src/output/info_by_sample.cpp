@@ -68,6 +68,7 @@ void write_info_by_sample(const result_inputs& run) {
     for (std::size_t first = 0; first < run.n_study(); first += group) {
         const row_range individuals{first, std::min(group, run.n_study() - first)};
         std::vector<std::vector<accuracy>> results;  // [source][individual]
+        results.reserve(sources.size());
         for (genotype_block& source : sources) {
             results.push_back(compare_individuals(run, source, typed, individuals));
         }

@@ -109,10 +109,9 @@ void genotype_block::fetch_sums(const std::vector<std::size_t>& sites, triple_so
         sums.gather(run_, individuals_, sites);
         return;
     }
-    const std::size_t set = source == triple_source::prephased  ? run_.params.weight_panel
-                            : source == triple_source::masked_0 ? 0
-                                                                : 1;
-    sums.gather(run_.acc.gtype_acc3[set], individuals_, sites);
+    const bool from_panel0 =
+        source == triple_source::masked_0 || (source == triple_source::prephased && run_.params.weight_panel == 0);
+    sums.gather(run_.acc.gtype_acc3[from_panel0 ? 0 : 1], individuals_, sites);
 }
 
 // Null where the triples of the site are not divided by weights.

@@ -65,8 +65,8 @@ std::vector<bit_place> bit_places(const result_inputs& run) {
     std::size_t slot = 0;
     for (std::size_t i = 0; i < run.n_study(); ++i) {
         const bool kept = run.params.mc_impute || !run.panels[2].ordered[i];
-        const int n_alleles = run.panels[2].is_haploid(i) ? 1 : 2;
-        for (int h = 0; kept && h < n_alleles; ++h) places.push_back({character + h, slot, h});
+        if (kept) places.push_back({character, slot, 0});
+        if (kept && !run.panels[2].is_haploid(i)) places.push_back({character + 1, slot, 1});
         character += run.params.haploid_g ? 1 : 2;
         if (kept) ++slot;
     }

@@ -148,8 +148,9 @@ constexpr std::uint16_t no_class = 0xffff;
 
 // Numbers the classes of the panel in the order in which they are met; local, by class of the panel, is no_class all
 // over. Without branches, which could not be foreseen. Returns how many there are.
-[[gnu::noinline]] std::size_t number_classes(std::size_t n_states, const int* hap, const std::uint16_t* class_of,
-                                             std::uint16_t* local, std::uint16_t* met, std::uint16_t* of_state) {
+[[gnu::noinline]] std::size_t number_classes(std::size_t n_states, const std::int32_t* hap,
+                                             const std::uint16_t* class_of, std::uint16_t* local, std::uint16_t* met,
+                                             std::uint16_t* of_state) {
     unsigned n_met = 0;
     for (std::size_t k = 0; k < n_states; ++k) {
         const unsigned of_panel = class_of[hap[k]], known = local[of_panel];
@@ -162,8 +163,8 @@ constexpr std::uint16_t no_class = 0xffff;
 }
 
 // Lists the classes among the states in a block of the panel.
-void list_states(const haploid_problem& p, const haplotype_classes& classes, std::size_t b, std::span<const int> hap,
-                 haploid_class_tables& c) {
+void list_states(const haploid_problem& p, const haplotype_classes& classes, std::size_t b,
+                 std::span<const std::int32_t> hap, haploid_class_tables& c) {
     const std::size_t n_of_panel = classes.blocks()[b].n_classes;
     std::uint16_t* of_state = c.of_state.data() + b * p.n_states;
     c.local.assign(n_of_panel, no_class);
@@ -204,7 +205,7 @@ class forward_by_class {
     forward_by_class(const haploid_problem& problem, haploid_tables& tables, haploid_class_tables& by_class)
         : p_(problem), t_(tables), c_(by_class) {}
 
-    bool run(const haplotype_classes& classes, std::span<const int> hap) {
+    bool run(const haplotype_classes& classes, std::span<const std::int32_t> hap) {
         const std::size_t n_blocks = classes.blocks().size();
         c_.blocks.assign(n_blocks, {});
         c_.of_state.resize(n_blocks * p_.n_states);
@@ -350,7 +351,7 @@ class posterior_walk {
 }  // namespace
 
 std::optional<double> haploid_forward_by_classes(const haploid_problem& problem, const haplotype_classes& classes,
-                                                 std::span<const int> hap, haploid_tables& tables,
+                                                 std::span<const std::int32_t> hap, haploid_tables& tables,
                                                  haploid_class_tables& by_class) {
     if (problem.n_states == 0 || problem.n_sites == 0 || !lay_out_anchors(problem, tables)) return std::nullopt;
     forward_by_class forward(problem, tables, by_class);

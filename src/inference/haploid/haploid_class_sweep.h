@@ -41,7 +41,7 @@ struct haploid_class_tables {
 // states must be looked at: without states or sites, where a missing observation is not neutral, where values become
 // small or undefined.
 std::optional<double> haploid_forward_by_classes(const haploid_problem& problem, const haplotype_classes& classes,
-                                                 std::span<const int> hap, haploid_tables& tables,
+                                                 std::span<const std::int32_t> hap, haploid_tables& tables,
                                                  haploid_class_tables& by_class);
 
 // The posteriors that are asked for, after the sweep; memory saving does not show in them. Returns false where single

@@ -676,6 +676,38 @@ TEST(haploid_checkpoints, agree_through_many_divisions) {
     for (const walk_kind& kind : {all_kinds[0], all_kinds[1], all_kinds[2]}) expect_agreement(c, kind, 8);
 }
 
+// Draws left of the leftmost checkpoint see the unit of the products: backward sums fall below the limit between two
+// observed sites, and are divided just right of the sites whose products are read.
+TEST(haploid_checkpoints, agree_where_backward_sums_vanish_between_observations) {
+    input_source source(25);
+    for (std::size_t n_missing = 20; n_missing < 32; ++n_missing) {
+        for (int repeat = 0; repeat < 6; ++repeat) {
+            haploid_case c = random_case(source, 4, 60, 1e-3, 0.0);
+            for (std::size_t v = 0; v < 60; ++v) {
+                const bool missing = v >= 7 && v < 7 + n_missing;
+                if (missing) c.plain.sites[v].obs = 2;
+                c.set_gap(v, missing ? 1e9 : 0.5, missing ? 404 : 4);
+            }
+            c.set_checkpoints(8);
+            SCOPED_TRACE(std::to_string(n_missing) + " missing, case " + std::to_string(repeat));
+            for (const walk_kind& kind : {all_kinds[0], all_kinds[1], all_kinds[2]}) expect_agreement(c, kind, repeat);
+        }
+    }
+}
+
+TEST(haploid_checkpoints, keep_as_many_vectors_as_they_build_anew) {
+    input_source source(26);
+    haploid_case c = random_case(source, 20, 600, 1e-3, 1.0 / 6.0);
+    haploid_tables usual, saving;
+    haploid_forward(c.problem(), usual);
+    c.set_checkpoints(24);
+    haploid_forward(c.problem(), saving);
+    EXPECT_EQ(8, usual.keep_every);
+    const std::size_t n_kept = saving.anchors.size() / saving.keep_every;
+    EXPECT_NEAR(static_cast<double>(n_kept), static_cast<double>(saving.keep_every), 2.0);
+    EXPECT_LT(saving.vectors.size() + saving.block.size(), usual.vectors.size() + usual.block.size());
+}
+
 TEST(haploid_checkpoints, change_nothing_right_of_the_leftmost_one) {
     input_source source(16);
     for (const std::size_t interval : {1U, 2U, 4U, 7U}) {

@@ -1,10 +1,10 @@
 #include "output/copy_probabilities.h"
 
-#include "model/conditioning_states.h"
 #include <vector>
 
+#include "io/run_log.h"
 #include "io/text.h"
-#include "model/data.h"
+#include "model/conditioning_states.h"
 
 namespace {
 
@@ -39,7 +39,7 @@ void output_ref_copy_probs(result_file& file, run_log& log, std::size_t individu
                            std::size_t n_expected, int outdp) {
     placed_states placed(n_hap0);
     for (std::size_t k = 0; k < posterior.size(); ++k) {
-        if (states.panel[k] == 0) placed.place(states.hap[k], posterior[k]);
+        if (states.panel[k] == 0) placed.place(static_cast<std::size_t>(states.hap[k]), posterior[k]);
     }
     check_count(log, "reference", placed.n_placed, n_expected);
     placed.scale();
@@ -57,7 +57,7 @@ void output_all_copy_probs(result_file& file, run_log& log, std::size_t individu
     const std::array<std::size_t, 3> offset{0, n_hap[0], n_hap[0] + n_hap[1]};
     placed_states placed(offset[2] + n_hap[2]);
     for (std::size_t k = 0; k < posterior.size(); ++k) {
-        placed.place(offset[states.panel[k]] + states.hap[k], posterior[k]);
+        placed.place(offset[states.panel[k]] + static_cast<std::size_t>(states.hap[k]), posterior[k]);
     }
     check_count(log, "all", placed.n_placed, n_expected);
     placed.scale();

@@ -55,8 +55,7 @@ void output_all_copy_probs(result_file& file, run_log& log, int individual, long
     const std::array<std::size_t, 3> offset{0, n_hap[0], n_hap[0] + n_hap[1]};
     placed_states placed(offset[2] + n_hap[2]);
     for (std::size_t k = 0; k < posterior.size(); ++k) {
-        const std::size_t haplotype =
-            offset[states.panel[k]] + static_cast<std::size_t>(states.hap[k]);
+        const std::size_t haplotype = offset[states.panel[k]] + static_cast<std::size_t>(states.hap[k]);
         placed.place(haplotype, posterior[k]);
     }
     check_count(log, "all", placed.n_placed, n_expected);

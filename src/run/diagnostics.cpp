@@ -71,9 +71,8 @@ void pass_diagnostics::write_copying(const haploid_update& update, const conditi
     for (std::size_t v = 0; v < model.n_sites(); ++v) {
         if (!in_copy_sites(model.site[v])) continue;
         output_ref_copy_probs(*copying_, log_, static_cast<int>(update.ind), static_cast<int>(update.strand),
-                              in_.sites.positions[model.site[v]], states,
-                              std::span(result.copying).subspan(v * K, K), static_cast<int>(in_.panels[0].n_hap),
-                              static_cast<int>(K), in_.params.outdp);
+                              in_.sites.positions[model.site[v]], states, std::span(result.copying).subspan(v * K, K),
+                              static_cast<int>(in_.panels[0].n_hap), static_cast<int>(K), in_.params.outdp);
     }
 }
 

@@ -116,7 +116,8 @@ class iteration_loop {
 
     void write_iteration_files(int it) {
         if (run_.plan.store_sampled_haps) output_current_haps(run_, it);
-        if (p_.show_diploid_copy_states) output_current_copy_states(run_, passes_.copy_states().by_individual, it, 1, 2, 2);
+        if (p_.show_diploid_copy_states)
+            output_current_copy_states(run_, passes_.copy_states().by_individual, it, 1, 2, 2);
         if (p_.show_haploid_copy_states) {
             auto& records = passes_.copy_states().by_haplotype;
             for (const std::size_t panel : {1U, 0U}) {

@@ -18,7 +18,7 @@ class distance_matrix : public reader_fixture {
     }
     std::string read(const std::string& text, bool by_hap = false) {
         (by_hap ? run.params.distances_by_hap_file : run.params.distances_file) = write("dist", text);
-        return said([this, by_hap] { read_distances_file(run, by_hap); });
+        return said([this, by_hap] { distances = read_distances_file(run, by_hap); });
     }
     void expect_wrong_size(const std::string& text) {
         run.params.distances_file = write("dist", text);
@@ -34,24 +34,25 @@ class distance_matrix : public reader_fixture {
         capture.open(run.log);
     }
     using matrix = std::vector<std::vector<double>>;
+    matrix distances;
 };
 
 TEST_F(distance_matrix, has_a_row_an_individual) {
     EXPECT_EQ("\n-reading distance matrix\n --filename=[" + files().name("dist") + "]\n",
               read("0 1 2.5\n1 0\t3\n2.5 3e0 0\n"));
-    EXPECT_EQ((matrix{{0, 1, 2.5}, {1, 0, 3}, {2.5, 3, 0}}), run.dist_matrix);
+    EXPECT_EQ((matrix{{0, 1, 2.5}, {1, 0, 3}, {2.5, 3, 0}}), distances);
     EXPECT_EQ("", notes());
 }
 
 TEST_F(distance_matrix, has_a_row_a_haplotype) {
     read("1 2 3 4 5\n1 2 3 4 5\n1 2 3 4 5\n1 2 3 4 5\n1 2 3 4 5\n", true);
-    ASSERT_EQ(5U, run.dist_matrix.size());
-    EXPECT_EQ((std::vector<double>{1, 2, 3, 4, 5}), run.dist_matrix[4]);
+    ASSERT_EQ(5U, distances.size());
+    EXPECT_EQ((std::vector<double>{1, 2, 3, 4, 5}), distances[4]);
 }
 
 TEST_F(distance_matrix, row_ends_at_what_is_no_number) {
     read("1 2 x\n1 y 3\n1 2 3\n");
-    EXPECT_EQ((matrix{{1, 2, 0}, {1, 0, 0}, {1, 2, 3}}), run.dist_matrix);
+    EXPECT_EQ((matrix{{1, 2, 0}, {1, 0, 0}, {1, 2, 3}}), distances);
     EXPECT_EQ("orvide: note: [" + files().name("dist") +
                   "], line 1: the row has fewer numbers than the matrix has columns; the others are 0\n",
               notes());
@@ -59,13 +60,13 @@ TEST_F(distance_matrix, row_ends_at_what_is_no_number) {
 
 TEST_F(distance_matrix, missing_rows_are_zero) {
     read("1 2 3\n");
-    EXPECT_EQ((matrix{{1, 2, 3}, {0, 0, 0}, {0, 0, 0}}), run.dist_matrix);
+    EXPECT_EQ((matrix{{1, 2, 3}, {0, 0, 0}, {0, 0, 0}}), distances);
     EXPECT_NE(std::string::npos, notes().find("the file has fewer lines than the matrix has rows"));
 }
 
 TEST_F(distance_matrix, blank_lines_are_skipped) {
     read("\n1 2 3\n\n4 5 6\n7 8 9\n\n");
-    EXPECT_EQ((matrix{{1, 2, 3}, {4, 5, 6}, {7, 8, 9}}), run.dist_matrix);
+    EXPECT_EQ((matrix{{1, 2, 3}, {4, 5, 6}, {7, 8, 9}}), distances);
 }
 
 TEST_F(distance_matrix, surplus_entries_are_refused) {
@@ -75,8 +76,8 @@ TEST_F(distance_matrix, surplus_entries_are_refused) {
 
 TEST_F(distance_matrix, compressed_matrix_is_read) {
     run.params.distances_file = files().write_compressed("dist.gz", "1 2 3\n4 5 6\n7 8 9\n");
-    read_distances_file(run, false);
-    EXPECT_EQ(9.0, run.dist_matrix[2][2]);
+    distances = read_distances_file(run, false);
+    EXPECT_EQ(9.0, distances[2][2]);
 }
 
 TEST_F(distance_matrix, missing_files) {

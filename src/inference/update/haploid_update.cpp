@@ -47,8 +47,7 @@ bool impute_by_distinct(const inference_inputs& in, const haploid_update& update
 
 void find_kept_sites(const inference_inputs& in, const hmm_model& model, haploid_result& result) {
     const auto place = [&](std::size_t s) {
-        return static_cast<std::size_t>(std::lower_bound(model.site.begin(), model.site.end(), s) -
-                                        model.site.begin());
+        return static_cast<std::size_t>(std::lower_bound(model.site.begin(), model.site.end(), s) - model.site.begin());
     };
     result.first_kept = place(in.first_kept);
     result.end_kept = std::max(result.first_kept, place(in.end_kept));

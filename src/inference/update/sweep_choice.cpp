@@ -15,8 +15,8 @@ haploid_choice choose_sweep(const parameters& params, const haploid_update& upda
                             const conditioning_states& states, std::size_t n_states) {
     haploid_choice choice;
     choice.states_first = params.use_old_code;
-    choice.copying = params.show_ref_copy_probs && !params.mc_impute && update.panel == 2 && update.cond_panel == 0 &&
-                     update.stored;
+    choice.copying =
+        params.show_ref_copy_probs && !params.mc_impute && update.panel == 2 && update.cond_panel == 0 && update.stored;
     if (params.mem_save_1 && !model.checkpoint.empty() && !params.use_old_code && !params.show_ref_copy_probs) {
         choice.sweep = haploid_sweep::checkpoints;
     } else if (update.backward && !update.sample && update.cond_panel == 0 && !choice.copying &&

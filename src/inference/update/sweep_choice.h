@@ -8,12 +8,14 @@
 //     checkpoints      -mem_save_1, and the model has checkpoints; neither
 //                      -use_old_code nor -show_ref_copy_probs in the run
 //     distinct         posteriors and no path, of Panel 0 haplotypes alone,     observed_sites: these haplotypes change
-//                      no copy probabilities                                    or differ too much, values get too small
+//                      no copy probabilities                                    or differ too much, values get too
+//                      small
 //     observed_sites   else
 //
 // Two haplotypes:
 //
-//     checkpoints      -mem_save_1, and the model has checkpoints; neither phase known nor likelihoods of -use_old_code,
+//     checkpoints      -mem_save_1, and the model has checkpoints; neither phase known nor likelihoods of
+//     -use_old_code,
 //                      nor a backward sweep or haploid males under it
 //     kept_tables      else; tables at every 48th site, at every 16th for posteriors, at every one for copy
 //                      probabilities

@@ -21,8 +21,7 @@ class haploid_updates : public update_fixture {
     }
     int observed(const haploid_update& u, std::size_t s) const {
         const snp& site = *run.sites.in_order[s];
-        if (u.panel == 0)
-            return run.panels[0].missing.allele(u.hap, s) == 1 ? 2 : run.panels[0].haps.allele(u.hap, s);
+        if (u.panel == 0) return run.panels[0].missing.allele(u.hap, s) == 1 ? 2 : run.panels[0].haps.allele(u.hap, s);
         if (u.panel == 1 && site.panel1_placeholder) return 2;
         if (u.panel > u.cond_panel) return site.type >= u.panel ? run.panels[u.panel].haps.allele(u.hap, s) : 2;
         const int g = site.gtypes[u.panel][u.ind];
@@ -160,7 +159,8 @@ class haploid_updates : public update_fixture {
             const std::size_t s = site_of(u, v);
             if (!in_output(s)) continue;
             const bool own = u.selfcheck && run.sites.in_order[s]->type == 2;
-            const bool used = run.plan.output_types[u.cond_panel] || run.params.weight_panel == static_cast<int>(u.cond_panel);
+            const bool used =
+                run.plan.output_types[u.cond_panel] || run.params.weight_panel == static_cast<int>(u.cond_panel);
             if (run.sites.in_order[s]->top_panel != u.cond_panel && !(own && used)) continue;
             slow::haploid_site site = plain.sites[v];
             if (own) site.obs = run.panels[u.panel].haps.allele(u.hap, s);

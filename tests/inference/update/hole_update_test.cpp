@@ -63,8 +63,7 @@ class hole_filling : public ::testing::Test, protected model_run {
         plain.forward();
         plain.walk_in_turns(true, false);
         std::vector<int> alleles;
-        for (std::size_t s = 0; s < run.sites.in_order.size(); ++s)
-            alleles.push_back(own.allele(hap, s));
+        for (std::size_t s = 0; s < run.sites.in_order.size(); ++s) alleles.push_back(own.allele(hap, s));
         for (std::size_t v = 0; v < model.n_sites(); ++v) {
             if (plain.sites[v].draw_allele) alleles[model.site[v]] = plain.sites[v].drawn;
         }

@@ -63,8 +63,8 @@ class pair_updates : public update_fixture {
             site.kept = model.checkpoint[v];
             for (std::size_t x = 0; x < 2; ++x) {
                 for (std::size_t y = 0; y < 2; ++y) {
-                    double e =
-                        gp(panel) ? run.sites.in_order[s]->gtype_emiss[panel][3 * ind + x + y] : M[x + y][static_cast<std::size_t>(g)];
+                    double e = gp(panel) ? run.sites.in_order[s]->gtype_emiss[panel][3 * ind + x + y]
+                                         : M[x + y][static_cast<std::size_t>(g)];
                     if (ordered && phase_known(s)) {
                         e = Mh[x][static_cast<std::size_t>(run.panels[panel].haps.allele(hap, s))] *
                             Mh[y][static_cast<std::size_t>(run.panels[panel].haps.allele(hap + 1, s))];
@@ -122,7 +122,8 @@ class pair_updates : public update_fixture {
             for (std::size_t a = 0; a < site.product.size(); ++a) {
                 for (std::size_t b = 0; b <= a; ++b) {
                     const auto sum = static_cast<std::size_t>(site.allele[a] + site.allele[b]);
-                    const double w = site.product[a][b] / site.emission[static_cast<std::size_t>(site.allele[a] * 2 + site.allele[b])];
+                    const double w = site.product[a][b] /
+                                     site.emission[static_cast<std::size_t>(site.allele[a] * 2 + site.allele[b])];
                     for (std::size_t g = 0; g < 3; ++g) pr[g] += M[sum][g] * w;
                 }
             }
@@ -150,8 +151,7 @@ class pair_updates : public update_fixture {
             const std::size_t s = site_of(panel, v);
             if (!in_output(s)) continue;
             if (phase_known(s)) {
-                const int x = run.panels[panel].haps.allele(hap, s),
-                          y = run.panels[panel].haps.allele(hap + 1, s);
+                const int x = run.panels[panel].haps.allele(hap, s), y = run.panels[panel].haps.allele(hap + 1, s);
                 if (x + y > 0 && !no_posterior() && !run.plan.count_missing_only)
                     added.genotype[static_cast<std::size_t>(x + y - 1)][s] += 1.0;
                 if (count_to_slot()) {
@@ -165,7 +165,8 @@ class pair_updates : public update_fixture {
             std::array<std::array<double, 2>, 2> chance{};
             for (std::size_t a = 0; a < site.product.size(); ++a) {
                 for (std::size_t b = 0; b < site.product.size(); ++b) {
-                    const double w = site.product[a][b] / site.emission[static_cast<std::size_t>(site.allele[a] * 2 + site.allele[b])];
+                    const double w = site.product[a][b] /
+                                     site.emission[static_cast<std::size_t>(site.allele[a] * 2 + site.allele[b])];
                     for (std::size_t x = 0; x < 2; ++x) {
                         chance[0][x] += Mh[static_cast<std::size_t>(site.allele[a])][x] * w;
                         chance[1][x] += Mh[static_cast<std::size_t>(site.allele[b])][x] * w;

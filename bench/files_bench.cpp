@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "input/haplotype_row.h"
+#include "input/formats/haplotype_row.h"
 #include "io/result_file.h"
 #include "io/run_log.h"
 #include "io/text_input.h"

@@ -1,9 +1,12 @@
 // The matrix of distances between individuals (-distances) or haplotypes (-distances_by_hap).
 
-#include "input/reader_common.h"
+#include "input/announce.h"
+#include "input/note_once.h"
 #include "input/readers.h"
+#include "io/run_log.h"
 #include "io/text.h"
-#include "model/data.h"
+#include "io/text_input.h"
+#include "model/parameters.h"
 
 namespace {
 
@@ -30,21 +33,21 @@ void read_row(run_log& log, const text_input& file, std::string_view line, std::
 
 }  // namespace
 
-std::vector<std::vector<double>> read_distances_file(data& run, bool by_hap) {
-    const std::string& name = by_hap ? run.params.distances_by_hap_file : run.params.distances_file;
-    announce(run.log, "-reading distance matrix", name);
-    text_input file(run.log, name,
-                    concat("ERROR: The -distances", by_hap ? "_by_hap" : "", " file you specified does not exist."),
+std::vector<std::vector<double>> read_distances(run_log& log, const parameters& params, const panel_array& panels,
+                                                bool by_hap) {
+    const std::string& name = by_hap ? params.distances_by_hap_file : params.distances_file;
+    announce(log, "-reading distance matrix", name);
+    text_input file(log, name, missing_text(by_hap ? "-distances_by_hap" : "-distances"),
                     unopened_text("distance matrix file", name));
-    const auto n = static_cast<std::size_t>(by_hap ? run.panels[0].n_hap + run.panels[1].n_hap + run.panels[2].n_hap
-                                                   : run.panels[0].n_hap + run.panels[1].n_ind + run.panels[2].n_ind);
+    const std::size_t n = by_hap ? panels[0].n_hap + panels[1].n_hap + panels[2].n_hap
+                                 : panels[0].n_hap + panels[1].n_ind + panels[2].n_ind;
     std::vector<std::vector<double>> distances(n, std::vector<double>(n, 0.0));
     note_once short_row;
     std::size_t i = 0;
     std::string_view line;
     while (file.next_filled_line(line)) {
-        if (i == n) run.log.fatal(wrong_size);
-        read_row(run.log, file, line, distances[i++], short_row);
+        if (i == n) log.fatal(wrong_size);
+        read_row(log, file, line, distances[i++], short_row);
     }
     if (i < n) file.note("the file has fewer lines than the matrix has rows; the others are 0");
     return distances;

@@ -1,9 +1,13 @@
-// The genetic map: the stretch of the -m file that covers the region, and the conversion of positions with it.
+// The genetic map: the stretch of the -m file that covers the region.
 
-#include "input/reader_common.h"
+#include "input/announce.h"
+#include "input/note_once.h"
 #include "input/readers.h"
+#include "io/run_log.h"
 #include "io/text.h"
-#include "model/data.h"
+#include "io/text_input.h"
+#include "model/parameters.h"
+#include "model/run_plan.h"
 
 namespace {
 
@@ -18,8 +22,7 @@ struct map_point {
 
 text_input open_map(run_log& log, const std::string& name) {
     announce(log, "-reading genetic map from -m file", name);
-    return text_input(log, name, "ERROR: The -m file you specified does not exist.",
-                      unopened_text("genetic map file", name));
+    return text_input(log, name, missing_text("-m"), unopened_text("genetic map file", name));
 }
 
 void check_header(run_log& log, text_input& file) {
@@ -60,27 +63,28 @@ void check_order(run_log& log, const map_point& last, const map_point& point) {
 
 }  // namespace
 
-void read_genetic_map(data& run) {
-    text_input file = open_map(run.log, run.params.m_file);
-    check_header(run.log, file);
-    const double effective_size = run.params.chrX && !run.params.Xpar ? chrx_scale * run.params.Ne : run.params.Ne;
+genetic_map read_genetic_map(run_log& log, const parameters& params, const run_plan& plan) {
+    text_input file = open_map(log, params.m_file);
+    check_header(log, file);
+    const double effective_size = params.chrX && !params.Xpar ? chrx_scale * params.Ne : params.Ne;
     const double scale = 4.0 * effective_size;
-    const double size_outside = run.params.chrX ? chrx_scale * run.params.Ne : run.params.Ne;
-    run.map.rate_outside = 4.0 * size_outside * extrapolated_rate;
+    const double size_outside = params.chrX ? chrx_scale * params.Ne : params.Ne;
+    genetic_map map;
+    map.rate_outside = 4.0 * size_outside * extrapolated_rate;
     const auto append = [&](const map_point& point) {
-        run.map.positions.push_back(point.position);
-        run.map.scaled.push_back(scale * point.cM * 0.01);
+        map.positions.push_back(point.position);
+        map.scaled.push_back(scale * point.cM * 0.01);
     };
     map_point last;  // the last point left of the region; all others are compared with it
     map_point point;
     bool pending = true;
-    long n_inside = 0;
+    std::size_t n_inside = 0;
     note_once unread;
     std::string_view line;
     while (file.next_line(line)) {
         read_point(file, line, point, unread);
-        check_order(run.log, last, point);
-        if (point.position < run.plan.buffer_lower) {
+        check_order(log, last, point);
+        if (point.position < plan.buffer_lower) {
             last = point;
             continue;
         }
@@ -88,9 +92,10 @@ void read_genetic_map(data& run) {
             append(last);
             pending = false;
         }
-        if (point.position <= run.plan.buffer_upper) ++n_inside;
+        if (point.position <= plan.buffer_upper) ++n_inside;
         append(point);
-        if (point.position > run.plan.buffer_upper) break;
+        if (point.position > plan.buffer_upper) break;
     }
-    run.log.line(concat(" --read ", n_inside, " SNPs in the analysis interval+buffer region"));
+    log.line(concat(" --read ", n_inside, " SNPs in the analysis interval+buffer region"));
+    return map;
 }

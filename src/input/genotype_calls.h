@@ -3,11 +3,14 @@
 // One individual's genotype from three probabilities, and the allele frequency of a site from those of all.
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
-#include <string_view>
 #include <vector>
 
 #include "model/snp.h"
+
+class run_log;
+struct parameters;
 
 // A frequency that says something; the others are -1.0 or not a number.
 inline bool is_usable_frequency(double frequency) {
@@ -47,33 +50,20 @@ struct genotype_rules {
     double probability_threshold = -1.0;  // -prob_g_thresh
 };
 
+// Whether the run keeps input probabilities of Panel 1 or 2.
+bool keeps_triples(const parameters& params, std::size_t panel);
+
 // Completes a triple in place: no AB for an individual that cannot have it, and a uniform triple when nothing is known.
 void complete_triple(probability_triple& triple, bool without_het);
 // The code of the largest probability above the call threshold; 3 for missing, also for an AB that cannot be.
 std::uint8_t call_genotype(const probability_triple& triple, double call_threshold, bool haploid);
 // Under -prob_g with a threshold above 0: normalises the triple, and adds it to the sums if it is certain enough.
 void add_uncertain(probability_triple& triple, const genotype_rules& rules, bool haploid, allele_sums& sums);
-// Divides a triple by its sum.
-void normalise(probability_triple& triple);
 void append_triple(std::vector<float>& triples, const probability_triple& triple);
 
-// Takes the numbers of a line in place. Digits that stand alone and short decimals, the usual fields, are read without
-// a general conversion; the values are those of a correctly rounded conversion all the same.
-class number_scanner {
-  public:
-    explicit number_scanner(std::string_view line) : next_(line.data()), end_(line.data() + line.size()) {}
-    enum class outcome { number, end, bad };
-    outcome next(double& value);
-    // Takes three numbers at once when they are digits 0 and 1 with one blank or tab between; else takes nothing.
-    bool next_digits(probability_triple& triple);
-    // The field that was no number.
-    std::string_view bad_field() const { return bad_field_; }
+// Frequency of allele 1 among the alleles of a site that are not missing, or -1.0 when all are.
+double allele_frequency(const allele_row& alleles);
 
-  private:
-    const char* next_;
-    const char* end_;
-    std::string_view bad_field_;
-};
-
-struct data;
-double calculate_allele_freq_via_em(data& run, const std::vector<float>& triples);
+// The frequency of allele 1 that fits the triples of all individuals best, by EM. Notes a triple of zeros. One draw a
+// call.
+double calculate_allele_freq_via_em(run_log& log, const std::vector<float>& triples);

@@ -1,162 +1,128 @@
 // Unphased genotypes: -g is Panel 2, -g_ref Panel 1.
 
+#include <memory>
 #include <utility>
 
+#include "input/announce.h"
+#include "input/columns.h"
+#include "input/formats/format_table.h"
 #include "input/genotype_calls.h"
-#include "input/line_start.h"
-#include "input/reader_common.h"
 #include "input/readers.h"
+#include "input/site_gate.h"
 #include "input/site_placement.h"
+#include "io/run_log.h"
 #include "io/text.h"
-#include "model/data.h"
+#include "model/parameters.h"
+#include "model/run_plan.h"
 
 namespace {
 
-const std::string& genotype_file(const data& run, int panel) {
-    return panel == 2 ? run.params.g_file : run.params.g_ref_file;
+std::string words_of(std::size_t panel) {
+    return concat("Panel ", panel, " genotypes file");
 }
 
-std::string genotype_option(int panel) {
-    return panel == 2 ? "-g" : "-g_ref";
-}
-
-text_input open_genotypes(data& run, int panel) {
-    const std::string& name = genotype_file(run, panel);
-    const std::string option = genotype_option(panel);
-    announce(run.log, concat("-reading Panel ", panel, " genotypes from ", option, " file"), name);
-    return text_input(run.log, name, concat("ERROR: The ", option, " file you specified does not exist."),
-                      unopened_text(concat("Panel ", panel, " genotypes file"), name));
-}
-
-// How a panel's genotypes are read and what is kept of them.
+// What differs between the panels.
 struct panel_rules {
+    std::string option;
+    std::string file;
     genotype_rules genotypes;
     bool keep_triples = false;
     bool frequency_by_em = false;
+    bool dataless_sites_are_holes = false;
 };
 
-panel_rules rules_of(const data& run, int panel) {
-    const parameters& params = run.params;
+panel_rules rules_of(const parameters& params, std::size_t panel) {
     panel_rules rules;
-    rules.genotypes.probabilistic = panel == 2 ? params.prob_g : params.prob_g_ref;
+    const bool is_study = panel == 2;
+    rules.option = is_study ? "-g" : "-g_ref";
+    rules.file = is_study ? params.g_file : params.g_ref_file;
+    rules.genotypes.probabilistic = is_study ? params.prob_g : params.prob_g_ref;
     rules.genotypes.normalise = params.prob_g_norm;
     rules.genotypes.call_threshold = params.call_thresh;
     rules.genotypes.probability_threshold = params.prob_g_thresh;
-    rules.keep_triples = keeps_triples(run, panel);
+    rules.keep_triples = keeps_triples(params, panel);
     rules.frequency_by_em = rules.genotypes.probabilistic && params.prob_g_thresh < 0.0;
+    rules.dataless_sites_are_holes = !is_study && params.fill_holes && params.panel0_given();
     return rules;
+}
+
+std::unique_ptr<genotype_source> open_panel(run_log& log, const panel_rules& rules, std::size_t panel) {
+    announce(log, concat("-reading Panel ", panel, " genotypes from ", rules.option, " file"), rules.file);
+    source_request request;
+    request.file = rules.file;
+    request.words = words_of(panel);
+    request.missing_text = missing_text(rules.option);
+    return open_genotypes(log, request);
 }
 
 class genotype_reader {
   public:
-    genotype_reader(data& run, reading_context& context, int panel);
+    genotype_reader(const input_rooms& rooms, reading_context& context, std::size_t panel);
     void read();
 
   private:
-    void count_columns();
-    // False behind the end of the region.
-    bool read_site(std::string_view line);
+    void settle_columns();
     // Fills genotypes, alleles, triples and frequency of the panel.
-    void read_individuals(std::string_view numbers, snp& site);
-    void read_triple(number_scanner& numbers, probability_triple& triple);
-    void place(snp&& site, long position, const site_match& match);
+    void read_individuals(snp& record);
+    void place(panel_site&& site);
 
-    data& run_;
-    reading_context& context_;
-    int panel_;
-    std::size_t p_;  // index of the panel where a table has one entry a panel
-    std::size_t g_;  // the same where it has none for Panel 0
-    text_input file_;
+    const input_rooms& rooms_;
+    const reading_context& context_;
+    std::size_t panel_;
+    panel_data& people_;
     panel_rules rules_;
-    region_test region_;
-    std::size_t n_columns_ = 0;  // individuals of the file
+    std::unique_ptr<genotype_source> source_;
+    site_gate gate_;
+    std::vector<probability_triple> triples_;  // of all columns
     std::vector<std::uint8_t> codes_;
     std::vector<bool> without_het_, haploid_;  // by kept individual
-    reading_counts counts_;
-    note_once short_line_;
 };
 
-genotype_reader::genotype_reader(data& run, reading_context& context, int panel)
-    : run_(run),
+genotype_reader::genotype_reader(const input_rooms& rooms, reading_context& context, std::size_t panel)
+    : rooms_(rooms),
       context_(context),
       panel_(panel),
-      p_(static_cast<std::size_t>(panel)),
-      g_(p_ - 1),
-      file_(open_genotypes(run, panel)),
-      rules_(rules_of(run, panel)),
-      region_(run) {
-    count_columns();
+      people_(rooms.panels[panel]),
+      rules_(rules_of(rooms.params, panel)),
+      source_(open_panel(rooms.log, rules_, panel)),
+      gate_(rooms, context, *source_, panel, rules_.option) {
+    settle_columns();
 }
 
-void genotype_reader::count_columns() {
-    const std::string words = concat("Panel ", panel_, " genotypes file");
-    const int n_numbers = count_columns_after_site(file_);
-    if (n_numbers % 3 != 0) run_.log.fatal(bad_columns_text(words, file_.name()));
-    const int n_columns = n_numbers / 3;
-    n_columns_ = static_cast<std::size_t>(n_columns);
-    check_against_sample_file(run_.log, context_.exclude_flags, n_columns, {"individuals", words});
-    const int n_excluded = count_excluded(context_.exclude_flags);
-    run_.panels[p_].n_ind = n_columns - n_excluded;
-    run_.panels[p_].n_hap = run_.panels[panel_].count_haplotypes(run_.panels[p_].n_ind);
-    report_columns(run_.log, n_columns, n_excluded, run_.panels[p_].n_ind, "individuals");
-
-    const auto n_kept = static_cast<std::size_t>(run_.panels[p_].n_ind);
-    const bool all_haploid = panel_ == 2 && run_.params.haploid_g;
-    codes_.resize(n_kept);
-    for (std::size_t k = 0; k < n_kept; ++k) {
-        const bool male = run_.panels[panel_].is_male(k);
-        without_het_.push_back(all_haploid || (male && (run_.plan.chrx_haploid || run_.plan.chrx_diploid)));
-        haploid_.push_back(all_haploid || (male && run_.plan.chrx_haploid));
+void genotype_reader::settle_columns() {
+    const std::size_t n_columns = source_->n_columns();
+    check_against_sample_file(rooms_.log, context_.exclude_flags, n_columns, "individuals", words_of(panel_));
+    settle_individuals(rooms_.log, people_, n_columns, context_.exclude_flags);
+    triples_.resize(n_columns);
+    codes_.resize(people_.n_ind);
+    const bool chrx = rooms_.plan.chrx_haploid || rooms_.plan.chrx_diploid;
+    for (std::size_t k = 0; k < people_.n_ind; ++k) {
+        without_het_.push_back(people_.all_haploid || (chrx && people_.is_male(k)));
+        haploid_.push_back(people_.all_haploid || (rooms_.plan.chrx_haploid && people_.is_male(k)));
     }
 }
 
 void genotype_reader::read() {
-    std::string_view line;
-    while (file_.next_filled_line(line)) {
-        if (!read_site(line)) break;
+    panel_site site;
+    while (gate_.next(site)) {
+        read_individuals(site.record);
+        place(std::move(site));
     }
-    report_read(run_.log, counts_);
-    report_excluded(run_.log, counts_);
+    report_read(rooms_.log, gate_.counts);
+    report_excluded(rooms_.log, gate_.counts);
 }
 
-bool genotype_reader::read_site(std::string_view line) {
-    started_line started = start_line(run_, context_, file_, region_, panel_, genotype_option(panel_), counts_, line);
-    if (started.fate != line_fate::read) return started.fate == line_fate::skip;
-    read_individuals(started.rest, started.site);
-    place(std::move(started.site), started.position, started.match);
-    return true;
-}
-
-void genotype_reader::read_triple(number_scanner& numbers, probability_triple& triple) {
-    if (numbers.next_digits(triple)) return;
-    for (float& value : triple) {
-        double number = 0.0;  // what the line lacks reads as zero
-        switch (numbers.next(number)) {
-            case number_scanner::outcome::bad:
-                file_.fail(concat("The genotype field '", numbers.bad_field(), "' is not a number"));
-            case number_scanner::outcome::end:
-                short_line_.say(file_,
-                                "the line has fewer genotypes than the first one; what is missing reads as zeros");
-                break;
-            case number_scanner::outcome::number:
-                break;
-        }
-        value = static_cast<float>(number);
-    }
-}
-
-void genotype_reader::read_individuals(std::string_view rest, snp& site) {
-    number_scanner numbers(rest);
+void genotype_reader::read_individuals(snp& record) {
+    source_->read_triples(triples_);
     allele_sums sums;
-    std::vector<float> triples;
+    std::vector<float> kept_triples;
     const bool collect = rules_.keep_triples || rules_.frequency_by_em;
-    if (collect) triples.reserve(3 * codes_.size());
+    if (collect) kept_triples.reserve(3 * codes_.size());
     const genotype_rules& rules = rules_.genotypes;
-    probability_triple triple{};
     std::size_t k = 0;
-    for (std::size_t column = 0; column < n_columns_; ++column) {
-        read_triple(numbers, triple);
+    for (std::size_t column = 0; column < triples_.size(); ++column) {
         if (is_dropped(context_.exclude_flags, column)) continue;
+        probability_triple triple = triples_[column];
         complete_triple(triple, without_het_[k]);
         if (rules.probabilistic) {
             add_uncertain(triple, rules, haploid_[k], sums);
@@ -164,39 +130,33 @@ void genotype_reader::read_individuals(std::string_view rest, snp& site) {
             codes_[k] = call_genotype(triple, rules.call_threshold, haploid_[k]);
             if (codes_[k] != missing_genotype) sums.add_genotype(codes_[k], haploid_[k]);
         }
-        if (collect) append_triple(triples, triple);
+        if (collect) append_triple(kept_triples, triple);
         ++k;
     }
-    double surplus = 0.0;
-    if (numbers.next(surplus) != number_scanner::outcome::end) {
-        file_.fail("There are more genotypes than in the first line");
-    }
-    site.labels[p_].freq = rules_.frequency_by_em ? calculate_allele_freq_via_em(run_, triples) : sums.frequency();
-    if (!rules.probabilistic) site.gtypes[p_] = codes_;
-    if (rules_.keep_triples) site.gtype_probs[p_] = std::move(triples);
-    site.haps[p_].assign(static_cast<std::size_t>(run_.panels[p_].n_hap), missing_allele);
+    record.labels[panel_].freq =
+        rules_.frequency_by_em ? calculate_allele_freq_via_em(rooms_.log, kept_triples) : sums.frequency();
+    if (!rules.probabilistic) record.gtypes[panel_] = codes_;
+    if (rules_.keep_triples) record.gtype_probs[panel_] = std::move(kept_triples);
+    record.haps[panel_].assign(people_.n_hap, missing_allele);
 }
 
-void genotype_reader::place(snp&& site, long position, const site_match& match) {
-    if (!is_usable_frequency(site.labels[p_].freq)) {
-        const bool stays_as_hole = panel_ == 1 && run_.params.fill_holes && run_.params.panel0_given();
-        if (!run_.params.counts_per_iter && !stays_as_hole) {
-            warn_no_genotypes(run_, panel_, genotype_option(panel_), site, position);
-            ++counts_.no_data;
-            return;
+void genotype_reader::place(panel_site&& site) {
+    if (!is_usable_frequency(site.record.labels[panel_].freq)) {
+        if (!rooms_.params.counts_per_iter && !rules_.dataless_sites_are_holes) {
+            return gate_.drop_without_genotypes(site);
         }
-        if (stays_as_hole && match) (*match)->second.ref_alleles_missing = true;
+        if (rules_.dataless_sites_are_holes && site.match) (*site.match)->second.ref_alleles_missing = true;
     }
     if (panel_ == 2) {
-        add_study_site(run_, position, std::move(site));
+        add_study_site(rooms_, std::move(site));
     } else {
-        place_panel1_site(run_, position, std::move(site), match);
+        place_panel1_site(rooms_, std::move(site));
     }
-    ++counts_.kept;
+    ++gate_.counts.kept;
 }
 
 }  // namespace
 
-void read_genotypes(data& run, reading_context& context, int panel) {
-    genotype_reader(run, context, panel).read();
+void read_genotypes(const input_rooms& rooms, reading_context& context, std::size_t panel) {
+    genotype_reader(rooms, context, panel).read();
 }

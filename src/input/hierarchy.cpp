@@ -2,18 +2,20 @@
 
 #include <utility>
 
-#include "input/reader_common.h"
+#include "input/hole_preparation.h"
 #include "input/readers.h"
 #include "input/site_placement.h"
+#include "io/run_log.h"
 #include "io/text.h"
-#include "model/data.h"
-#include "reconcile/match.h"
+#include "model/parameters.h"
+#include "model/run_plan.h"
+#include "model/site_table.h"
 
 namespace {
 
 class hierarchy_pass {
   public:
-    hierarchy_pass(data& run, const id_set* include_snps) : run_(run), include_snps_(include_snps) {}
+    hierarchy_pass(const input_rooms& rooms, const id_set* include_snps) : rooms_(rooms), include_snps_(include_snps) {}
     void visit_all();
     void report() const;
 
@@ -28,9 +30,9 @@ class hierarchy_pass {
     fate reduce_to_type3(snp& site, std::size_t panel_to_clear);
     bool is_listed(long position, const snp& site) const;
 
-    data& run_;
+    const input_rooms& rooms_;
     const id_set* include_snps_;  // null without a list
-    long n_to_type0_ = 0, n_to_type3_ = 0, n_stage_one_ = 0, n_panel1_only_ = 0, n_not_listed_ = 0, n_donut_ = 0;
+    std::size_t n_to_type0_ = 0, n_to_type3_ = 0, n_stage_one_ = 0, n_panel1_only_ = 0, n_not_listed_ = 0, n_donut_ = 0;
 };
 
 void clear_panel(snp& site, std::size_t panel) {
@@ -47,7 +49,7 @@ void clear_panel(snp& site, std::size_t panel) {
 
 hierarchy_pass::fate hierarchy_pass::reduce_to_type3(snp& site, std::size_t panel_to_clear) {
     ++n_to_type3_;
-    if (!run_.plan.output_types[3]) return fate::erased;
+    if (!rooms_.plan.output_types[3]) return fate::erased;
     clear_panel(site, panel_to_clear);
     return fate::stays;
 }
@@ -59,15 +61,15 @@ hierarchy_pass::fate hierarchy_pass::settle_without_panel0(snp& site) {
 }
 
 hierarchy_pass::fate hierarchy_pass::settle_without_panel1(snp& site) {
-    const parameters& params = run_.params;
+    const parameters& params = rooms_.params;
     if (params.use_panel1_for_type0_imputation && params.keep_donut_snps) {
         site.panel1_placeholder = true;
         site.type = site.top_panel = 2;
-        copy_as_zeros(site, 0, 1, run_.panels[1].n_hap);
+        copy_as_zeros(site, 0, 1, rooms_.panels[1].n_hap);
         ++n_donut_;
         return fate::stays;
     }
-    if (params.pgs && run_.plan.output_types[0]) {
+    if (params.pgs && rooms_.plan.output_types[0]) {
         clear_panel(site, 2);
         site.type = 0;
         site.top_panel = params.use_panel1_for_type0_imputation ? 1 : 0;
@@ -79,12 +81,12 @@ hierarchy_pass::fate hierarchy_pass::settle_without_panel1(snp& site) {
 
 hierarchy_pass::fate hierarchy_pass::settle_type3(snp& site) {
     if (!site.in_panel(0) && !site.in_panel(1)) {
-        if (!run_.params.stage_two) return fate::stays;
+        if (!rooms_.params.stage_two) return fate::stays;
         ++n_stage_one_;
         return fate::erased;
     }
-    if (run_.params.panel0_given() && !site.in_panel(0)) return settle_without_panel0(site);
-    if (!run_.params.panel1_given() || site.in_panel(1)) return fate::stays;
+    if (rooms_.params.panel0_given() && !site.in_panel(0)) return settle_without_panel0(site);
+    if (!rooms_.params.panel1_given() || site.in_panel(1)) return fate::stays;
     return settle_without_panel1(site);
 }
 
@@ -94,12 +96,13 @@ bool hierarchy_pass::is_listed(long position, const snp& site) const {
 }
 
 hierarchy_pass::fate hierarchy_pass::visit(long position, snp& site) {
-    const auto wanted = [this](int type) { return run_.plan.output_types[static_cast<std::size_t>(type)]; };
+    const auto wanted = [this](std::size_t type) { return rooms_.plan.output_types[type]; };
     if (site.type <= 1 && !wanted(site.type)) return fate::stays;
     if (site.type == 3 && settle_type3(site) == fate::erased) return fate::erased;
     if (site.type == 3 && !wanted(3)) return fate::erased;
     if (site.type >= 2) {
-        if (!run_.params.store_input_probs[static_cast<std::size_t>(site.type - 2)]) site.gtype_probs[2] = {};
+        const std::size_t kind = site.type - 2;
+        if (!rooms_.params.store_input_probs[kind]) site.gtype_probs[2] = {};
         return fate::stays;
     }
     if (is_listed(position, site)) return fate::stays;
@@ -108,23 +111,24 @@ hierarchy_pass::fate hierarchy_pass::visit(long position, snp& site) {
 }
 
 void hierarchy_pass::visit_all() {
-    for (auto entry = run_.sites.store.begin(); entry != run_.sites.store.end();) {
-        entry = visit(entry->first, entry->second) == fate::erased ? run_.sites.store.erase(entry) : std::next(entry);
+    site_store& store = rooms_.sites.store;
+    for (auto entry = store.begin(); entry != store.end();) {
+        entry = visit(entry->first, entry->second) == fate::erased ? store.erase(entry) : std::next(entry);
     }
 }
 
 void hierarchy_pass::report() const {
-    const auto detail = [this](const char* verb, long n, const char* what) {
-        if (n > 0) run_.log.line(concat(" --", verb, " ", n, " ", what));
+    const auto detail = [this](const char* verb, std::size_t n, const char* what) {
+        if (n > 0) rooms_.log.line(concat(" --", verb, " ", n, " ", what));
     };
-    if (n_to_type0_ + n_to_type3_ + n_stage_one_ + n_panel1_only_ == 0) run_.log.line(" --no SNPs removed");
+    if (n_to_type0_ + n_to_type3_ + n_stage_one_ + n_panel1_only_ == 0) rooms_.log.line(" --no SNPs removed");
     detail("converted", n_to_type0_, "genotyped SNPs with ref panel data to type 0 (these will be imputed)");
     detail("converted", n_to_type3_,
            "genotyped SNPs with ref panel data to type 3 (these will not inform the imputation)");
     detail("removed", n_stage_one_, "type 3 SNPs to avoid conflicts with Stage 1 imputation output");
     detail("removed", n_panel1_only_, "SNPs with genotypes in Panel 1 but not Panel 0 or Panel 2");
     if (include_snps_ != nullptr) {
-        run_.log.stage("-applying SNP inclusion list");
+        rooms_.log.stage("-applying SNP inclusion list");
         detail("removed", n_not_listed_,
                "reference-panel-only SNPs (type 0 or type 1) that were not on the inclusion list");
     }
@@ -136,20 +140,20 @@ void hierarchy_pass::report() const {
 
 }  // namespace
 
-void close_reading(data& run) {
-    if (run.sites.store.empty()) {
-        run.log.fatal(
+void close_reading(const input_rooms& rooms) {
+    site_store& store = rooms.sites.store;
+    if (store.empty()) {
+        rooms.log.fatal(
             "There are no SNPs in the imputation interval, so there is nothing for ORVIDE2 to analyze; the program "
-            "will "
-            "quit now.",
+            "will quit now.",
             0);
     }
-    if (run.params.fill_holes) initialize_missing_ref_panel_snp_info(run);
-    const bool has_list = is_given(run.params.include_snps_file);
+    if (rooms.params.fill_holes) prepare_holes(rooms.params, rooms.panels, store);
+    const std::string& list = rooms.params.include_snps_file;
     id_set include_snps;
-    if (has_list) read_snp_list(run, run.params.include_snps_file, include_snps, -1);
-    run.log.stage("-removing SNPs that violate the hierarchical data requirements");
-    hierarchy_pass pass(run, has_list ? &include_snps : nullptr);
+    if (is_given(list)) include_snps = read_snp_list(rooms.log, list, std::nullopt);
+    rooms.log.stage("-removing SNPs that violate the hierarchical data requirements");
+    hierarchy_pass pass(rooms, is_given(list) ? &include_snps : nullptr);
     pass.visit_all();
     pass.report();
 }

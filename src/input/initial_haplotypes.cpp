@@ -1,24 +1,32 @@
 // -hap_init_g: a starting phase for genotypes of -g.
 
+#include <algorithm>
+#include <memory>
 #include <utility>
 
-#include "input/haplotype_columns.h"
-#include "input/reader_common.h"
+#include "input/announce.h"
+#include "input/columns.h"
+#include "input/formats/format_table.h"
 #include "input/readers.h"
-#include "input/site_placement.h"
+#include "input/site_gate.h"
+#include "input/study_haplotypes.h"
+#include "io/run_log.h"
 #include "io/text.h"
-#include "model/data.h"
-#include "reconcile/match.h"
+#include "model/parameters.h"
+#include "model/site_table.h"
 
 namespace {
 
-const std::string file_words = "Panel 2 initial haplotypes file";
+constexpr const char* file_words = "Panel 2 initial haplotypes file";
 
-text_input open_initial(data& run) {
-    const std::string& name = run.params.hap_init_g_file;
-    announce(run.log, "-reading initial Panel 2 haplotypes from -hap_init_g file", name);
-    return text_input(run.log, name, "ERROR: The -hap_init_g file you specified does not exist.",
-                      unopened_text(file_words, name));
+std::unique_ptr<phased_source> open_initial(run_log& log, const parameters& params) {
+    source_request request;
+    request.file = params.hap_init_g_file;
+    request.words = file_words;
+    request.missing_text = missing_text("-hap_init_g");
+    request.one_haplotype = params.haploid_g;
+    announce(log, "-reading initial Panel 2 haplotypes from -hap_init_g file", request.file);
+    return open_phased(log, request);
 }
 
 bool is_phased_allele(std::string_view field) {
@@ -35,127 +43,126 @@ std::string spell_genotype(const panel_labels& labels, int code, bool haploid) {
 
 class initial_reader {
   public:
-    initial_reader(data& run, const reading_context& context);
+    initial_reader(const input_rooms& rooms, reading_context& context);
     void read();
 
   private:
-    struct site_in_hand {
-        std::string_view rs_id;
-        long position;
-        snp& entry;
-    };
-    bool read_site(std::string_view line);
-    void read_individuals(std::string_view fields, const site_in_hand& site);
+    void read_site(const site_fields& site);
+    // The entry that the site speaks of and whether its labels are crossed; nothing, with a warning, if there is none.
+    snp* find_entry(const site_fields& site);
+    void read_individuals(const site_fields& site, snp& entry);
     // Whether the genotype agrees with that of -g, or that one is missing.
-    bool agrees(const site_in_hand& site, int code, bool haploid, std::size_t individual);
+    bool agrees(const site_fields& site, const snp& entry, int code, bool haploid, std::size_t individual);
+    void report() const;
 
-    data& run_;
+    const input_rooms& rooms_;
     const reading_context& context_;
-    text_input file_;
-    region_test region_;
-    std::size_t n_columns_ = 0;
-    bool swap_ = false;  // stands for the lines that follow when a line's labels fit in neither order
-    long n_read_ = 0, n_updated_ = 0, n_ignored_sites_ = 0, n_ignored_genotypes_ = 0;
+    const panel_data& study_;
+    std::unique_ptr<phased_source> source_;
+    site_gate gate_;
+    std::vector<allele_pair> pairs_;  // of all columns
+    bool swap_ = false;               // stands for the lines that follow when a line's labels fit in neither order
+    std::size_t n_updated_ = 0, n_ignored_sites_ = 0, n_ignored_genotypes_ = 0;
     note_once skipped_;
 };
 
-initial_reader::initial_reader(data& run, const reading_context& context)
-    : run_(run), context_(context), file_(open_initial(run)), region_(run) {
-    const int n_columns = count_individuals(run, context.exclude_flags, file_, file_words);
-    check_against_genotypes(run, context.exclude_flags, n_columns, file_words);
-    n_columns_ = static_cast<std::size_t>(n_columns);
+initial_reader::initial_reader(const input_rooms& rooms, reading_context& context)
+    : rooms_(rooms),
+      context_(context),
+      study_(rooms.panels[2]),
+      source_(open_initial(rooms.log, rooms.params)),
+      gate_(rooms, context, *source_, 2, "-hap_init_g", site_gate::content::first_phase),
+      pairs_(source_->n_columns()) {
+    check_against_sample_file(rooms.log, context.exclude_flags, pairs_.size(), "individuals", file_words);
+    check_against_genotypes(rooms.log, study_.n_ind, context.exclude_flags, pairs_.size(), file_words);
 }
 
 void initial_reader::read() {
-    std::string_view line;
-    while (file_.next_filled_line(line)) {
-        if (!read_site(line)) break;
-    }
-    run_.log.line(concat(" --read ", n_read_, " SNPs in the analysis interval+buffer region"));
-    if (n_updated_ > 0) {
-        run_.log.line(concat(" --updated ", n_updated_, " existing SNPs with initial haplotype info"));
-    }
-    if (n_ignored_sites_ > 0) {
-        run_.log.line(concat("   --ignored ", n_ignored_sites_, " SNPs with incompatible alleles in -g file"));
-    }
-    if (n_ignored_genotypes_ > 0) {
-        run_.log.line(concat("   --ignored ", n_ignored_genotypes_, " genotypes with incompatible values in -g file"));
-    }
+    site_fields site;
+    while (gate_.next(site)) read_site(site);
+    report();
 }
 
-bool initial_reader::read_site(std::string_view line) {
-    site_line fields = start_site_line(file_, line);
-    const long position = fields.position;
-    const region_side side = region_.of(file_, position);
-    if (side != region_side::inside) return side == region_side::below;
-    take_alleles(file_, fields);
-    ++n_read_;
-    const store_range range = run_.sites.store.equal_range(position);
-    if (range.first == range.second) return true;
-    site_store::iterator match;
-    const bool found = find_compatible_snp(run_, std::string(fields.a0), std::string(fields.a1), 2, match, range);
-    if (found) {
-        const panel_labels& labels = match->second.labels[2];
-        const label_order order = compare_labels(fields.a0, fields.a1, labels.a0, labels.a1);
-        if (order != label_order::neither) swap_ = order == label_order::crossed;
+void initial_reader::read_site(const site_fields& site) {
+    if (!rooms_.sites.store.contains(site.position)) return;
+    if (snp* const entry = find_entry(site)) {
+        read_individuals(site, *entry);
+        ++n_updated_;
+        return;
     }
-    if (!found || match->second.haps[2].size() != static_cast<std::size_t>(run_.panels[2].n_hap)) {
-        run_.log.warn(concat("WARNING: The -hap_init_g alleles ", fields.a0, fields.a1,
-                             " are not compatible with the -g alleles at position ", position,
-                             "; the -hap_init_g info will be ignored at this SNP."));
-        ++n_ignored_sites_;
-        return true;
-    }
-    read_individuals(fields.rest, {fields.rs_id, position, match->second});
-    ++n_updated_;
-    return true;
+    rooms_.log.warn(concat("WARNING: The -hap_init_g alleles ", site.a0, site.a1,
+                           " are not compatible with the -g alleles at position ", site.position,
+                           "; the -hap_init_g info will be ignored at this SNP."));
+    ++n_ignored_sites_;
+}
+
+snp* initial_reader::find_entry(const site_fields& site) {
+    panel_labels own;
+    own.a0 = site.a0;
+    own.a1 = site.a1;
+    const site_match match = find_compatible_snp(rooms_.log, rooms_.sites, site.position, own, 2);
+    if (!match) return nullptr;
+    snp& entry = (*match)->second;
+    const label_order order = compare_labels(own.a0, own.a1, entry.labels[2].a0, entry.labels[2].a1);
+    if (order != label_order::neither) swap_ = order == label_order::crossed;
+    return entry.haps[2].size() == study_.n_hap ? &entry : nullptr;
 }
 
 // The place to write to moves on only when alleles are written, so that behind a skipped individual all others of the
 // line land to the left of their own places.
-void initial_reader::read_individuals(std::string_view text, const site_in_hand& site) {
-    allele_field_scanner scanner(file_, text, run_.params.haploid_g);
-    allele_row alleles(static_cast<std::size_t>(run_.panels[2].n_hap), missing_allele);
-    std::vector<bool> init_flags(static_cast<std::size_t>(run_.panels[2].n_ind), false);
+void initial_reader::read_individuals(const site_fields& site, snp& entry) {
+    const std::size_t n_pairs = source_->read_pairs(pairs_);
+    allele_row alleles(study_.n_hap, missing_allele);
+    std::vector<bool> init_flags(study_.n_ind, false);
     std::size_t next_hap = 0;
     std::size_t k = 0;  // index among the kept individuals
-    for (std::size_t column = 0; column < n_columns_; ++column) {
-        const allele_fields fields = scanner.next();
+    for (std::size_t column = 0; column < std::min(n_pairs, pairs_.size()); ++column) {
         if (is_dropped(context_.exclude_flags, column)) continue;
+        const allele_pair& pair = pairs_[column];
         const std::size_t individual = k++;
-        refuse_female_without_allele(run_, fields, column, individual);
-        const bool haploid = run_.panels[2].is_haploid(static_cast<int>(individual));
-        if (!is_phased_allele(fields.first) || (!haploid && !is_phased_allele(fields.second))) {
-            skipped_.say(file_, "an individual without two alleles 0 or 1 is skipped; those behind it move up");
+        refuse_female_without_allele(rooms_.log, study_, pair, column, individual);
+        const bool haploid = study_.is_haploid(individual);
+        if (!is_phased_allele(pair.first) || (!haploid && !is_phased_allele(pair.second))) {
+            skipped_.say(*source_, "an individual without two alleles 0 or 1 is skipped; those behind it move up");
             continue;
         }
         const auto value = [this](std::string_view field) { return (field == "1") != swap_ ? 1 : 0; };
-        const int a = value(fields.first);
-        const int b = haploid ? a : value(fields.second);
-        if (!run_.params.prob_g && !agrees(site, a + b, haploid, individual)) continue;
+        const int a = value(pair.first);
+        const int b = haploid ? a : value(pair.second);
+        if (!rooms_.params.prob_g && !agrees(site, entry, a + b, haploid, individual)) continue;
         alleles.set(next_hap++, a);
         if (!haploid) alleles.set(next_hap++, b);
         init_flags[individual] = true;
     }
-    scanner.finish();
-    site.entry.haps[2] = std::move(alleles);
-    site.entry.hap_init_flags = std::move(init_flags);
+    check_pairs(*source_, n_pairs, pairs_.size());
+    entry.haps[2] = std::move(alleles);
+    entry.hap_init_flags = std::move(init_flags);
 }
 
-bool initial_reader::agrees(const site_in_hand& site, int code, bool haploid, std::size_t individual) {
-    const int given = site.entry.gtypes[2][individual];
+bool initial_reader::agrees(const site_fields& site, const snp& entry, int code, bool haploid, std::size_t individual) {
+    const int given = entry.gtypes[2][individual];
     if (given == missing_genotype || given == code) return true;
-    const panel_labels& labels = site.entry.labels[2];
-    run_.log.warn(concat("WARNING: The -hap_init_g genotype ", spell_genotype(labels, code, haploid),
-                         " is not compatible with the -g genotype ", spell_genotype(labels, given, false),
-                         " for sample ", individual + 1, " (1-indexed) at SNP ", site.rs_id, " (position ",
-                         site.position, "); the -hap_init_g info will be ignored at this genotype."));
+    const panel_labels& labels = entry.labels[2];
+    rooms_.log.warn(concat("WARNING: The -hap_init_g genotype ", spell_genotype(labels, code, haploid),
+                           " is not compatible with the -g genotype ", spell_genotype(labels, given, false),
+                           " for sample ", individual + 1, " (1-indexed) at SNP ", site.rs_id, " (position ",
+                           site.position, "); the -hap_init_g info will be ignored at this genotype."));
     ++n_ignored_genotypes_;
     return false;
 }
 
+void initial_reader::report() const {
+    report_read(rooms_.log, gate_.counts);
+    const auto detail = [this](const char* verb, std::size_t n, const char* what) {
+        if (n > 0) rooms_.log.line(concat(verb, n, what));
+    };
+    detail(" --updated ", n_updated_, " existing SNPs with initial haplotype info");
+    detail("   --ignored ", n_ignored_sites_, " SNPs with incompatible alleles in -g file");
+    detail("   --ignored ", n_ignored_genotypes_, " genotypes with incompatible values in -g file");
+}
+
 }  // namespace
 
-void read_initial_haplotypes(data& run, const reading_context& context) {
-    initial_reader(run, context).read();
+void read_initial_haplotypes(const input_rooms& rooms, reading_context& context) {
+    initial_reader(rooms, context).read();
 }

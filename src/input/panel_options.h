@@ -2,10 +2,10 @@
 
 // The options of each panel: their names and where their values are kept.
 
-#include <set>
+#include <cstddef>
 #include <string>
 
-#include "model/data.h"
+#include "model/parameters.h"
 
 struct panel_options {
     const char* suffix;  // what the panel's options end in, as in -exclude_snps_g_ref
@@ -15,12 +15,10 @@ struct panel_options {
     std::string parameters::*include_samples_file;
     std::string parameters::*sample_file;
     std::string parameters::*sampled_haplotypes;  // -hap_samp_in_*, without "_hapsamp" and iteration
-    std::set<std::string> data::*exclude_samples;
-    std::set<std::string> data::*include_samples;
 };
 
-inline bool is_panel(int panel) {
-    return panel >= 0 && panel <= 2;
+inline bool is_panel(std::size_t panel) {
+    return panel <= 2;
 }
 // panel is 0, 1 or 2.
-const panel_options& options_of_panel(int panel);
+const panel_options& options_of_panel(std::size_t panel);

@@ -2,85 +2,84 @@
 
 #include "input/panel_options.h"
 #include "input/readers.h"
-#include "model/data.h"
-#include "params/state_counts.h"
+#include "io/run_log.h"
+#include "model/parameters.h"
 
 namespace {
 
 // Strand file, lists and sample file of one panel.
-void read_panel_lists(data& run, reading_context& context, int panel) {
+void read_panel_lists(const input_rooms& rooms, reading_context& context, std::size_t panel) {
     const panel_options& options = options_of_panel(panel);
-    const parameters& params = run.params;
-    std::set<std::string>& exclude = run.*options.exclude_samples;
-    std::set<std::string>& include = run.*options.include_samples;
+    const parameters& params = rooms.params;
     context.start_panel();
     if (is_given(params.*options.strand_file)) {
-        read_strand_file(run, params.*options.strand_file, panel, context.strand_map);
+        context.strand_map = read_strand_file(rooms.log, rooms.plan, params.*options.strand_file, panel);
     }
     if (is_given(params.*options.exclude_snps_file)) {
-        read_snp_list(run, params.*options.exclude_snps_file, context.exclude_snps[static_cast<std::size_t>(panel)],
-                      panel);
+        context.exclude_snps[panel] = read_snp_list(rooms.log, params.*options.exclude_snps_file, panel);
     }
     if (is_given(params.*options.exclude_samples_file)) {
-        read_sample_inclusion_exclusion_list(run, params.*options.exclude_samples_file, exclude, panel, false);
+        context.exclude_samples[panel] =
+            read_sample_list(rooms.log, params.*options.exclude_samples_file, panel, false);
     }
     if (is_given(params.*options.include_samples_file)) {
-        read_sample_inclusion_exclusion_list(run, params.*options.include_samples_file, include, panel, true);
+        context.include_samples[panel] = read_sample_list(rooms.log, params.*options.include_samples_file, panel, true);
     }
     if (is_given(params.*options.sample_file)) {
-        read_sample_file(run, params.*options.sample_file, exclude, include, context.exclude_flags, panel, false,
-                         panel != 0);
+        read_sample_file(rooms, context, params.*options.sample_file, panel, false, panel != 0);
     }
 }
 
-void report_strand_file(data& run, const reading_context& context, int panel) {
-    if (is_given(run.params.*options_of_panel(panel).strand_file)) report_strand_use(run, context, panel);
+void report_strand_file(const input_rooms& rooms, const reading_context& context, std::size_t panel) {
+    if (is_given(rooms.params.*options_of_panel(panel).strand_file)) report_strand_use(rooms.log, context, panel);
 }
 
-void read_study(data& run, reading_context& context) {
-    read_panel_lists(run, context, 2);
-    if (is_given(run.params.hap_samp_in_g)) {
-        read_first_sampled_haplotypes(run, context, 2);
-    } else if (is_given(run.params.g_file)) {
-        read_genotypes(run, context, 2);
+void read_study(const input_rooms& rooms, reading_context& context) {
+    const parameters& params = rooms.params;
+    read_panel_lists(rooms, context, 2);
+    if (is_given(params.hap_samp_in_g)) {
+        read_first_sampled_haplotypes(rooms, context, 2);
+    } else if (is_given(params.g_file)) {
+        read_genotypes(rooms, context, 2);
     }
-    if (is_given(run.params.hap_init_g_file)) read_initial_haplotypes(run, context);
-    if (is_given(run.params.known_haps_g_file)) read_known_haplotypes(run, context);
-    align_study_to_strand_map(run, context);
-    report_strand_file(run, context, 2);
+    if (is_given(params.hap_init_g_file)) read_initial_haplotypes(rooms, context);
+    if (is_given(params.known_haps_g_file)) read_known_haplotypes(rooms, context);
+    align_study_to_strand_map(context, rooms.sites);
+    report_strand_file(rooms, context, 2);
 }
 
-void read_panel1(data& run, reading_context& context) {
-    read_panel_lists(run, context, 1);
-    if (is_given(run.params.hap_samp_in_g_ref)) {
-        read_first_sampled_haplotypes(run, context, 1);
-    } else if (is_given(run.params.g_ref_file)) {
-        read_genotypes(run, context, 1);
-    } else if (run.params.h_files.size() >= 2) {
-        read_haplotypes(run, context, 1);
+void read_panel1(const input_rooms& rooms, reading_context& context) {
+    const parameters& params = rooms.params;
+    read_panel_lists(rooms, context, 1);
+    if (is_given(params.hap_samp_in_g_ref)) {
+        read_first_sampled_haplotypes(rooms, context, 1);
+    } else if (is_given(params.g_ref_file)) {
+        read_genotypes(rooms, context, 1);
+    } else if (params.h_files.size() >= 2) {
+        read_haplotypes(rooms, context, 1);
     }
-    report_strand_file(run, context, 1);
+    report_strand_file(rooms, context, 1);
 }
 
-void read_panel0(data& run, reading_context& context) {
-    read_panel_lists(run, context, 0);
-    if (is_given(run.params.hap_samp_in_h)) {
-        read_first_sampled_haplotypes(run, context, 0);
-    } else if (run.params.panel0_given()) {
-        read_haplotypes(run, context, 0);
+void read_panel0(const input_rooms& rooms, reading_context& context) {
+    const parameters& params = rooms.params;
+    read_panel_lists(rooms, context, 0);
+    if (is_given(params.hap_samp_in_h)) {
+        read_first_sampled_haplotypes(rooms, context, 0);
+    } else if (params.panel0_given()) {
+        read_haplotypes(rooms, context, 0);
     }
-    report_strand_file(run, context, 0);
+    report_strand_file(rooms, context, 0);
 }
 
 }  // namespace
 
-void read_data(data& run) {
-    run.log.header("-----------------", " Data processing ");
-    read_genetic_map(run);
+void read_data(const input_rooms& rooms) {
+    rooms.log.header("-----------------", " Data processing ");
+    rooms.map = read_genetic_map(rooms.log, rooms.params, rooms.plan);
     reading_context context;
-    read_study(run, context);
-    read_panel1(run, context);
-    read_panel0(run, context);
-    close_reading(run);
-    set_state_counts(run.params, run.panels, run.models);
+    read_study(rooms, context);
+    read_panel1(rooms, context);
+    read_panel0(rooms, context);
+    close_reading(rooms);
 }

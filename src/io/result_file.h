@@ -2,12 +2,18 @@
 
 // A result file: buffered text, plain or gzip, whose failures are reported when it is opened or closed.
 
+#include <cmath>
 #include <memory>
 #include <span>
 #include <string>
 #include <string_view>
 
 class run_log;
+
+// 10^-decimals: a probability below it prints as the digit 0, one above 1 less it as the digit 1.
+inline double smallest_printed(int decimals) {
+    return std::pow(10.0, -decimals);
+}
 
 class result_file {
   public:

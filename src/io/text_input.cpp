@@ -28,15 +28,10 @@ text_input::~text_input() = default;
 
 text_input::text_input(run_log& log, std::string name, std::string_view missing_message,
                        std::string_view unopened_message)
-    : log_(log), name_(std::move(name)), unopened_message_(unopened_message), buffer_(initial_buffer) {
+    : log_(log), name_(std::move(name)), chain_(std::make_unique<chain>()), buffer_(initial_buffer) {
     struct stat status {};
     if (stat(name_.c_str(), &status) != 0) log_.fatal(missing_message);
-    if (S_ISDIR(status.st_mode)) log_.fatal(unopened_message_);
-    open();
-}
-
-void text_input::open() {
-    chain_ = std::make_unique<chain>();
+    if (S_ISDIR(status.st_mode)) log_.fatal(unopened_message);
     auto& stream = chain_->stream;
     if (is_gzipped(name_)) {
         boost::iostreams::gzip_params params;
@@ -44,18 +39,11 @@ void text_input::open() {
         stream.push(boost::iostreams::gzip_decompressor(params.window_bits, gzip_buffer), text_buffer);
     }
     boost::iostreams::file_source source(name_, std::ios_base::in | std::ios_base::binary);
-    if (!source.is_open()) log_.fatal(unopened_message_);
+    if (!source.is_open()) log_.fatal(unopened_message);
     stream.push(source, file_buffer);
-    if (!stream) log_.fatal(unopened_message_);
+    if (!stream) log_.fatal(unopened_message);
     // Failures inside the chain come out as exceptions, so that no damaged file passes for a short one.
     stream.exceptions(std::ios_base::badbit);
-    begin_ = end_ = 0;
-    at_end_ = false;
-    line_number_ = 0;
-}
-
-void text_input::rewind() {
-    open();
 }
 
 bool text_input::refill() {
@@ -79,6 +67,11 @@ bool text_input::refill() {
 }
 
 bool text_input::next_line(std::string_view& line) {
+    if (held_) {
+        held_ = false;
+        line = last_line_;
+        return true;
+    }
     std::size_t searched = 0;
     while (true) {
         const char* start = buffer_.data() + begin_;
@@ -94,7 +87,7 @@ bool text_input::next_line(std::string_view& line) {
             if (available == 0) return false;
             length = available;
         }
-        line = std::string_view(buffer_.data() + begin_, length);
+        line = last_line_ = std::string_view(buffer_.data() + begin_, length);
         begin_ += length + (newline != nullptr ? 1 : 0);
         ++line_number_;
         if (!line.empty() && line.back() == '\r' && !noted_return_) {

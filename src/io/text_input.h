@@ -26,8 +26,8 @@ class text_input {
     // The number of the line that was returned last, from 1.
     long line_number() const { return line_number_; }
     const std::string& name() const { return name_; }
-    // Starts again at the first line.
-    void rewind();
+    // The next call gives the line that was returned last once more.
+    void hold_line() { held_ = true; }
 
     // Ends the run: "ERROR: " what ", in line N of file [name]."
     [[noreturn]] void fail(std::string_view what) const;
@@ -35,20 +35,20 @@ class text_input {
     void note(std::string_view what) const;
 
   private:
-    // The filter chain of one opening; its library stays out of this header.
+    // The filter chain; its library stays out of this header.
     struct chain;
 
-    void open();
     bool refill();
 
     run_log& log_;
     std::string name_;
-    std::string unopened_message_;
     std::unique_ptr<chain> chain_;
     std::vector<char> buffer_;
     std::size_t begin_ = 0;  // the unread part of the buffer
     std::size_t end_ = 0;
     bool at_end_ = false;
+    bool held_ = false;
+    std::string_view last_line_;
     bool noted_return_ = false;
     long line_number_ = 0;
 };

@@ -3,12 +3,8 @@
 // The run: everything that its phases share, in rooms. A function takes the rooms that it needs; only the driver and
 // the passes see the whole.
 
-#include <array>
 #include <iosfwd>
-#include <set>
-#include <string>
 #include <utility>
-#include <vector>
 
 #include "io/run_log.h"
 #include "model/accumulators.h"
@@ -47,15 +43,4 @@ struct data {
 
     // --- results ----------------------------------------------------------------------------------------------------
     accumulators acc;
-    std::vector<std::vector<double>> pairwise_certainty;  // [site][slot], -1.0 for no phase call
-
-    // --- samples and filters ----------------------------------------------------------------------------------------
-    std::set<std::string> exclude_samples_g, exclude_samples_g_ref, exclude_samples_h;
-    std::set<std::string> include_samples_g, include_samples_g_ref, include_samples_h;
-    std::array<std::vector<std::string>, 2> sample_ids_known_haps;  // the same for -sample_known_haps_g
-    std::vector<std::string> legend_cols;                           // names of the fifth legend column and on
-    std::vector<std::string> filt_fields, filt_ops, filt_str_values;
-    std::vector<double> filt_num_values;
-    std::vector<bool> filt_is_numeric;
-    bool has_num_filters = false, has_str_filters = false;
 };

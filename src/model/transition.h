@@ -44,8 +44,8 @@ struct hmm_model {
     std::vector<std::size_t> site;     // index of the visited site in site_table::in_order
     std::vector<haploid_gap> hap_gap;  // mode 0
     std::vector<diploid_gap> dip_gap;  // mode 1
-    std::vector<bool> checkpoint;      // fwd_checkpoint, under -mem_save_1; empty otherwise
-    std::size_t interval = 0;          // distance of the checkpoints
-    std::vector<std::uint64_t> mask;   // bit s: the store's site s is visited
+    // Under -mem_save_1 the last site has a checkpoint (fwd_checkpoint), and every interval-th one to its left.
+    std::size_t interval = 0;
+    std::vector<std::uint64_t> mask;  // bit s: the store's site s is visited
     std::size_t n_sites() const { return site.size(); }
 };

@@ -1,15 +1,12 @@
-// One best pair of haplotypes per study individual, from the stored iterations.
-
 #include "output/consensus_phasing.h"
 
 #include <bit>
 #include <cmath>
-#include <limits>
 
 #include "io/text.h"
-#include "output/output_common.h"
-#include "output/results.h"
-#include "output/sampled_haplotypes.h"
+#include "output/posterior_genotypes.h"
+#include "output/site_columns.h"
+#include "output/temporary_haplotypes.h"
 #include "random/random.h"
 
 namespace {
@@ -63,22 +60,21 @@ namespace {
 // A study individual and its places in the tables.
 struct person {
     std::size_t index;
-    std::size_t known_slot;  // among the individuals with known haplotypes, if it is one of them
-    std::size_t bits_slot;   // in the store of sampled alleles
+    std::size_t known_slot;   // among the individuals with known haplotypes, if it is one of them
+    std::size_t sample_slot;  // in the store of sampled alleles
     std::size_t first_hap;
     bool known;
     bool haploid;
 };
 
-std::vector<person> study_people(const data& run) {
+std::vector<person> study_people(const result_inputs& run) {
     std::vector<person> people;
+    const panel_data& study = run.panels[2];
     std::size_t n_known = 0;
-    for (std::size_t i = 0; i < n_study(run); ++i) {
-        const bool known = run.panels[2].ordered[i];
-        const int ind = static_cast<int>(i);
-        people.push_back({i, n_known, run.params.mc_impute ? i : i - n_known,
-                          static_cast<std::size_t>(run.panels[2].first_hap(ind)), known,
-                          run.panels[2].is_haploid(ind)});
+    for (std::size_t i = 0; i < run.n_study(); ++i) {
+        const bool known = study.ordered[i];
+        const std::size_t sample_slot = run.params.mc_impute ? i : i - n_known;
+        people.push_back({i, n_known, sample_slot, study.first_hap(i), known, study.is_haploid(i)});
         if (known) ++n_known;
     }
     return people;
@@ -88,14 +84,13 @@ std::vector<person> study_people(const data& run) {
 struct sampled_pair {
     std::array<std::vector<std::uint64_t>, 2> words;
 
-    void load(const data& run, const person& who, std::size_t s) {
-        const std::size_t n = run.plan.stored_iters.size();
+    void load(const sample_bits& samples, std::size_t n_iterations, const person& who, std::size_t s) {
         for (int h = 0; h < 2; ++h) {
-            auto& row = words[static_cast<std::size_t>(h)];
-            row.assign(bits::words_for(n), 0);
-            if (!run.acc.mcmc_bits.has(s)) continue;
-            for (std::size_t it = 0; it < n; ++it) {
-                if (run.acc.mcmc_bits.get(who.bits_slot, h, s, it)) bits::set(row.data(), it, true);
+            auto& row = words[h];
+            row.assign(bits::words_for(n_iterations), 0);
+            if (!samples.has(s)) continue;
+            for (std::size_t it = 0; it < n_iterations; ++it) {
+                if (samples.get(who.sample_slot, h, s, it)) bits::set(row.data(), it, true);
             }
         }
     }
@@ -114,59 +109,74 @@ struct sampled_pair {
     }
 };
 
-// Chances of allele 1 on the two haplotypes of an individual with known haplotypes.
-std::array<double, 2> allele_chances(const data& run, const person& who, std::size_t s) {
-    const auto n = static_cast<double>(run.plan.stored_iters.size());
-    return {run.acc.gtype_acc2[0].get(who.known_slot, s) / n, run.acc.gtype_acc2[1].get(who.known_slot, s) / n};
-}
+// What the two forms share: the genotype of an individual at a site, and its alleles.
+class study_phasing {
+  public:
+    study_phasing(const result_inputs& run, packed_haplotypes& haps, const sample_bits& samples)
+        : run_(run), haps_(haps), samples_(samples) {}
 
-genotype_triple triple_of_samples(const data& run, const person& who, std::size_t s) {
-    sampled_pair sampled;
-    sampled.load(run, who, s);
-    const sampled_pair::counts count = sampled.count();
-    const auto n = static_cast<double>(run.plan.stored_iters.size());
-    const int n1 = who.haploid ? 0 : count.n10 + count.n01;
-    const int n2 = who.haploid ? count.n10 + count.n11 : count.n11;
-    return {(n - n1 - n2) / n, n1 / n, n2 / n};
-}
-
-genotype_triple triple_of_person(const data& run, const person& who, std::size_t s) {
-    const snp& site = *run.sites.in_order[s];
-    const parameters& params = run.params;
-    const bool imputed = site.top_panel < 2;
-    if (imputed || params.pgs_miss || params.pgs || params.pgs_prob) {
-        const std::array<double, 2> sums = genotype_sums(run, s, who.index);
-        const double divisor = sum_divisor(run, site, imputed)[who.index];
-        return triple_of(sums[0] / divisor, sums[1] / divisor, who.haploid);
+    // The study genotype where there is one, else the likeliest.
+    int consensus_genotype(const person& who, std::size_t s) const {
+        const snp& site = *run_.sites.in_order[s];
+        if (!run_.params.prob_g && site.top_panel == run_.plan.n_panels - 1) {
+            const std::uint8_t genotype = study_genotype(site, who.index);
+            if (genotype != missing_genotype) return genotype;
+        }
+        const genotype_triple probs = triple_of_person(who, s);
+        check_phasing_probs(run_.log, probs, who.index, run_.sites.positions[s], who.known, who.haploid);
+        return static_cast<int>(which_max_idx(probs));
     }
-    if (!who.known || params.mc_impute) return triple_of_samples(run, who, s);
-    const auto [a, b] = allele_chances(run, who, s);
-    if (who.haploid) return {1.0 - a, 0.0, a};
-    const double p0 = (1.0 - a) * (1.0 - b);
-    const double p2 = a * b;
-    return {p0, (1.0 - p2) - p0, p2};
-}
 
-// The study genotype where there is one, else the likeliest.
-int consensus_genotype(data& run, const person& who, std::size_t s) {
-    const snp& site = *run.sites.in_order[s];
-    if (!run.params.prob_g && site.top_panel == run.plan.n_panels - 1) {
-        const std::uint8_t genotype = study_genotype(site, who.index);
-        if (genotype != missing_genotype) return genotype;
+    // Chances of allele 1 on the two haplotypes of an individual with known haplotypes.
+    std::array<double, 2> allele_chances(const person& who, std::size_t s) const {
+        const auto n = static_cast<double>(n_iterations());
+        return {run_.acc.gtype_acc2[0].get(who.known_slot, s) / n, run_.acc.gtype_acc2[1].get(who.known_slot, s) / n};
     }
-    const genotype_triple probs = triple_of_person(run, who, s);
-    check_phasing_probs(run.log, probs, who.index, run.sites.positions[s], who.known, who.haploid);
-    return static_cast<int>(which_max_idx(probs));
-}
 
-void set_alleles(data& run, const person& who, std::size_t s, int first, int second) {
-    run.panels[2].haps.set(who.first_hap, s, first);
-    if (!who.haploid) run.panels[2].haps.set(who.first_hap + 1, s, second);
-}
+    void load_samples(const person& who, std::size_t s, sampled_pair& sampled) const {
+        sampled.load(samples_, n_iterations(), who, s);
+    }
+
+    void set_alleles(const person& who, std::size_t s, int first, int second) {
+        haps_.set(who.first_hap, s, first);
+        if (!who.haploid) haps_.set(who.first_hap + 1, s, second);
+    }
+
+  private:
+    std::size_t n_iterations() const { return run_.plan.stored_iters.size(); }
+
+    genotype_triple triple_of_person(const person& who, std::size_t s) const {
+        const parameters& params = run_.params;
+        const bool imputed = run_.sites.in_order[s]->top_panel < 2;
+        if (imputed || params.pgs_miss || params.pgs || params.pgs_prob) {
+            return posterior_triple(run_, s, who.index, who.haploid, imputed);
+        }
+        if (!who.known || params.mc_impute) return triple_of_samples(who, s);
+        const auto [a, b] = allele_chances(who, s);
+        if (who.haploid) return {1.0 - a, 0.0, a};
+        const double p0 = (1.0 - a) * (1.0 - b);
+        const double p2 = a * b;
+        return {p0, (1.0 - p2) - p0, p2};
+    }
+
+    genotype_triple triple_of_samples(const person& who, std::size_t s) const {
+        sampled_pair sampled;
+        load_samples(who, s, sampled);
+        const sampled_pair::counts count = sampled.count();
+        const auto n = static_cast<double>(n_iterations());
+        const int n1 = who.haploid ? 0 : count.n10 + count.n01;
+        const int n2 = who.haploid ? count.n10 + count.n11 : count.n11;
+        return {(n - n1 - n2) / n, n1 / n, n2 / n};
+    }
+
+    const result_inputs& run_;
+    packed_haplotypes& haps_;
+    const sample_bits& samples_;
+};
 
 // The sites whose alleles consensus phasing settles.
-std::vector<std::size_t> phased_sites(const data& run, bool all_sites) {
-    return select_sites(run, run.haps_interval(), [&](const snp& site) {
+std::vector<std::size_t> phased_sites(const result_inputs& run, bool all_sites) {
+    return select_sites(run.sites, run.haps_interval(), [&](const snp& site) {
         return type_is_output(run, site) && site.type != run.plan.n_panels && (site.type > 1 || all_sites);
     });
 }
@@ -180,40 +190,41 @@ bool first_allele_is_one(double weight10, double weight01) {
     return Random::RNG->Next() > 0.5;
 }
 
-void phase_against_known(data& run, const person& who, std::size_t s) {
-    const int genotype = consensus_genotype(run, who, s);
+void phase_against_known(study_phasing& phasing, bool by_samples, const person& who, std::size_t s) {
+    const int genotype = phasing.consensus_genotype(who, s);
     if (genotype != 1) {
-        set_alleles(run, who, s, genotype / 2, genotype / 2);
+        phasing.set_alleles(who, s, genotype / 2, genotype / 2);
         return;
     }
     double weight10 = 0.0;
     double weight01 = 0.0;
-    if (run.params.mc_impute) {
+    if (by_samples) {
         sampled_pair sampled;
-        sampled.load(run, who, s);
+        phasing.load_samples(who, s, sampled);
         weight10 = sampled.count().n10;
         weight01 = sampled.count().n01;
     } else {
-        const auto [a, b] = allele_chances(run, who, s);
+        const auto [a, b] = phasing.allele_chances(who, s);
         weight10 = (1.0 - b) * a;
         weight01 = (1.0 - a) * b;
     }
     const bool one_first = first_allele_is_one(weight10, weight01);
-    set_alleles(run, who, s, one_first ? 1 : 0, one_first ? 0 : 1);
+    phasing.set_alleles(who, s, one_first ? 1 : 0, one_first ? 0 : 1);
 }
 
 // Phases the heterozygotes of one individual, each against the one before.
 class pairwise_phasing {
   public:
-    pairwise_phasing(data& run, const person& who, std::size_t slot) : run_(run), who_(who), slot_(slot) {}
+    pairwise_phasing(study_phasing& phasing, phase_confidences& confidences, const person& who, std::size_t slot)
+        : phasing_(phasing), confidences_(confidences), who_(who), slot_(slot) {}
 
     void visit(std::size_t s) {
-        const int genotype = consensus_genotype(run_, who_, s);
+        const int genotype = phasing_.consensus_genotype(who_, s);
         if (genotype != 1) {
-            set_alleles(run_, who_, s, genotype / 2, genotype / 2);
-            return;  // the certainty stays -1.0
+            phasing_.set_alleles(who_, s, genotype / 2, genotype / 2);
+            return;  // without a phase call
         }
-        current_.load(run_, who_, s);
+        phasing_.load_samples(who_, s, current_);
         if (first_) {
             settle(s, 0, 1.0);
         } else {
@@ -224,9 +235,9 @@ class pairwise_phasing {
     }
 
   private:
-    void settle(std::size_t s, int first_allele, double certainty) {
-        set_alleles(run_, who_, s, first_allele, 1 - first_allele);
-        run_.pairwise_certainty[s][slot_] = certainty;
+    void settle(std::size_t s, int first_allele, double confidence) {
+        phasing_.set_alleles(who_, s, first_allele, 1 - first_allele);
+        confidences_[s][slot_] = confidence;
     }
 
     void follow_previous(std::size_t s) {
@@ -247,7 +258,8 @@ class pairwise_phasing {
         settle(s, carried_, static_cast<double>(std::max(same, opposite)) / (same + opposite));
     }
 
-    data& run_;
+    study_phasing& phasing_;
+    phase_confidences& confidences_;
     const person& who_;
     std::size_t slot_;
     bool first_ = true;
@@ -257,32 +269,37 @@ class pairwise_phasing {
 
 }  // namespace
 
-void phase_fixed(data& run) {
-    if (!any_has_known_haps(run)) return;
+void phase_fixed(const result_inputs& run, packed_haplotypes& haps, sample_bits& samples) {
+    if (!run.any_has_known_haps()) return;
     run.log.stage("-generating consensus haplotype estimates (relative to fixed input haps)");
-    if (run.plan.tmp_haps && run.params.mc_impute) load_tmp_haps(run);
+    const bool by_samples = run.params.mc_impute;
+    if (run.plan.tmp_haps && by_samples) load_temporary_haplotypes(run, samples);
+    study_phasing phasing(run, haps, samples);
     const std::vector<person> people = study_people(run);
-    for (const std::size_t s : phased_sites(run, run.params.mc_impute || all_have_known_haps(run))) {
+    for (const std::size_t s : phased_sites(run, by_samples || run.all_have_known_haps())) {
+        const snp& site = *run.sites.in_order[s];
         for (const person& who : people) {
-            if (who.known && !run.sites.in_order[s]->phase_known(who.index)) phase_against_known(run, who, s);
+            if (who.known && !site.phase_known(who.index)) phase_against_known(phasing, by_samples, who, s);
         }
     }
 }
 
-void phase_pairwise(data& run) {
-    if (all_have_known_haps(run)) return;
+phase_confidences phase_pairwise(const result_inputs& run, packed_haplotypes& haps, sample_bits& samples) {
+    if (run.all_have_known_haps()) return {};
     run.log.stage("-generating consensus haplotype estimates (minimizing switch error)");
-    if (run.plan.tmp_haps) load_tmp_haps(run);
+    if (run.plan.tmp_haps) load_temporary_haplotypes(run, samples);
+    study_phasing phasing(run, haps, samples);
     const std::vector<person> people = study_people(run);
     const std::vector<std::size_t> phased = phased_sites(run, run.params.mc_impute);
-    const auto n_unknown =
-        static_cast<std::size_t>(std::count(run.panels[2].ordered.begin(), run.panels[2].ordered.end(), false));
-    run.pairwise_certainty.assign(run.sites.in_order.size(), {});
-    for (const std::size_t s : phased) run.pairwise_certainty[s].assign(n_unknown, -1.0);
+    const auto n_unknown = static_cast<std::size_t>(
+        std::count_if(people.begin(), people.end(), [](const person& who) { return !who.known; }));
+    phase_confidences confidences(run.sites.size());
+    for (const std::size_t s : phased) confidences[s].assign(n_unknown, no_phase_call);
     std::size_t slot = 0;
     for (const person& who : people) {
         if (who.known) continue;
-        pairwise_phasing phasing(run, who, slot++);
-        for (const std::size_t s : phased) phasing.visit(s);
+        pairwise_phasing person_phasing(phasing, confidences, who, slot++);
+        for (const std::size_t s : phased) person_phasing.visit(s);
     }
+    return confidences;
 }

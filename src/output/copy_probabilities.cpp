@@ -2,8 +2,9 @@
 
 #include <vector>
 
+#include "io/run_log.h"
 #include "io/text.h"
-#include "output/output_common.h"
+#include "model/conditioning_states.h"
 
 namespace {
 
@@ -11,7 +12,7 @@ namespace {
 struct placed_states {
     std::vector<double> values;
     double sum = 0.0;
-    int n_placed = 0;
+    std::size_t n_placed = 0;
 
     explicit placed_states(std::size_t n_haplotypes) : values(n_haplotypes, 0.0) {}
     void place(std::size_t haplotype, double posterior) {
@@ -25,7 +26,7 @@ struct placed_states {
     }
 };
 
-void check_count(run_log& log, const char* which, int n_placed, int n_expected) {
+void check_count(run_log& log, const char* which, std::size_t n_placed, std::size_t n_expected) {
     if (n_placed == n_expected) return;
     log.fatal(concat("ERROR: In trying to print ", which, " copy probabilities, found ", n_placed,
                      " states when expecting ", n_expected, " states."));
@@ -33,41 +34,40 @@ void check_count(run_log& log, const char* which, int n_placed, int n_expected) 
 
 }  // namespace
 
-void output_ref_copy_probs(result_file& file, run_log& log, int individual, int strand, long position,
-                           const conditioning_states& states, std::span<const double> posterior, int n_hap0,
-                           int n_expected, int outdp) {
-    placed_states placed(static_cast<std::size_t>(n_hap0));
+void output_ref_copy_probs(result_file& file, run_log& log, std::size_t individual, std::size_t strand, long position,
+                           const conditioning_states& states, std::span<const double> posterior, std::size_t n_hap0,
+                           std::size_t n_expected, int outdp) {
+    placed_states placed(n_hap0);
     for (std::size_t k = 0; k < posterior.size(); ++k) {
-        if (states.panel[k] == 0) placed.place(static_cast<std::size_t>(states.hap[k]), posterior[k]);
+        if (states.panel[k] == 0) placed.place(states.hap[k], posterior[k]);
     }
     check_count(log, "reference", placed.n_placed, n_expected);
     placed.scale();
-    file.integer(2L * individual + strand);
+    file.integer(static_cast<long>(2 * individual + strand));
     file.character(' ');
     file.integer(position);
     file.probabilities(placed.values, outdp, smallest_printed(outdp));
     file.end_line();
 }
 
-void output_all_copy_probs(result_file& file, run_log& log, int individual, long position, int first_own, int n_own,
-                           const conditioning_states& states, std::span<const double> posterior,
-                           const std::array<std::size_t, 3>& n_hap, int n_expected, int outdp) {
+void output_all_copy_probs(result_file& file, run_log& log, std::size_t individual, long position,
+                           std::size_t first_own, std::size_t n_own, const conditioning_states& states,
+                           std::span<const double> posterior, const std::array<std::size_t, 3>& n_hap,
+                           std::size_t n_expected, int outdp) {
     const std::array<std::size_t, 3> offset{0, n_hap[0], n_hap[0] + n_hap[1]};
     placed_states placed(offset[2] + n_hap[2]);
     for (std::size_t k = 0; k < posterior.size(); ++k) {
-        const std::size_t haplotype = offset[states.panel[k]] + static_cast<std::size_t>(states.hap[k]);
-        placed.place(haplotype, posterior[k]);
+        placed.place(offset[states.panel[k]] + states.hap[k], posterior[k]);
     }
     check_count(log, "all", placed.n_placed, n_expected);
     placed.scale();
     const std::span<const double> values(placed.values);
-    const auto own_begin = offset[2] + static_cast<std::size_t>(first_own);
-    const std::size_t own_end = own_begin + static_cast<std::size_t>(n_own);
+    const std::size_t own_begin = offset[2] + first_own;
     const double low = smallest_printed(outdp);
-    file.integer(individual);
+    file.integer(static_cast<long>(individual));
     file.character('-');
     file.integer(position);
     file.probabilities(values.first(own_begin), outdp, low);
-    file.probabilities(values.subspan(own_end), outdp, low);
+    file.probabilities(values.subspan(own_begin + n_own), outdp, low);
     file.end_line();
 }

@@ -1,36 +1,36 @@
-// Genotype counts and sums of the stored iterations so far, a file per iteration.
+#include "output/genotype_counts.h"
 
 #include <unordered_set>
 
 #include "io/text.h"
-#include "output/output_common.h"
-#include "output/results.h"
+#include "output/site_columns.h"
+#include "output/sum_block.h"
 
 namespace {
 
 // The sites of the count files: all that take part, or those at the listed positions.
-std::vector<std::size_t> counted_sites(const data& run) {
+std::vector<std::size_t> counted_sites(const result_inputs& run) {
     const bool all = !is_given(run.params.intermed_posns_file);
     const std::unordered_set<long> listed(run.plan.intermed_posns.begin(), run.plan.intermed_posns.end());
-    auto selected =
-        select_sites(run, run.output_interval(), [&run](const snp& site) { return site.type != run.plan.n_panels; });
+    auto selected = select_sites(run.sites, run.output_interval(),
+                                 [&run](const snp& site) { return site.type != run.plan.n_panels; });
     if (!all) std::erase_if(selected, [&](std::size_t s) { return !listed.contains(run.sites.positions[s]); });
     return selected;
 }
 
-// One line per site: gather(sums, block) fetches the sums of a block, print(file, one, two) writes what stands for an
-// individual.
+// One line per site: gather(sums, rows, block) fetches the sums of a block, print(file, one, two) writes what stands
+// for an individual.
 template <typename Gather, typename Print>
-void write_counts(data& run, const std::string& name, Gather gather, Print print) {
-    result_file file(run.log, output_name(run, name), run.params.o_gz);
+void write_counts(const result_inputs& run, const std::string& name, Gather gather, Print print) {
+    result_file file(run.log, run.name(name), run.params.o_gz);
+    const row_range study{0, run.n_study()};
     const std::vector<std::size_t> selected = counted_sites(run);
     sum_block sums;
     visit_blocks(selected, [&](std::span<const std::size_t> block) {
-        gather(sums, block);
+        gather(sums, study, block);
         for (std::size_t j = 0; j < block.size(); ++j) {
-            const snp& site = *run.sites.in_order[block[j]];
-            write_site_columns(file, site, run.sites.positions[block[j]], output_labels(run, site, site.type));
-            for (std::size_t i = 0; i < n_study(run); ++i) print(file, sums.one(j, i), sums.two(j, i));
+            write_site_columns(file, run, block[j]);
+            for (std::size_t i = 0; i < study.n; ++i) print(file, sums.one(j, i), sums.two(j, i));
             file.end_line();
         }
     });
@@ -38,18 +38,18 @@ void write_counts(data& run, const std::string& name, Gather gather, Print print
 
 }  // namespace
 
-void output_current_gtype_counts(data& run, int iter, int count) {
-    const auto gather = [&run](sum_block& sums, std::span<const std::size_t> block) {
+void write_genotype_counts(const result_inputs& run, int iter, std::size_t count) {
+    const auto gather = [&run](sum_block& sums, row_range rows, std::span<const std::size_t> block) {
         if (run.params.mc_impute) {
-            sums.gather(run, block);
+            sums.gather(run, rows, block);
         } else {  // the integer counters are those of sampled genotypes, and nothing was counted
-            sums.gather(std::array<sum_table, 2>{}, n_study(run), block);
+            sums.gather(std::array<sum_table, 2>{}, rows, block);
         }
     };
     const auto print = [count](result_file& file, double one, double two) {
         const auto n1 = static_cast<long>(one);
         const auto n2 = static_cast<long>(two);
-        for (const long n : {count - n1 - n2, n1, n2}) {
+        for (const long n : {static_cast<long>(count) - n1 - n2, n1, n2}) {
             file.character(' ');
             file.integer(n);
         }
@@ -57,12 +57,12 @@ void output_current_gtype_counts(data& run, int iter, int count) {
     write_counts(run, concat("_gtcounts_iter", iter + 1), gather, print);
 }
 
-void output_current_gtype_counts_wt(data& run, int iter, int count) {
-    const auto gather = [&run](sum_block& sums, std::span<const std::size_t> block) {
-        sums.gather(run.acc.gtype_acc, n_study(run), block);
+void write_genotype_sums(const result_inputs& run, int iter, std::size_t count) {
+    const auto gather = [&run](sum_block& sums, row_range rows, std::span<const std::size_t> block) {
+        sums.gather(run.acc.gtype_acc, rows, block);
     };
     const auto print = [count](result_file& file, double one, double two) {
-        for (const double sum : {count - one - two, one, two}) {
+        for (const double sum : {static_cast<double>(count) - one - two, one, two}) {
             file.character(' ');
             file.number(sum);
         }

@@ -1,8 +1,8 @@
-// One reference panel made of two, from the haplotypes as the last iteration left them.
+#include "output/merged_reference.h"
 
 #include "io/text.h"
-#include "output/output_common.h"
-#include "output/results.h"
+#include "output/site_alleles.h"
+#include "output/site_columns.h"
 
 namespace {
 
@@ -12,22 +12,23 @@ struct panel1_member {
     bool haploid;
 };
 
-std::vector<panel1_member> panel1_members(data& run) {
+std::vector<panel1_member> panel1_members(const result_inputs& run) {
     if (run.panels[1].n_ind == 0 && run.panels[1].n_hap > 0) {
         run.log.note(
             "note: the merged reference panel holds Panel 0 alone, since Panel 1 has no individuals when it is read "
             "from a second -h file");
     }
     std::vector<panel1_member> members;
-    members.reserve(static_cast<std::size_t>(run.panels[1].n_ind));
-    for (int i = 0; i < run.panels[1].n_ind; ++i) {
-        members.push_back({static_cast<std::size_t>(run.panels[1].first_hap(i)), run.panels[1].is_haploid(i)});
+    members.reserve(run.panels[1].n_ind);
+    for (std::size_t i = 0; i < run.panels[1].n_ind; ++i) {
+        members.push_back({run.panels[1].first_hap(i), run.panels[1].is_haploid(i)});
     }
     return members;
 }
 
-std::vector<std::size_t> merged_sites(const data& run) {
-    return select_sites(run, run.haps_interval(), [&run](const snp& site) { return site.type != run.plan.n_panels; });
+std::vector<std::size_t> merged_sites(const result_inputs& run) {
+    return select_sites(run.sites, run.haps_interval(),
+                        [&run](const snp& site) { return site.type != run.plan.n_panels; });
 }
 
 void write_haplotype_line(result_file& file, std::size_t n_hap0, const std::uint64_t* panel0,
@@ -53,7 +54,7 @@ void write_pair(result_file& file, bool a, bool b) {
 
 }  // namespace
 
-void output_merged_ref(data& run) {
+void write_merged_haplotypes(const result_inputs& run) {
     const std::string gz = run.params.o_gz ? ".gz" : "";
     result_file hap_file(run.log, concat(run.params.merge_ref_panels_output_ref, ".hap", gz), run.params.o_gz);
     result_file legend_file(run.log, concat(run.params.merge_ref_panels_output_ref, ".legend", gz), run.params.o_gz);
@@ -71,7 +72,7 @@ void output_merged_ref(data& run) {
     }
 }
 
-void output_merged_gen(data& run) {
+void write_merged_genotypes(const result_inputs& run) {
     if (run.panels[0].n_hap % 2 != 0) {
         run.log.warn(
             concat("WARNING: The -merge_ref_panels_output_gen option cannot produce a .gen file for the merged "

@@ -1,7 +1,8 @@
 #pragma once
 
-struct data;
+// The files "_hapsamp" of -hap_samp_out_g, -hap_samp_out_g_ref and -hap_samp_out_h: the haplotypes of an iteration.
 
-// Reads the temporary haplotype files of all stored iterations back into the store of sampled alleles, unless it is
-// there.
-void load_tmp_haps(data& run);
+#include "output/result_inputs.h"
+
+// (output_current_haps) iter counts from 0; -1: before the first iteration.
+void write_sampled_haplotypes(const result_inputs& run, int iter);

@@ -35,13 +35,6 @@ std::vector<checkpointed_model> list_models(const parameters& p, const run_plan&
     };
 }
 
-void set_checkpoints(hmm_model& model) {
-    model.checkpoint.assign(model.n_sites(), false);
-    for (std::size_t v = model.n_sites(); v-- > 0;) {
-        model.checkpoint[v] = (model.n_sites() - 1 - v) % model.interval == 0;
-    }
-}
-
 }  // namespace
 
 void plan_checkpoints(run_log& log, const parameters& params, const run_plan& plan, const panel_array& panels,
@@ -55,7 +48,6 @@ void plan_checkpoints(run_log& log, const parameters& params, const run_plan& pl
         const std::size_t kind = plan_of.diploid ? 1 : 0;
         needed[kind] = true;
         largest[kind] = std::max(largest[kind], model.interval);
-        if (model.interval > 0) set_checkpoints(model);
     }
     if ((needed[0] && largest[0] < 1) || (needed[1] && largest[1] < 1)) {
         log.fatal(

@@ -106,7 +106,8 @@ void allocate_samples(const sized_run& run, accumulators& acc) {
 void allocate_results(const parameters& params, const run_plan& plan, const panel_array& panels,
                       const site_table& sites, std::pair<long, long> interval, accumulators& acc) {
     const sized_run run{params, plan, panels, sites, interval};
-    if (!params.suppress_imputation_output) allocate_sums(run, acc);
+    // Without results there are still the count files, which hold what phasing sums.
+    if (!params.suppress_imputation_output || params.counts_wt_per_iter) allocate_sums(run, acc);
     allocate_tallies(run, acc);
     allocate_samples(run, acc);
 }

@@ -1,6 +1,5 @@
 #include "reconcile/setup.h"
 #include "model/data.h"
-#include "output/results.h"
 #include "params/model_parameters.h"
 #include "reconcile/stages.h"
 #include "reconcile/storage.h"
@@ -19,13 +18,16 @@ void reconcile_sites(run_log& log, const parameters& params, const run_plan& pla
 
 }  // namespace
 
-void setup(data& run) {
+type_counts setup_panels(data& run) {
     reconcile_sites(run.log, run.params, run.plan, run.sites);
     const type_counts n_of_type = report_data_summary(run.log, run.params, run.plan, run.sites);
     make_update_plan(run.log, run.params, run.plan, run.panels, run.sites);
     make_initial_haplotypes(run.log, run.params, run.plan, run.panels, run.sites);
     pack_haplotypes(run.params, run.plan, run.panels, run.sites);
-    if (run.params.iter == 0 && run.params.burnin == 0 && run.plan.store_sampled_haps) output_current_haps(run, -1);
+    return n_of_type;
+}
+
+void setup_models(data& run, const type_counts& n_of_type) {
     setup_storage(run, n_of_type);
     // Informed states from the first iteration on: the loop sets the parameters itself, before its first sweep.
     if (run.plan.informed_start_iter != 0) set_model_parameters(run, false);

@@ -8,8 +8,21 @@
 #include "input/readers.h"
 #include "io/text.h"
 #include "model/data.h"
-#include "output/results.h"
+#include "output/allele_probabilities.h"
+#include "output/concordance_table.h"
+#include "output/copy_states.h"
+#include "output/diplotype_ordering.h"
+#include "output/genotype_counts.h"
+#include "output/info.h"
+#include "output/info_by_sample.h"
+#include "output/main_output.h"
+#include "output/merged_reference.h"
+#include "output/phase_confidence.h"
+#include "output/phased_haplotypes.h"
+#include "output/sampled_haplotypes.h"
+#include "output/temporary_haplotypes.h"
 #include "params/model_parameters.h"
+#include "params/state_counts.h"
 #include "reconcile/setup.h"
 #include "run/driver.h"
 #include "run/passes.h"
@@ -18,11 +31,16 @@
 
 namespace {
 
+result_inputs results_of(data& run) {
+    return {run.params, run.plan, run.sites, run.panels, run.acc, run.log};
+}
+
 class iteration_loop {
   public:
     iteration_loop(data& run, distance_matrix distances)
         : run_(run),
           p_(run.params),
+          results_(results_of(run)),
           progress_(std::cerr, !run.params.verbose && isatty(STDERR_FILENO) != 0),
           passes_(run, progress_, std::move(distances)) {}
 
@@ -65,13 +83,15 @@ class iteration_loop {
     }
 
     void pass_panel0(const iteration& now) {
-        if (now.it > 0 && is_given(p_.hap_samp_in_h)) read_sampled_haps(run_, now.it, 0);
+        if (now.it > 0 && is_given(p_.hap_samp_in_h))
+            read_sampled_haps(run_.log, p_, run_.sites, run_.panels, now.it, 0);
         if (run_.panels[0].needs_update) passes_.update_panel0_haplotypes();
         if (run_.plan.hole_fill_to == 0) passes_.fill_holes();
     }
 
     void pass_panel1(const iteration& now) {
-        if (now.it > 0 && is_given(p_.hap_samp_in_g_ref)) read_sampled_haps(run_, now.it, 1);
+        if (now.it > 0 && is_given(p_.hap_samp_in_g_ref))
+            read_sampled_haps(run_.log, p_, run_.sites, run_.panels, now.it, 1);
         if (run_.panels[1].needs_update) passes_.update_panel1_individuals();
         if (p_.use_panel1_for_type0_imputation) {
             if (!p_.stage_one) passes_.update_panel1_from_panel0();
@@ -81,7 +101,8 @@ class iteration_loop {
     }
 
     void pass_panel2(const iteration& now) {
-        if (now.it > 0 && is_given(p_.hap_samp_in_g) && now.stored) read_sampled_haps(run_, now.it, 2);
+        if (now.it > 0 && is_given(p_.hap_samp_in_g) && now.stored)
+            read_sampled_haps(run_.log, p_, run_.sites, run_.panels, now.it, 2);
         if (run_.panels[2].needs_update) {
             passes_.update_study_individuals();
         } else {
@@ -96,12 +117,12 @@ class iteration_loop {
         ++stored_count_;
         ++next_stored_;
         if (p_.counts_per_iter) {
-            output_current_gtype_counts(run_, now.it, stored_count_);
+            write_genotype_counts(results_, now.it, stored_count_);
         } else if (p_.counts_wt_per_iter) {
-            output_current_gtype_counts_wt(run_, now.it, stored_count_);
+            write_genotype_sums(results_, now.it, stored_count_);
         }
         if (p_.weight_imputed_gt >= 0) print_weights();
-        if (run_.plan.tmp_haps) output_current_haps_to_tmp(run_, now.it);
+        if (run_.plan.tmp_haps) write_temporary_haplotypes(results_, now.it);
     }
 
     void print_weights() {
@@ -115,20 +136,27 @@ class iteration_loop {
     }
 
     void write_iteration_files(int it) {
-        if (run_.plan.store_sampled_haps) output_current_haps(run_, it);
-        if (p_.show_diploid_copy_states)
-            output_current_copy_states(run_, passes_.copy_states().by_individual, it, 1, 2, 2);
+        if (run_.plan.store_sampled_haps) write_sampled_haplotypes(results_, it);
+        if (p_.show_diploid_copy_states) write_states(it, true, 2);
         if (p_.show_haploid_copy_states) {
-            auto& records = passes_.copy_states().by_haplotype;
-            for (const std::size_t panel : {1U, 0U}) {
-                if (run_.panels[panel].n_hap == 0 || !run_.plan.output_types[panel]) continue;
-                output_current_copy_states(run_, records[panel], it, 0, 2, static_cast<int>(panel));
+            for (const std::size_t type : {1, 0}) {
+                if (run_.panels[type].n_hap > 0 && run_.plan.output_types[type]) write_states(it, false, type);
             }
         }
     }
 
+    // The records are emptied, so that a line shows the states of its iteration only.
+    void write_states(int it, bool diploid, std::size_t type) {
+        copy_state_tables& tables = passes_.copy_states();
+        std::vector<copy_state_record>& records = diploid ? tables.by_individual : tables.by_haplotype[type];
+        const auto n_states = static_cast<std::size_t>(run_.models.k_states[diploid ? 1 : 0][2][type]);
+        write_copy_states(results_, it, diploid, type, records, n_states);
+        for (copy_state_record& record : records) record = {};
+    }
+
     data& run_;
     const parameters& p_;
+    const result_inputs results_;
     progress_line progress_;
     update_passes passes_;
     std::size_t next_stored_ = 0;
@@ -137,7 +165,7 @@ class iteration_loop {
 };
 
 void print_success_rate(run_log& log, const std::string& kind, const draw_counts& draws) {
-    const long n = draws.n_stay + draws.n_switch;
+    const std::size_t n = draws.n_stay + draws.n_switch;
     const std::string text = kind + " sampling success rate: " +
                              (n < 1 ? "(no " + kind + " sampling performed)"
                                     : fixed_text(static_cast<double>(draws.n_stay) / static_cast<double>(n), 3));
@@ -159,28 +187,28 @@ void warn_of_unordered(data& run) {
 
 void write_results(data& run) {
     const parameters& p = run.params;
-    output_mcmc(run);
-    mcmc_info(run);
-    if (p.sample_qc_info) mcmc_info_by_sample(run);
-    if (p.selfcheck > 0.0) mcmc_accuracy(run);
+    const result_inputs results = results_of(run);
+    write_main_output(results);
+    write_info(results);
+    if (p.sample_qc_info) write_info_by_sample(results);
+    if (p.selfcheck > 0.0) print_concordance_tables(results);
     if (is_given(p.known_haps_g_file) && run.log.warnings_on()) {
         warn_of_unordered(run);
-        if (!p.use_prephased_g) print_diplotype_ordering_states(run);
+        if (!p.use_prephased_g) write_diplotype_ordering(results);
     }
     if (p.phase) {
-        phase_fixed(run);
-        phase_pairwise(run);
-        output_pairwise_certainties(run);
-        output_phased_haps(run);
+        phase_fixed(results, run.panels[2].haps, run.acc.mcmc_bits);
+        write_phase_confidence(results, phase_pairwise(results, run.panels[2].haps, run.acc.mcmc_bits));
+        write_phased_haplotypes(results);
     }
-    if (p.print_allele_probs) output_allele_probs(run);
+    if (p.print_allele_probs) write_allele_probabilities(results);
 }
 
-void write_merged_panels(data& run) {
-    if (is_given(run.params.merge_ref_panels_output_ref)) {
-        output_merged_ref(run);
-    } else if (is_given(run.params.merge_ref_panels_output_gen)) {
-        output_merged_gen(run);
+void write_merged_panels(const result_inputs& results) {
+    if (is_given(results.params.merge_ref_panels_output_ref)) {
+        write_merged_haplotypes(results);
+    } else if (is_given(results.params.merge_ref_panels_output_gen)) {
+        write_merged_genotypes(results);
     }
 }
 
@@ -188,11 +216,11 @@ void finish(data& run, const update_passes& passes) {
     print_success_rate(run.log, "diploid", passes.diploid_draws());
     print_success_rate(run.log, "haploid", passes.haploid_draws());
     if (run.params.suppress_imputation_output) {
-        write_merged_panels(run);
+        write_merged_panels(results_of(run));
     } else {
         write_results(run);
     }
-    if (run.plan.tmp_haps) remove_tmp_sampled_haps(run);
+    if (run.plan.tmp_haps) remove_temporary_haplotypes(results_of(run));
     const int n_warnings = run.log.warning_count();
     if (n_warnings > 0) {
         run.log.stage(concat(n_warnings, " warning", n_warnings == 1 ? " was" : "s were",
@@ -208,14 +236,18 @@ void impute(data& run) {
     process_input(run.log, run.params, run.plan, run.panels);
     print_nomenclature(run.log, run.params);
     print_files(run.log, run.params);
-    read_data(run);
-    setup(run);
+    read_data({run.params, run.plan, run.log, run.map, run.panels, run.sites});
+    set_state_counts(run.params, run.panels, run.models);
+    const type_counts n_of_type = setup_panels(run);
+    const bool no_iterations = run.params.iter == 0 && run.params.burnin == 0;
+    if (no_iterations && run.plan.store_sampled_haps) write_sampled_haplotypes(results_of(run), -1);
+    setup_models(run, n_of_type);
     print_params(run.log, run.params, run.plan, run.panels, run.models);
     run.log.header("---------", " Run log ");
     const bool by_hap = is_given(run.params.distances_by_hap_file);
     distance_matrix distances;
     if (!run.params.random_cond && (by_hap || is_given(run.params.distances_file))) {
-        distances = read_distances_file(run, by_hap);
+        distances = read_distances(run.log, run.params, run.panels, by_hap);
     }
     iteration_loop loop(run, std::move(distances));
     loop.run_all();

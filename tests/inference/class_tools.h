@@ -39,19 +39,22 @@ inline packed_haplotypes make_panel(input_source& source, const mosaic_panel& m)
 }
 
 // n of the numbers first .. last - 1 in ascending order.
-inline std::vector<int> choose_ascending(input_source& source, std::size_t n, int first, int last) {
-    std::vector<int> all(static_cast<std::size_t>(last - first));
+inline std::vector<std::size_t> choose_ascending(input_source& source, std::size_t n, std::size_t first,
+                                                 std::size_t last) {
+    std::vector<std::size_t> all(last - first);
     std::iota(all.begin(), all.end(), first);
     for (std::size_t i = 0; i < n; ++i) {
-        std::swap(all[i], all[static_cast<std::size_t>(source.integer(static_cast<int>(i), last - first - 1))]);
+        std::swap(
+            all[i],
+            all[static_cast<std::size_t>(source.integer(static_cast<int>(i), static_cast<int>(last - first) - 1))]);
     }
     all.resize(n);
     std::sort(all.begin(), all.end());
     return all;
 }
 
-inline std::vector<int> consecutive(int first, std::size_t n) {
-    std::vector<int> all(n);
+inline std::vector<std::size_t> consecutive(std::size_t first, std::size_t n) {
+    std::vector<std::size_t> all(n);
     std::iota(all.begin(), all.end(), first);
     return all;
 }

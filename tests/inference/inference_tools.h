@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -13,6 +14,7 @@
 #include <random>
 #include <vector>
 
+#include "inference/sweep_constants.h"
 #include "model/allele_row.h"
 #include "random/random.h"
 
@@ -70,6 +72,17 @@ inline bool nearly_equal(double a, double b, double tolerance) {
     if (std::isnan(a) || std::isnan(b)) return std::isnan(a) && std::isnan(b);
     if (std::isinf(a) || std::isinf(b)) return a == b;
     return std::abs(a - b) <= tolerance * std::max({1.0, std::abs(a), std::abs(b)});
+}
+
+// A sampled state as the plain models tell it: -1 for none.
+inline int as_plain(std::size_t state) {
+    return state == no_state ? -1 : static_cast<int>(state);
+}
+template <std::size_t n>
+std::array<int, n> as_plain(const std::array<std::size_t, n>& states) {
+    std::array<int, n> plain{};
+    for (std::size_t i = 0; i < n; ++i) plain[i] = as_plain(states[i]);
+    return plain;
 }
 
 // A distance between sites, from none to more than any memory of the states survives.

@@ -111,7 +111,7 @@ class diploid_model {
     std::size_t interval = 0;
     std::vector<pair_site> sites;
     std::vector<pair_matrix> local;
-    int stay_count = 0, switch_count = 0;
+    std::size_t stay_count = 0, switch_count = 0;
 
     double emission(const pair_site& s, int a, int b) const {
         const int x = a < 0 ? 0 : s.allele[at(a)], y = b < 0 ? 0 : s.allele[at(b)];

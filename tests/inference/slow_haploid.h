@@ -38,7 +38,7 @@ class haploid_model {
     std::size_t interval = 0;
     std::vector<haploid_site> sites;
     std::vector<std::vector<double>> local;  // forward vectors of the block in hand
-    int stay_count = 0, switch_count = 0;
+    std::size_t stay_count = 0, switch_count = 0;
 
     double emission(const haploid_site& s, int k) const {
         const int a = k < 0 ? 0 : s.allele[static_cast<std::size_t>(k)];

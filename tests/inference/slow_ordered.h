@@ -19,7 +19,7 @@ class ordered_model {
     int K = 0;
     allele_table pr_00{}, pr_01{}, pr_10{};
     std::vector<pair_site> sites;
-    int stay_count = 0, switch_count = 0;
+    std::size_t stay_count = 0, switch_count = 0;
 
     double emission(const pair_site& s, int a, int b) const {
         const int x = a < 0 ? 0 : s.allele[at(a)], y = b < 0 ? 0 : s.allele[at(b)];

@@ -16,9 +16,10 @@ class distance_matrix : public reader_fixture {
         set_haplotypes(run.panels, {1, 0, 4});
         set_individuals(run.panels, {0, 0, 2});
     }
+    void read_matrix(bool by_hap) { distances = read_distances(run.log, run.params, run.panels, by_hap); }
     std::string read(const std::string& text, bool by_hap = false) {
         (by_hap ? run.params.distances_by_hap_file : run.params.distances_file) = write("dist", text);
-        return said([this, by_hap] { distances = read_distances_file(run, by_hap); });
+        return said([this, by_hap] { read_matrix(by_hap); });
     }
     void expect_wrong_size(const std::string& text) {
         run.params.distances_file = write("dist", text);
@@ -30,7 +31,7 @@ class distance_matrix : public reader_fixture {
             "across all panels. If you used the -distances_by_hap option, the matrix should still have dimension N x "
             "N, "
             "but in this case N is the total number of haplotypes in the dataset.",
-            [this] { read_distances_file(run, false); });
+            [this] { read_matrix(false); });
         capture.open(run.log);
     }
     using matrix = std::vector<std::vector<double>>;
@@ -76,22 +77,20 @@ TEST_F(distance_matrix, surplus_entries_are_refused) {
 
 TEST_F(distance_matrix, compressed_matrix_is_read) {
     run.params.distances_file = files().write_compressed("dist.gz", "1 2 3\n4 5 6\n7 8 9\n");
-    distances = read_distances_file(run, false);
+    read_matrix(false);
     EXPECT_EQ(9.0, distances[2][2]);
 }
 
 TEST_F(distance_matrix, missing_files) {
-    expect_fatal("ERROR: The -distances file you specified does not exist.",
-                 [this] { read_distances_file(run, false); });
+    expect_fatal("ERROR: The -distances file you specified does not exist.", [this] { read_matrix(false); });
     capture.open(run.log);
-    expect_fatal("ERROR: The -distances_by_hap file you specified does not exist.",
-                 [this] { read_distances_file(run, true); });
+    expect_fatal("ERROR: The -distances_by_hap file you specified does not exist.", [this] { read_matrix(true); });
 }
 
 TEST_F(distance_matrix, file_that_cannot_be_opened) {
     run.params.distances_file = files().name(".");
     expect_fatal("ERROR: The distance matrix file [" + files().name(".") + "] could not be opened.",
-                 [this] { read_distances_file(run, false); });
+                 [this] { read_matrix(false); });
 }
 
 }  // namespace

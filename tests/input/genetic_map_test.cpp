@@ -7,15 +7,16 @@
 
 namespace {
 
-class genetic_map : public reader_fixture {
+class genetic_map_file : public reader_fixture {
   protected:
     void SetUp() override {
         reader_fixture::SetUp();
         run.params.Ne = 2500.0;  // 4 Ne Morgans: 100 units a cM
     }
+    void read_map() { run.map = read_genetic_map(run.log, run.params, run.plan); }
     std::string read(const std::string& lines) {
         run.params.m_file = write("map", "position rate cM\n" + lines);
-        return said([this] { read_genetic_map(run); });
+        return said([this] { read_map(); });
     }
     std::string report(int n) const {
         return "\n-reading genetic map from -m file\n --filename=[" + run.params.m_file + "]\n --read " +
@@ -23,13 +24,13 @@ class genetic_map : public reader_fixture {
     }
     void expect_refused(const std::string& lines, const std::string& text) {
         run.params.m_file = write("map", lines);
-        expect_fatal(text, [this] { read_genetic_map(run); });
+        expect_fatal(text, [this] { read_map(); });
     }
     using positions = std::vector<long>;
     using values = std::vector<double>;
 };
 
-TEST_F(genetic_map, keeps_one_point_on_each_side) {
+TEST_F(genetic_map_file, keeps_one_point_on_each_side) {
     EXPECT_EQ(report(3), read("10 1 0.1\n90 1 0.2\n100 1 0.3\n150 1 0.4\n200 1 0.5\n300 1 0.6\n400 1 0.7\n"));
     EXPECT_EQ((positions{90, 100, 150, 200, 300}), run.map.positions);
     ASSERT_EQ(5U, run.map.scaled.size());
@@ -37,67 +38,67 @@ TEST_F(genetic_map, keeps_one_point_on_each_side) {
     EXPECT_DOUBLE_EQ(60.0, run.map.scaled[4]);
 }
 
-TEST_F(genetic_map, map_that_starts_inside_has_no_point_to_the_left) {
+TEST_F(genetic_map_file, map_that_starts_inside_has_no_point_to_the_left) {
     EXPECT_EQ(report(1), read("150 1 0.5\n250 1 0.7\n"));
     EXPECT_EQ((positions{150, 250}), run.map.positions);
     EXPECT_DOUBLE_EQ(50.0 - 4 * 2500.0 * 1e-8 * 40, run.map.at(110));
 }
 
-TEST_F(genetic_map, map_that_ends_inside_is_read_to_its_end) {
+TEST_F(genetic_map_file, map_that_ends_inside_is_read_to_its_end) {
     EXPECT_EQ(report(2), read("90 1 0.1\n110 1 0.5\n150 1 0.7\n"));
     EXPECT_EQ((positions{90, 110, 150}), run.map.positions);
     EXPECT_DOUBLE_EQ(70.0 + 4 * 2500.0 * 1e-8 * 50, run.map.at(200));
 }
 
-TEST_F(genetic_map, rest_of_the_file_behind_the_region_is_not_looked_at) {
+TEST_F(genetic_map_file, rest_of_the_file_behind_the_region_is_not_looked_at) {
     EXPECT_EQ(report(0), read("90 1 0.1\n300 1 0.5\n200 1 nonsense\n"));
     EXPECT_EQ((positions{90, 300}), run.map.positions);
 }
 
-TEST_F(genetic_map, header_alone_gives_no_map) {
+TEST_F(genetic_map_file, header_alone_gives_no_map) {
     EXPECT_EQ(report(0), read(""));
     EXPECT_TRUE(run.map.positions.empty());
     EXPECT_EQ(0.0, run.map.at(150));
 }
 
-TEST_F(genetic_map, positions_are_interpolated) {
+TEST_F(genetic_map_file, positions_are_interpolated) {
     read("100 1 0.1\n200 1 0.5\n");
     EXPECT_DOUBLE_EQ(20.0, run.map.at(125));
     EXPECT_DOUBLE_EQ(10.0, run.map.at(100));
     EXPECT_DOUBLE_EQ(50.0, run.map.at(200));
 }
 
-TEST_F(genetic_map, chrx_has_three_quarters_of_the_size) {
+TEST_F(genetic_map_file, chrx_has_three_quarters_of_the_size) {
     run.params.chrX = true;
     read("100 1 1.0\n150 1 2.0\n");
     EXPECT_DOUBLE_EQ(75.0, run.map.scaled[0]);
     EXPECT_DOUBLE_EQ(150.0 + 3 * 2500.0 * 1e-8 * 50, run.map.at(200));
 }
 
-TEST_F(genetic_map, pseudo_autosomal_region_is_reduced_outside_the_map_only) {
+TEST_F(genetic_map_file, pseudo_autosomal_region_is_reduced_outside_the_map_only) {
     run.params.chrX = run.params.Xpar = true;
     read("100 1 1.0\n150 1 2.0\n");
     EXPECT_DOUBLE_EQ(100.0, run.map.scaled[0]);
     EXPECT_DOUBLE_EQ(200.0 + 3 * 2500.0 * 1e-8 * 50, run.map.at(200));
 }
 
-TEST_F(genetic_map, compressed_map_is_read) {
+TEST_F(genetic_map_file, compressed_map_is_read) {
     run.params.m_file = files().write_compressed("map.gz", "p r c\n100 1 0.1\n");
-    EXPECT_EQ(report(1), said([this] { read_genetic_map(run); }));
+    EXPECT_EQ(report(1), said([this] { read_map(); }));
 }
 
-TEST_F(genetic_map, missing_file) {
-    expect_fatal("ERROR: The -m file you specified does not exist.", [this] { read_genetic_map(run); });
+TEST_F(genetic_map_file, missing_file) {
+    expect_fatal("ERROR: The -m file you specified does not exist.", [this] { read_map(); });
     EXPECT_NE(std::string::npos, capture.terminal.str().find(" --filename=[NULL]\n"));
 }
 
-TEST_F(genetic_map, file_that_cannot_be_opened) {
+TEST_F(genetic_map_file, file_that_cannot_be_opened) {
     run.params.m_file = files().name(".");
     expect_fatal("ERROR: The genetic map file [" + run.params.m_file + "] could not be opened.",
-                 [this] { read_genetic_map(run); });
+                 [this] { read_map(); });
 }
 
-TEST_F(genetic_map, header_needs_three_columns) {
+TEST_F(genetic_map_file, header_needs_three_columns) {
     for (const char* text : {"", "a b\n1 1 1\n", "a b c d\n1 1 1\n"}) {
         expect_refused(text, "ERROR: The genetic map file [" + files().name("map") +
                                  "] does not conform to the required three-column format. Please review the online "
@@ -106,49 +107,49 @@ TEST_F(genetic_map, header_needs_three_columns) {
     }
 }
 
-TEST_F(genetic_map, positions_must_ascend) {
+TEST_F(genetic_map_file, positions_must_ascend) {
     expect_refused(
         "p r c\n50 1 0.1\n50 1 0.2\n",
         "ERROR: The physical positions in the genetic map file (first column) are not strictly increasing and "
         "unique, as seen from consecutive positions 50 and 50.");
 }
 
-TEST_F(genetic_map, map_positions_must_not_fall) {
+TEST_F(genetic_map_file, map_positions_must_not_fall) {
     expect_refused("p r c\n50 1 0.25\n60 1 0.125\n",
                    "ERROR: The genetic map positions in the genetic map file (third column) are not strictly "
                    "increasing, as seen from consecutive positions 0.2500000000 and 0.1250000000.");
 }
 
-TEST_F(genetic_map, equal_map_positions_pass) {
+TEST_F(genetic_map_file, equal_map_positions_pass) {
     EXPECT_EQ(report(1), read("50 1 0.25\n60 1 0.25\n110 1 0.25\n"));
     EXPECT_EQ((positions{60, 110}), run.map.positions);
 }
 
-TEST_F(genetic_map, order_inside_the_region_is_not_checked) {
+TEST_F(genetic_map_file, order_inside_the_region_is_not_checked) {
     EXPECT_EQ(report(3), read("50 1 0.1\n120 1 0.5\n110 1 0.3\n110 1 0.2\n"));
     EXPECT_EQ((positions{50, 120, 110, 110}), run.map.positions);
 }
 
-TEST_F(genetic_map, points_inside_are_compared_with_the_last_one_before) {
+TEST_F(genetic_map_file, points_inside_are_compared_with_the_last_one_before) {
     expect_refused("p r c\n50 1 0.5\n120 1 0.6\n130 1 0.4\n",
                    "ERROR: The genetic map positions in the genetic map file (third column) are not strictly "
                    "increasing, as seen from consecutive positions 0.5000000000 and 0.4000000000.");
 }
 
-TEST_F(genetic_map, trailing_blank_line_inside_the_region_repeats_the_last_point) {
+TEST_F(genetic_map_file, trailing_blank_line_inside_the_region_repeats_the_last_point) {
     EXPECT_EQ(report(2), read("110 1 0.5\n\n"));
     EXPECT_EQ((positions{110, 110}), run.map.positions);
     EXPECT_NE(std::string::npos, notes().find(", line 3: the line does not hold position, rate and map position"));
 }
 
-TEST_F(genetic_map, blank_line_left_of_the_region_is_fatal) {
+TEST_F(genetic_map_file, blank_line_left_of_the_region_is_fatal) {
     expect_refused(
         "p r c\n50 1 0.5\n\n",
         "ERROR: The physical positions in the genetic map file (first column) are not strictly increasing and "
         "unique, as seen from consecutive positions 50 and 50.");
 }
 
-TEST_F(genetic_map, more_columns_in_a_line_are_ignored) {
+TEST_F(genetic_map_file, more_columns_in_a_line_are_ignored) {
     EXPECT_EQ(report(1), read("110 rate 0.5 and more\n"));
     EXPECT_DOUBLE_EQ(50.0, run.map.scaled[0]);
 }

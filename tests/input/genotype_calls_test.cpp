@@ -3,12 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdio>
 #include <sstream>
 #include <string>
 #include <vector>
 
-#include "model/data.h"
+#include "io/run_log.h"
+#include "model/parameters.h"
+#include "support/alleles.h"
 #include "support/scripted_draws.h"
 
 namespace {
@@ -109,72 +110,22 @@ TEST(allele_sum, frequency_is_usable_down_to_a_rounding_error) {
     EXPECT_FALSE(is_usable_frequency(std::nan("")));
 }
 
-class number_fields : public ::testing::Test {
-  protected:
-    static double number(const std::string& text) {
-        number_scanner scanner(text);
-        double value = -7.0;
-        EXPECT_EQ(number_scanner::outcome::number, scanner.next(value)) << text;
-        return value;
-    }
-};
-
-TEST_F(number_fields, are_taken_in_order) {
-    number_scanner scanner(" 1\t0.25  3e-2");
-    double value = 0.0;
-    EXPECT_EQ(number_scanner::outcome::number, scanner.next(value));
-    EXPECT_EQ(1.0, value);
-    EXPECT_EQ(number_scanner::outcome::number, scanner.next(value));
-    EXPECT_EQ(0.25, value);
-    EXPECT_EQ(number_scanner::outcome::number, scanner.next(value));
-    EXPECT_EQ(3e-2, value);
-    EXPECT_EQ(number_scanner::outcome::end, scanner.next(value));
+TEST(frequency_of_alleles, missing_ones_do_not_count) {
+    EXPECT_DOUBLE_EQ(2.0 / 3.0, allele_frequency(alleles("0112")));
+    EXPECT_DOUBLE_EQ(0.0, allele_frequency(alleles("00")));
+    EXPECT_EQ(-1.0, allele_frequency(alleles("22")));
+    EXPECT_EQ(-1.0, allele_frequency(allele_row()));
 }
 
-TEST_F(number_fields, short_decimals_are_rounded_correctly) {
-    for (int i = 0; i <= 100000; i += 7) {
-        char text[32];
-        std::snprintf(text, sizeof text, "%.5f", i / 100000.0);
-        EXPECT_EQ(std::strtod(text, nullptr), number(text));
-    }
-    for (const char* text : {"0.123456789012345", "0.1234567890123456789", "123456789012345678", ".5", "5.", "-0.25",
-                             "+1", "1e0", "0.5\r"}) {
-        EXPECT_EQ(std::strtod(text, nullptr), number(text)) << text;
-    }
-}
-
-TEST_F(number_fields, other_text_is_no_number) {
-    for (const char* text : {"x", "0.5x", ".", "1 2x", "nan", "--1", "1.2.3"}) {
-        number_scanner scanner(text);
-        double value = 0.0;
-        auto outcome = scanner.next(value);
-        if (text[1] == ' ') outcome = scanner.next(value);
-        EXPECT_EQ(number_scanner::outcome::bad, outcome) << text;
-        EXPECT_FALSE(scanner.bad_field().empty());
-    }
-}
-
-TEST_F(number_fields, three_digits_are_taken_at_once) {
-    number_scanner scanner("0 1 0\t0 0 1 1 0 0");
-    triple t{};
-    ASSERT_TRUE(scanner.next_digits(t));
-    EXPECT_EQ((triple{0, 1, 0}), t);
-    ASSERT_TRUE(scanner.next_digits(t));
-    EXPECT_EQ((triple{0, 0, 1}), t);
-    ASSERT_TRUE(scanner.next_digits(t));
-    EXPECT_EQ((triple{1, 0, 0}), t);
-    EXPECT_FALSE(scanner.next_digits(t));
-}
-
-TEST_F(number_fields, other_shapes_are_left_for_the_general_scan) {
-    for (const char* text : {"0 1 0.5", "0 2 0", "0  1 0", "0 1", "0 1 05", "01 0 0", ""}) {
-        number_scanner scanner(text);
-        triple t{};
-        EXPECT_FALSE(scanner.next_digits(t)) << text;
-        double value = 0.0;
-        const auto expected = text[0] == '\0' ? number_scanner::outcome::end : number_scanner::outcome::number;
-        EXPECT_EQ(expected, scanner.next(value)) << text;
-    }
+TEST(kept_triples, depend_on_the_panel) {
+    parameters params;
+    EXPECT_FALSE(keeps_triples(params, 1));
+    EXPECT_FALSE(keeps_triples(params, 2));
+    params.store_input_probs[1] = true;
+    EXPECT_TRUE(keeps_triples(params, 2));
+    EXPECT_FALSE(keeps_triples(params, 1));
+    params.store_input_probs_ref = true;
+    EXPECT_TRUE(keeps_triples(params, 1));
 }
 
 class frequency_by_em : public ::testing::Test {
@@ -195,7 +146,7 @@ class frequency_by_em : public ::testing::Test {
         return p;
     }
     std::ostringstream terminal, notes;
-    data run{terminal, notes};
+    run_log log{terminal, notes};
 };
 
 TEST_F(frequency_by_em, agrees_with_the_recursion_as_written) {
@@ -205,24 +156,24 @@ TEST_F(frequency_by_em, agrees_with_the_recursion_as_written) {
         triples.insert(triples.end(), {a, b, 1.0F - 0.5F * a});
     }
     const listed_draws draws({0.3});
-    EXPECT_NEAR(slow(triples, 0.3), calculate_allele_freq_via_em(run, triples), 1e-13);
+    EXPECT_NEAR(slow(triples, 0.3), calculate_allele_freq_via_em(log, triples), 1e-13);
     EXPECT_EQ(1U, draws.n_taken());
 }
 
 TEST_F(frequency_by_em, hard_calls_give_the_count_with_a_pseudo_count) {
     const listed_draws draws({0.7});
-    EXPECT_NEAR((3.0 + 1.0) / 6.0, calculate_allele_freq_via_em(run, {0, 1, 0, 0, 0, 1}), 1e-15);
+    EXPECT_NEAR((3.0 + 1.0) / 6.0, calculate_allele_freq_via_em(log, {0, 1, 0, 0, 0, 1}), 1e-15);
 }
 
 TEST_F(frequency_by_em, nobody_gives_one_half_and_takes_a_draw) {
     const listed_draws draws({0.9});
-    EXPECT_EQ(0.5, calculate_allele_freq_via_em(run, {}));
+    EXPECT_EQ(0.5, calculate_allele_freq_via_em(log, {}));
     EXPECT_EQ(1U, draws.n_taken());
 }
 
 TEST_F(frequency_by_em, empty_triple_is_noted_once_and_gives_no_number) {
     const listed_draws draws({0.4});
-    EXPECT_TRUE(std::isnan(calculate_allele_freq_via_em(run, {1, 0, 0, 0, 0, 0})));
+    EXPECT_TRUE(std::isnan(calculate_allele_freq_via_em(log, {1, 0, 0, 0, 0, 0})));
     EXPECT_EQ("orvide: LIKE (1): |0,0,0|\n", notes.str());
 }
 

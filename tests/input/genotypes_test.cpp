@@ -10,18 +10,18 @@ namespace {
 
 class genotype_file : public reader_fixture {
   protected:
-    std::string read(const std::string& text, int panel = 2) {
+    std::string read(const std::string& text, std::size_t panel = 2) {
         write("gen", text);
         (panel == 2 ? run.params.g_file : run.params.g_ref_file) = name;
-        return said([&] { read_genotypes(run, context, panel); });
+        return said([&] { read_genotypes(rooms, context, panel); });
     }
-    void expect_refused(const std::string& text, const std::string& message, int panel = 2) {
+    void expect_refused(const std::string& text, const std::string& message, std::size_t panel = 2) {
         write("gen", text);
         (panel == 2 ? run.params.g_file : run.params.g_ref_file) = name;
-        expect_fatal(message, [&] { read_genotypes(run, context, panel); });
+        expect_fatal(message, [&] { read_genotypes(rooms, context, panel); });
         capture.open(run.log);
     }
-    std::string stage(int panel = 2) const {
+    std::string stage(std::size_t panel = 2) const {
         return "\n-reading Panel " + std::to_string(panel) + " genotypes from -g" + (panel == 2 ? "" : "_ref") +
                " file\n --filename=[" + name + "]\n";
     }
@@ -275,28 +275,28 @@ TEST_F(genotype_file, compressed_file_is_read_and_a_damaged_one_refused) {
     std::string text;
     for (int i = 100; i < 200; ++i) text += "s" + std::to_string(i) + " r " + std::to_string(i) + " A C 0 1 0\n";
     run.params.g_file = files().write_compressed("gen.gz", text);
-    said([this] { read_genotypes(run, context, 2); });
+    said([this] { read_genotypes(rooms, context, 2); });
     EXPECT_EQ(100U, run.sites.store.size());
     const std::string bytes = files().read("gen.gz");
     run.params.g_file = write("cut.gz", bytes.substr(0, bytes.size() - 12));
-    EXPECT_THROW(read_genotypes(run, context, 2), run_end);
+    EXPECT_THROW(read_genotypes(rooms, context, 2), run_end);
     EXPECT_NE(std::string::npos, capture.terminal.str().find("cut.gz] is damaged or cannot be read"));
 }
 
 TEST_F(genotype_file, missing_files) {
     run.params.g_file = run.params.g_ref_file = files().name("none");
-    expect_fatal("ERROR: The -g file you specified does not exist.", [this] { read_genotypes(run, context, 2); });
+    expect_fatal("ERROR: The -g file you specified does not exist.", [this] { read_genotypes(rooms, context, 2); });
     capture.open(run.log);
-    expect_fatal("ERROR: The -g_ref file you specified does not exist.", [this] { read_genotypes(run, context, 1); });
+    expect_fatal("ERROR: The -g_ref file you specified does not exist.", [this] { read_genotypes(rooms, context, 1); });
 }
 
 TEST_F(genotype_file, files_that_cannot_be_opened) {
     run.params.g_file = run.params.g_ref_file = files().name(".");
     expect_fatal("ERROR: The Panel 2 genotypes file [" + files().name(".") + "] could not be opened.",
-                 [this] { read_genotypes(run, context, 2); });
+                 [this] { read_genotypes(rooms, context, 2); });
     capture.open(run.log);
     expect_fatal("ERROR: The Panel 1 genotypes file [" + files().name(".") + "] could not be opened.",
-                 [this] { read_genotypes(run, context, 1); });
+                 [this] { read_genotypes(rooms, context, 1); });
 }
 
 // --- Panel 1 ---------------------------------------------------------------------------------------------------------

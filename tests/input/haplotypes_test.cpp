@@ -10,23 +10,23 @@ namespace {
 class haplotype_pair : public reader_fixture {
   protected:
     // Panel 0 is the first pair, Panel 1 the second one.
-    void give(const std::string& haplotypes, const std::string& legend, int panel = 0) {
+    void give(const std::string& haplotypes, const std::string& legend, std::size_t panel = 0) {
         write("hap", haplotypes);
         write("leg", legend);
-        run.params.h_files.assign(static_cast<std::size_t>(panel) + 1, hap);
-        run.params.l_files.assign(static_cast<std::size_t>(panel) + 1, leg);
+        run.params.h_files.assign(panel + 1, hap);
+        run.params.l_files.assign(panel + 1, leg);
     }
-    std::string read(const std::string& haplotypes, const std::string& lines, int panel = 0) {
+    std::string read(const std::string& haplotypes, const std::string& lines, std::size_t panel = 0) {
         give(haplotypes, header + lines, panel);
-        return said([&] { read_haplotypes(run, context, panel); });
+        return said([&] { read_haplotypes(rooms, context, panel); });
     }
     void expect_refused(const std::string& haplotypes, const std::string& legend, const std::string& message,
-                        int panel = 0) {
+                        std::size_t panel = 0) {
         give(haplotypes, legend, panel);
-        expect_fatal(message, [&] { read_haplotypes(run, context, panel); });
+        expect_fatal(message, [&] { read_haplotypes(rooms, context, panel); });
         capture.open(run.log);
     }
-    std::string stage(int panel = 0) const {
+    std::string stage(std::size_t panel = 0) const {
         return "\n-reading Panel " + std::to_string(panel) + " haplotypes from -h and -l files\n --filename=[" + hap +
                "]\n --filename=[" + leg + "]\n";
     }
@@ -169,7 +169,7 @@ TEST_F(haplotype_pair, match_beside_panel1_depends_on_its_labels) {
     without.top_panel = 1;
     give("0 1\n0 1\n0 1\n0 1\n", header + "r 110 A C\nr 120 A C\nr 130 A C\nr 140 A C\n");
     give_panel1_genotypes();
-    said([this] { read_haplotypes(run, context, 0); });
+    said([this] { read_haplotypes(rooms, context, 0); });
     EXPECT_EQ(3, without.type);
     EXPECT_EQ(3, without.top_panel);
     EXPECT_EQ(2, all.type);
@@ -253,7 +253,7 @@ TEST_F(haplotype_pair, filter_rules_drop_lines) {
                   read_line(4) +
                   " --excluded 2 SNPs, leaving 2 SNPs for analysis\n"
                   "   --2 SNPs excluded according to filters specified via -filt_rules_l\n",
-              said([this] { read_haplotypes(run, context, 0); }));
+              said([this] { read_haplotypes(rooms, context, 0); }));
     EXPECT_EQ("10", text_of(site_at(130).haps[0]));
     EXPECT_EQ("11", text_of(site_at(140).haps[0]));
 }
@@ -266,7 +266,7 @@ TEST_F(haplotype_pair, rules_mean_nothing_to_a_legend_of_four_columns) {
 TEST_F(haplotype_pair, one_label_is_found_before_the_filters) {
     run.params.filt_rules_l = {"maf<0.05"};
     give("0 1\n", "id position a0 a1 maf\nr1 110 A A NA\n");
-    said([this] { read_haplotypes(run, context, 0); });
+    said([this] { read_haplotypes(rooms, context, 0); });
     EXPECT_EQ(1, run.log.warning_count());
 }
 
@@ -334,26 +334,26 @@ TEST_F(haplotype_pair, legend_headers_have_their_columns) {
 TEST_F(haplotype_pair, missing_files) {
     give("0 1\n", header);
     run.params.l_files[0] = files().name("none");
-    expect_fatal("ERROR: The -l file you specified does not exist.", [this] { read_haplotypes(run, context, 0); });
+    expect_fatal("ERROR: The -l file you specified does not exist.", [this] { read_haplotypes(rooms, context, 0); });
     capture.open(run.log);
     run.params.h_files[0] = files().name("none");
-    expect_fatal("ERROR: The -h file you specified does not exist.", [this] { read_haplotypes(run, context, 0); });
+    expect_fatal("ERROR: The -h file you specified does not exist.", [this] { read_haplotypes(rooms, context, 0); });
 }
 
 TEST_F(haplotype_pair, files_that_cannot_be_opened) {
     give("0 1\n", header, 1);
     run.params.l_files = {files().name("."), files().name(".")};
-    for (const int panel : {0, 1}) {
+    for (const std::size_t panel : {0, 1}) {
         expect_fatal("ERROR: The Panel " + std::to_string(panel) + " legend file [" + files().name(".") +
                          "] could not be opened.",
-                     [this, panel] { read_haplotypes(run, context, panel); });
+                     [this, panel] { read_haplotypes(rooms, context, panel); });
         capture.open(run.log);
     }
     run.params.h_files = {files().name("."), files().name(".")};
-    for (const int panel : {0, 1}) {
+    for (const std::size_t panel : {0, 1}) {
         expect_fatal("ERROR: The Panel " + std::to_string(panel) + " haplotypes file [" + files().name(".") +
                          "] could not be opened.",
-                     [this, panel] { read_haplotypes(run, context, panel); });
+                     [this, panel] { read_haplotypes(rooms, context, panel); });
         capture.open(run.log);
     }
 }
@@ -430,13 +430,13 @@ TEST_F(haplotype_pair, compressed_pair_is_read_and_a_damaged_one_refused) {
     }
     run.params.h_files = {files().write_compressed("hap.gz", haplotypes)};
     run.params.l_files = {files().write_compressed("leg.gz", legend)};
-    said([this] { read_haplotypes(run, context, 0); });
+    said([this] { read_haplotypes(rooms, context, 0); });
     EXPECT_EQ(100U, run.sites.store.size());
     for (const char* name : {"hap.gz", "leg.gz"}) {
         const std::string bytes = files().read(name);
         write(name, bytes.substr(0, bytes.size() - 9));
         run.sites.store.clear();
-        EXPECT_THROW(read_haplotypes(run, context, 0), run_end);
+        EXPECT_THROW(read_haplotypes(rooms, context, 0), run_end);
         capture.open(run.log);
         write(name, bytes);
     }

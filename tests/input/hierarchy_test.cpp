@@ -29,7 +29,7 @@ class hierarchy : public reader_fixture {
         return site;
     }
     std::string close() {
-        return said([this] { close_reading(run); });
+        return said([this] { close_reading(rooms); });
     }
     static std::string report(const std::string& lines) {
         return "\n-removing SNPs that violate the hierarchical data requirements\n" + lines;
@@ -58,7 +58,7 @@ TEST_F(hierarchy, empty_store_ends_the_run_well) {
         "There are no SNPs in the imputation interval, so there is nothing for ORVIDE2 to analyze; the program will "
         "quit "
         "now.",
-        [this] { close_reading(run); }, 0);
+        [this] { close_reading(rooms); }, 0);
 }
 
 TEST_F(hierarchy, study_without_reference_stays_whole) {
@@ -245,7 +245,7 @@ TEST_F(inclusion_list, does_not_look_at_types_that_are_not_put_out) {
 TEST_F(inclusion_list, is_read_before_the_pass_and_must_exist) {
     run.params.include_snps_file = files().name("none");
     add(150, 0, "0");
-    expect_fatal("ERROR: The -include_snps file you specified does not exist.", [this] { close_reading(run); });
+    expect_fatal("ERROR: The -include_snps file you specified does not exist.", [this] { close_reading(rooms); });
 }
 
 TEST_F(hierarchy, stand_ins_of_hole_filling_are_made_first) {

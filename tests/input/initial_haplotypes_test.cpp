@@ -11,7 +11,7 @@ class initial_haplotypes_file : public reader_fixture {
   protected:
     // A study with one site at each position, A and C, everybody with the genotypes.
     void give_study(const std::string& codes, std::initializer_list<long> positions = {150}) {
-        run.panels[2].n_ind = static_cast<int>(codes.size());
+        run.panels[2].n_ind = codes.size();
         run.panels[2].n_hap = 2 * run.panels[2].n_ind;
         if (run.plan.chrx_haploid) run.panels[2].n_hap = 2 * run.panels[2].n_females + run.panels[2].n_males;
         if (run.params.haploid_g) run.panels[2].n_hap = run.panels[2].n_ind;
@@ -19,16 +19,16 @@ class initial_haplotypes_file : public reader_fixture {
             snp& site = add_site(position);
             label(site, 2, "A", "C");
             site.gtypes[2] = genotypes(codes);
-            site.haps[2].assign(static_cast<std::size_t>(run.panels[2].n_hap), 2);
+            site.haps[2].assign(run.panels[2].n_hap, 2);
         }
     }
     std::string read(const std::string& text) {
         run.params.hap_init_g_file = write("init", text);
-        return said([this] { read_initial_haplotypes(run, context); });
+        return said([this] { read_initial_haplotypes(rooms, context); });
     }
     void expect_refused(const std::string& text, const std::string& message) {
         run.params.hap_init_g_file = write("init", text);
-        expect_fatal(message, [this] { read_initial_haplotypes(run, context); });
+        expect_fatal(message, [this] { read_initial_haplotypes(rooms, context); });
         capture.open(run.log);
     }
     std::string report(int n_read, const std::string& rest = "") const {
@@ -218,13 +218,13 @@ TEST_F(initial_haplotypes_file, ragged_lines_are_refused) {
 TEST_F(initial_haplotypes_file, missing_file) {
     run.params.hap_init_g_file = files().name("none");
     expect_fatal("ERROR: The -hap_init_g file you specified does not exist.",
-                 [this] { read_initial_haplotypes(run, context); });
+                 [this] { read_initial_haplotypes(rooms, context); });
 }
 
 TEST_F(initial_haplotypes_file, file_that_cannot_be_opened) {
     run.params.hap_init_g_file = files().name(".");
     expect_fatal("ERROR: The Panel 2 initial haplotypes file [" + files().name(".") + "] could not be opened.",
-                 [this] { read_initial_haplotypes(run, context); });
+                 [this] { read_initial_haplotypes(rooms, context); });
 }
 
 }  // namespace

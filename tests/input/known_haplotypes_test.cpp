@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -9,12 +10,14 @@
 
 namespace {
 
+using index_map = std::vector<std::optional<std::size_t>>;
+
 class known_haplotypes : public reader_fixture {
   protected:
     // A study read from -g, with one site at each position, A and C, everybody with the genotypes.
     void give_study(const std::string& codes, std::initializer_list<long> positions = {150}) {
         run.params.g_file = "study.gen";
-        run.panels[2].n_ind = static_cast<int>(codes.size());
+        run.panels[2].n_ind = codes.size();
         run.panels[2].n_hap = 2 * run.panels[2].n_ind;
         if (run.plan.chrx_haploid) run.panels[2].n_hap = 2 * run.panels[2].n_females + run.panels[2].n_males;
         if (run.params.haploid_g) run.panels[2].n_hap = run.panels[2].n_ind;
@@ -22,7 +25,7 @@ class known_haplotypes : public reader_fixture {
             snp& site = add_site(position);
             label(site, 2, "A", "C");
             site.gtypes[2] = genotypes(codes);
-            site.haps[2].assign(static_cast<std::size_t>(run.panels[2].n_hap), 2);
+            site.haps[2].assign(run.panels[2].n_hap, 2);
         }
     }
     // Starting alleles of everybody.
@@ -32,11 +35,11 @@ class known_haplotypes : public reader_fixture {
     }
     std::string read(const std::string& text) {
         run.params.known_haps_g_file = write("known", text);
-        return said([this] { read_known_haplotypes(run, context); });
+        return said([this] { read_known_haplotypes(rooms, context); });
     }
     void expect_refused(const std::string& text, const std::string& message) {
         run.params.known_haps_g_file = write("known", text);
-        expect_fatal(message, [this] { read_known_haplotypes(run, context); });
+        expect_fatal(message, [this] { read_known_haplotypes(rooms, context); });
         capture.open(run.log);
     }
     std::string report(const std::string& columns, int n_read, const std::string& rest = "") const {
@@ -103,17 +106,26 @@ TEST_F(known_haplotypes, probabilities_become_one_hot_where_known) {
     EXPECT_EQ("012222", text_of(site_at(150).haps[2]));
 }
 
-TEST_F(known_haplotypes, probabilities_are_normalised_unless_that_is_off) {
+TEST_F(known_haplotypes, probabilities_without_a_threshold_stay_as_given) {
+    give_study("33");
+    run.params.prob_g = true;
+    site_at(150).gtype_probs[2] = {0, 0.5F, 1.5F, 1, 0, 0};
+    const listed_draws draws({0.5});
+    read("s r 150 A C ? ? 0 1\n");
+    EXPECT_EQ((std::vector<float>{0, 0.5F, 1.5F, 0, 1, 0}), site_at(150).gtype_probs[2]);
+    EXPECT_EQ(1U, draws.n_taken());  // one for the frequency
+}
+
+TEST_F(known_haplotypes, probabilities_are_normalised_under_a_threshold_unless_that_is_off) {
     for (const bool normalised : {true, false}) {
         run.sites.store.clear();
         give_study("3");
         run.params.prob_g = true;
+        run.params.prob_g_thresh = 0.8;
         run.params.prob_g_norm = normalised;
         site_at(150).gtype_probs[2] = {0, 0, 2};
-        const listed_draws draws({0.5});
         read("s r 150 A C ? ?\n");
         EXPECT_EQ(normalised ? 1.0F : 2.0F, site_at(150).gtype_probs[2][2]);
-        EXPECT_EQ(1U, draws.n_taken());  // one for the frequency
     }
 }
 
@@ -275,41 +287,31 @@ TEST_F(known_haplotypes, people_are_tied_by_either_id) {
     run.params.sample_g_file = "given";
     run.panels[2].sample_ids = {std::vector<std::string>{"a1", "b1", "c1", "d1"},
                                 std::vector<std::string>{"a2", "b2", "c2", "d2"}};
-    run.exclude_samples_g = {"d1"};
+    context.exclude_samples[2] = {"d1"};
     run.params.sample_known_haps_g_file =
         write("sample", "ID_1 ID_2 missing\n0 0 0\nx c2 0\nnobody nobody 0\na1 y 0\nd1 d2 0\n");
     const std::string text = read("s r 150 A C 1 1 x y 0 1 1* 0*\n");
     EXPECT_NE(std::string::npos,
               text.find("\n-reading sample list for Panel 2 from -sample_known_haps_g file\n --filename=[" +
                         run.params.sample_known_haps_g_file + "]\n --read 4 sample IDs\n --stored 4/4 sample IDs\n"));
-    EXPECT_TRUE(run.exclude_samples_g.empty());
-    EXPECT_EQ((std::vector<int>{2, -1, 0, 3}), context.known_hap_index_map);
+    EXPECT_TRUE(context.exclude_samples[2].empty());
+    EXPECT_EQ((index_map{2, std::nullopt, 0, 3}), context.known_hap_index_map);
     EXPECT_EQ("01221110 1021 1010 1011", content());
     EXPECT_FALSE(files().has("out_samples"));
 }
 
-TEST_F(known_haplotypes, first_person_who_shares_an_id_is_taken) {
-    run.panels[2].sample_ids = {std::vector<std::string>{"a", "b", "c"}, std::vector<std::string>{"p", "q", "r"}};
-    run.sample_ids_known_haps = {std::vector<std::string>{"c", "c", "q", "z"},
-                                 std::vector<std::string>{"q", "r", "z", "z"}};
-    std::vector<int> map;
-    map_known_haps_to_gtypes(run, map);
-    EXPECT_EQ((std::vector<int>{1, 2, -1, -1}), map);
+TEST(known_people, first_one_who_shares_an_id_is_taken) {
+    EXPECT_EQ(
+        (index_map{1, 2, std::nullopt, std::nullopt}),
+        map_known_haps_to_gtypes({{{"c", "c", "q", "z"}, {"q", "r", "z", "z"}}}, {{{"a", "b", "c"}, {"p", "q", "r"}}}));
 }
 
-TEST_F(known_haplotypes, nobody_gives_no_map) {
-    run.panels[2].sample_ids = {std::vector<std::string>{"a"}, std::vector<std::string>{"p"}};
-    std::vector<int> map;
-    map_known_haps_to_gtypes(run, map);
-    EXPECT_TRUE(map.empty());
+TEST(known_people, nobody_gives_no_map) {
+    EXPECT_TRUE(map_known_haps_to_gtypes({}, {{{"a"}, {"p"}}}).empty());
 }
 
-TEST_F(known_haplotypes, first_of_equal_ids_is_taken) {
-    run.panels[2].sample_ids = {std::vector<std::string>{"a", "a"}, std::vector<std::string>{"p", "p"}};
-    run.sample_ids_known_haps = {std::vector<std::string>{"a"}, std::vector<std::string>{"x"}};
-    std::vector<int> map;
-    map_known_haps_to_gtypes(run, map);
-    EXPECT_EQ((std::vector<int>{0}), map);
+TEST(known_people, first_of_equal_ids_is_taken) {
+    EXPECT_EQ((index_map{0}), map_known_haps_to_gtypes({{{"a"}, {"x"}}}, {{{"a", "a"}, {"p", "p"}}}));
 }
 
 // --- faults ----------------------------------------------------------------------------------------------------------
@@ -383,13 +385,13 @@ TEST_F(known_haplotypes, ragged_lines_are_refused) {
 TEST_F(known_haplotypes, missing_file) {
     run.params.known_haps_g_file = files().name("none");
     expect_fatal("ERROR: The -known_haps_g file you specified does not exist.",
-                 [this] { read_known_haplotypes(run, context); });
+                 [this] { read_known_haplotypes(rooms, context); });
 }
 
 TEST_F(known_haplotypes, file_that_cannot_be_opened) {
     run.params.known_haps_g_file = files().name(".");
     expect_fatal("ERROR: The Panel 2 haplotypes file [" + files().name(".") + "] could not be opened.",
-                 [this] { read_known_haplotypes(run, context); });
+                 [this] { read_known_haplotypes(rooms, context); });
 }
 
 // --- beside initial haplotypes ---------------------------------------------------------------------------------------

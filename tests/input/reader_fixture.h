@@ -1,6 +1,6 @@
 #pragma once
 
-// A run without files of its own: region 100 to 200, all types put out, its channels in memory and in a folder.
+// The rooms of a reading without files: region 100 to 200, all types put out, channels in memory and in a folder.
 
 #include <gtest/gtest.h>
 
@@ -8,8 +8,13 @@
 #include <string>
 #include <utility>
 
+#include "input/input_rooms.h"
 #include "input/reading_context.h"
-#include "model/data.h"
+#include "io/run_log.h"
+#include "model/genetic_map.h"
+#include "model/parameters.h"
+#include "model/run_plan.h"
+#include "model/site_table.h"
 #include "support/alleles.h"
 #include "support/log_capture.h"
 
@@ -54,11 +59,11 @@ class reader_fixture : public ::testing::Test {
     void give_panel0() { run.params.h_files.insert(run.params.h_files.begin(), files().name("ref.hap")); }
     void give_panel1_genotypes() { run.params.g_ref_file = files().name("ref.gen"); }
     // A chrX run with these individuals in a panel; 1 for a male, 2 for a female.
-    void give_sexes(int panel, const std::string& sexes, bool males_are_haploid = true) {
+    void give_sexes(std::size_t panel, const std::string& sexes, bool males_are_haploid = true) {
         run.params.chrX = true;
         run.plan.chrx_haploid = run.panels[1].sexes_differ = run.panels[2].sexes_differ = males_are_haploid;
         run.plan.chrx_diploid = !males_are_haploid;
-        panel_data& people = run.panels[static_cast<std::size_t>(panel)];
+        panel_data& people = run.panels[panel];
         std::size_t n_haplotypes = 0;
         for (const char c : sexes) {
             const int sex = c - '0';
@@ -85,6 +90,14 @@ class reader_fixture : public ::testing::Test {
     }
 
     log_capture capture;
-    data run{capture.terminal, capture.notes};
+    struct {
+        parameters params;
+        run_plan plan;
+        run_log log;
+        genetic_map map;
+        panel_array panels;
+        site_table sites;
+    } run{{}, {}, run_log(capture.terminal, capture.notes), {}, {}, {}};
+    const input_rooms rooms{run.params, run.plan, run.log, run.map, run.panels, run.sites};
     reading_context context;
 };

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <set>
 #include <string>
 #include <vector>
 
@@ -11,22 +10,22 @@ namespace {
 
 class sample_list : public reader_fixture {
   protected:
-    std::string read(const std::string& text, int panel, bool is_inclusion) {
+    std::string read(const std::string& text, std::size_t panel, bool is_inclusion) {
         write("list", text);
-        return said([&] { read_sample_inclusion_exclusion_list(run, files().name("list"), ids, panel, is_inclusion); });
+        return said([&] { ids = read_sample_list(run.log, files().name("list"), panel, is_inclusion); });
     }
     std::string report(const std::string& stage, int n) const {
         return "\n-" + stage + "\n --filename=[" + files().name("list") + "]\n --read " + std::to_string(n) +
                " sample IDs\n";
     }
-    std::set<std::string> ids;
+    id_set ids;
 };
 
 TEST_F(sample_list, first_token_counts_and_duplicates_fold) {
     ids = {"old"};
     EXPECT_EQ(report("reading sample exclusion list for Panel 2 from -exclude_samples_g file", 2),
               read("a\nb rest\na\n\n", 2, false));
-    EXPECT_EQ((std::set<std::string>{"a", "b"}), ids);
+    EXPECT_EQ((id_set{"a", "b"}), ids);
 }
 
 TEST_F(sample_list, each_list_has_its_words) {
@@ -38,33 +37,39 @@ TEST_F(sample_list, each_list_has_its_words) {
 
 TEST_F(sample_list, unknown_panel) {
     expect_fatal("ERROR: Panel code [3] for sample exclusion file is not valid.",
-                 [this] { read_sample_inclusion_exclusion_list(run, "x", ids, 3, false); });
+                 [this] { read_sample_list(run.log, "x", 3, false); });
     capture.open(run.log);
-    expect_fatal("ERROR: Panel code [-1] for sample inclusion file is not valid.",
-                 [this] { read_sample_inclusion_exclusion_list(run, "x", ids, -1, true); });
+    expect_fatal("ERROR: Panel code [4] for sample inclusion file is not valid.",
+                 [this] { read_sample_list(run.log, "x", 4, true); });
 }
 
 TEST_F(sample_list, missing_file) {
     expect_fatal("ERROR: The -exclude_samples_h file you specified does not exist.",
-                 [this] { read_sample_inclusion_exclusion_list(run, files().name("none"), ids, 0, false); });
+                 [this] { read_sample_list(run.log, files().name("none"), 0, false); });
 }
 
 TEST_F(sample_list, file_that_cannot_be_opened) {
     expect_fatal("ERROR: The sample exclusion file [" + files().name(".") + "] could not be opened.",
-                 [this] { read_sample_inclusion_exclusion_list(run, files().name("."), ids, 2, false); });
+                 [this] { read_sample_list(run.log, files().name("."), 2, false); });
     capture.open(run.log);
     expect_fatal("ERROR: The sample inclusion file [" + files().name(".") + "] could not be opened.",
-                 [this] { read_sample_inclusion_exclusion_list(run, files().name("."), ids, 2, true); });
+                 [this] { read_sample_list(run.log, files().name("."), 2, true); });
 }
 
 class sample_file : public reader_fixture {
   protected:
-    std::string read(const std::string& text, int panel = 2, bool known = false, bool main_diploid = true) {
+    void SetUp() override {
+        reader_fixture::SetUp();
+        context.exclude_flags = {true};  // of the file before
+    }
+    std::string read(const std::string& text, std::size_t panel = 2, bool known = false, bool main_diploid = true) {
         write("sample", text);
         return said([&] { read_silently(panel, known, main_diploid); });
     }
-    void read_silently(int panel = 2, bool known = false, bool main_diploid = true) {
-        read_sample_file(run, files().name("sample"), exclude, include, exclude_flags, panel, known, main_diploid);
+    void read_silently(std::size_t panel = 2, bool known = false, bool main_diploid = true) {
+        context.exclude_samples.fill(exclude);
+        context.include_samples.fill(include);
+        read_sample_file(rooms, context, files().name("sample"), panel, known, main_diploid);
     }
     void expect_refused(const std::string& text, const std::string& message) {
         write("sample", text);
@@ -75,8 +80,7 @@ class sample_file : public reader_fixture {
         return "ERROR: The sample file [" + files().name("sample") +
                "] does not contain the correct header format. Please consult the online documentation and try again.";
     }
-    std::set<std::string> exclude, include;
-    std::vector<bool> exclude_flags{true};
+    id_set exclude, include;
     const std::string header = "ID_1 ID_2 missing\n0 0 0\n";
 };
 
@@ -86,23 +90,31 @@ TEST_F(sample_file, people_of_the_study_are_stored_and_copied) {
                   "]\n --read 3 sample IDs\n --stored 2/3 sample IDs\n --wrote filtered sample file [" +
                   files().name("out") + "_samples]\n",
               read(header + "a1 a2 0\nb1 b2 0\nc1  c2\t0 \n"));
-    EXPECT_EQ("010", text_of(exclude_flags));
+    EXPECT_EQ("010", text_of(context.exclude_flags));
     EXPECT_EQ((std::vector<std::string>{"a1", "c1"}), run.panels[2].sample_ids[0]);
     EXPECT_EQ((std::vector<std::string>{"a2", "c2"}), run.panels[2].sample_ids[1]);
-    EXPECT_TRUE(run.sample_ids_known_haps[0].empty());
+    EXPECT_TRUE(context.known_haps_ids[0].empty());
     EXPECT_EQ(header + "a1 a2 0\nc1  c2\t0 \n", files().read("out_samples"));
+}
+
+TEST_F(sample_file, copy_holds_the_first_people_under_nind) {
+    exclude = {"a1"};
+    run.params.nind = 2;
+    read(header + "a1 a2 0\nb1 b2 0\nc1 c2 0\nd1 d2 0\n");
+    EXPECT_EQ((std::vector<std::string>{"b1", "c1", "d1"}), run.panels[2].sample_ids[0]);
+    EXPECT_EQ(header + "b1 b2 0\nc1 c2 0\n", files().read("out_samples"));
 }
 
 TEST_F(sample_file, either_id_excludes_and_case_matters) {
     exclude = {"a1", "b2", "C1"};
     read(header + "a1 a2 0\nb1 b2 0\nc1 c2 0\n");
-    EXPECT_EQ("110", text_of(exclude_flags));
+    EXPECT_EQ("110", text_of(context.exclude_flags));
 }
 
 TEST_F(sample_file, inclusion_list_keeps_nobody_out) {
     include = {"a1"};
     read(header + "a1 a2 0\nb1 b2 0\n");
-    EXPECT_EQ("00", text_of(exclude_flags));
+    EXPECT_EQ("00", text_of(context.exclude_flags));
 }
 
 TEST_F(sample_file, each_panel_has_its_option_and_only_the_study_its_copy) {
@@ -117,14 +129,14 @@ TEST_F(sample_file, each_panel_has_its_option_and_only_the_study_its_copy) {
 
 TEST_F(sample_file, known_haplotypes_have_their_own_people) {
     read(header + "a1 a2 0\n", 2, true, false);
-    EXPECT_EQ((std::vector<std::string>{"a1"}), run.sample_ids_known_haps[0]);
-    EXPECT_EQ((std::vector<std::string>{"a2"}), run.sample_ids_known_haps[1]);
+    EXPECT_EQ((std::vector<std::string>{"a1"}), context.known_haps_ids[0]);
+    EXPECT_EQ((std::vector<std::string>{"a2"}), context.known_haps_ids[1]);
     EXPECT_TRUE(run.panels[2].sample_ids[0].empty());
 }
 
 TEST_F(sample_file, two_names_in_the_header_are_enough) {
     read("ID_1 ID_2\n0 0\na b\n");
-    EXPECT_EQ("0", text_of(exclude_flags));
+    EXPECT_EQ("0", text_of(context.exclude_flags));
 }
 
 TEST_F(sample_file, header_must_name_the_ids) {
@@ -136,7 +148,7 @@ TEST_F(sample_file, header_must_name_the_ids) {
 
 TEST_F(sample_file, second_line_is_not_looked_at_where_sex_is_not_needed) {
     read("ID_1 ID_2 missing\nwhatever\na b 0\n");
-    EXPECT_EQ("0", text_of(exclude_flags));
+    EXPECT_EQ("0", text_of(context.exclude_flags));
 }
 
 TEST_F(sample_file, sexes_place_the_haplotypes) {
@@ -209,7 +221,7 @@ TEST_F(sample_file, missing_file) {
 
 TEST_F(sample_file, file_that_cannot_be_opened) {
     expect_fatal("ERROR: The sample file [" + files().name(".") + "] could not be opened.",
-                 [this] { read_sample_file(run, files().name("."), exclude, include, exclude_flags, 2, false, true); });
+                 [this] { read_sample_file(rooms, context, files().name("."), 2, false, true); });
 }
 
 TEST_F(sample_file, unknown_panels) {

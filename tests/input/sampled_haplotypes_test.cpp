@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <random>
 #include <string>
 #include <vector>
 
@@ -15,13 +14,13 @@ class sampled_haplotypes_file : public reader_fixture {
         reader_fixture::SetUp();
         run.params.hap_samp_in_g = run.params.hap_samp_in_g_ref = run.params.hap_samp_in_h = base;
     }
-    std::string read(const std::string& text, int panel = 2) {
+    std::string read(const std::string& text, std::size_t panel = 2) {
         write("samp_hapsamp1", text);
-        return said([&] { read_first_sampled_haplotypes(run, context, panel); });
+        return said([&] { read_first_sampled_haplotypes(rooms, context, panel); });
     }
-    void expect_refused(const std::string& text, const std::string& message, int panel = 2) {
+    void expect_refused(const std::string& text, const std::string& message, std::size_t panel = 2) {
         write("samp_hapsamp1", text);
-        expect_fatal(message, [&] { read_first_sampled_haplotypes(run, context, panel); });
+        expect_fatal(message, [&] { read_first_sampled_haplotypes(rooms, context, panel); });
         capture.open(run.log);
     }
     std::string report(const std::string& option, int panel, const std::string& columns, int n_read,
@@ -140,7 +139,7 @@ TEST_F(sampled_haplotypes_file, nobody_left_means_no_data) {
 }
 
 TEST_F(sampled_haplotypes_file, odd_strings_are_refused) {
-    for (const int panel : {2, 1}) {
+    for (const std::size_t panel : {2, 1}) {
         expect_refused("s r 150 A C 011\n",
                        "ERROR: The Panel " + std::to_string(panel) + " hapsamp file [" + base +
                            "_hapsamp1] does not contain a valid number of columns. Please review the documentation and "
@@ -178,7 +177,7 @@ TEST_F(sampled_haplotypes_file, strings_must_have_one_length) {
 
 TEST_F(sampled_haplotypes_file, compressed_file_is_found_if_it_is_the_only_one) {
     files().write_compressed("samp_hapsamp1.gz", "s r 150 A C 01\n");
-    const std::string text = said([this] { read_first_sampled_haplotypes(run, context, 2); });
+    const std::string text = said([this] { read_first_sampled_haplotypes(rooms, context, 2); });
     EXPECT_NE(std::string::npos, text.find(" --filename=[" + base + "_hapsamp1.gz]\n"));
     EXPECT_EQ(1U, run.sites.store.size());
 }
@@ -191,19 +190,19 @@ TEST_F(sampled_haplotypes_file, plain_file_wins) {
 
 TEST_F(sampled_haplotypes_file, missing_files) {
     const char* const options[] = {"-hap_samp_in_h", "-hap_samp_in_g_ref", "-hap_samp_in_g"};
-    for (const int panel : {0, 1, 2}) {
+    for (const std::size_t panel : {0, 1, 2}) {
         expect_fatal(std::string("ERROR: The ") + options[panel] + " file you specified does not exist.",
-                     [&] { read_first_sampled_haplotypes(run, context, panel); });
+                     [&] { read_first_sampled_haplotypes(rooms, context, panel); });
         capture.open(run.log);
     }
 }
 
 TEST_F(sampled_haplotypes_file, files_that_cannot_be_opened) {
     std::filesystem::create_directory(files().name("samp_hapsamp1"));
-    for (const int panel : {0, 1, 2}) {
+    for (const std::size_t panel : {0, 1, 2}) {
         expect_fatal(
             "ERROR: The Panel " + std::to_string(panel) + " hapsamp file [" + base + "_hapsamp1] could not be opened.",
-            [&] { read_first_sampled_haplotypes(run, context, panel); });
+            [&] { read_first_sampled_haplotypes(rooms, context, panel); });
         capture.open(run.log);
     }
 }
@@ -264,115 +263,6 @@ TEST_F(sampled_haplotypes_file, reference_snp_with_one_label_is_dropped) {
     EXPECT_EQ("WARNING: The SNP at position 150 in the -hap_samp_in_g_ref" + end +
                   "WARNING: The SNP at position 150 in the -hap_samp_in_h" + end,
               warnings());
-}
-
-// --- later iterations ------------------------------------------------------------------------------------------------
-
-class later_sampled_haplotypes : public sampled_haplotypes_file {
-  protected:
-    // A store of sites whose panel haplotypes all are 0.
-    void give_sites(const std::vector<long>& positions, int panel, std::size_t n_hap) {
-        const auto p = static_cast<std::size_t>(panel);
-        run.panels[p].n_hap = static_cast<int>(n_hap);
-        run.panels[p].haps = packed_haplotypes(n_hap, positions.size());
-        for (std::size_t s = 0; s < positions.size(); ++s) {
-            add_site(positions[s]).index = static_cast<int>(s);
-            run.panels[p].haps.set_holds(s);
-        }
-    }
-    std::string haps(int panel, std::size_t site) const {
-        const packed_haplotypes& rows = run.panels[static_cast<std::size_t>(panel)].haps;
-        std::string text;
-        for (std::size_t h = 0; h < rows.n_hap(); ++h) text += static_cast<char>('0' + rows.allele(h, site));
-        return text;
-    }
-};
-
-TEST_F(later_sampled_haplotypes, replace_those_of_the_panel) {
-    give_sites({110, 120, 130}, 2, 4);
-    run.sites.store.find(120)->second.allele_flipped[2] = true;
-    write("samp_hapsamp3", "s r 50 A C x\ns r 110 A C 0110\ns r 115 A C x\ns r 120 A C 0110\ns r 140 A C x\n");
-    EXPECT_EQ("", said([this] { read_sampled_haps(run, 2, 2); }));
-    EXPECT_EQ("0110", haps(2, 0));
-    EXPECT_EQ("1001", haps(2, 1));  // the panel codes this site the other way round
-    EXPECT_EQ("0000", haps(2, 2));
-}
-
-TEST_F(later_sampled_haplotypes, leave_sites_alone_that_the_panel_does_not_hold) {
-    give_sites({110, 120}, 0, 2);
-    run.panels[0].haps = packed_haplotypes(2, 2);
-    run.panels[0].haps.set_holds(1);
-    write("samp_hapsamp2", "s r 110 A C 11\ns r 120 A C 11\n");
-    read_sampled_haps(run, 1, 0);
-    EXPECT_EQ("00", haps(0, 0));
-    EXPECT_EQ("11", haps(0, 1));
-}
-
-TEST_F(later_sampled_haplotypes, walk_does_not_turn_back) {
-    give_sites({110, 120, 120}, 1, 2);
-    write("samp_hapsamp2", "s r 120 A C 10\ns r 120 A C 01\ns r 110 A C 11\n");
-    read_sampled_haps(run, 1, 1);
-    EXPECT_EQ("00", haps(1, 0));
-    EXPECT_EQ("01", haps(1, 1));  // the second line met the same entry
-    EXPECT_EQ("00", haps(1, 2));
-}
-
-TEST_F(later_sampled_haplotypes, odd_or_long_strings_are_read_as_they_stand) {
-    give_sites({110}, 2, 2);
-    write("samp_hapsamp2", "s r 110 A C 1-0\n");
-    read_sampled_haps(run, 1, 2);
-    EXPECT_EQ("11", haps(2, 0));  // what is not 0 is 1
-}
-
-TEST_F(later_sampled_haplotypes, short_string_ends_the_run) {
-    give_sites({110}, 2, 4);
-    write("samp_hapsamp2", "s r 110 A C 101\n");
-    expect_fatal("ERROR: There are fewer haplotypes than in the panel, in line 1 of the file [" + base + "_hapsamp2].",
-                 [this] { read_sampled_haps(run, 1, 2); });
-}
-
-TEST_F(later_sampled_haplotypes, many_sites_and_haplotypes_land_in_their_places) {
-    std::mt19937 generator(5);
-    std::vector<long> positions;
-    for (long position = 1; position <= 300; ++position) positions.push_back(position);
-    give_sites(positions, 0, 150);
-    std::string text;
-    std::vector<std::string> rows(positions.size(), std::string(150, '0'));
-    for (std::size_t s = 0; s < positions.size(); ++s) {
-        if (generator() % 4 == 0) continue;  // a line is missing
-        for (char& c : rows[s]) c = generator() % 3 == 0 ? '1' : '0';
-        text += "s r " + std::to_string(positions[s]) + " A C " + rows[s] + "\n";
-    }
-    write("samp_hapsamp2", text);
-    read_sampled_haps(run, 1, 0);
-    for (std::size_t s = 0; s < positions.size(); ++s) EXPECT_EQ(rows[s], haps(0, s)) << s;
-}
-
-TEST_F(later_sampled_haplotypes, empty_store_needs_nothing) {
-    write("samp_hapsamp2", "nonsense\n");
-    read_sampled_haps(run, 1, 2);
-    EXPECT_TRUE(run.sites.store.empty());
-}
-
-TEST_F(later_sampled_haplotypes, verbose_run_names_the_file_on_the_terminal_alone) {
-    run.params.verbose = true;
-    files().write_compressed("samp_hapsamp2.gz", "");
-    read_sampled_haps(run, 1, 1);
-    EXPECT_EQ("\n-reading sampled haplotypes for Panel 1 from -hap_samp_in_g_ref file\n --filename=[" + base +
-                  "_hapsamp2.gz]\n",
-              capture.terminal.str());
-    EXPECT_EQ("", capture.summary());
-}
-
-TEST_F(later_sampled_haplotypes, faults_end_the_run) {
-    expect_fatal("ERROR: The -hap_samp_in_h file you specified does not exist.",
-                 [this] { read_sampled_haps(run, 1, 0); });
-    capture.open(run.log);
-    expect_fatal("ERROR: Invalid panel idx supplied to read_sampled_haps().", [this] { read_sampled_haps(run, 1, 3); });
-    capture.open(run.log);
-    std::filesystem::create_directory(files().name("samp_hapsamp2"));
-    expect_fatal("ERROR: The hapsamp file [" + base + "_hapsamp2] could not be opened.",
-                 [this] { read_sampled_haps(run, 1, 2); });
 }
 
 }  // namespace

@@ -1,10 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <optional>
 #include <string>
 
-#include "input/panel_options.h"
-#include "input/reader_common.h"
 #include "input/reader_fixture.h"
 #include "input/readers.h"
 
@@ -12,9 +11,9 @@ namespace {
 
 class strand_file : public reader_fixture {
   protected:
-    std::string read(const std::string& text, int panel = 2) {
+    std::string read(const std::string& text, std::size_t panel = 2) {
         name = write("strand", text);
-        return said([&] { read_strand_file(run, name, panel, map); });
+        return said([&] { map = read_strand_file(run.log, run.plan, name, panel); });
     }
     std::string name;
     std::map<long, std::string> map;
@@ -41,90 +40,46 @@ TEST_F(strand_file, each_panel_has_its_option) {
 
 TEST_F(strand_file, missing_file) {
     expect_fatal("ERROR: The -strand_g_ref file you specified does not exist.",
-                 [this] { read_strand_file(run, files().name("none"), 1, map); });
+                 [this] { map = read_strand_file(run.log, run.plan, files().name("none"), 1); });
 }
 
 TEST_F(strand_file, file_that_cannot_be_opened) {
     expect_fatal("ERROR: The strand file [" + files().name(".") + "] could not be opened.",
-                 [this] { read_strand_file(run, files().name("."), 1, map); });
+                 [this] { map = read_strand_file(run.log, run.plan, files().name("."), 1); });
 }
 
 TEST_F(strand_file, malformed_lines_end_the_run) {
     write("strand", "150 +\nx +\n");
     expect_fatal("ERROR: The position 'x' is not a number, in line 2 of the file [" + files().name("strand") + "].",
-                 [this] { read_strand_file(run, files().name("strand"), 2, map); });
+                 [this] { map = read_strand_file(run.log, run.plan, files().name("strand"), 2); });
     capture.open(run.log);
     write("strand", "150\n");
     expect_fatal("ERROR: There is no strand, in line 1 of the file [" + files().name("strand") + "].",
-                 [this] { read_strand_file(run, files().name("strand"), 2, map); });
+                 [this] { map = read_strand_file(run.log, run.plan, files().name("strand"), 2); });
 }
 
-class strand_rule : public reader_fixture {
-  protected:
-    // Labels and strand after the rule, as "A C +".
-    std::string apply(const std::string& a0, const std::string& a1, const std::string& strand) {
-        context = {};
-        if (!strand.empty()) context.strand_map[150] = strand;
-        panel_labels labels{a0, a1, "*", -1.0};
-        apply_strand_map(context, 150, labels);
-        return labels.a0 + " " + labels.a1 + " " + labels.strand;
-    }
-};
-
-TEST_F(strand_rule, minus_flips_both_labels) {
-    EXPECT_EQ("T G +", apply("A", "C", "-"));
-    EXPECT_EQ(1, context.strands.flipped);
-    EXPECT_EQ(1, context.strands.handled);
-}
-
-TEST_F(strand_rule, any_other_strand_is_copied) {
-    EXPECT_EQ("A C +", apply("A", "C", "+"));
-    EXPECT_EQ("A C odd", apply("A", "C", "odd"));
-    EXPECT_EQ(0, context.strands.flipped);
-    EXPECT_EQ(1, context.strands.handled);
-}
-
-TEST_F(strand_rule, complementary_labels_flip_like_any_other) {
-    EXPECT_EQ("T A +", apply("A", "T", "-"));
-    EXPECT_EQ(1, context.strands.flipped);
-}
-
-TEST_F(strand_rule, indel_is_not_informative) {
-    EXPECT_EQ("A AT *", apply("A", "AT", "-"));
-    EXPECT_EQ(0, context.strands.handled);
-}
-
-TEST_F(strand_rule, site_without_entry_is_left_alone) {
-    EXPECT_EQ("A C *", apply("A", "C", ""));
-    context.strand_map[151] = "-";
-    panel_labels labels{"A", "C", "*", -1.0};
-    apply_strand_map(context, 150, labels);
-    EXPECT_EQ("A", labels.a0);
-    EXPECT_EQ(0, context.strands.handled);
-}
-
-TEST_F(strand_rule, study_is_aligned_in_one_pass) {
+TEST_F(strand_file, study_is_aligned_in_one_pass) {
     for (const long position : {110L, 120L, 130L}) label(add_site(position), 2, "A", "C");
     context.strand_map = {{110, "-"}, {120, "+"}};
-    align_study_to_strand_map(run, context);
+    align_study_to_strand_map(context, run.sites);
     EXPECT_EQ("T", site_at(110).labels[2].a0);
     EXPECT_EQ("+", site_at(120).labels[2].strand);
     EXPECT_EQ("*", site_at(130).labels[2].strand);
     EXPECT_EQ("\n-using -strand_g file to align Panel 2 allele labels\n --flipped strand at 1 out of 2 SNPs\n",
-              said([this] { report_strand_use(run, context, 2); }));
+              said([this] { report_strand_use(run.log, context, 2); }));
     EXPECT_NE(std::string::npos, said([this] {
-                                     report_strand_use(run, context, 1);
+                                     report_strand_use(run.log, context, 1);
                                  }).find("-using -strand_g_ref file to align Panel 1 allele labels\n"));
     EXPECT_NE(std::string::npos, said([this] {
-                                     report_strand_use(run, context, 0);
+                                     report_strand_use(run.log, context, 0);
                                  }).find("-using -strand_h file to align Panel 0 allele labels\n"));
 }
 
 class snp_list : public reader_fixture {
   protected:
-    std::string read(const std::string& text, int code) {
+    std::string read(const std::string& text, std::optional<std::size_t> panel) {
         write("list", text);
-        return said([&] { read_snp_list(run, files().name("list"), ids, code); });
+        return said([&] { ids = read_snp_list(run.log, files().name("list"), panel); });
     }
     std::string report(const std::string& stage, int n) const {
         return "\n-" + stage + "\n --filename=[" + files().name("list") + "]\n --read " + std::to_string(n) +
@@ -142,66 +97,28 @@ TEST_F(snp_list, first_token_of_a_line_counts) {
 TEST_F(snp_list, each_list_has_its_words) {
     EXPECT_EQ(report("reading SNP exclusion list for Panel 1 from -exclude_snps_g_ref file", 0), read("", 1));
     EXPECT_EQ(report("reading SNP exclusion list for Panel 0 from -exclude_snps_h file", 0), read("", 0));
-    EXPECT_EQ(report("reading SNP inclusion list for Panel -1 from -include_snps file", 0), read("", -1));
+    EXPECT_EQ(report("reading SNP inclusion list for Panel -1 from -include_snps file", 0), read("", std::nullopt));
 }
 
 TEST_F(snp_list, missing_file) {
     expect_fatal("ERROR: The -exclude_snps_h file you specified does not exist.",
-                 [this] { read_snp_list(run, files().name("none"), ids, 0); });
+                 [this] { read_snp_list(run.log, files().name("none"), 0); });
     capture.open(run.log);
     expect_fatal("ERROR: The -include_snps file you specified does not exist.",
-                 [this] { read_snp_list(run, files().name("none"), ids, -1); });
+                 [this] { read_snp_list(run.log, files().name("none"), std::nullopt); });
 }
 
 TEST_F(snp_list, file_that_cannot_be_opened) {
     expect_fatal("ERROR: The SNP exclusion file [" + files().name(".") + "] could not be opened.",
-                 [this] { read_snp_list(run, files().name("."), ids, 2); });
+                 [this] { read_snp_list(run.log, files().name("."), 2); });
     capture.open(run.log);
     expect_fatal("ERROR: The SNP inclusion file [" + files().name(".") + "] could not be opened.",
-                 [this] { read_snp_list(run, files().name("."), ids, -1); });
+                 [this] { read_snp_list(run.log, files().name("."), std::nullopt); });
 }
 
 TEST_F(snp_list, unknown_code) {
     expect_fatal("ERROR: Panel code [3] for SNP exclusion file is not valid.",
-                 [this] { read_snp_list(run, files().name("list"), ids, 3); });
-}
-
-TEST_F(snp_list, any_of_three_names_excludes) {
-    context.exclude_snps[2] = {"id"};
-    EXPECT_TRUE(is_excluded(run, context, 2, "id", "rs", 150));
-    EXPECT_TRUE(is_excluded(run, context, 2, "x", "id", 150));
-    EXPECT_FALSE(is_excluded(run, context, 2, "x", "rs", 150));
-    context.exclude_snps[2] = {"150"};
-    EXPECT_TRUE(is_excluded(run, context, 2, "x", "rs", 150));
-    EXPECT_FALSE(is_excluded(run, context, 2, "x", "rs", 15));
-}
-
-TEST_F(snp_list, study_list_excludes_from_reference_panels_too) {
-    context.exclude_snps[2] = {"rs"};
-    EXPECT_TRUE(is_excluded(run, context, 0, "---", "rs", 150));
-    EXPECT_TRUE(is_excluded(run, context, 1, "---", "rs", 150));
-    run.params.impute_excluded = true;
-    EXPECT_FALSE(is_excluded(run, context, 0, "---", "rs", 150));
-    EXPECT_FALSE(is_excluded(run, context, 1, "---", "rs", 150));
-    EXPECT_TRUE(is_excluded(run, context, 2, "---", "rs", 150));
-}
-
-TEST_F(snp_list, reference_lists_act_on_their_own_panel) {
-    context.exclude_snps[0] = {"rs"};
-    EXPECT_TRUE(is_excluded(run, context, 0, "---", "rs", 150));
-    EXPECT_FALSE(is_excluded(run, context, 1, "---", "rs", 150));
-    EXPECT_FALSE(is_excluded(run, context, 2, "---", "rs", 150));
-}
-
-TEST(panel_option_names, belong_to_the_panels) {
-    EXPECT_STREQ("h", options_of_panel(0).suffix);
-    EXPECT_STREQ("g_ref", options_of_panel(1).suffix);
-    EXPECT_STREQ("g", options_of_panel(2).suffix);
-    EXPECT_FALSE(is_panel(-1));
-    EXPECT_FALSE(is_panel(3));
-    parameters params;
-    params.sample_g_ref_file = "x";
-    EXPECT_EQ("x", params.*options_of_panel(1).sample_file);
+                 [this] { read_snp_list(run.log, files().name("list"), 3); });
 }
 
 }  // namespace

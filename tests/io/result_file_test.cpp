@@ -2,11 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <functional>
 #include <limits>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -49,10 +51,10 @@ class result : public ::testing::Test {
         return capture.files.read("out");
     }
     std::string probability(double value, int decimals) {
-        return written([&](result_file& f) { f.probability(value, decimals, std::pow(10.0, -decimals)); });
+        return written([&](result_file& f) { f.probability(value, decimals, smallest_printed(decimals)); });
     }
     std::string probabilities(const std::vector<double>& values, int decimals) {
-        return written([&](result_file& f) { f.probabilities(values, decimals, std::pow(10.0, -decimals)); });
+        return written([&](result_file& f) { f.probabilities(values, decimals, smallest_printed(decimals)); });
     }
     std::string unpacked(const std::string& name) {
         boost::iostreams::filtering_istream stream;
@@ -138,7 +140,7 @@ TEST_F(result, probabilities_near_the_ends_are_one_digit) {
 TEST_F(result, a_row_of_probabilities_is_the_single_ones_behind_blanks) {
     input_source source(4);
     for (const int decimals : {0, 1, 2, 3, 6, 8, 9, 12, 17}) {
-        const double low = std::pow(10.0, -decimals);
+        const double low = smallest_printed(decimals);
         std::vector<double> values{0.0,
                                    1.0,
                                    0.5,
@@ -290,6 +292,26 @@ TEST_F(result, a_full_disk_is_noticed_when_a_small_file_is_closed) {
         EXPECT_FALSE(log.any_result_failed());
     }
     EXPECT_TRUE(log.any_result_failed());
+}
+
+TEST_F(result, probabilities_print_as_the_standard_library_rounds_them) {
+    std::mt19937_64 generator(11);
+    std::uniform_real_distribution<double> uniform(0.0, 1.0);
+    std::vector<double> values{0.0005, 0.001,      0.0015, 0.0625, 0.125, 0.5,
+                               0.9995, 0.99949999, 0.999,  1.0,    0.0,   0.00099999};
+    for (int k = 0; k < 20000; ++k) values.push_back(uniform(generator));
+    for (int k = 0; k < 2000; ++k)
+        values.push_back(std::round(uniform(generator) * 4096.0) / 4096.0);  // many exact ties
+    for (const int decimals : {0, 1, 3, 4, 8, 9, 12}) {
+        const double low = smallest_printed(decimals);
+        std::string expected;
+        for (const double value : values) {
+            std::array<char, 64> text{};
+            std::snprintf(text.data(), text.size(), " %.*f", decimals, value);
+            expected += value < low ? " 0" : value > 1.0 - low ? " 1" : text.data();
+        }
+        EXPECT_TRUE(probabilities(values, decimals) == expected) << decimals;
+    }
 }
 
 }  // namespace

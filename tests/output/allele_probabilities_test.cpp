@@ -1,4 +1,5 @@
-#include "output/results.h"
+#include "output/allele_probabilities.h"
+
 #include "output_fixture.h"
 
 namespace {
@@ -16,11 +17,11 @@ class allele_probabilities : public output_fixture {
 
 TEST_F(allele_probabilities, no_file_without_known_haplotypes_or_under_mc_impute) {
     give_study(1);
-    output_allele_probs(run);
+    write_allele_probabilities(results);
     EXPECT_FALSE(exists(path("_allele_probs")));
     know({true});
     run.params.mc_impute = true;
-    output_allele_probs(run);
+    write_allele_probabilities(results);
     EXPECT_FALSE(exists(path("_allele_probs")));
 }
 
@@ -31,7 +32,7 @@ TEST_F(allele_probabilities, known_individuals_have_two_values_and_others_dashes
     allocate();
     add_allele_sums(site, 0, 0.25, 1.999);
     add_allele_sums(site, 1, 0.001, 1.0);
-    output_allele_probs(run);
+    write_allele_probabilities(results);
     EXPECT_EQ(text(), "SNP120 rs120 120 a0 b0 0.125 1 - - 0 0.500\n");
 }
 
@@ -42,7 +43,7 @@ TEST_F(allele_probabilities, outdp_gives_the_decimals) {
     allocate();
     run.params.outdp = 6;
     add_allele_sums(site, 0, 0.001, 1.999);
-    output_allele_probs(run);
+    write_allele_probabilities(results);
     EXPECT_EQ(values(), "0.000500 0.999500");
 }
 
@@ -54,13 +55,13 @@ TEST_F(allele_probabilities, imputed_sites_are_written_under_phase_by_their_bits
     add_site(130, 2);
     allocate();
     run.plan.output_types = {true, false, true, true};
-    output_allele_probs(run);
+    write_allele_probabilities(results);
     EXPECT_EQ(text(), "SNP130 rs130 130 a0 b0 0 0\n");
     run.params.phase = true;
-    output_allele_probs(run);
+    write_allele_probabilities(results);
     EXPECT_EQ(text(), "--- rs110 110 a0 b0 0 0\nSNP130 rs130 130 a0 b0 0 0\n");
     run.plan.output_types = {false, true, false, true};
-    output_allele_probs(run);
+    write_allele_probabilities(results);
     EXPECT_EQ(text(), "--- rs120 120 a0 b0 0 0\n");
 }
 
@@ -71,7 +72,7 @@ TEST_F(allele_probabilities, sites_are_chosen_and_labelled_by_their_highest_pane
     site.top_panel = 2;
     allocate();
     run.plan.output_types = {false, false, true, false};
-    output_allele_probs(run);
+    write_allele_probabilities(results);
     EXPECT_EQ(text(), "--- rs120 120 a0 b0 0 0\n");
 }
 
@@ -81,13 +82,13 @@ TEST_F(allele_probabilities, unphased_sites_have_dashes_when_asked_for) {
     snp& site = add_site(120, 3);
     allocate();
     add_allele_sums(site, 0, 1.0, 1.0);
-    output_allele_probs(run);
+    write_allele_probabilities(results);
     EXPECT_EQ(text(), "");
     run.params.include_unphased_sites_in_output_haps = true;
-    output_allele_probs(run);
+    write_allele_probabilities(results);
     EXPECT_EQ(text(), "SNP120 rs120 120 a2 b2 - - - -\n");
     run.plan.output_types[3] = false;
-    output_allele_probs(run);
+    write_allele_probabilities(results);
     EXPECT_EQ(text(), "");
 }
 
@@ -99,7 +100,7 @@ TEST_F(allele_probabilities, study_sites_of_a_run_without_reference) {
     allocate();
     run.params.include_unphased_sites_in_output_haps = true;
     add_allele_sums(site, 0, 1.0, 0.0);
-    output_allele_probs(run);
+    write_allele_probabilities(results);
     EXPECT_EQ(text(), "SNP120 rs120 120 a2 b2 0.500 0\n");
 }
 
@@ -112,7 +113,7 @@ TEST_F(allele_probabilities, haploid_male_has_a_dash_for_the_second) {
     run.params.include_unphased_sites_in_output_haps = true;
     add_allele_sums(site, 0, 1.0, 0.0);
     add_allele_sums(site, 1, 2.0, 1.0);
-    output_allele_probs(run);
+    write_allele_probabilities(results);
     EXPECT_EQ(values(0), "0.500 - 1 0.500");
     EXPECT_EQ(values(1), "- - - -");
 }
@@ -124,7 +125,7 @@ TEST_F(allele_probabilities, haploid_panel_has_one_field_for_the_known) {
     snp& site = add_site(120, 2);
     allocate();
     add_allele_sums(site, 0, 1.0, 0.0);
-    output_allele_probs(run);
+    write_allele_probabilities(results);
     EXPECT_EQ(values(), "0.500 - -");
 }
 
@@ -133,10 +134,10 @@ TEST_F(allele_probabilities, interval_is_the_buffer_when_it_is_included_anywhere
     know({true});
     add_site(60, 2);
     allocate();
-    output_allele_probs(run);
+    write_allele_probabilities(results);
     EXPECT_EQ(text(), "");
     run.params.include_buffer_in_output = run.params.include_buffer_in_output_haps_only = true;
-    output_allele_probs(run);
+    write_allele_probabilities(results);
     EXPECT_EQ(text(), "SNP60 rs60 60 a0 b0 0 0\n");
 }
 
@@ -146,7 +147,7 @@ TEST_F(allele_probabilities, file_is_compressed_under_o_gz) {
     add_site(120, 2);
     allocate();
     run.params.o_gz = true;
-    output_allele_probs(run);
+    write_allele_probabilities(results);
     EXPECT_EQ(gzip_text_of(path("_allele_probs.gz")), "SNP120 rs120 120 a0 b0 0 0\n");
 }
 

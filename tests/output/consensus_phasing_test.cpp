@@ -1,8 +1,7 @@
-#include <limits>
-
 #include "output/consensus_phasing.h"
 
-#include "output/results.h"
+#include <limits>
+
 #include "output_fixture.h"
 
 namespace {
@@ -17,7 +16,10 @@ class consensus_phasing : public output_fixture {
         run.acc.gtype_acc2[0].add(slot, at(site), first);
         run.acc.gtype_acc2[1].add(slot, at(site), second);
     }
-    double certainty(const snp& site, std::size_t slot = 0) { return run.pairwise_certainty[at(site)][slot]; }
+    void fixed() { phase_fixed(results, run.panels[2].haps, run.acc.mcmc_bits); }
+    void pairwise() { confidences = phase_pairwise(results, run.panels[2].haps, run.acc.mcmc_bits); }
+    double certainty(const snp& site, std::size_t slot = 0) { return confidences[at(site)][slot]; }
+    phase_confidences confidences;
     static std::string sum_message(const std::string& who, const std::string& function) {
         return "ERROR: The imputed genotype probabilities for " + who +
                " (1-indexed) at SNP position 150 do not sum to 1.0 in the " + function +
@@ -85,7 +87,7 @@ TEST_F(consensus_phasing, haploid_with_known_haplotypes_may_not_be_heterozygous)
 
 TEST_F(consensus_phasing, fixed_form_needs_somebody_with_known_haplotypes) {
     give_study(1);
-    phase_fixed(run);
+    fixed();
     EXPECT_EQ(terminal.str(), "");
 }
 
@@ -98,7 +100,7 @@ TEST_F(consensus_phasing, fixed_form_phases_by_the_allele_chances) {
     set_alleles(2, site, "00000011");
     add_allele_sums(site, 0, 1.5, 0.5);
     add_allele_sums(site, 1, 0.5, 1.0);
-    phase_fixed(run);
+    fixed();
     EXPECT_EQ(alleles_of(2, site), "10010000");  // the third is not touched, the fourth is homozygous
     EXPECT_EQ(terminal.str(), fixed_line);
     EXPECT_EQ(summary(), fixed_line);
@@ -111,7 +113,7 @@ TEST_F(consensus_phasing, fixed_form_leaves_known_phase_alone) {
     add_genotypes(site, {2, 2});
     site.known_phase_flags = {true, false};
     allocate();
-    phase_fixed(run);
+    fixed();
     EXPECT_EQ(alleles_of(2, site), "0011");
 }
 
@@ -125,7 +127,7 @@ TEST_F(consensus_phasing, fixed_form_draws_when_the_weights_tie) {
     add_allele_sums(site, 1, 0.0, 0.0);  // both weights zero
     add_allele_sums(site, 2, 1.0, 1.0);
     draws.left = {0.5, 0.51, 0.2};
-    phase_fixed(run);
+    fixed();
     EXPECT_EQ(alleles_of(2, site), "011001");
 }
 
@@ -138,7 +140,7 @@ TEST_F(consensus_phasing, fixed_form_takes_a_missing_genotype_from_the_allele_ch
     add_allele_sums(site, 0, 1.9, 1.9);
     add_allele_sums(site, 1, 1.9, 0.1);
     add_allele_sums(site, 2, 0.1, 0.1);
-    phase_fixed(run);
+    fixed();
     EXPECT_EQ(alleles_of(2, site), "111000");
 }
 
@@ -151,7 +153,7 @@ TEST_F(consensus_phasing, fixed_form_takes_haploids_from_one_allele_chance) {
     add_allele_sums(site, 0, 1.5, 0.0);
     add_allele_sums(site, 1, 0.5, 0.0);
     set_alleles(2, site, "01");
-    phase_fixed(run);
+    fixed();
     EXPECT_EQ(alleles_of(2, site), "10");
 }
 
@@ -163,7 +165,7 @@ TEST_F(consensus_phasing, fixed_form_takes_imputed_sites_when_everybody_is_known
     add_sums(site, 0, 0.0, 2.0);
     add_sums(site, 1, 1.2, 0.4);
     add_allele_sums(site, 1, 0.4, 1.6);
-    phase_fixed(run);
+    fixed();
     EXPECT_EQ(alleles_of(2, site), "1101");
 }
 
@@ -173,7 +175,7 @@ TEST_F(consensus_phasing, fixed_form_passes_over_imputed_sites_when_somebody_is_
     snp& site = add_site(150, 0);
     allocate();
     add_sums(site, 0, 0.0, 2.0);
-    phase_fixed(run);
+    fixed();
     EXPECT_EQ(alleles_of(2, site), "0000");
 }
 
@@ -185,7 +187,7 @@ TEST_F(consensus_phasing, imputed_sites_of_a_weighted_run_are_divided_by_the_wei
     run.params.weight_imputed_gt = 1;
     run.acc.weight_sum[1] = {8.0};
     add_sums(site, 0, 0.0, 3.0);  // 0.375 by the weights, beyond 1 by the iterations
-    phase_fixed(run);
+    fixed();
     EXPECT_EQ(alleles_of(2, site), "00");
 }
 
@@ -197,15 +199,15 @@ TEST_F(consensus_phasing, fixed_form_passes_over_sites_without_part_in_the_model
     snp& outside = add_site(210, 2);
     add_genotypes(outside, {2});
     allocate();
-    phase_fixed(run);
+    fixed();
     EXPECT_EQ(alleles_of(2, study_only), "00");
     EXPECT_EQ(alleles_of(2, outside), "00");
     run.params.include_buffer_in_output = run.params.include_buffer_in_output_haps_only = true;
     run.plan.output_types[2] = false;
-    phase_fixed(run);
+    fixed();
     EXPECT_EQ(alleles_of(2, outside), "00");
     run.plan.output_types[2] = true;
-    phase_fixed(run);
+    fixed();
     EXPECT_EQ(alleles_of(2, outside), "11");
 }
 
@@ -223,7 +225,7 @@ TEST_F(consensus_phasing, fixed_form_under_mc_impute_counts_samples) {
     add_samples(site, 1, "10 10 01");
     add_samples(typed, 1, "01 01 10");
     add_samples(typed, 2, "11 11 01");  // two of three are 1 1
-    phase_fixed(run);
+    fixed();
     EXPECT_EQ(alleles_of(2, site), "001011");
     EXPECT_EQ(alleles_of(2, typed), "000111");
 }
@@ -236,7 +238,7 @@ TEST_F(consensus_phasing, posteriors_of_study_sites_are_used_under_pgs_prob) {
     allocate();
     run.params.prob_g = run.params.pgs_prob = true;
     add_sums(site, 0, 0.0, 2.0);
-    phase_fixed(run);
+    fixed();
     EXPECT_EQ(alleles_of(2, site), "11");
 }
 
@@ -249,7 +251,7 @@ TEST_F(consensus_phasing, posteriors_of_missing_genotypes_are_used_under_pgs_mis
     run.params.pgs_miss = true;
     add_sums(site, 0, 0.0, 2.0);
     add_sums(site, 1, 0.0, 2.0);
-    phase_fixed(run);
+    fixed();
     EXPECT_EQ(alleles_of(2, site), "0011");
 }
 
@@ -258,7 +260,7 @@ TEST_F(consensus_phasing, posteriors_of_missing_genotypes_are_used_under_pgs_mis
 TEST_F(consensus_phasing, pairwise_form_needs_somebody_without_known_haplotypes) {
     give_study(1);
     know({true});
-    phase_pairwise(run);
+    pairwise();
     EXPECT_EQ(terminal.str(), "");
 }
 
@@ -273,7 +275,7 @@ TEST_F(consensus_phasing, single_het_is_certain_and_homozygotes_have_no_call) {
     allocate();
     set_alleles(2, zero, "11");
     set_alleles(2, het, "10");
-    phase_pairwise(run);
+    pairwise();
     EXPECT_EQ(alleles_of(2, zero), "00");
     EXPECT_EQ(alleles_of(2, het), "01");
     EXPECT_EQ(alleles_of(2, two), "11");
@@ -297,7 +299,7 @@ TEST_F(consensus_phasing, hets_follow_the_phase_that_most_iterations_have) {
     add_samples(second, 0, "10 10 10 01");  // opposite, opposite, same
     add_samples(third, 0, "10 10 10 10");   // same three times, opposite
     add_samples(fourth, 0, "01 01 01 01");  // opposite
-    phase_pairwise(run);
+    pairwise();
     EXPECT_EQ(alleles_of(2, first), "01");
     EXPECT_EQ(alleles_of(2, second), "10");
     EXPECT_EQ(alleles_of(2, third), "10");
@@ -320,7 +322,7 @@ TEST_F(consensus_phasing, tie_is_drawn_and_does_not_feed_into_the_phase_that_is_
     add_samples(tied_too, 0, "00 11");  // never a het: nothing to count
     add_samples(last, 0, "01 01");
     draws.left = {0.500001, 0.5, 0.7};
-    phase_pairwise(run);
+    pairwise();
     EXPECT_EQ(alleles_of(2, tied), "10");
     EXPECT_EQ(alleles_of(2, tied_too), "01");
     EXPECT_EQ(alleles_of(2, last), "10");
@@ -341,7 +343,7 @@ TEST_F(consensus_phasing, phase_after_a_tie_starts_from_the_carried_allele) {
     add_samples(tied, 0, "01 10 01 10");
     add_samples(last, 0, "01 10 01 01");  // same as the tied site in three of four
     draws.left = {0.9};
-    phase_pairwise(run);
+    pairwise();
     EXPECT_EQ(alleles_of(2, tied), "10");
     EXPECT_EQ(alleles_of(2, last), "01");  // although the tied site went the other way
     EXPECT_EQ(certainty(last), 0.75);
@@ -355,7 +357,7 @@ TEST_F(consensus_phasing, empty_store_of_samples_gives_random_phase_at_later_het
     for (snp* site : {&first, &second}) add_genotypes(*site, {1});
     allocate();
     draws.left = {0.6};
-    phase_pairwise(run);
+    pairwise();
     EXPECT_EQ(certainty(first), 1.0);
     EXPECT_EQ(alleles_of(2, second), "10");
     EXPECT_EQ(certainty(second), 0.5);
@@ -376,7 +378,7 @@ TEST_F(consensus_phasing, more_iterations_than_a_word_has_bits) {
     }
     add_samples(first, 0, ones);
     add_samples(second, 0, mixed);
-    phase_pairwise(run);
+    pairwise();
     EXPECT_EQ(alleles_of(2, second), "10");
     EXPECT_DOUBLE_EQ(certainty(second), 100.0 / 150.0);
 }
@@ -392,9 +394,9 @@ TEST_F(consensus_phasing, individuals_without_known_haplotypes_have_slots_of_the
     add_samples(second, 0, "01 01");
     add_samples(first, 1, "01 01");
     add_samples(second, 1, "10 10");
-    phase_pairwise(run);
+    pairwise();
     EXPECT_EQ(alleles_of(2, second), "010010");
-    ASSERT_EQ(run.pairwise_certainty[at(second)].size(), 2U);
+    ASSERT_EQ(confidences[at(second)].size(), 2U);
     EXPECT_EQ(certainty(second, 1), 1.0);
 }
 
@@ -409,7 +411,7 @@ TEST_F(consensus_phasing, samples_under_mc_impute_lie_by_individual) {
     for (auto& tally : run.acc.tallies) tally.miss_counts = {std::vector<int>{0, 2}, std::vector<int>{0, 0}};
     add_samples(first, 1, "01 01");
     add_samples(second, 1, "10 10");
-    phase_pairwise(run);
+    pairwise();
     EXPECT_EQ(alleles_of(2, second), "0010");
     EXPECT_EQ(certainty(second), 1.0);
 }
@@ -425,7 +427,7 @@ TEST_F(consensus_phasing, missing_genotype_is_the_likeliest_of_the_samples) {
     add_samples(two, 0, "11 11 01");
     add_samples(het, 0, "10 01 11");
     add_samples(zero, 0, "00 00 01");
-    phase_pairwise(run);
+    pairwise();
     EXPECT_EQ(alleles_of(2, two), "11");
     EXPECT_EQ(alleles_of(2, het), "01");
     EXPECT_EQ(alleles_of(2, zero), "00");
@@ -438,7 +440,7 @@ TEST_F(consensus_phasing, missing_genotype_in_exact_tie_is_drawn) {
     allocate();
     add_samples(site, 0, "11 00");
     draws.left = {0.6};
-    phase_pairwise(run);
+    pairwise();
     EXPECT_EQ(alleles_of(2, site), "11");
 }
 
@@ -449,7 +451,7 @@ TEST_F(consensus_phasing, haploid_has_its_first_haplotype_set_alone) {
     allocate();
     add_samples(site, 1, "1 1");
     set_alleles(2, site, "0011");
-    phase_pairwise(run);
+    pairwise();
     EXPECT_EQ(alleles_of(2, site), "1100");
 }
 
@@ -460,7 +462,7 @@ TEST_F(consensus_phasing, pairwise_form_passes_over_imputed_sites_without_mc_imp
     add_genotypes(study_only, {2});
     allocate();
     add_sums(imputed, 0, 0.0, 2.0);
-    phase_pairwise(run);
+    pairwise();
     EXPECT_EQ(alleles_of(2, imputed), "00");
     EXPECT_EQ(alleles_of(2, study_only), "00");
 }
@@ -471,7 +473,7 @@ TEST_F(consensus_phasing, study_sites_without_reference_are_phased) {
     snp& site = add_site(110, 3);
     add_genotypes(site, {2});
     allocate();
-    phase_pairwise(run);
+    pairwise();
     EXPECT_EQ(alleles_of(2, site), "11");
 }
 
@@ -481,7 +483,7 @@ TEST_F(consensus_phasing, impossible_sums_end_the_run) {
     snp& site = add_site(150, 0);
     allocate();
     add_sums(site, 0, std::numeric_limits<double>::quiet_NaN(), 1.0);
-    EXPECT_TRUE(ends_with(sum_message("ordered individual 1", "phase_fixed"), [&] { phase_fixed(run); }));
+    EXPECT_TRUE(ends_with(sum_message("ordered individual 1", "phase_fixed"), [&] { fixed(); }));
 }
 
 }  // namespace

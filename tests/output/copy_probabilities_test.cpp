@@ -1,5 +1,6 @@
 #include "output/copy_probabilities.h"
 
+#include "model/conditioning_states.h"
 #include "output_fixture.h"
 
 namespace {
@@ -7,11 +8,11 @@ namespace {
 class copy_probabilities : public output_fixture {
   protected:
     conditioning_states states;
-    void ref(const std::vector<double>& posterior, int n_expected, int outdp = 3) {
+    void ref(const std::vector<double>& posterior, std::size_t n_expected, int outdp = 3) {
         result_file file(run.log, path("_ref"), false);
         output_ref_copy_probs(file, run.log, 3, 1, 1234567, states, posterior, 4, n_expected, outdp);
     }
-    void all(const std::vector<double>& posterior, int first_own, int n_own, int n_expected) {
+    void all(const std::vector<double>& posterior, std::size_t first_own, std::size_t n_own, std::size_t n_expected) {
         result_file file(run.log, path("_all"), false);
         output_all_copy_probs(file, run.log, 3, 1234567, first_own, n_own, states, posterior, {2, 1, 4}, n_expected, 3);
     }

@@ -1,4 +1,5 @@
-#include "output/results.h"
+#include "output/genotype_counts.h"
+
 #include "output_fixture.h"
 
 namespace {
@@ -18,7 +19,7 @@ TEST_F(genotype_counts, counts_of_sampled_genotypes_by_individual) {
     run.params.mc_impute = true;
     run.acc.tallies[0].miss_counts = {std::vector<int>{1, 2}, std::vector<int>{3, 0}};
     run.acc.tallies[1].miss_counts = {std::vector<int>{0, 5}, std::vector<int>{0, 0}};
-    output_current_gtype_counts(run, 8, 5);
+    write_genotype_counts(results, 8, 5);
     EXPECT_EQ(text_of(path("_gtcounts_iter9")),
               "SNP120 rs120 120 a0 b0 1 1 3 3 2 0\n--- rs130 130 a0 b0 5 0 0 0 5 0\n");
 }
@@ -31,7 +32,7 @@ TEST_F(genotype_counts, counts_of_missing_entries) {
     run.params.mc_impute = run.params.pgs_miss = run.plan.count_missing_only = true;
     run.acc.tallies.resize(1);
     run.acc.tallies[0].miss_counts = {std::vector<int>{2}, std::vector<int>{1}};
-    output_current_gtype_counts(run, 0, 4);
+    write_genotype_counts(results, 0, 4);
     EXPECT_EQ(fields_of(path("_gtcounts_iter1"), 0, 5), "4 0 0 1 2 1");
 }
 
@@ -40,7 +41,7 @@ TEST_F(genotype_counts, run_that_samples_nothing_has_counted_nothing) {
     snp& site = add_site(120, 0);
     allocate();
     add_sums(site, 0, 1.5, 0.5);
-    output_current_gtype_counts(run, 0, 2);
+    write_genotype_counts(results, 0, 2);
     EXPECT_EQ(fields_of(path("_gtcounts_iter1"), 0, 5), "2 0 0");
 }
 
@@ -49,7 +50,7 @@ TEST_F(genotype_counts, sums_have_six_digits) {
     snp& site = add_site(120, 0);
     allocate();
     add_sums(site, 0, 0.12345678, 1.74046512e-5);
-    output_current_gtype_counts_wt(run, 3, 2);
+    write_genotype_sums(results, 3, 2);
     EXPECT_EQ(wt(), "--- rs120 120 a0 b0 1.87653 0.123457 1.74047e-05 2 0 0\n");
 }
 
@@ -61,7 +62,7 @@ TEST_F(genotype_counts, sites_follow_the_main_interval_whatever_their_type_bit) 
     allocate();
     run.plan.output_types = {true, false, true, true};
     run.params.include_buffer_in_output = run.params.include_buffer_in_output_haps_only = true;
-    output_current_gtype_counts_wt(run, 3, 2);
+    write_genotype_sums(results, 3, 2);
     EXPECT_EQ(wt(), "--- rs120 120 a0 b0 2 0 0\n");
 }
 
@@ -70,7 +71,7 @@ TEST_F(genotype_counts, study_only_sites_count_without_reference) {
     give_no_reference();
     add_genotypes(add_site(130, 3), {0});
     allocate();
-    output_current_gtype_counts_wt(run, 3, 2);
+    write_genotype_sums(results, 3, 2);
     EXPECT_EQ(wt(), "SNP130 rs130 130 a2 b2 2 0 0\n");
 }
 
@@ -80,10 +81,10 @@ TEST_F(genotype_counts, listed_positions_are_the_only_ones) {
     allocate();
     run.params.intermed_posns_file = "positions";
     run.plan.intermed_posns = {130, 999, 110};
-    output_current_gtype_counts_wt(run, 3, 2);
+    write_genotype_sums(results, 3, 2);
     EXPECT_EQ(wt(), "--- rs110 110 a0 b0 2 0 0\n--- rs130 130 a0 b0 2 0 0\n");
     run.plan.intermed_posns.clear();
-    output_current_gtype_counts_wt(run, 3, 2);
+    write_genotype_sums(results, 3, 2);
     EXPECT_EQ(wt(), "");
 }
 
@@ -92,8 +93,8 @@ TEST_F(genotype_counts, files_are_compressed_under_o_gz) {
     add_site(110, 0);
     allocate();
     run.params.o_gz = true;
-    output_current_gtype_counts(run, 0, 1);
-    output_current_gtype_counts_wt(run, 0, 1);
+    write_genotype_counts(results, 0, 1);
+    write_genotype_sums(results, 0, 1);
     EXPECT_EQ(gzip_text_of(path("_gtcounts_iter1.gz")), "--- rs110 110 a0 b0 1 0 0\n");
     EXPECT_EQ(gzip_text_of(path("_gtcounts_wt_iter1.gz")), "--- rs110 110 a0 b0 1 0 0\n");
 }

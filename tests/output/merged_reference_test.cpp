@@ -1,4 +1,5 @@
-#include "output/results.h"
+#include "output/merged_reference.h"
+
 #include "output_fixture.h"
 
 namespace {
@@ -28,7 +29,7 @@ class merged_reference : public output_fixture {
 
 TEST_F(merged_reference, haplotypes_and_legend) {
     add_two_sites();
-    output_merged_ref(run);
+    write_merged_haplotypes(results);
     EXPECT_EQ(merged(".hap"), "0 1 1 0 0 0 0 1\n1 1 0 0 1 0 1 1\n");
     EXPECT_EQ(merged(".legend"), "id position a0 a1\nrs110 110 a0 b0\nrs120 120 a0 b0\n");
     EXPECT_EQ(notes.str(), "");
@@ -39,27 +40,27 @@ TEST_F(merged_reference, without_individuals_of_panel_1_panel_0_stands_alone) {
     run.params.h_files = {"a", "b"};
     run.panels[1].n_ind = 0;
     add_two_sites();
-    output_merged_ref(run);
+    write_merged_haplotypes(results);
     EXPECT_EQ(merged(".hap"), "0 1 1 0\n1 1 0 0\n");
     EXPECT_EQ(
         notes.str(),
         "orvide: note: the merged reference panel holds Panel 0 alone, since Panel 1 has no individuals when it is "
         "read from a second -h file\n");
-    output_merged_gen(run);
+    write_merged_genotypes(results);
     EXPECT_EQ(merged(".gen"), "--- rs110 110 a0 b0 0 1 0 0 1 0\nSNP120 rs120 120 a0 b0 0 0 1 1 0 0\n");
 }
 
 TEST_F(merged_reference, haploid_member_has_a_dash_for_the_second) {
     give_ploidies(1, {1, 2, 1});
     add_two_sites();
-    output_merged_ref(run);
+    write_merged_haplotypes(results);
     EXPECT_EQ(merged(".hap"), "0 1 1 0 0 - 0 0 1 -\n1 1 0 0 1 - 0 1 1 -\n");
 }
 
 TEST_F(merged_reference, both_names_end_in_gz_under_o_gz) {
     add_two_sites();
     run.params.o_gz = true;
-    output_merged_ref(run);
+    write_merged_haplotypes(results);
     EXPECT_EQ(gzip_text_of(folder + "/merged.hap.gz"), "0 1 1 0 0 0 0 1\n1 1 0 0 1 0 1 1\n");
     EXPECT_EQ(gzip_text_of(folder + "/merged.legend.gz"), "id position a0 a1\nrs110 110 a0 b0\nrs120 120 a0 b0\n");
 }
@@ -68,17 +69,17 @@ TEST_F(merged_reference, sites_outside_the_range_or_the_models_are_left_out) {
     for (const long position : {60L, 110L, 120L, 230L}) add_site(position, position == 120 ? 3 : 0);
     allocate();
     run.plan.output_types = {};  // of no bearing
-    output_merged_ref(run);
+    write_merged_haplotypes(results);
     EXPECT_EQ(merged(".legend"), "id position a0 a1\nrs110 110 a0 b0\n");
     run.params.include_buffer_in_output = true;
-    output_merged_ref(run);
+    write_merged_haplotypes(results);
     EXPECT_EQ(merged(".legend"), "id position a0 a1\nrs60 60 a0 b0\nrs110 110 a0 b0\nrs230 230 a0 b0\n");
 }
 
 TEST_F(merged_reference, genotypes_are_those_of_pairs) {
     add_two_sites();
     run.params.o_gz = true;  // this file stays plain
-    output_merged_gen(run);
+    write_merged_genotypes(results);
     EXPECT_EQ(merged(".gen"),
               "--- rs110 110 a0 b0 0 1 0 0 1 0 1 0 0 0 1 0\nSNP120 rs120 120 a0 b0 0 0 1 1 0 0 0 1 0 0 0 1\n");
 }
@@ -86,7 +87,7 @@ TEST_F(merged_reference, genotypes_are_those_of_pairs) {
 TEST_F(merged_reference, haploid_member_counts_as_a_homozygote_in_the_genotypes) {
     give_ploidies(1, {1, 2, 1});
     add_two_sites();
-    output_merged_gen(run);
+    write_merged_genotypes(results);
     EXPECT_EQ(fields_of(folder + "/merged.gen", 1, 11), "0 0 1 0 1 0 0 0 1");
 }
 
@@ -94,7 +95,7 @@ TEST_F(merged_reference, odd_panel_0_makes_no_genotype_file) {
     run.panels[0].n_hap = 3;
     add_site(110, 0);
     allocate();
-    output_merged_gen(run);
+    write_merged_genotypes(results);
     EXPECT_EQ(merged(".gen"), "(no file)");
     EXPECT_EQ(
         warnings(),

@@ -1,7 +1,7 @@
 #pragma once
 
-// A run made by hand at the end of its iterations: sites, alleles and sums put in one by one, listed draws, and what
-// the writers left behind.
+// The rooms that writers read, filled by hand: sites, alleles and sums put in one by one, listed draws, and what the
+// writers left behind.
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -21,7 +21,7 @@
 #include <vector>
 
 #include "io/result_file.h"
-#include "model/data.h"
+#include "output/result_inputs.h"
 #include "random/random.h"
 
 // Gives the draws of a list. A draw past its end is a failure.
@@ -69,24 +69,24 @@ class output_fixture : public ::testing::Test {
     }
 
     // --- settings ---------------------------------------------------------------------------------------------------
-    void give_study(int n_individuals) {
+    void give_study(std::size_t n_individuals) {
         run.panels[2].n_ind = n_individuals;
         run.panels[2].n_hap = 2 * n_individuals;
-        run.panels[2].ordered.assign(static_cast<std::size_t>(n_individuals), false);
+        run.panels[2].ordered.assign(n_individuals, false);
     }
     // A chrX run whose individuals of a panel (1 or 2) have the given ploidies.
-    void give_ploidies(int panel, const std::vector<int>& ploidies) {
+    void give_ploidies(std::size_t panel, const std::vector<int>& ploidies) {
         run.plan.chrx_haploid = run.panels[1].sexes_differ = run.panels[2].sexes_differ = true;
-        const auto p = static_cast<std::size_t>(panel);
-        run.panels[p].ploidy = ploidies;
-        run.panels[p].first_haps.clear();
-        run.panels[p].n_ind = static_cast<int>(ploidies.size());
-        run.panels[p].n_hap = 0;
+        panel_data& members = run.panels[panel];
+        members.ploidy = ploidies;
+        members.first_haps.clear();
+        members.n_ind = ploidies.size();
+        members.n_hap = 0;
         for (const int ploidy : ploidies) {
-            run.panels[p].first_haps.push_back(run.panels[p].n_hap);
-            run.panels[p].n_hap += ploidy;
+            members.first_haps.push_back(members.n_hap);
+            members.n_hap += static_cast<std::size_t>(ploidy);
         }
-        if (panel == 2) run.panels[2].ordered.assign(ploidies.size(), false);
+        if (panel == 2) members.ordered.assign(ploidies.size(), false);
     }
     void give_no_reference() {
         run.params.h_files.clear();
@@ -97,7 +97,7 @@ class output_fixture : public ::testing::Test {
     // --- sites ------------------------------------------------------------------------------------------------------
     // Sites are added in the order of their positions; every panel names them by its number: "a0" and "b0" in Panel 0.
     // A study site has genotypes (missing at first) and one-hot or uniform triples as add_genotypes says.
-    snp& add_site(long position, int type) {
+    snp& add_site(long position, std::size_t type) {
         snp site;
         site.snp_id = type < 2 ? "---" : "SNP" + std::to_string(position);
         site.rs_id = "rs" + std::to_string(position);
@@ -112,7 +112,7 @@ class output_fixture : public ::testing::Test {
         run.sites.in_order.clear();
         run.sites.positions.clear();
         for (auto& [at, stored] : run.sites.store) {
-            stored.index = static_cast<int>(run.sites.in_order.size());
+            stored.index = run.sites.in_order.size();
             run.sites.in_order.push_back(&stored);
             run.sites.positions.push_back(at);
         }
@@ -128,28 +128,23 @@ class output_fixture : public ::testing::Test {
         }
     }
     // Alleles of a panel's haplotypes at a site, as a text of digits.
-    void set_alleles(int panel, const snp& site, const std::string& alleles) {
-        const auto p = static_cast<std::size_t>(panel);
-        const auto s = static_cast<std::size_t>(site.index);
-        run.panels[p].haps.set_holds(s);
-        for (std::size_t h = 0; h < alleles.size(); ++h) run.panels[p].haps.set(h, s, alleles[h] - '0');
+    void set_alleles(std::size_t panel, const snp& site, const std::string& alleles) {
+        packed_haplotypes& haps = run.panels[panel].haps;
+        haps.set_holds(site.index);
+        for (std::size_t h = 0; h < alleles.size(); ++h) haps.set(h, site.index, alleles[h] - '0');
     }
-    std::string alleles_of(int panel, const snp& site) const {
+    std::string alleles_of(std::size_t panel, const snp& site) const {
         std::string text;
-        const packed_haplotypes& haps = run.panels[static_cast<std::size_t>(panel)].haps;
-        for (std::size_t h = 0; h < haps.n_hap(); ++h) {
-            text += haps.allele(h, static_cast<std::size_t>(site.index)) == 1 ? '1' : '0';
-        }
+        const packed_haplotypes& haps = run.panels[panel].haps;
+        for (std::size_t h = 0; h < haps.n_hap(); ++h) text += haps.allele(h, site.index) == 1 ? '1' : '0';
         return text;
     }
 
     // Allocates alleles and sums; every site has a column. Called once the sites and counts stand.
     void allocate() {
         const std::size_t n_sites = run.sites.in_order.size();
-        const auto n_ind = static_cast<std::size_t>(run.panels[2].n_ind);
-        for (std::size_t p = 0; p < 3; ++p) {
-            run.panels[p].haps = packed_haplotypes(static_cast<std::size_t>(run.panels[p].n_hap), n_sites);
-        }
+        const std::size_t n_ind = run.panels[2].n_ind;
+        for (panel_data& panel : run.panels) panel.haps = packed_haplotypes(panel.n_hap, n_sites);
         std::vector<int> column(n_sites);
         for (std::size_t s = 0; s < n_sites; ++s) column[s] = static_cast<int>(s);
         for (std::size_t g = 0; g < 2; ++g) {
@@ -163,10 +158,10 @@ class output_fixture : public ::testing::Test {
     void allocate_tallies() {
         run.acc.tallies.resize(run.sites.in_order.size());
         for (auto& tally : run.acc.tallies) {
-            for (auto& counts : tally.miss_counts) counts.assign(static_cast<std::size_t>(run.panels[2].n_ind), 0);
+            for (auto& counts : tally.miss_counts) counts.assign(run.panels[2].n_ind, 0);
         }
     }
-    static std::size_t at(const snp& site) { return static_cast<std::size_t>(site.index); }
+    static std::size_t at(const snp& site) { return site.index; }
     // Sums of genotypes 1 and 2 over the stored iterations.
     void add_sums(const snp& site, std::size_t individual, double one, double two) {
         run.acc.gtype_acc[0].add(individual, at(site), one);
@@ -239,7 +234,15 @@ class output_fixture : public ::testing::Test {
     std::string folder;
     std::ostringstream terminal;
     std::ostringstream notes;
-    data run{terminal, notes};
+    struct {
+        parameters params;
+        run_plan plan;
+        site_table sites;
+        panel_array panels;
+        accumulators acc;
+        run_log log;
+    } run{{}, {}, {}, {}, {}, run_log{terminal, notes}};
+    const result_inputs results{run.params, run.plan, run.sites, run.panels, run.acc, run.log};
     output_draws draws;
 
   private:

@@ -1,4 +1,5 @@
-#include "output/results.h"
+#include "output/phased_haplotypes.h"
+
 #include "output_fixture.h"
 
 namespace {
@@ -7,7 +8,6 @@ class phased_haplotypes : public output_fixture {
   protected:
     std::string haps() { return text_of(path("_haps")); }
     std::string alleles(std::size_t line = 0) { return fields_of(path("_haps"), line, 5); }
-    std::string confidence() { return text_of(path("_haps_confidence")); }
 };
 
 TEST_F(phased_haplotypes, two_alleles_an_individual_behind_five_columns) {
@@ -15,7 +15,7 @@ TEST_F(phased_haplotypes, two_alleles_an_individual_behind_five_columns) {
     snp& site = add_site(120, 2);
     allocate();
     set_alleles(2, site, "0110");
-    output_phased_haps(run);
+    write_phased_haplotypes(results);
     EXPECT_EQ(haps(), "SNP120 rs120 120 a0 b0 0 1 1 0\n");
 }
 
@@ -24,7 +24,7 @@ TEST_F(phased_haplotypes, haploid_male_has_a_dash_for_the_second) {
     snp& site = add_site(120, 2);
     allocate();
     set_alleles(2, site, "1101");
-    output_phased_haps(run);
+    write_phased_haplotypes(results);
     EXPECT_EQ(alleles(), "1 - 1 0 1 -");
 }
 
@@ -34,7 +34,7 @@ TEST_F(phased_haplotypes, haploid_panel_has_one_field) {
     snp& site = add_site(120, 2);
     allocate();
     set_alleles(2, site, "10");
-    output_phased_haps(run);
+    write_phased_haplotypes(results);
     EXPECT_EQ(alleles(), "1 0");
 }
 
@@ -44,17 +44,17 @@ TEST_F(phased_haplotypes, imputed_sites_are_written_when_sampled_or_when_everybo
     add_site(120, 2);
     allocate();
     set_alleles(2, imputed, "11");
-    output_phased_haps(run);
+    write_phased_haplotypes(results);
     EXPECT_EQ(haps(), "SNP120 rs120 120 a0 b0 0 0\n");
     run.params.mc_impute = true;
-    output_phased_haps(run);
+    write_phased_haplotypes(results);
     EXPECT_EQ(haps(), "--- rs110 110 a0 b0 1 1\nSNP120 rs120 120 a0 b0 0 0\n");
     run.params.mc_impute = false;
     run.panels[2].ordered = {true};
-    output_phased_haps(run);
+    write_phased_haplotypes(results);
     EXPECT_EQ(alleles(0), "1 1");
     run.plan.output_types[1] = false;
-    output_phased_haps(run);
+    write_phased_haplotypes(results);
     EXPECT_EQ(haps(), "SNP120 rs120 120 a0 b0 0 0\n");
 }
 
@@ -62,7 +62,7 @@ TEST_F(phased_haplotypes, study_only_sites_are_left_out_by_default) {
     give_study(1);
     add_genotypes(add_site(120, 3), {1});
     allocate();
-    output_phased_haps(run);
+    write_phased_haplotypes(results);
     EXPECT_EQ(haps(), "");
 }
 
@@ -72,8 +72,17 @@ TEST_F(phased_haplotypes, unphased_sites_have_marked_alleles) {
     site.gtype_probs[2] = {1.0F, 0.0F, 0.0F, 0.0F, 1.0F, 0.0F, 0.0F, 0.0F, 1.0F, 0.4F, 0.4F, 0.2F, 0.2F, 0.3F, 0.5F};
     allocate();
     run.params.include_unphased_sites_in_output_haps = true;
-    output_phased_haps(run);
+    write_phased_haplotypes(results);
     EXPECT_EQ(haps(), "SNP120 rs120 120 a2 b2 0* 0* 0* 1* 1* 1* 0* 0* 1* 1*\n");
+}
+
+TEST_F(phased_haplotypes, unphased_sites_whose_input_was_not_kept_have_the_genotypes) {
+    give_study(2);
+    add_site(120, 3).gtypes[2] = {1, 2};
+    allocate();
+    run.params.include_unphased_sites_in_output_haps = true;
+    write_phased_haplotypes(results);
+    EXPECT_EQ(alleles(), "0* 1* 1* 1*");
 }
 
 TEST_F(phased_haplotypes, unphased_sites_without_input_are_unknown) {
@@ -81,7 +90,7 @@ TEST_F(phased_haplotypes, unphased_sites_without_input_are_unknown) {
     add_site(120, 3);
     allocate();
     run.params.include_unphased_sites_in_output_haps = true;
-    output_phased_haps(run);
+    write_phased_haplotypes(results);
     EXPECT_EQ(alleles(), "X* X*");
 }
 
@@ -92,7 +101,7 @@ TEST_F(phased_haplotypes, study_only_sites_of_a_prephased_run_have_plain_alleles
     allocate();
     set_alleles(2, site, "10");
     run.params.use_prephased_g = run.params.include_unphased_sites_in_output_haps = true;
-    output_phased_haps(run);
+    write_phased_haplotypes(results);
     EXPECT_EQ(alleles(), "1 0");
 }
 
@@ -100,10 +109,10 @@ TEST_F(phased_haplotypes, interval_is_the_buffer_when_it_is_included_anywhere) {
     give_study(1);
     add_site(60, 2);
     allocate();
-    output_phased_haps(run);
+    write_phased_haplotypes(results);
     EXPECT_EQ(haps(), "");
     run.params.include_buffer_in_output = run.params.include_buffer_in_output_haps_only = true;
-    output_phased_haps(run);
+    write_phased_haplotypes(results);
     EXPECT_EQ(haps(), "SNP60 rs60 60 a0 b0 0 0\n");
 }
 
@@ -114,7 +123,7 @@ TEST_F(phased_haplotypes, sites_beyond_64_keep_their_alleles) {
     for (std::size_t h = 0; h < 80; ++h) {
         for (std::size_t s = 0; s < 70; ++s) run.panels[2].haps.set(h, s, (h * 7 + s * 3) % 5 == 0 ? 1 : 0);
     }
-    output_phased_haps(run);
+    write_phased_haplotypes(results);
     for (std::size_t s = 0; s < 70; ++s) {
         std::string expected;
         for (std::size_t h = 0; h < 80; ++h)
@@ -123,53 +132,13 @@ TEST_F(phased_haplotypes, sites_beyond_64_keep_their_alleles) {
     }
 }
 
-TEST_F(phased_haplotypes, confidence_prints_calls_and_marks) {
-    give_study(5);
-    run.params.phase = true;
-    run.panels[2].ordered = {false, true, false, false, false};
+TEST_F(phased_haplotypes, file_is_compressed_under_o_gz) {
+    give_study(1);
+    run.params.o_gz = true;
     add_site(120, 2);
     allocate();
-    run.pairwise_certainty = {{-1.0, 1.0, 0.5, 0.9995}};
-    output_pairwise_certainties(run);
-    EXPECT_EQ(confidence(), "SNP120 rs120 120 a0 b0 * - 1 0.500 1\n");
-    run.params.outdp = 4;
-    run.pairwise_certainty = {{0.0, 2.0 / 3.0, 0.00005, 0.99995}};
-    output_pairwise_certainties(run);
-    EXPECT_EQ(confidence(), "SNP120 rs120 120 a0 b0 0 - 0.6667 0 1\n");
-}
-
-TEST_F(phased_haplotypes, confidence_of_study_only_sites_is_a_star) {
-    give_study(2);
-    run.params.phase = true;
-    run.panels[2].ordered = {false, true};
-    run.params.include_unphased_sites_in_output_haps = true;
-    add_site(120, 3);
-    allocate();
-    run.pairwise_certainty.resize(1);
-    output_pairwise_certainties(run);
-    EXPECT_EQ(confidence(), "SNP120 rs120 120 a2 b2 * -\n");
-}
-
-TEST_F(phased_haplotypes, confidence_needs_phase_and_somebody_without_known_haplotypes) {
-    give_study(1);
-    output_pairwise_certainties(run);
-    EXPECT_FALSE(exists(path("_haps_confidence")));
-    run.params.phase = true;
-    run.panels[2].ordered = {true};
-    output_pairwise_certainties(run);
-    EXPECT_FALSE(exists(path("_haps_confidence")));
-}
-
-TEST_F(phased_haplotypes, files_are_compressed_under_o_gz) {
-    give_study(1);
-    run.params.phase = run.params.o_gz = true;
-    add_site(120, 2);
-    allocate();
-    run.pairwise_certainty = {{0.5}};
-    output_pairwise_certainties(run);
-    output_phased_haps(run);
+    write_phased_haplotypes(results);
     EXPECT_EQ(gzip_text_of(path("_haps.gz")), "SNP120 rs120 120 a0 b0 0 0\n");
-    EXPECT_EQ(gzip_text_of(path("_haps_confidence.gz")), "SNP120 rs120 120 a0 b0 0.500\n");
 }
 
 }  // namespace

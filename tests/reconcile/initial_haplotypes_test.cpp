@@ -1,4 +1,3 @@
-#include "input/site_placement.h"
 #include "reconcile/stages.h"
 #include "reconcile_fixture.h"
 

@@ -1,7 +1,6 @@
 #include <cctype>
 #include <sstream>
 
-#include "input/site_placement.h"
 #include "params/state_counts.h"
 #include "reconcile/setup.h"
 #include "reconcile_fixture.h"
@@ -28,6 +27,7 @@ class setup_stages : public reconcile_fixture {
         draws.add({0.9});
         set_state_counts(run.params, run.panels, run.models);
     }
+    void set_up() { setup_models(run, setup_panels(run)); }
     snp& add_reference_site(long position, int type) {
         snp& site = add_site(position, type);
         label(site, 0, "A", "C", 0.5);
@@ -55,7 +55,7 @@ class setup_stages : public reconcile_fixture {
 };
 
 TEST_F(setup_stages, run_in_order) {
-    EXPECT_EQ(-1, end_status([this] { setup(run); }));
+    EXPECT_EQ(-1, end_status([this] { set_up(); }));
     EXPECT_EQ((std::vector<std::string>{"removing", "checking", "aligning", "removing", "making", "setting", "setting",
                                         "setting"}),
               stage_words());
@@ -69,7 +69,7 @@ TEST_F(setup_stages, run_in_order) {
 TEST_F(setup_stages, optional_stages_come_first) {
     run.params.restrict_buffer_to_scaffold = true;
     run.sites.multi_match_positions = {120};
-    EXPECT_EQ(-1, end_status([this] { setup(run); }));
+    EXPECT_EQ(-1, end_status([this] { set_up(); }));
     const std::string text = terminal_text();
     const auto scaffold = text.find("-removing non-scaffold SNPs from buffer region\n --removed 1 SNPs\n");
     const auto reference = text.find("-removing reference-only SNPs from buffer region\n --removed 0 SNPs\n");
@@ -84,7 +84,7 @@ TEST_F(setup_stages, optional_stages_come_first) {
 
 TEST_F(setup_stages, buffer_sites_of_the_reference_can_be_kept) {
     run.params.keep_buffer_ref_snps = true;
-    EXPECT_EQ(-1, end_status([this] { setup(run); }));
+    EXPECT_EQ(-1, end_status([this] { set_up(); }));
     EXPECT_FALSE(says("reference-only"));
     EXPECT_EQ(60, run.sites.positions.front());
 }
@@ -92,7 +92,7 @@ TEST_F(setup_stages, buffer_sites_of_the_reference_can_be_kept) {
 TEST_F(setup_stages, sites_that_do_not_align_can_be_kept) {
     run.params.remove_excluded = false;
     label(site_at(120), 2, "A", "G", 0.25);
-    EXPECT_EQ(-1, end_status([this] { setup(run); }));
+    EXPECT_EQ(-1, end_status([this] { set_up(); }));
     EXPECT_FALSE(says("non-aligned"));
     EXPECT_EQ("G", run.sites.in_order[1]->labels[2].a1);
 }
@@ -106,7 +106,7 @@ TEST_F(setup_stages, without_a_reference_only_the_label_stage_remains) {
     add_study_site(130, 3, {1, 0});
     add_study_site(140, 3, {0, 2});
     set_state_counts(run.params, run.panels, run.models);
-    EXPECT_EQ(-1, end_status([this] { setup(run); }));
+    EXPECT_EQ(-1, end_status([this] { set_up(); }));
     EXPECT_EQ((std::vector<std::string>{"aligning", "making", "setting", "setting", "setting"}), stage_words());
 }
 
@@ -118,7 +118,7 @@ TEST_F(setup_stages, two_references_are_checked_against_each_other) {
         site.haps[1] = alleles({1, 1});
     }
     set_state_counts(run.params, run.panels, run.models);
-    EXPECT_EQ(-1, end_status([this] { setup(run); }));
+    EXPECT_EQ(-1, end_status([this] { set_up(); }));
     EXPECT_TRUE(says("between Panel 1 and Panel 0 by allele labels\n"));
     EXPECT_TRUE(says("between Panel 2 and Panel 0+1 by allele labels\n"));
     EXPECT_EQ(0, run.panels[1].haps.allele(0, 1));
@@ -128,7 +128,7 @@ TEST_F(setup_stages, two_references_are_checked_against_each_other) {
 TEST_F(setup_stages, informed_states_from_the_start_leave_the_parameters_to_the_loop) {
     run.params.burnin = 0;
     run.params.informed_burnin = 0;
-    EXPECT_EQ(-1, end_status([this] { setup(run); }));
+    EXPECT_EQ(-1, end_status([this] { set_up(); }));
     EXPECT_TRUE(says("-setting storage space\n"));
     EXPECT_FALSE(says("-setting mutation matrices"));
     EXPECT_FALSE(says("-setting switch rates"));
@@ -137,36 +137,14 @@ TEST_F(setup_stages, informed_states_from_the_start_leave_the_parameters_to_the_
 TEST_F(setup_stages, random_states_take_their_parameters_here) {
     run.params.random_cond = true;
     run.params.burnin = 0;
-    EXPECT_EQ(-1, end_status([this] { setup(run); }));
+    EXPECT_EQ(-1, end_status([this] { set_up(); }));
     EXPECT_TRUE(says("-setting mutation matrices"));
-}
-
-TEST_F(setup_stages, first_haplotypes_are_dumped_in_a_run_without_iterations) {
-    run.params.iter = run.params.burnin = 0;
-    run.params.hap_samp_out_g = capture.files.name("study");
-    run.plan.store_sampled_haps = true;
-    EXPECT_EQ(-1, end_status([this] { setup(run); }));
-    EXPECT_TRUE(capture.files.has("study_hapsamp0.gz"));
-}
-
-TEST_F(setup_stages, first_haplotypes_are_not_dumped_in_a_run_with_iterations) {
-    run.params.hap_samp_out_g = capture.files.name("study");
-    run.plan.store_sampled_haps = true;
-    EXPECT_EQ(-1, end_status([this] { setup(run); }));
-    EXPECT_FALSE(capture.files.has("study_hapsamp0.gz"));
-}
-
-TEST_F(setup_stages, first_haplotypes_are_not_dumped_without_a_name) {
-    run.params.iter = run.params.burnin = 0;
-    run.params.hap_samp_out_g = capture.files.name("study");
-    EXPECT_EQ(-1, end_status([this] { setup(run); }));
-    EXPECT_FALSE(capture.files.has("study_hapsamp0.gz"));
 }
 
 TEST_F(setup_stages, a_region_without_study_sites_ends_the_run) {
     run.sites.store.erase(120);
     run.sites.store.erase(130);
-    EXPECT_EQ(1, end_status([this] { setup(run); }));
+    EXPECT_EQ(1, end_status([this] { set_up(); }));
     EXPECT_FALSE(says("-making"));
     EXPECT_FALSE(says("-setting"));
 }

@@ -129,8 +129,8 @@ TEST_F(passes, over_panel_0_tell_each_haplotype_and_pass_over_what_needs_no_upda
         "\r-updating haplotype [1/4] [hap 0]\r-updating haplotype [2/4]\r-updating haplotype [3/4]"
         "\r-updating haplotype [4/4] [hap 3]\n",
         said());
-    EXPECT_EQ(2 * static_cast<long>(n_sites - 1), pass.haploid_draws().n_stay + pass.haploid_draws().n_switch);
-    EXPECT_EQ(0, pass.diploid_draws().n_stay + pass.diploid_draws().n_switch);
+    EXPECT_EQ(2 * (n_sites - 1), pass.haploid_draws().n_stay + pass.haploid_draws().n_switch);
+    EXPECT_EQ(0U, pass.diploid_draws().n_stay + pass.diploid_draws().n_switch);
 }
 
 TEST_F(passes, over_panel_1_run_pairs_in_silence_where_the_phase_is_known) {
@@ -138,7 +138,7 @@ TEST_F(passes, over_panel_1_run_pairs_in_silence_where_the_phase_is_known) {
     update_passes& pass = start(burnin);
     pass.update_panel1_individuals();
     EXPECT_EQ("\r-updating ref indiv [1/2] [dip]\r-updating ref indiv [2/2]\n", said());
-    EXPECT_LT(0, pass.diploid_draws().n_stay + pass.diploid_draws().n_switch);
+    EXPECT_LT(0U, pass.diploid_draws().n_stay + pass.diploid_draws().n_switch);
 }
 
 TEST_F(passes, over_panel_1_run_one_haplotype_of_a_male) {

@@ -36,7 +36,7 @@ double sum_of(size_t n, const double* values) {
 
 #include "inference/kernels/word_loops.h"
 
-#include "inference/kernels/class_loops.h"
+#include "inference/kernels/pair_class_loops.h"
 
 }  // namespace
 

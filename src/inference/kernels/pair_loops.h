@@ -146,36 +146,72 @@ double diploid_backward_emit(size_t K, const uint64_t* bits, const double* e, do
     return sum;
 }
 
-void diploid_backward_move(size_t K, const double* g, double t0, double c, double* b) {
+// Where the rows of a table of pairs stand, and how many values they have.
+struct triangle_rows {
+    KERNEL_INLINE static size_t start(size_t a) { return triangle_row(a); }
+    KERNEL_INLINE static size_t length(size_t a) { return a + 1; }
+};
+struct square_rows {
+    size_t K;
+    KERNEL_INLINE size_t start(size_t a) const { return a * padded(K); }
+    KERNEL_INLINE size_t length(size_t /*a*/) const { return K; }
+};
+
+template <typename Rows>
+KERNEL_INLINE void backward_move(const Rows& rows, size_t K, const double* g, double t0, double c, double* b) {
     const lanes stay = spread(t0);
     for (size_t a = 0; a < K; ++a) {
-        double* values = b + triangle_row(a);
+        double* values = b + rows.start(a);
         const lanes constant = spread(c + g[a]);
-        const size_t last = a / width * width;
+        const size_t n = rows.length(a), last = (n - 1) / width * width;
         for (size_t k = 0; k < last; k += width) store(values + k, (constant + load(g + k)) + stay * load(values + k));
-        store(values + last, keep(first_lanes(a - last + 1), (constant + load(g + last)) + stay * load(values + last)));
+        store(values + last, keep(first_lanes(n - last), (constant + load(g + last)) + stay * load(values + last)));
     }
 }
 
-void diploid_class_sums(size_t K, const double* f, const double* b, const uint64_t* bits, double* sums) {
-    // By the allele of row a, with a partner that carries allele 0 or 1. No class is had by subtraction: callers divide
-    // by small emissions.
+void diploid_backward_move(size_t K, const double* g, double t0, double c, double* b) {
+    backward_move(triangle_rows{}, K, g, t0, c, b);
+}
+
+void ordered_backward_move(size_t K, const double* g, double t0, double c, double* b) {
+    backward_move(square_rows{K}, K, g, t0, c, b);
+}
+
+// Sums of f * b, by the allele of row a, with a partner that carries allele 0 or 1. No class is had by subtraction:
+// callers divide by small emissions.
+struct class_sums_of_rows {
     lanes with_zero[2] = {spread(0.0), spread(0.0)};
     lanes with_one[2] = {spread(0.0), spread(0.0)};
-    for (size_t a = 0; a < K; ++a) {
-        const size_t own = bit_of(bits, a);
-        const double* f_row = f + triangle_row(a);
-        const double* b_row = b + triangle_row(a);
-        for (size_t k = 0; k <= a; k += width) {
-            const lanes v = load(f_row + k) * load(b_row + k);
-            const mask ones = mask_at(bits, k);
-            with_zero[own] = add_kept(with_zero[own], inverse(ones), v);
-            with_one[own] = add_kept(with_one[own], ones, v);
+
+    template <typename Rows>
+    KERNEL_INLINE void add(const Rows& rows, size_t K, const double* f, const double* b, const uint64_t* bits) {
+        for (size_t a = 0; a < K; ++a) {
+            const size_t own = bit_of(bits, a), start = rows.start(a), n = rows.length(a);
+            for (size_t k = 0; k < n; k += width) {
+                const lanes v = load(f + start + k) * load(b + start + k);
+                const mask ones = mask_at(bits, k);
+                with_zero[own] = add_kept(with_zero[own], inverse(ones), v);
+                with_one[own] = add_kept(with_one[own], ones, v);
+            }
         }
     }
-    sums[0] = total(with_zero[0]);
-    sums[1] = total(with_one[0] + with_zero[1]);
-    sums[2] = total(with_one[1]);
+};
+
+void diploid_class_sums(size_t K, const double* f, const double* b, const uint64_t* bits, double* sums) {
+    class_sums_of_rows by_row;
+    by_row.add(triangle_rows{}, K, f, b, bits);
+    sums[0] = total(by_row.with_zero[0]);
+    sums[1] = total(by_row.with_one[0] + by_row.with_zero[1]);
+    sums[2] = total(by_row.with_one[1]);
+}
+
+void ordered_class_sums(size_t K, const double* f, const double* b, const uint64_t* bits, double* sums) {
+    class_sums_of_rows by_row;
+    by_row.add(square_rows{K}, K, f, b, bits);
+    for (size_t own = 0; own < 2; ++own) {
+        sums[own * 2] = total(by_row.with_zero[own]);
+        sums[own * 2 + 1] = total(by_row.with_one[own]);
+    }
 }
 
 // Emissions of row a of the square, by the allele of the second state.
@@ -228,37 +264,4 @@ double ordered_backward_emit(size_t K, const uint64_t* bits, const double* e4, d
         return [values](size_t k) { return load(values + k); };
     };
     return emit_square(K, bits, e4, row_of, b, row);
-}
-
-void ordered_backward_move(size_t K, const double* g, double t0, double c, double* b) {
-    const lanes stay = spread(t0);
-    const size_t stride = padded(K);
-    for (size_t a = 0; a < K; ++a) {
-        const lanes constant = spread(c + g[a]);
-        for (size_t k = 0; k < stride; k += width) {
-            double* place = b + a * stride + k;
-            lanes v = (constant + load(g + k)) + stay * load(place);
-            if (k + width > K) v = keep(first_lanes(K - k), v);
-            store(place, v);
-        }
-    }
-}
-
-void ordered_class_sums(size_t K, const double* f, const double* b, const uint64_t* bits, double* sums) {
-    lanes with_zero[2] = {spread(0.0), spread(0.0)};
-    lanes with_one[2] = {spread(0.0), spread(0.0)};
-    const size_t stride = padded(K);
-    for (size_t a = 0; a < K; ++a) {
-        const size_t own = bit_of(bits, a);
-        for (size_t k = 0; k < stride; k += width) {
-            const lanes v = load(f + a * stride + k) * load(b + a * stride + k);
-            const mask ones = mask_at(bits, k);
-            with_zero[own] = add_kept(with_zero[own], inverse(ones), v);
-            with_one[own] = add_kept(with_one[own], ones, v);
-        }
-    }
-    for (size_t own = 0; own < 2; ++own) {
-        sums[own * 2] = total(with_zero[own]);
-        sums[own * 2 + 1] = total(with_one[own]);
-    }
 }

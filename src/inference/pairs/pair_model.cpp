@@ -3,10 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include "inference/haploid/haploid_model.h"
 #include "inference/kernels/kernels.h"
 #include "inference/pairs/pair_store.h"
-#include "model/allele_row.h"
 #include "random/random.h"
 
 namespace {
@@ -71,7 +69,7 @@ class forward_sweep {
         std::size_t v = block.first;
         do {
             lead_into(++v);
-            sum_ = t_.by_class.step(p_, v, terms_into(p_, t_, v), t_.row.data());
+            sum_ = t_.by_class.step(class_site_of(p_, v), terms_into(p_, t_, v), t_.row.data());
         } while (v < block.last && sum_ >= rescale_below);
         block.last = v;
         keep_table(t_, v);
@@ -97,14 +95,14 @@ class forward_sweep {
 class pair_walker {
   public:
     pair_walker(const pair_problem& problem, pair_tables& tables, const pair_walk_options& options,
-                const std::vector<pair_request>& requests, pair_results& results)
+                std::span<const pair_request> requests, pair_results& results)
         : p_(problem),
           t_(tables),
           options_(options),
           requests_(requests),
           r_(results),
           store_(problem, tables, options.backward || options.keep_products),
-          K_(static_cast<int>(p_.n_states)) {}
+          K_(p_.n_states) {}
 
     void run() {
         for (std::size_t v = p_.n_sites; v-- > 0;) {
@@ -129,57 +127,58 @@ class pair_walker {
             r_.state[v] = {a, b};
         } else {
             next_pair(v);
-            r_.state[v] = p_.ordered ? std::array<int, 2>{k1_, k2_} : ordered_pair(v);
+            r_.state[v] = p_.ordered ? state_pair{k1_, k2_} : ordered_pair(v);
         }
         if (K_ > 0) right_value_ = store_.value(k1_, k2_);
     }
 
-    int last_of_row(int a) const { return p_.ordered ? K_ - 1 : a; }
+    std::size_t last_of_row(std::size_t a) const { return p_.ordered ? K_ - 1 : a; }
 
     // Sum of a row; what pads it is zero.
-    double sum_of_row(const double* row, int a) const {
-        return kernels::active().sum_of(static_cast<std::size_t>(last_of_row(a)) + 1, row);
+    double sum_of_row(const double* row, std::size_t a) const {
+        return kernels::active().sum_of(last_of_row(a) + 1, row);
     }
 
     // Values of the table at a site, had from the table itself or row by row.
     struct table_values {
         const pair_walker& walker;
         const double* f;
-        double row_sum(int a) const { return walker.sum_of_row(row(a), a); }
-        double with_k1(int a) const { return row(a)[walker.k1_]; }
-        double with_k2(int a) const { return row(a)[walker.k2_]; }
-        const double* row(int a) const { return f + pair_place(walker.p_, a, 0); }
+        double row_sum(std::size_t a) const { return walker.sum_of_row(row(a), a); }
+        double with_k1(std::size_t a) const { return row(a)[walker.k1_]; }
+        double with_k2(std::size_t a) const { return row(a)[walker.k2_]; }
+        const double* row(std::size_t a) const { return f + pair_place(walker.p_, a, 0); }
     };
     struct row_values {
         pair_store& store;
         const double* sums;
         const double* k1_row;
         const double* k2_row;
-        double row_sum(int a) const { return sums[a]; }
-        double with_k1(int a) const { return k1_row[a]; }
-        double with_k2(int a) const { return k2_row[a]; }
-        const double* row(int a) const { return store.row(a, 2); }
+        double row_sum(std::size_t a) const { return sums[a]; }
+        double with_k1(std::size_t a) const { return k1_row[a]; }
+        double with_k2(std::size_t a) const { return k2_row[a]; }
+        const double* row(std::size_t a) const { return store.row(a, 2); }
     };
 
-    std::array<int, 2> first_pair(const double* f) const {
+    state_pair first_pair(const double* f) const {
         const double u = Random::RNG->Next();
         double z = 0.0;
         const table_values values{*this, f};
-        for (int a = 0; a < K_; ++a) z += values.row_sum(a);
+        for (std::size_t a = 0; a < K_; ++a) z += values.row_sum(a);
         double sum = 0.0;
-        for (int a = 0; a < K_; ++a) {
+        for (std::size_t a = 0; a < K_; ++a) {
             const double after_row = sum + values.row_sum(a) / z;
             if (after_row < u) {
                 sum = after_row;
                 continue;
             }
             const double* row = values.row(a);
-            for (int b = 0; b <= last_of_row(a); ++b) {
+            for (std::size_t b = 0; b <= last_of_row(a); ++b) {
                 sum += row[b] / z;
                 if (u <= sum) return {a, b};
             }
         }
-        return {K_ - 1, K_ - 1};
+        const std::size_t last = K_ > 0 ? K_ - 1 : no_state;
+        return {last, last};
     }
 
     void next_pair(std::size_t v) {
@@ -210,7 +209,7 @@ class pair_walker {
     using chance_table = std::array<std::array<double, 2>, 2>;
 
     // Chance of going from the pair in hand to (a, b), by whether b differs from k1 and from k2.
-    chance_table row_chances(const diploid_gap& gap, int a) const {
+    chance_table row_chances(const diploid_gap& gap, std::size_t a) const {
         chance_table chance{};
         for (const bool b_not_k1 : {false, true}) {
             for (const bool b_not_k2 : {false, true}) {
@@ -226,12 +225,12 @@ class pair_walker {
     }
 
     // Weight of the pair (a, b) of forward value f as the next one; the pair in hand has had its turn.
-    double weight(double f, const chance_table& chance, int a, int b) const {
+    double weight(double f, const chance_table& chance, std::size_t a, std::size_t b) const {
         return a == k1_ && b == k2_ ? 0.0 : f * chance[b != k1_ ? 1 : 0][b != k2_ ? 1 : 0];
     }
 
     template <typename Values>
-    double weight_of_row(const Values& values, const chance_table& chance, int a) const {
+    double weight_of_row(const Values& values, const chance_table& chance, std::size_t a) const {
         double sum = values.row_sum(a) * chance[1][1];
         if (k1_ <= last_of_row(a)) {
             const double f = values.with_k1(a);
@@ -246,7 +245,7 @@ class pair_walker {
 
     template <typename Values>
     void switch_pair(const diploid_gap& gap, const Values& values, double u, double sum, double den) {
-        for (int a = 0; a < K_; ++a) {
+        for (std::size_t a = 0; a < K_; ++a) {
             const chance_table chance = row_chances(gap, a);
             const double after_row = sum + weight_of_row(values, chance, a) / den;
             if (after_row < u) {
@@ -254,7 +253,7 @@ class pair_walker {
                 continue;
             }
             const double* row = values.row(a);
-            for (int b = 0; b <= last_of_row(a); ++b) {
+            for (std::size_t b = 0; b <= last_of_row(a); ++b) {
                 if (a == k1_ && b == k2_) continue;
                 sum += weight(row[b], chance, a, b) / den;
                 if (u <= sum) {
@@ -268,7 +267,7 @@ class pair_walker {
     }
 
     // Which of the pair's states is the first haplotype's: by the transitions to the ordered pair on the right.
-    std::array<int, 2> ordered_pair(std::size_t v) const {
+    state_pair ordered_pair(std::size_t v) const {
         const auto [x, y] = r_.state[v + 1];
         double p = 0.5;
         if (k1_ != k2_ && x != y) {
@@ -308,9 +307,7 @@ class pair_walker {
         } else {
             step_backward(v);
         }
-        // Under memory saving the walk leaves products in the local store, where the sites left of all checkpoints will
-        // read them.
-        const bool keep_product = options_.keep_products || (p_.checkpoint != nullptr && !store_.is_kept());
+        const bool keep_product = options_.keep_products || store_.is_stale();
         if (!keep_product && !requests_[v].posterior) return;
         double* f = store_.table();
         const double* b = t_.backward.data();
@@ -324,8 +321,8 @@ class pair_walker {
         ensure_size(t_.backward, t_.table_size);
         ensure_size(t_.backward_shared, t_.stride);
         std::fill_n(t_.backward.begin(), t_.table_size, 0.0);
-        for (int a = 0; a < K_; ++a) {
-            for (int b = 0; b <= last_of_row(a); ++b) t_.backward[pair_place(p_, a, b)] = 1.0;
+        for (std::size_t a = 0; a < K_; ++a) {
+            for (std::size_t b = 0; b <= last_of_row(a); ++b) t_.backward[pair_place(p_, a, b)] = 1.0;
         }
     }
 
@@ -365,21 +362,15 @@ class pair_walker {
     const pair_problem& p_;
     pair_tables& t_;
     const pair_walk_options& options_;
-    const std::vector<pair_request>& requests_;
+    const std::span<const pair_request> requests_;
     pair_results& r_;
     pair_store store_;
-    const int K_;
-    int k1_ = -1, k2_ = -1;  // the pair in table order
+    const std::size_t K_;
+    std::size_t k1_ = no_state, k2_ = no_state;  // the pair in table order
     double right_value_ = 0.0;
 };
 
 }  // namespace
-
-std::size_t pair_place(const pair_problem& problem, int a, int b) {
-    const auto row = static_cast<std::size_t>(a);
-    return (problem.ordered ? row * kernels::padded(problem.n_states) : kernels::triangle_row(row)) +
-           static_cast<std::size_t>(b);
-}
 
 double pair_forward(const pair_problem& problem, pair_tables& tables) {
     size_tables(problem, tables);
@@ -387,8 +378,8 @@ double pair_forward(const pair_problem& problem, pair_tables& tables) {
 }
 
 void pair_walk(const pair_problem& problem, pair_tables& tables, const pair_walk_options& options,
-               const std::vector<pair_request>& requests, pair_results& results) {
-    results.state.assign(options.sample ? problem.n_sites : 0, {-1, -1});
+               std::span<const pair_request> requests, pair_results& results) {
+    results.state.assign(options.sample ? problem.n_sites : 0, {no_state, no_state});
     results.alleles.resize(problem.n_sites);
     results.weights.resize(problem.n_sites);
     results.stay_count = results.switch_count = 0;

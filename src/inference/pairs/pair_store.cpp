@@ -7,22 +7,11 @@
 
 namespace {
 
-constexpr auto not_kept = static_cast<std::size_t>(-1);
 // Sites of the longest block of steps over whole tables.
 constexpr std::size_t longest_of_pairs = 16;
 
-const std::vector<bool>& checkpoints(const pair_problem& problem) {
-    static const std::vector<bool> none(1, true);
-    return problem.checkpoint != nullptr ? *problem.checkpoint : none;
-}
-
 std::size_t table_size(const pair_problem& p) {
     return p.ordered ? p.n_states * kernels::padded(p.n_states) : kernels::triangle_size(p.n_states);
-}
-
-// Whether the sums of the tables' rows are kept for every site.
-bool keeps_row_sums(const pair_problem& problem) {
-    return !problem.ordered && problem.checkpoint == nullptr;
 }
 
 double both_stay(const pair_problem& p, std::size_t v) {
@@ -62,7 +51,7 @@ void size_tables(const pair_problem& problem, pair_tables& tables) {
     tables.table_size = table_size(problem);
     ensure_size(tables.row, K8);
     ensure_size(tables.emission_rows, 2 * K8);
-    ensure_size(tables.row_sums, keeps_row_sums(problem) ? problem.n_sites * K8 : K8);
+    ensure_size(tables.row_sums, problem.ordered ? K8 : problem.n_sites * K8);
     for (aligned_buffer& row : tables.followed) ensure_size(row, K8);
     ensure_size(tables.work, tables.table_size);
     ensure_size(tables.shared, problem.n_sites * K8);
@@ -70,43 +59,37 @@ void size_tables(const pair_problem& problem, pair_tables& tables) {
     tables.scale.assign(problem.n_sites, 1.0);
     tables.blocks.clear();
     tables.n_kept = 0;
-    tables.kept_row.assign(problem.n_sites, not_kept);
-    for (std::size_t v = 0; v < problem.n_sites; ++v) {
-        if (problem.checkpoint != nullptr ? (*problem.checkpoint)[v] : v == 0) keep_table(tables, v);
-    }
-    // The block left of all checkpoints is read from what an earlier sweep left here.
-    if (problem.checkpoint != nullptr) {
-        ensure_size(tables.local, std::max<std::size_t>(problem.interval, 1) * tables.table_size);
-    }
+    tables.kept_row.assign(problem.n_sites, std::nullopt);
+    if (problem.n_sites == 0) return;
+    keep_table(tables, 0);
+    keep_table(tables, stale_stretch(problem.n_sites, problem.checkpoint_interval).length());
 }
 
 bool keeps_table(const pair_tables& tables, std::size_t v) {
-    return tables.kept_row[v] != not_kept;
+    return tables.kept_row[v].has_value();
 }
 
 double* kept_table(pair_tables& tables, std::size_t v) {
-    return tables.kept.data() + tables.kept_row[v] * tables.table_size;
+    return tables.kept.data() + *tables.kept_row[v] * tables.table_size;
 }
 
 void keep_table(pair_tables& tables, std::size_t v) {
+    if (keeps_table(tables, v)) return;
     tables.kept_row[v] = tables.n_kept++;
     ensure_size(tables.kept, tables.n_kept * tables.table_size);
 }
 
 pair_block next_block(const pair_problem& problem, pair_tables& tables, std::size_t first) {
-    const std::size_t end = problem.n_sites - 1;
-    std::size_t last = first;
-    if (problem.checkpoint != nullptr) {
-        do ++last;
-        while (last < end && !keeps_table(tables, last));
-        return {first, last, false};
-    }
+    const std::size_t checkpoint = stale_stretch(problem.n_sites, problem.checkpoint_interval).length();
+    const std::size_t end = first < checkpoint ? checkpoint : problem.n_sites - 1;
+    const std::size_t longest = std::max(problem.keep_every, problem.checkpoint_interval);
     const bool defined = tables.scale[first] > 0.0;  // or every site would end a block by classes
     if (!problem.ordered && problem.n_states > 0 && defined) {
-        last = end_of_classes(problem, tables, first, std::min(end, first + problem.keep_every));
+        const std::size_t last = end_of_classes(problem, tables, first, std::min(end, first + longest));
         if (last > first) return {first, last, true};
     }
-    last = std::min(first + std::min(problem.keep_every, longest_of_pairs), end);
+    const std::size_t longest_without = std::max(longest_of_pairs, problem.checkpoint_interval);
+    const std::size_t last = std::min(first + std::min(longest, longest_without), end);
     keep_table(tables, last);
     return {first, last, false};
 }
@@ -115,8 +98,12 @@ pair_terms terms_into(const pair_problem& problem, const pair_tables& tables, st
     return {both_stay(problem, v), tables.shared.data() + v * tables.stride, tables.constant[v]};
 }
 
+pair_class_sweep::site class_site_of(const pair_problem& problem, std::size_t v) {
+    return {problem.bits(v), problem.emission_by_sum(v), problem.gap[v].one_moves};
+}
+
 double* row_sums_of(const pair_problem& problem, pair_tables& tables, std::size_t v) {
-    return tables.row_sums.data() + (keeps_row_sums(problem) ? v * tables.stride : 0);
+    return tables.row_sums.data() + (problem.ordered ? 0 : v * tables.stride);
 }
 
 void divide_table(const pair_problem& problem, pair_tables& tables, std::size_t v, double divisor, double* table) {
@@ -141,57 +128,58 @@ pair_store::pair_store(const pair_problem& problem, pair_tables& tables, bool ev
     : p_(problem),
       t_(tables),
       every_table_(every_table),
-      checkpoints_(checkpoints(problem)),
+      stale_(problem.n_sites, problem.checkpoint_interval),
       block_(tables.blocks.empty() ? 0 : tables.blocks.size() - 1) {}
 
 void pair_store::enter(std::size_t v) {
     v_ = v;
-    if (p_.checkpoint != nullptr) {  // the walk's own rules say when a block is built, and which store is read
-        if (checkpoints_.enter(v)) rebuild(checkpoints_.first(), checkpoints_.n_local());
-        kept_ = checkpoints_.is_kept(v);
-        return;
-    }
     kept_ = keeps_table(t_, v);
+    if (stale_.leaves(v) && v == 2 * stale_.length()) {
+        rebuild(stale_.length(), stale_.length(), [this](std::size_t site) { return stale_table(site); });
+    }
     if (block_ > 0 && v == block().first) {
         --block_;
         has_block_ = false;
-        followed_a_ = -1;
+        followed_pair_.reset();
     }
 }
 
 double* pair_store::table() {
+    if (is_stale()) return stale_table(v_);
     if (kept_) return kept_table(t_, v_);
-    if (p_.checkpoint != nullptr) return local_table(checkpoints_.local_index());
     if (!every_table_) {
         if (built_ != v_) build_one();
         return local_table(0);
     }
-    if (!has_block_) rebuild(block().first, block().last - block().first - 1);
+    if (!has_block_) {
+        ensure_size(t_.local, (block().last - block().first - 1) * t_.table_size);
+        rebuild(block().first, block().last - block().first - 1,
+                [this](std::size_t site) { return local_table(site - block().first - 1); });
+    }
     has_block_ = true;
-    return local_table(place());
+    return local_table(v_ - block().first - 1);
 }
 
-double pair_store::value(int a, int b) {
-    if (kept_ || p_.checkpoint != nullptr || has_block_ || built_ == v_) return table()[pair_place(p_, a, b)];
-    if (a != followed_a_ || b != followed_b_) follow_pair(a, b);
+double pair_store::value(std::size_t a, std::size_t b) {
+    if (is_stale() || kept_ || has_block_ || built_ == v_) return table()[pair_place(p_, a, b)];
+    if (followed_pair_ != state_pair{a, b}) follow_pair(a, b);
     return followed_[v_ - block().first];
 }
 
 bool pair_store::has_rows() const {
-    return keeps_row_sums(p_) && !every_table_ && !kept_ && !block().by_class && built_ != v_;
+    return !p_.ordered && !every_table_ && !is_stale() && !kept_ && !block().by_class && built_ != v_;
 }
 
-const double* pair_store::row(int a, std::size_t place) {
+const double* pair_store::row(std::size_t a, std::size_t place) {
     double* row = t_.followed[place].data();
     const std::size_t first = block().first;
     const double* from = kept_table(t_, first);
-    for (int b = 0; b < static_cast<int>(p_.n_states); ++b)
-        row[b] = from[pair_place(p_, std::max(a, b), std::min(a, b))];
+    for (std::size_t b = 0; b < p_.n_states; ++b) row[b] = from[pair_place(p_, std::max(a, b), std::min(a, b))];
     for (std::size_t v = first + 1; v <= v_; ++v) {
         const pair_terms terms = terms_into(p_, t_, v);
         const std::array<double, 3> by_sum = p_.emission_by_sum(v);
-        kernels::active().diploid_forward_row(p_.n_states, static_cast<std::size_t>(a), row, terms.shared, terms.stay,
-                                              terms.constant, p_.bits(v), by_sum.data(), row);
+        kernels::active().diploid_forward_row(p_.n_states, a, row, terms.shared, terms.stay, terms.constant, p_.bits(v),
+                                              by_sum.data(), row);
         if (t_.scale[v] != 1.0) kernels::active().divide(p_.n_states, t_.scale[v], row);
     }
     return row;
@@ -206,12 +194,11 @@ void pair_store::enter_again(std::size_t v, const double* from, double* out) {
     if (t_.scale[v] != 1.0) divide_table(p_, t_, v, t_.scale[v], out);
 }
 
-void pair_store::rebuild(std::size_t first, std::size_t n) {
-    ensure_size(t_.local, n * t_.table_size);
+template <typename Place>
+void pair_store::rebuild(std::size_t first, std::size_t n, const Place& place) {
     const double* from = kept_table(t_, first);
-    for (std::size_t i = 0; i < n; ++i) {
-        const std::size_t v = first + 1 + i;
-        double* out = local_table(i);
+    for (std::size_t v = first + 1; v <= first + n; ++v) {
+        double* out = place(v);
         enter_again(v, from, out);
         from = out;
     }
@@ -231,20 +218,21 @@ void pair_store::build_one() {
     t_.classes.start(p_.n_states);
     for (std::size_t v = first + 1; v <= v_; ++v) t_.classes.split(p_.bits(v));
     t_.by_class.start(t_.classes, kept_table(t_, first));
-    for (std::size_t v = first + 1; v <= v_; ++v) t_.by_class.step(p_, v, terms_into(p_, t_, v), t_.row.data());
+    for (std::size_t v = first + 1; v <= v_; ++v) {
+        t_.by_class.step(class_site_of(p_, v), terms_into(p_, t_, v), t_.row.data());
+    }
     t_.by_class.write_table(kept_table(t_, first), local_table(0));
 }
 
-void pair_store::follow_pair(int a, int b) {
-    followed_a_ = a;
-    followed_b_ = b;
+void pair_store::follow_pair(std::size_t a, std::size_t b) {
+    followed_pair_ = {a, b};
     const std::size_t first = block().first;
     followed_.assign(1, kept_table(t_, first)[pair_place(p_, a, b)]);
     for (std::size_t v = first + 1; v <= v_; ++v) followed_.push_back(next_value(v, followed_.back(), a, b));
 }
 
 // One entry of the table, in the order of operations of the kernels.
-double pair_store::next_value(std::size_t v, double value, int a, int b) const {
+double pair_store::next_value(std::size_t v, double value, std::size_t a, std::size_t b) const {
     const pair_terms terms = terms_into(p_, t_, v);
     double arrived = (terms.shared[a] + terms.constant) + terms.shared[b];
     if (!p_.ordered && a == b) arrived *= 0.5;

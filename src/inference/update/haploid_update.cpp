@@ -35,14 +35,15 @@ haploid_problem make_problem(const inference_inputs& in, const haploid_update& u
     return problem;
 }
 
-// The posteriors, from the distinct haplotypes among the states. Returns false where single states must be looked at.
-bool impute_by_distinct(const inference_inputs& in, const haploid_update& update, const conditioning_states& states,
-                        const haploid_problem& problem, sweep_workspace& work, haploid_result& result) {
+// The posteriors, from classes of equal haplotypes. Returns false where single states must be looked at.
+bool impute_by_classes(const inference_inputs& in, const haploid_update& update, const conditioning_states& states,
+                       const haploid_problem& problem, sweep_workspace& work, haploid_result& result) {
     haplotype_classes& classes = work.reference_classes[update.panel];
-    return classes.serve(in.panels[0].haps, model_of(in, update).site) &&
-           haploid_forward_by_classes(problem, classes, states.hap.data(), work.haploid, work.by_class,
-                                      result.log10_likelihood) &&
-           haploid_posteriors_by_classes(problem, classes, work.haploid, work.by_class, result.requests, result.walk);
+    if (!classes.serve(in.panels[0].haps, model_of(in, update).site)) return false;
+    const auto likelihood = haploid_forward_by_classes(problem, classes, states.hap, work.haploid, work.by_class);
+    if (!likelihood) return false;
+    result.log10_likelihood = *likelihood;
+    return haploid_posteriors_by_classes(problem, classes, work.haploid, work.by_class, result.requests, result.walk);
 }
 
 void find_kept_sites(const inference_inputs& in, const hmm_model& model, haploid_result& result) {
@@ -59,18 +60,14 @@ void update_haploid(const inference_inputs& in, const haploid_update& update, co
                     sweep_workspace& work, haploid_result& result) {
     const hmm_model& model = model_of(in, update);
     haploid_problem problem = make_problem(in, update, model, work);
-    const haploid_choice choice = choose_sweep(in.params, update, model, states, problem.n_states);
     result.walk.stay_count = result.walk.switch_count = 0;
     result.copying.clear();
     find_kept_sites(in, model, result);
     if (update.sample || update.backward) list_requests(in, update, result);
-    if (choice.sweep == haploid_sweep::distinct && impute_by_distinct(in, update, states, problem, work, result))
-        return;
+    const haploid_choice choice = choose_sweep(in.params, update, model, states, problem.n_states, result.requests);
+    problem.checkpoint_interval = choice.checkpoint_interval;
+    if (choice.sweep == haploid_sweep::classes && impute_by_classes(in, update, states, problem, work, result)) return;
 
-    if (choice.sweep == haploid_sweep::checkpoints) {
-        problem.checkpoint = &model.checkpoint;
-        problem.interval = model.interval;
-    }
     set_alleles(in, states, model, work, problem);
     result.log10_likelihood = haploid_forward(problem, work.haploid);
     if (update.sample || update.backward) {

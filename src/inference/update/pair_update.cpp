@@ -31,11 +31,11 @@ pair_problem make_problem(const inference_inputs& in, const pair_update& update,
 void list_state_posteriors(const pair_problem& problem, const pair_tables& tables, std::vector<double>& posteriors) {
     posteriors.assign(problem.n_sites * problem.n_states, 0.0);
     for (std::size_t v = 0; v < problem.n_sites; ++v) {
-        const double* table = tables.kept.data() + tables.kept_row[v] * tables.table_size;
+        const double* table = tables.kept.data() + *tables.kept_row[v] * tables.table_size;
         double* posterior = posteriors.data() + v * problem.n_states;
         for (std::size_t a = 0; a < problem.n_states; ++a) {
             for (std::size_t b = 0; b <= a; ++b) {
-                const double value = table[pair_place(problem, static_cast<int>(a), static_cast<int>(b))];
+                const double value = table[pair_place(problem, a, b)];
                 posterior[a] += value;
                 posterior[b] += value;
             }
@@ -51,10 +51,7 @@ void update_pair(const inference_inputs& in, const pair_update& update, const co
     const pair_choice choice = choose_sweep(in.params, in.plan, update, model);
     pair_problem problem = make_problem(in, update, states, work, result);
     problem.keep_every = choice.keep_every;
-    if (choice.sweep == pair_sweep::checkpoints) {
-        problem.checkpoint = &model.checkpoint;
-        problem.interval = model.interval;
-    }
+    problem.checkpoint_interval = choice.checkpoint_interval;
     result.log10_likelihood = pair_forward(problem, work.pairs);
     result.requests.resize(model.n_sites());
     for (std::size_t v = 0; v < model.n_sites(); ++v) result.requests[v] = request_at(in, update, model.site[v]);

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "inference/haploid/distinct_haplotypes.h"
+#include "inference/haploid/haploid_class_sweep.h"
 #include "inference/haploid/haploid_model.h"
 #include "inference/haploid/haplotype_classes.h"
 #include "inference/pairs/pair_model.h"

@@ -15,7 +15,7 @@ constexpr std::size_t longest_block = 256;
 
 // Everything that the classes tell of a panel at the sites.
 void expect_right_classes(const haplotype_classes& classes, const packed_haplotypes& panel,
-                          const std::vector<int>& sites) {
+                          const std::vector<std::size_t>& sites) {
     std::size_t first = 0;
     for (std::size_t b = 0; b < classes.blocks().size(); ++b) {
         SCOPED_TRACE("block " + std::to_string(b));
@@ -34,8 +34,7 @@ void expect_right_classes(const haplotype_classes& classes, const packed_haploty
             ASSERT_LT(c, block.n_classes);
             ++members[c];
             for (std::size_t v = block.first; v < block.end; ++v) {
-                ASSERT_EQ(panel.allele(h, static_cast<std::size_t>(sites[v])) == 1,
-                          bits::get(classes.alleles(block, c), v - block.first))
+                ASSERT_EQ(panel.allele(h, sites[v]) == 1, bits::get(classes.alleles(block, c), v - block.first))
                     << "haplotype " << h << " site " << v;
             }
         }
@@ -77,7 +76,7 @@ TEST(haplotype_classes, have_the_alleles_of_their_haplotypes) {
             m.n_founders = 4;
             m.switch_chance = source.chance(0.5) ? 1e-4 : 5e-4;
             const packed_haplotypes panel = make_panel(source, m);
-            const std::vector<int> sites = consecutive(0, n_sites);
+            const std::vector<std::size_t> sites = consecutive(0, n_sites);
             haplotype_classes classes;
             ASSERT_TRUE(classes.serve(panel, sites, 1));
             expect_right_classes(classes, panel, sites);
@@ -91,14 +90,14 @@ TEST(haplotype_classes, are_those_at_the_visited_sites) {
     m.n_sites = 900;
     m.switch_chance = m.mutation_chance = 2e-5;
     const packed_haplotypes panel = make_panel(source, m);
-    for (const int first : {0, 1, 37, 63, 64, 65, 127, 130, 191}) {
+    for (const std::size_t first : {0U, 1U, 37U, 63U, 64U, 65U, 127U, 130U, 191U}) {
         for (const std::size_t n_sites : {1U, 27U, 63U, 64U, 65U, 192U, 700U}) {
             SCOPED_TRACE("from " + std::to_string(first) + " " + std::to_string(n_sites) + " sites");
             haplotype_classes of_all, of_some;
-            const std::vector<int> all = consecutive(first, n_sites);
+            const std::vector<std::size_t> all = consecutive(first, n_sites);
             ASSERT_TRUE(of_all.serve(panel, all, 1));
             expect_right_classes(of_all, panel, all);
-            const std::vector<int> some = choose_ascending(source, n_sites, first, 900);
+            const std::vector<std::size_t> some = choose_ascending(source, n_sites, first, 900);
             ASSERT_TRUE(of_some.serve(panel, some, 1));
             expect_right_classes(of_some, panel, some);
         }
@@ -111,9 +110,9 @@ TEST(haplotype_classes, are_right_around_a_gap_in_the_sites) {
     mosaic_panel m;
     m.n_sites = 200;
     const packed_haplotypes panel = make_panel(source, m);
-    for (int gap = 1; gap < 140; gap += 3) {
-        std::vector<int> sites = consecutive(5, 140);
-        for (std::size_t v = static_cast<std::size_t>(gap); v < sites.size(); ++v) sites[v] += 1 + gap % 30;
+    for (std::size_t gap = 1; gap < 140; gap += 3) {
+        std::vector<std::size_t> sites = consecutive(5, 140);
+        for (std::size_t v = gap; v < sites.size(); ++v) sites[v] += 1 + gap % 30;
         haplotype_classes classes;
         ASSERT_TRUE(classes.serve(panel, sites, 1));
         SCOPED_TRACE("gap before " + std::to_string(gap));
@@ -127,7 +126,7 @@ TEST(haplotype_classes, are_of_the_whole_last_site_of_the_store) {
         mosaic_panel m;
         m.n_sites = n_sites;
         const packed_haplotypes panel = make_panel(source, m);
-        const std::vector<int> sites = consecutive(static_cast<int>(n_sites) - 50, 50);
+        const std::vector<std::size_t> sites = consecutive(n_sites - 50, 50);
         haplotype_classes classes;
         ASSERT_TRUE(classes.serve(panel, sites, 1));
         expect_right_classes(classes, panel, sites);
@@ -138,7 +137,7 @@ TEST(haplotype_classes, block_lengths_follow_the_number_of_classes) {
     const struct {
         std::size_t n_different, block_length;
     } cases[] = {{1, 256}, {2, 256}, {25, 256}, {26, 64}, {50, 64}};
-    const std::vector<int> sites = consecutive(0, 600);
+    const std::vector<std::size_t> sites = consecutive(0, 600);
     for (const auto& [n_different, block_length] : cases) {
         SCOPED_TRACE(std::to_string(n_different) + " different haplotypes");
         const packed_haplotypes panel = counted_panel(200, 600, n_different);
@@ -163,7 +162,7 @@ TEST(haplotype_classes, blocks_are_halved_where_that_leaves_few_classes) {
             }
         }
     }
-    const std::vector<int> sites = consecutive(0, 512);
+    const std::vector<std::size_t> sites = consecutive(0, 512);
     haplotype_classes classes;
     ASSERT_TRUE(classes.serve(panel, sites, 1));
     std::vector<std::size_t> ends;
@@ -173,7 +172,7 @@ TEST(haplotype_classes, blocks_are_halved_where_that_leaves_few_classes) {
 }
 
 TEST(haplotype_classes, do_not_serve_too_many_different_haplotypes) {
-    const std::vector<int> sites = consecutive(0, 300);
+    const std::vector<std::size_t> sites = consecutive(0, 300);
     haplotype_classes counted;
     EXPECT_FALSE(counted.serve(counted_panel(200, 300, 51), sites));
     haplotype_classes fewer;
@@ -190,7 +189,7 @@ TEST(haplotype_classes, do_not_serve_too_many_different_haplotypes) {
 // An eighth of so many haplotypes would be more classes than can be told apart in two bytes.
 TEST(haplotype_classes, do_not_serve_more_classes_than_have_a_number) {
     constexpr std::size_t n_hap = 8 * 65600;
-    const std::vector<int> sites = consecutive(0, 17);
+    const std::vector<std::size_t> sites = consecutive(0, 17);
     haplotype_classes too_many, most;
     EXPECT_FALSE(too_many.serve(counted_panel(n_hap, 17, 65536), sites));
     const packed_haplotypes panel = counted_panel(n_hap, 17, 65535);
@@ -208,7 +207,7 @@ TEST(haplotype_classes, serve_where_blocks_are_long_enough_on_average) {
     m.diverse_from = 256;
     m.diverse_to = 384;
     const packed_haplotypes panel = make_panel(source, m);
-    const std::vector<int> sites = consecutive(0, 768);
+    const std::vector<std::size_t> sites = consecutive(0, 768);
     const struct {
         std::size_t least_mean_length;
         bool served;
@@ -228,7 +227,7 @@ TEST(haplotype_classes, serve_where_blocks_are_long_enough_on_average) {
 TEST(haplotype_classes, serve_a_changing_panel_when_it_stays) {
     input_source source(7);
     packed_haplotypes panel = make_panel(source, {});
-    const std::vector<int> sites = consecutive(10, 280);
+    const std::vector<std::size_t> sites = consecutive(10, 280);
     haplotype_classes classes;
     ASSERT_TRUE(classes.serve(panel, sites, 1));
     ASSERT_TRUE(classes.serve(panel, sites, 1));
@@ -247,7 +246,7 @@ TEST(haplotype_classes, serve_a_panel_that_became_less_diverse) {
     mosaic_panel m;
     m.diverse_to = m.n_sites = 200;
     packed_haplotypes panel = make_panel(source, m);
-    const std::vector<int> sites = consecutive(0, 200);
+    const std::vector<std::size_t> sites = consecutive(0, 200);
     haplotype_classes classes;
     EXPECT_FALSE(classes.serve(panel, sites));
     for (std::size_t h = 0; h < 200; ++h) {
@@ -268,9 +267,9 @@ TEST(haplotype_classes, serve_another_list_of_sites) {
     m.n_sites = 700;
     m.switch_chance = m.mutation_chance = 2e-5;
     const packed_haplotypes panel = make_panel(source, m);
-    const std::vector<int> all = consecutive(0, 700), some = choose_ascending(source, 333, 0, 700), none;
+    const std::vector<std::size_t> all = consecutive(0, 700), some = choose_ascending(source, 333, 0, 700), none;
     haplotype_classes classes;
-    for (const std::vector<int>* sites : {&all, &some, &all, &none, &some}) {
+    for (const std::vector<std::size_t>* sites : {&all, &some, &all, &none, &some}) {
         ASSERT_TRUE(classes.serve(panel, *sites, 1));
         expect_right_classes(classes, panel, *sites);
     }

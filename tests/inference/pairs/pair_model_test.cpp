@@ -13,152 +13,10 @@
 
 #include "inference/inference_tools.h"
 #include "inference/kernels/kernels.h"
+#include "inference/pairs/pair_cases.h"
 #include "inference/pairs/pair_store.h"
-#include "inference/slow_diploid.h"
-#include "inference/slow_ordered.h"
-#include "params/switch_rates.h"
 
 namespace {
-
-// Emission tables by allele sum and genotype for a rate of mutation, and the chances of ordered alleles.
-struct pair_rates {
-    std::array<std::array<double, 4>, 3> M{};
-    std::array<std::array<double, 3>, 2> Mh{};
-    slow::allele_table pr_00{}, pr_01{}, pr_10{};
-
-    explicit pair_rates(double mu) {
-        const double a = 1.0 - mu;
-        M = {{{a * a, 2 * a * mu, mu * mu, 1.0},
-              {a * mu, mu * mu + a * a, a * mu, 1.0},
-              {mu * mu, 2 * a * mu, a * a, 1.0}}};
-        Mh = {{{a, mu, 1.0}, {mu, a, 1.0}}};
-        pr_00 = {{{M[0][0], M[1][0]}, {M[1][0], M[2][0]}}};
-        pr_01 = {{{M[0][1] * 0.5, M[0][0]}, {M[0][2], M[2][1] * 0.5}}};
-        pr_10 = {{{M[0][1] * 0.5, M[0][2]}, {M[0][0], M[2][1] * 0.5}}};
-    }
-    // Emission of a genotype.
-    std::array<double, 4> genotype(int g) const {
-        const auto column = static_cast<std::size_t>(g);
-        return {M[0][column], M[1][column], M[1][column], M[2][column]};
-    }
-    // Emission of two ordered alleles.
-    std::array<double, 4> ordered(int x, int y) const {
-        const auto cx = static_cast<std::size_t>(x), cy = static_cast<std::size_t>(y);
-        return {Mh[0][cx] * Mh[0][cy], Mh[0][cx] * Mh[1][cy], Mh[1][cx] * Mh[0][cy], Mh[1][cx] * Mh[1][cy]};
-    }
-};
-
-// A problem in the form of the plain model and in that of the fast sweeps.
-template <typename Model>
-struct pair_case {
-    static constexpr bool ordered = std::is_same_v<Model, slow::ordered_model>;
-    Model plain;
-    std::vector<double> distance;
-    int K_gap = 1;
-    std::vector<diploid_gap> gap;
-    std::vector<std::array<double, 4>> emission;
-    std::vector<std::uint64_t> alleles;
-    std::vector<bool> checkpoint;
-    std::size_t interval = 0;
-    std::vector<pair_request> requests;
-    double worth_of_classes = 3.0;  // so that classes are used where they save nothing, too
-
-    void finish() {
-        std::vector<std::vector<int>> rows;
-        gap.clear();
-        emission.clear();
-        requests.clear();
-        for (std::size_t v = 0; v < plain.sites.size(); ++v) {
-            slow::pair_site& s = plain.sites[v];
-            s.gap = slow::pair_gap(distance[v], K_gap);
-            rows.push_back(s.allele);
-            gap.push_back(make_diploid_gap(distance[v], K_gap));
-            emission.push_back(s.emission);
-            requests.push_back({s.draw != slow::pair_draw::none, s.draw == slow::pair_draw::order, true});
-        }
-        alleles = pack_rows(rows, static_cast<std::size_t>(plain.K));
-    }
-    pair_problem problem() const {
-        pair_problem p;
-        p.ordered = ordered;
-        p.n_states = static_cast<std::size_t>(plain.K);
-        p.n_sites = plain.sites.size();
-        p.worth_of_classes = worth_of_classes;
-        p.gap = gap.data();
-        p.alleles = alleles.data();
-        p.words = bits::words_for(p.n_states);
-        p.emission = emission.data();
-        p.pr_00 = plain.pr_00;
-        p.pr_01 = plain.pr_01;
-        p.pr_10 = plain.pr_10;
-        if (!checkpoint.empty()) {
-            p.checkpoint = &checkpoint;
-            p.interval = interval;
-        }
-        return p;
-    }
-    void set_rates(const pair_rates& rates) {
-        plain.pr_00 = rates.pr_00;
-        plain.pr_01 = rates.pr_01;
-        plain.pr_10 = rates.pr_10;
-    }
-};
-using unordered_case = pair_case<slow::diploid_model>;
-using ordered_case = pair_case<slow::ordered_model>;
-
-void set_checkpoints(unordered_case& c, std::size_t interval) {
-    c.plain.mem_save = true;
-    c.plain.interval = c.interval = interval;
-    const std::size_t n = c.plain.sites.size();
-    c.checkpoint.clear();
-    for (std::size_t v = 0; v < n; ++v) {
-        c.plain.sites[v].kept = (n - 1 - v) % interval == 0;
-        c.checkpoint.push_back(c.plain.sites[v].kept);
-    }
-}
-
-// A genotype 0, 1, 2, or 3 for missing.
-void set_genotype(slow::pair_site& s, int g, const pair_rates& rates) {
-    s.emission = rates.genotype(g);
-    s.draw = g == 3 ? slow::pair_draw::genotype : g == 1 ? slow::pair_draw::order : slow::pair_draw::none;
-}
-
-// A genotype known by its probabilities.
-void set_probabilities(input_source& source, slow::pair_site& s) {
-    const double het = source.uniform();
-    s.emission = {source.uniform(), het, het, source.uniform()};
-    s.draw = slow::pair_draw::genotype;
-}
-
-// A site of random genotype, or of known phase in an ordered problem.
-template <typename Case>
-void fill_site(input_source& source, Case& c, std::size_t v, const pair_rates& rates, double missing) {
-    slow::pair_site& s = c.plain.sites[v];
-    if (Case::ordered && source.chance(0.5)) {
-        s.emission = rates.ordered(source.integer(0, 1), source.integer(0, 1));
-        s.draw = slow::pair_draw::none;
-        return;
-    }
-    set_genotype(s, source.chance(missing) ? 3 : source.integer(0, 2), rates);
-    if (source.chance(0.1)) set_probabilities(source, s);
-}
-
-template <typename Case>
-Case random_case(input_source& source, int K, int n_sites, double mu, double missing) {
-    Case c;
-    const pair_rates rates(mu);
-    c.plain.K = K;
-    c.set_rates(rates);
-    c.plain.sites.resize(static_cast<std::size_t>(n_sites));
-    c.K_gap = source.integer(0, 1) == 0 ? std::max(K, 1) : K + source.integer(1, 400);
-    for (std::size_t v = 0; v < c.plain.sites.size(); ++v) {
-        c.plain.sites[v].allele = random_row(source, K);
-        c.distance.push_back(random_distance(source));
-        fill_site(source, c, v, rates, missing);
-    }
-    c.finish();
-    return c;
-}
 
 struct walk_kind {
     bool sample, backward, in_turns;
@@ -208,7 +66,7 @@ void expect_agreement(Case& c, const walk_kind& kind, int seed, pair_tables& tab
     for (std::size_t v = 0; v < c.plain.sites.size(); ++v) {
         const slow::pair_site& s = c.plain.sites[v];
         if (kind.sample) {
-            EXPECT_EQ((std::array<int, 2>{s.state_a, s.state_b}), results.state[v]) << "site " << v;
+            EXPECT_EQ((std::array<int, 2>{s.state_a, s.state_b}), as_plain(results.state[v])) << "site " << v;
             if (s.draw != slow::pair_draw::none) {
                 EXPECT_EQ(s.drawn, (std::array<int, 2>{results.alleles[v][0], results.alleles[v][1]})) << "site " << v;
             }
@@ -344,7 +202,7 @@ TYPED_TEST(pair_sweeps, agree_where_emissions_are_no_probabilities) {
     }
 }
 
-TYPED_TEST(pair_sweeps, without_states_give_state_minus_one) {
+TYPED_TEST(pair_sweeps, without_states_give_no_state) {
     input_source source(26);
     for (const int n_sites : {1, 5}) {
         TypeParam c = random_case<TypeParam>(source, 0, n_sites, 1e-3, 0.4);
@@ -391,18 +249,17 @@ TYPED_TEST(pair_sweeps, products_are_left_in_the_tables_when_asked) {
     pair_forward(problem, tables);
     pair_walk(problem, tables, {false, true, false, true}, c.requests, results);
     for (std::size_t v = 0; v < 7; ++v) {
-        const double* table = tables.kept.data() + tables.kept_row[v] * tables.table_size;
+        const double* table = kept_table(tables, v);
         double plain_sum = 0.0, sum = 0.0;
-        for (int a = 0; a < 9; ++a) {
-            for (int b = 0; b < (TypeParam::ordered ? 9 : a + 1); ++b) {
-                plain_sum += c.plain.sites[v].product[static_cast<std::size_t>(a)][static_cast<std::size_t>(b)];
+        for (std::size_t a = 0; a < 9; ++a) {
+            for (std::size_t b = 0; b < (TypeParam::ordered ? 9 : a + 1); ++b) {
+                plain_sum += c.plain.sites[v].product[a][b];
                 sum += table[pair_place(problem, a, b)];
             }
         }
-        for (int a = 0; a < 9; ++a) {
-            for (int b = 0; b < (TypeParam::ordered ? 9 : a + 1); ++b) {
-                const double expected =
-                    c.plain.sites[v].product[static_cast<std::size_t>(a)][static_cast<std::size_t>(b)];
+        for (std::size_t a = 0; a < 9; ++a) {
+            for (std::size_t b = 0; b < (TypeParam::ordered ? 9 : a + 1); ++b) {
+                const double expected = c.plain.sites[v].product[a][b];
                 EXPECT_NEAR(expected / plain_sum, table[pair_place(problem, a, b)] / sum, 1e-12);
             }
         }
@@ -528,7 +385,7 @@ TEST(unordered_pairs, paths_are_drawn_by_their_posterior) {
             for (int i = 0; i < n_draws; ++i) {
                 pair_walk(c.problem(), tables, {true, false, in_turns, false}, c.requests, results);
                 path p;
-                for (const auto& [a, b] : results.state) p.push_back(a * c.plain.K + b);
+                for (const auto& [a, b] : results.state) p.push_back(as_plain(a) * c.plain.K + as_plain(b));
                 ++counts[p];
             }
             expect_frequencies(counts, chances, n_draws);
@@ -553,7 +410,7 @@ TEST(unordered_pairs, of_one_state_still_take_the_draw_of_the_order) {
     seeded_draws draws(4);
     for (int i = 0; i < 1 + 2 * 4; ++i) draws.next();
     EXPECT_EQ(draws.next(), next);
-    for (const auto& state : results.state) EXPECT_EQ((std::array<int, 2>{0, 0}), state);
+    for (const auto& state : results.state) EXPECT_EQ((state_pair{0, 0}), state);
     EXPECT_EQ(4, results.stay_count);
     EXPECT_EQ(0, results.switch_count);
 }
@@ -670,7 +527,7 @@ TEST(pair_checkpoints, change_nothing_right_of_the_leftmost_one) {
         }
         EXPECT_PRED3(nearly_equal, full_L, kept_L, 1e-12);
         const std::size_t leftmost = (n_sites - 1) % interval;
-        EXPECT_TRUE(c.checkpoint[leftmost]);
+        EXPECT_TRUE(c.plain.sites[leftmost].kept);
         for (std::size_t v = leftmost; v < n_sites; ++v) {
             EXPECT_EQ(full.state[v], kept.state[v]);
             if (c.plain.sites[v].draw != slow::pair_draw::none) {
@@ -696,63 +553,6 @@ TEST(pair_checkpoints, leave_their_block_to_the_next_sweep_of_the_same_size) {
 }
 
 // --- states that are copies of few different haplotypes -------------------------------------------------------------
-
-enum class stretch { copies, different };
-
-// A stretch of sites where the states are copies of n_patterns haplotypes, or all different. The individual is mostly
-// made of two of the states.
-void append_stretch(input_source& source, unordered_case& c, stretch kind, std::size_t n_sites, int n_patterns,
-                    double mu) {
-    const pair_rates rates(mu);
-    const auto K = static_cast<std::size_t>(c.plain.K);
-    std::vector<std::size_t> pattern(K);
-    for (std::size_t& p : pattern) p = static_cast<std::size_t>(source.integer(0, n_patterns - 1));
-    const auto first = static_cast<std::size_t>(source.integer(0, c.plain.K - 1));
-    const auto second = static_cast<std::size_t>(source.integer(0, c.plain.K - 1));
-    for (std::size_t i = 0; i < n_sites; ++i) {
-        const std::vector<int> of_pattern = random_row(source, n_patterns);
-        slow::pair_site s;
-        for (const std::size_t p : pattern) {
-            s.allele.push_back(kind == stretch::copies ? of_pattern[p] : source.integer(0, 1));
-        }
-        const int copied = s.allele[first] + s.allele[second];
-        set_genotype(s, source.chance(0.15) ? 3 : source.chance(0.02) ? source.integer(0, 2) : copied, rates);
-        if (source.chance(0.05)) set_probabilities(source, s);
-        c.plain.sites.push_back(s);
-        c.distance.push_back(source.chance(0.6) ? source.uniform(0.0, 0.5) : random_distance(source));
-    }
-}
-
-unordered_case empty_case(input_source& source, int K, double mu) {
-    unordered_case c;
-    c.plain.K = K;
-    c.set_rates(pair_rates(mu));
-    c.K_gap = source.chance(0.5) ? K : K + source.integer(1, 400);
-    return c;
-}
-
-// Stretches of both kinds in turn.
-unordered_case copied_case(input_source& source, int K, int n_patterns, std::size_t n_sites, double mu) {
-    unordered_case c = empty_case(source, K, mu);
-    stretch kind = source.chance(0.5) ? stretch::copies : stretch::different;
-    while (c.plain.sites.size() < n_sites) {
-        const auto length =
-            static_cast<std::size_t>(kind == stretch::copies ? source.integer(6, 60) : source.integer(2, 20));
-        append_stretch(source, c, kind, std::min(length, n_sites - c.plain.sites.size()), n_patterns, mu);
-        kind = kind == stretch::copies ? stretch::different : stretch::copies;
-    }
-    c.finish();
-    return c;
-}
-
-// How many blocks of the last sweep went by classes, and how many by pairs.
-struct block_counts {
-    int by_class = 0, by_pair = 0;
-
-    void add(const pair_tables& tables) {
-        for (const pair_block& block : tables.blocks) ++(block.by_class ? by_class : by_pair);
-    }
-};
 
 int blocks_by_class(const pair_tables& tables) {
     block_counts counts;
@@ -989,7 +789,7 @@ std::vector<double> results_of(const unordered_case& c, const walk_kind& kind, p
     pair_results results;
     std::vector<double> all{pair_forward(c.problem(), tables)};
     pair_walk(c.problem(), tables, {kind.sample, kind.backward, kind.in_turns, false}, c.requests, results);
-    for (const auto& state : results.state) all.insert(all.end(), state.begin(), state.end());
+    for (const auto& [a, b] : results.state) all.insert(all.end(), {static_cast<double>(a), static_cast<double>(b)});
     if (kind.backward) {
         for (const auto& w : results.weights) all.insert(all.end(), w.begin(), w.end());
     }
@@ -1021,20 +821,29 @@ TEST(pairs_of_copies, give_the_same_bits_at_every_level_of_the_kernels) {
     EXPECT_EQ(&best, &kernels::active()) << "the best level is the last one";
 }
 
-TEST(pairs_of_copies, go_by_pairs_between_checkpoints) {
+TEST(pairs_of_copies, agree_under_memory_saving) {
     input_source source(53);
+    block_counts counts;
     for (const int K : {16, 29}) {
-        for (const std::size_t interval : {8U, 11U}) {
-            unordered_case c = copied_case(source, K, 4, 90, 1e-3);
-            set_checkpoints(c, interval);
-            for (const walk_kind& kind : {all_kinds[0], all_kinds[1], all_kinds[2]}) {
-                unordered_case copy = c;
-                pair_tables tables;
-                expect_agreement(copy, kind, K, tables, 48);
-                EXPECT_EQ(0, blocks_by_class(tables));
+        for (const std::size_t n_sites : {87U, 90U, 97U}) {
+            for (const std::size_t interval : {8U, 11U, 31U, 60U}) {
+                unordered_case c = copied_case(source, K, 4, n_sites, 1e-3);
+                set_checkpoints(c, interval);
+                SCOPED_TRACE("K " + std::to_string(K) + " sites " + std::to_string(n_sites) + " interval " +
+                             std::to_string(interval));
+                for (const walk_kind& kind : {all_kinds[0], all_kinds[1], all_kinds[2], all_kinds[4]}) {
+                    for (const std::size_t keep_every : {1U, 16U, 48U}) {
+                        unordered_case copy = c;
+                        pair_tables tables;
+                        expect_agreement(copy, kind, K, tables, keep_every);
+                        counts.add(tables);
+                    }
+                }
             }
         }
     }
+    EXPECT_GT(counts.by_class, 100);
+    EXPECT_GT(counts.by_pair, 100);
 }
 
 TEST(pairs_of_copies, go_by_pairs_where_pairs_are_ordered) {
@@ -1077,46 +886,6 @@ TEST(pairs_of_copies, keep_few_tables_of_undefined_values) {
     pair_tables tables;
     EXPECT_TRUE(std::isnan(pair_forward(c.problem(), tables)));
     EXPECT_LT(tables.n_kept, 20);
-}
-
-// Every entry, however small it is, by each of the ways in which a walk may ask for it.
-TEST(pairs_of_copies, have_the_forward_tables_of_the_plain_recursion) {
-    input_source source(55);
-    block_counts counts;
-    for (const int K : {16, 20, 35}) {
-        for (const double mu : {1e-2, 1e-9}) {
-            unordered_case c = copied_case(source, K, 4, 80, mu);
-            c.worth_of_classes = 1.5;
-            c.plain.forward();
-            pair_tables tables;
-            const pair_problem problem = c.problem();
-            pair_forward(problem, tables);
-            counts.add(tables);
-            const auto expect_entry = [&](std::size_t v, int a, int b, double found) {
-                const double expected = c.plain.sites[v].fwd[static_cast<std::size_t>(a)][static_cast<std::size_t>(b)];
-                if (!(std::abs(expected - found) <= 1e-12 * expected)) {
-                    ADD_FAILURE() << "site " << v << " pair " << a << ", " << b << ": " << expected << ", " << found;
-                }
-            };
-            for (const bool every_table : {false, true}) {
-                pair_store store(problem, tables, every_table);
-                for (std::size_t v = 80; v-- > 0;) {
-                    store.enter(v);
-                    // One pair for a while, then another.
-                    const int a = static_cast<int>(v / 5) % K, b = a * 2 / 3;
-                    expect_entry(v, a, b, store.value(a, b));
-                    expect_entry(v, a, a, store.value(a, a));
-                    if (!every_table && v % 3 != 0) continue;
-                    const double* table = store.table();
-                    for (int i = 0; i < K; ++i) {
-                        for (int j = 0; j <= i; ++j) expect_entry(v, i, j, table[pair_place(problem, i, j)]);
-                    }
-                }
-            }
-        }
-    }
-    EXPECT_GT(counts.by_class, 6);
-    EXPECT_GT(counts.by_pair, 2);
 }
 
 }  // namespace

@@ -99,8 +99,8 @@ TEST_F(hole_filling, draws_all_states_and_then_the_alleles_of_the_holes) {
             seeded_draws draws(seed);
             fill(3, panel, cond_panel);
             EXPECT_EQ(next, draws.next());
-            EXPECT_EQ(plain.stay_count, result.walk.stay_count);
-            EXPECT_EQ(plain.switch_count, result.walk.switch_count);
+            EXPECT_EQ(static_cast<std::size_t>(plain.stay_count), result.walk.stay_count);
+            EXPECT_EQ(static_cast<std::size_t>(plain.switch_count), result.walk.switch_count);
             for (std::size_t p = 0; p < 3; ++p) {
                 for (std::size_t h = 0; h < 6; ++h) {
                     const bool filled = p == panel && h == 3;
@@ -134,7 +134,6 @@ TEST_F(hole_filling, keeps_every_vector_under_memory_saving) {
     run.params.mem_save_1 = true;
     hmm_model& model = at(run.models.hole_chains, 0, 0, 1);
     model.interval = 3;
-    model.checkpoint.assign(model.n_sites(), false);
     std::vector<int> expected;
     {
         seeded_draws draws(4);

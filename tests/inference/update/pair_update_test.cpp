@@ -36,8 +36,6 @@ class pair_updates : public update_fixture {
             model.dip_gap.push_back(make_diploid_gap(distances.back(), gap_states));
         }
         model.interval = 3;
-        for (std::size_t v = 0; v < model.n_sites(); ++v)
-            model.checkpoint.push_back((model.n_sites() - 1 - v) % 3 == 0);
         const double mu = 0.03, a = 1.0 - mu;
         emission_table& M = at(run.models.mutation, 1, panel, panel);
         M = {{{a * a, 2 * a * mu, mu * mu, 1.0},
@@ -60,7 +58,7 @@ class pair_updates : public update_fixture {
             slow::pair_site site;
             site.allele = state_alleles(s);
             site.gap = slow::pair_gap(distances[v], gap_states);
-            site.kept = model.checkpoint[v];
+            site.kept = (model.n_sites() - 1 - v) % model.interval == 0;
             for (std::size_t x = 0; x < 2; ++x) {
                 for (std::size_t y = 0; y < 2; ++y) {
                     double e = gp(panel) ? run.sites.in_order[s]->gtype_emiss[panel][3 * ind + x + y]
@@ -106,8 +104,8 @@ class pair_updates : public update_fixture {
             EXPECT_EQ(counted[s][1], tally.miss_counts[1][0]) << "site " << s;
             EXPECT_EQ(static_cast<std::size_t>(counted[s][0] + counted[s][1]), tally.miss_idx);
         }
-        EXPECT_EQ(plain.stay_count, result.walk.stay_count);
-        EXPECT_EQ(plain.switch_count, result.walk.switch_count);
+        EXPECT_EQ(static_cast<std::size_t>(plain.stay_count), result.walk.stay_count);
+        EXPECT_EQ(static_cast<std::size_t>(plain.switch_count), result.walk.switch_count);
     }
 
     // What the posteriors of an unordered individual add.

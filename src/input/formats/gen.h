@@ -1,0 +1,21 @@
+#pragma once
+
+// Genotypes as text: a line a site, three probabilities an individual behind the site's five fields.
+
+#include "input/formats/site_line.h"
+#include "input/note_once.h"
+
+class number_scanner;
+
+class gen_file final : public site_line_file<genotype_source> {
+  public:
+    gen_file(run_log& log, const source_request& request);
+    std::size_t n_columns() const override { return n_columns_; }
+    void read_triples(std::span<probability_triple> triples) override;
+
+  private:
+    void read_triple(number_scanner& numbers, probability_triple& triple);
+
+    std::size_t n_columns_ = 0;
+    note_once short_line_;
+};

@@ -1,0 +1,93 @@
+#include "input/formats/hap_legend.h"
+
+#include <algorithm>
+
+#include "input/announce.h"
+#include "input/formats/site_line.h"
+#include "io/run_log.h"
+#include "io/text.h"
+
+hap_legend_pair::hap_legend_pair(run_log& log, const source_request& request)
+    : log_(log),
+      request_(request),
+      alleles_(log, request.file, request.missing_text, unopened_text(request.words, request.file)) {
+    scan_first_line();
+}
+
+void hap_legend_pair::scan_first_line() {
+    std::string_view line, field;
+    if (!alleles_.next_filled_line(line)) return;
+    field_scanner fields(line);
+    while (fields.next(field)) absent_.push_back(field == "-");
+    n_columns_ = absent_.size();
+    if (std::find(absent_.begin(), absent_.end(), true) == absent_.end()) absent_.clear();
+    alleles_.hold_line();
+}
+
+void hap_legend_pair::start(const std::vector<bool>& dropped) {
+    legend_.emplace(log_, request_.legend, request_.legend_missing_text,
+                    unopened_text(request_.legend_words, request_.legend));
+    read_header();
+    rows_.emplace(n_columns_, dropped, request_.question_is_missing);
+}
+
+void hap_legend_pair::read_header() {
+    std::string_view line;
+    std::vector<std::string> header;
+    if (legend_->next_filled_line(line)) header = split_fields(line);
+    const auto refuse = [this](std::string_view what) {
+        log_.fatal(concat("ERROR: The ", request_.legend_words, " [", request_.legend, "] ", what,
+                          " Please review the documentation and try again."));
+    };
+    if (!request_.further_values && header.size() != 4) {
+        refuse("does not conform to the required four-column format.");
+    }
+    if (header.size() < 4) refuse("must contain at least four columns.");
+    value_names_.assign(header.begin() + 4, header.end());
+}
+
+bool hap_legend_pair::next(site_fields& site) {
+    std::string_view line;
+    if (alleles_pending_) next_alleles(line);
+    if (!legend_->next_filled_line(line)) {
+        if (alleles_.next_filled_line(line)) {
+            alleles_.note("the file goes on behind the last line of its legend; the rest is not read");
+        }
+        return false;
+    }
+    site = take_site(*legend_, line, false, value_text_);
+    alleles_pending_ = true;
+    return true;
+}
+
+std::vector<std::string> hap_legend_pair::values() {
+    std::vector<std::string> values = split_fields(value_text_);
+    if (values.size() < value_names_.size()) fail("There are fewer columns than in the header");
+    return values;
+}
+
+bool hap_legend_pair::next_alleles(std::string_view& line) {
+    alleles_pending_ = false;
+    if (alleles_.next_filled_line(line)) return true;
+    short_file_.say(alleles_, "the file ends before its legend does");
+    return false;
+}
+
+bool hap_legend_pair::read_alleles(allele_row& row) {
+    using outcome = haplotype_row_reader::outcome;
+    std::string_view line;
+    if (!next_alleles(line)) return false;
+    switch (rows_->read(line, row)) {
+        case outcome::too_few:
+            alleles_.fail("There are fewer haplotypes than in the first line");
+        case outcome::too_many:
+            alleles_.fail("There are more haplotypes than in the first line");
+        case outcome::bad_allele:
+            alleles_.fail(
+                concat("The allele '", rows_->bad_field(), "' in column ", rows_->bad_column(), " is not valid"));
+        case outcome::good:
+            break;
+    }
+    if (rows_->question_seen()) question_.say(alleles_, "'?' reads as allele 0 in this panel");
+    return true;
+}

@@ -3,8 +3,9 @@
 #include "model/conditioning_states.h"
 #include <vector>
 
+#include "io/run_log.h"
 #include "io/text.h"
-#include "model/data.h"
+#include "model/conditioning_states.h"
 
 namespace {
 

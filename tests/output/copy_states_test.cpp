@@ -1,6 +1,6 @@
 #include "output/copy_states.h"
 
-#include "model/data.h"
+#include "model/conditioning_states.h"
 #include "output_fixture.h"
 
 namespace {

@@ -2,6 +2,7 @@
 
 // What the choice of states and the updates read of a run.
 
+#include <algorithm>
 #include <cstddef>
 
 #include "model/copying_models.h"
@@ -21,8 +22,9 @@ struct inference_inputs {
     std::size_t first_kept = 0, end_kept = 0;
 
     bool keeps(std::size_t s) const { return s >= first_kept && s < end_kept; }
+    // (k_states) K of a model.
     std::size_t n_states(std::size_t mode, std::size_t panel, std::size_t cond_panel) const {
-        return static_cast<std::size_t>(models.k_states[mode][panel][cond_panel]);
+        return static_cast<std::size_t>(std::max(models.k_states[mode][panel][cond_panel], 0));
     }
     const site_traits& traits(std::size_t s) const { return sites.traits[s]; }
     const snp& site(std::size_t s) const { return *sites.in_order[s]; }

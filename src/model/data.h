@@ -3,10 +3,7 @@
 // The run: everything that its phases share, in rooms. A function takes the rooms that it needs; only the driver and
 // the passes see the whole.
 
-#include <array>
 #include <iosfwd>
-#include <utility>
-#include <vector>
 
 #include "io/run_log.h"
 #include "model/accumulators.h"
@@ -23,26 +20,12 @@ struct data {
     data(const data&) = delete;
     data& operator=(const data&) = delete;
 
-    parameters params;
+    parameters params;      // what the user said; completed by process_input, and then as it is
     run_log log;
-    run_plan plan;
+    run_plan plan;          // fixed before the first iteration
     site_table sites;
     panel_array panels;
     genetic_map map;
     copying_models models;
-
-    // Whether a haploid model of the study, or of Panel 1, is used.
-    bool haploid_study() const { return params.haploid_g || (plan.chrx_haploid && panels[2].n_males >= 1); }
-    bool haploid_panel1() const { return plan.chrx_haploid && is_given(params.g_ref_file) && panels[1].n_males >= 1; }
-    // Whether the observed alleles of a model are all that count: false for the panel whose holes are being filled.
-    bool full_sites(std::size_t panel, std::size_t cond_panel) const {
-        return !(params.fill_holes && panel == cond_panel && panel == plan.hole_fill_to);
-    }
-    // The interval of the main output and of the count files.
-    std::pair<long, long> output_interval() const;
-    // The interval of accumulation and of the haplotype files.
-    std::pair<long, long> haps_interval() const;
-
-    // --- results ----------------------------------------------------------------------------------------------------
     accumulators acc;
 };

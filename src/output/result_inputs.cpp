@@ -14,8 +14,7 @@ std::pair<long, long> result_inputs::haps_interval() const {
 }
 
 std::size_t result_inputs::n_study() const {
-    const std::size_t n = panels[2].n_ind;
-    return params.nind > 0 ? std::min(static_cast<std::size_t>(params.nind), n) : n;
+    return plan.n_study;
 }
 
 std::vector<char> result_inputs::haploid_study() const {

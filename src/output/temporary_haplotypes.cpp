@@ -113,7 +113,7 @@ void remove_tmp_file(const result_inputs& run, const std::string& name) {
 void load_temporary_haplotypes(const result_inputs& run, sample_bits& samples) {
     const std::vector<std::size_t> selected = tmp_sites(run);
     if (selected.empty() || samples.has(selected.front())) return;
-    if (run.params.iter == 0) {  // no iteration, no file
+    if (run.plan.n_iterations == 0) {  // no iteration, no file
         allocate_samples(run, selected, samples);
         return;
     }

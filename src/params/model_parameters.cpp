@@ -1,13 +1,12 @@
 #include "params/model_parameters.h"
 
-#include "model/data.h"
 #include "params/population.h"
-#include "params/switch_rates.h"
 
-void set_model_parameters(data& run, bool full) {
-    set_theta(run.params, run.panels, full, run.models);
-    set_mutation(run.log, run.params, run.plan, run.panels, full, run.models, run.sites);
-    const rate_inputs inputs{run.params, run.plan, run.panels, run.sites};
-    set_switch_rates(run.log, inputs, full, run.models);
-    if (run.params.fill_holes) set_switch_rates_for_hole_filling(run.log, inputs, full, run.models);
+void set_model_parameters(run_log& log, const parameters& params, const run_plan& plan, const panel_array& panels,
+                          bool full, copying_models& models, site_table& sites) {
+    set_theta(params, plan, panels, full, models);
+    set_mutation(log, params, plan, panels, full, models, sites);
+    const rate_inputs inputs{params, plan, panels, sites};
+    set_switch_rates(log, inputs, full, models);
+    if (plan.fill_holes) set_switch_rates_for_hole_filling(log, inputs, full, models);
 }

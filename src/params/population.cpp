@@ -62,14 +62,14 @@ void fill_pair_tables(copying_models& models, std::size_t panel, const emission_
 
 }  // namespace
 
-void set_theta(const parameters& params, const panel_array& panels, bool full, copying_models& models) {
+void set_theta(const parameters& params, const run_plan& plan, const panel_array& panels, bool full, copying_models& models) {
     const auto& counts = full ? models.k_states_full : models.k_states;
     const auto set = [&](std::size_t mode, std::size_t panel, std::size_t cond) {
         models.theta[mode][panel][cond] = harmonic_theta(counts[mode][panel][cond]);
     };
     set(0, 0, 0);
     if (params.use_panel1_for_type0_imputation && !params.stage_one) set(0, 1, 0);
-    if (params.fill_holes) {
+    if (plan.fill_holes) {
         set(0, 0, 1);
         set(0, 0, 2);
         set(0, 1, 2);
@@ -99,13 +99,12 @@ void set_mutation(run_log& log, const parameters& params, const run_plan& plan, 
         const double mu = rate(1, panel, panel);
         if (usable(mu)) fill_diploid(models.mutation[1][panel][panel], mu);
     }
-    const auto n_study = static_cast<std::size_t>(std::max(params.nind, 0));
     for (auto& [position, site] : sites.store) {
         if (params.prob_g_ref && site.type >= 1 && site.type <= plan.n_panels - 1 && !site.panel1_placeholder) {
             weigh_genotypes(site.gtype_probs[1], panels[1].n_ind, models.mutation[1][1][1], site.gtype_emiss[1]);
         }
         if (params.prob_g && site.type == plan.n_panels - 1) {
-            weigh_genotypes(site.gtype_probs[2], n_study, models.mutation[1][2][2], site.gtype_emiss[2]);
+            weigh_genotypes(site.gtype_probs[2], plan.n_study, models.mutation[1][2][2], site.gtype_emiss[2]);
         }
     }
     for (std::size_t panel = 1; panel <= 2; ++panel) fill_pair_tables(models, panel, models.mutation[1][panel][panel]);

@@ -100,10 +100,10 @@ bool one_reference_panel(const parameters& params) {
     return genotype_panel ? params.h_files.empty() : params.h_files.size() == 1;
 }
 
-void stop_if_useless(run_log& log, const parameters& params, const site_counts& counts) {
+void stop_if_useless(run_log& log, const parameters& params, const run_plan& plan, const site_counts& counts) {
     if (counts.n_study < 1 && !params.merge_ref_panels) log.fatal(no_study_sites);
     if (site_counts::sum(counts.output) < 1) log.fatal(no_output_sites, 0);
-    if (one_reference_panel(params) && params.fill_holes && !counts.any_observed) {
+    if (one_reference_panel(params) && plan.fill_holes && !counts.any_observed) {
         log.fatal(no_common_sites("vs."), no_common_sites("vs"), 1);
     }
 }
@@ -114,6 +114,6 @@ type_counts report_data_summary(run_log& log, const parameters& params, const ru
     const site_counts counts = count_sites(plan, sites);
     for (const std::string& line : report_lines(counts, false)) log.terminal_line(line);
     for (const std::string& line : report_lines(counts, true)) log.summary_line(line);
-    stop_if_useless(log, params, counts);
+    stop_if_useless(log, params, plan, counts);
     return counts.in_region();
 }

@@ -5,11 +5,11 @@
 
 namespace {
 
-std::vector<int> list_stored(const parameters& params) {
+std::vector<int> list_stored(const run_plan& plan, int thin) {
     std::vector<int> stored;
-    if (params.burnin >= params.iter - 1) return {params.burnin};
-    for (long it = params.burnin; it <= params.iter - 2; it += params.thin) stored.push_back(static_cast<int>(it));
-    stored.push_back(params.iter - 1);
+    if (plan.burnin >= plan.n_iterations - 1) return {plan.burnin};
+    for (long it = plan.burnin; it <= plan.n_iterations - 2; it += thin) stored.push_back(static_cast<int>(it));
+    stored.push_back(plan.n_iterations - 1);
     return stored;
 }
 
@@ -30,17 +30,17 @@ std::vector<int> list_selfchecks(const std::vector<int>& stored, double share) {
     return selfchecks;
 }
 
-std::optional<int> first_informed(const parameters& params) {
+std::optional<int> first_informed(const parameters& params, const run_plan& plan) {
     if (params.random_cond) return std::nullopt;
-    int informed = std::min(params.informed_burnin, params.burnin);
-    if (informed == -1) informed = static_cast<int>(std::floor(params.burnin * 0.6666666666666666 + 0.5));
-    return params.burnin - informed;
+    int informed = std::min(params.informed_burnin, plan.burnin);
+    if (informed == -1) informed = static_cast<int>(std::floor(plan.burnin * 0.6666666666666666 + 0.5));
+    return plan.burnin - informed;
 }
 
 }  // namespace
 
 void plan_iterations(const parameters& params, run_plan& plan) {
-    plan.stored_iters = list_stored(params);
+    plan.stored_iters = list_stored(plan, params.thin);
     plan.selfcheck_iters = list_selfchecks(plan.stored_iters, params.selfcheck);
-    plan.informed_start_iter = first_informed(params);
+    plan.informed_start_iter = first_informed(params, plan);
 }

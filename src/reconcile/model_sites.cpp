@@ -23,11 +23,11 @@ void list_traits(site_table& sites) {
     }
 }
 
-void list_model_sites(const run_plan& plan, const site_table& sites, bool fill_holes, copying_models& models) {
+void list_model_sites(const run_plan& plan, const site_table& sites, copying_models& models) {
     for (std::size_t panel = 0; panel < 3; ++panel) {
         for (std::size_t cond = 0; cond <= panel; ++cond) {
             // The panel whose holes are being filled goes by what it has.
-            const bool full = !(fill_holes && panel == cond && plan.hole_fill_to == panel);
+            const bool full = !(plan.fill_holes && panel == cond && plan.hole_fill_to == panel);
             models.chains[0][panel][cond].site = select(sites, [&](const snp& s) {
                 return s.top_panel >= cond && s.top_panel != plan.n_panels && (full || !s.ref_alleles_missing);
             });
@@ -38,7 +38,7 @@ void list_model_sites(const run_plan& plan, const site_table& sites, bool fill_h
             });
         }
     }
-    if (!fill_holes || !plan.hole_fill_to || !plan.hole_fill_from) return;
+    if (!plan.fill_holes || !plan.hole_fill_to || !plan.hole_fill_from) return;
     const std::size_t from = *plan.hole_fill_from;
     hmm_model& holes = models.hole_chains[0][*plan.hole_fill_to][from];
     holes.site = select(

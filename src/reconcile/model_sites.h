@@ -10,4 +10,4 @@
 void list_traits(site_table& sites);
 
 // Fills the site lists of all models; those of hole filling get their (empty) gaps, too.
-void list_model_sites(const run_plan& plan, const site_table& sites, bool fill_holes, copying_models& models);
+void list_model_sites(const run_plan& plan, const site_table& sites, copying_models& models);

@@ -65,8 +65,9 @@ std::size_t count_missing(const sized_run& run, const snp& site) {
         return n;
     }
     const auto& gtypes = site.gtypes[2];
-    const auto n = std::min<std::ptrdiff_t>(run.params.nind, std::ssize(gtypes));
-    return static_cast<std::size_t>(std::count(gtypes.begin(), gtypes.begin() + n, missing_genotype));
+    const std::size_t n = std::min(run.plan.n_study, gtypes.size());
+    const auto end = gtypes.begin() + static_cast<std::ptrdiff_t>(n);
+    return static_cast<std::size_t>(std::count(gtypes.begin(), end, missing_genotype));
 }
 
 void allocate_tallies(const sized_run& run, accumulators& acc) {

@@ -1,5 +1,7 @@
 #include "reconcile/setup.h"
-#include "model/data.h"
+
+#include <algorithm>
+
 #include "params/model_parameters.h"
 #include "reconcile/stages.h"
 #include "reconcile/storage.h"
@@ -18,17 +20,21 @@ void reconcile_sites(run_log& log, const parameters& params, const run_plan& pla
 
 }  // namespace
 
-type_counts setup_panels(data& run) {
-    reconcile_sites(run.log, run.params, run.plan, run.sites);
-    const type_counts n_of_type = report_data_summary(run.log, run.params, run.plan, run.sites);
-    make_update_plan(run.log, run.params, run.plan, run.panels, run.sites);
-    make_initial_haplotypes(run.log, run.params, run.plan, run.panels, run.sites);
-    pack_haplotypes(run.params, run.plan, run.panels, run.sites);
+type_counts setup_panels(run_log& log, const parameters& params, run_plan& plan, panel_array& panels,
+                         site_table& sites) {
+    const std::size_t n_ind = panels[2].n_ind;
+    plan.n_study = params.nind > 0 ? std::min(static_cast<std::size_t>(params.nind), n_ind) : n_ind;
+    reconcile_sites(log, params, plan, sites);
+    const type_counts n_of_type = report_data_summary(log, params, plan, sites);
+    make_update_plan(log, params, plan, panels, sites);
+    make_initial_haplotypes(log, params, plan, panels, sites);
+    pack_haplotypes(params, plan, panels, sites);
     return n_of_type;
 }
 
-void setup_models(data& run, const type_counts& n_of_type) {
-    setup_storage(run, n_of_type);
+void setup_models(run_log& log, const parameters& params, const type_counts& n_of_type, run_plan& plan,
+                  const panel_array& panels, site_table& sites, copying_models& models, accumulators& acc) {
+    setup_storage(log, params, n_of_type, plan, panels, sites, models, acc);
     // Informed states from the first iteration on: the loop sets the parameters itself, before its first sweep.
-    if (run.plan.informed_start_iter != 0) set_model_parameters(run, false);
+    if (plan.informed_start_iter != 0) set_model_parameters(log, params, plan, panels, false, models, sites);
 }

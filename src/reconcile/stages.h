@@ -44,7 +44,7 @@ type_counts report_data_summary(run_log& log, const parameters& params, const ru
 
 // Settles who needs sampling, who is modelled by ordered haplotypes, and what becomes of the hole filling; shortens the
 // run to one iteration when nobody needs sampling. Ends the run when -use_prephased_g meets unphased genotypes.
-void make_update_plan(run_log& log, parameters& params, run_plan& plan, panel_array& panels, site_table& sites);
+void make_update_plan(run_log& log, const parameters& params, run_plan& plan, panel_array& panels, site_table& sites);
 
 // Draws first haplotypes for the panels that need them, Panel 2 first and Panel 0 last: phases heterozygotes at random
 // and fills what is missing from the allele frequencies. Missing Panel 0 alleles are kept in snp::ref_missing. Ends the

@@ -2,7 +2,7 @@
 
 #include "io/text.h"
 #include "io/text_input.h"
-#include "model/data.h"
+#include "model/intervals.h"
 #include "reconcile/checkpoint_plan.h"
 #include "reconcile/iteration_plan.h"
 #include "reconcile/model_sites.h"
@@ -30,19 +30,19 @@ void read_intermediate_positions(run_log& log, const parameters& params, run_pla
 
 }  // namespace
 
-void setup_storage(data& run, const type_counts& n_of_type) {
-    run.log.stage("-setting storage space");
-    parameters& p = run.params;
-    const std::size_t n_study = run.panels[2].n_ind;
-    if (p.nind > 0 && static_cast<std::size_t>(p.nind) > n_study) {
-        run.log.fatal(concat("ERROR: The -nind value (", p.nind,
-                             ") is larger than the number of individuals in the study (", n_study, ")."));
+void setup_storage(run_log& log, const parameters& params, const type_counts& n_of_type, run_plan& plan,
+                   const panel_array& panels, site_table& sites, copying_models& models, accumulators& acc) {
+    log.stage("-setting storage space");
+    const std::size_t n_study = panels[2].n_ind;
+    if (params.nind < 0) log.fatal(concat("ERROR: The -nind value (", params.nind, ") must not be negative."));
+    if (static_cast<std::size_t>(params.nind) > n_study) {
+        log.fatal(concat("ERROR: The -nind value (", params.nind,
+                         ") is larger than the number of individuals in the study (", n_study, ")."));
     }
-    if (p.nind == 0) p.nind = static_cast<int>(n_study);
-    plan_iterations(p, run.plan);
-    list_traits(run.sites);
-    list_model_sites(run.plan, run.sites, p.fill_holes, run.models);
-    if (p.mem_save_1) plan_checkpoints(run.log, p, run.plan, run.panels, n_of_type, run.models);
-    allocate_results(p, run.plan, run.panels, run.sites, run.haps_interval(), run.acc);
-    read_intermediate_positions(run.log, p, run.plan);
+    plan_iterations(params, plan);
+    list_traits(sites);
+    list_model_sites(plan, sites, models);
+    if (params.mem_save_1) plan_checkpoints(log, params, plan, panels, n_of_type, models);
+    allocate_results(params, plan, panels, sites, haps_interval(params, plan), acc);
+    read_intermediate_positions(log, params, plan);
 }

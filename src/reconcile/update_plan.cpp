@@ -84,10 +84,10 @@ void set_first_flags(const panel_data& panel, genotype_panel& plan) {
 }
 
 // Sets the flags that the genotypes ask for; true if a hole was seen.
-bool visit_sites(const parameters& params, const run_plan& run, const panel_data& panel, const site_table& sites,
+bool visit_sites(const run_plan& run, const panel_data& panel, const site_table& sites,
                  genotype_panel& plan) {
     if (!plan.read || plan.sampled) return false;
-    const bool seeks_hole = run.hole_fill_to == plan.panel && params.fill_holes;
+    const bool seeks_hole = run.hole_fill_to == plan.panel && run.fill_holes;
     bool hole_seen = false;
     for (const auto& [position, site] : sites.store) {
         if (!holds_data(run, plan, site)) continue;
@@ -101,8 +101,8 @@ bool visit_sites(const parameters& params, const run_plan& run, const panel_data
     return hole_seen;
 }
 
-void choose_hole_panels(const parameters& params, const panel_array& panels, run_plan& run) {
-    if (!params.fill_holes) return;
+void choose_hole_panels(const panel_array& panels, run_plan& run) {
+    if (!run.fill_holes) return;
     const bool panel0 = panels[0].n_hap > 0;
     const bool panel1 = panels[1].n_hap > 0;
     if (panel0 || panel1) {
@@ -123,7 +123,7 @@ struct planned_run {
 // Fills the flags of Panel 1 or 2; true if a hole was seen.
 bool plan_genotype_panel(const planned_run& run, panel_data& panel, genotype_panel plan) {
     set_first_flags(panel, plan);
-    const bool hole_seen = visit_sites(run.params, run.plan, panel, run.sites, plan);
+    const bool hole_seen = visit_sites(run.plan, panel, run.sites, plan);
     panel.needs_update = plan.draws_everybody() || plan.n_update < plan.n;
     panel.needs_phasing = plan.draws_everybody() || plan.n_het < plan.n;
     return hole_seen;
@@ -178,7 +178,7 @@ std::size_t flag_missing_alleles(const std::vector<std::uint64_t>& missing, std:
 // Fills the flags of Panel 0; true if a hole was seen.
 bool plan_panel0(const planned_run& run, panel_data& panel) {
     const bool sampled = is_given(run.params.hap_samp_in_h);
-    const bool seeks_hole = run.plan.hole_fill_to == std::size_t{0} && run.params.fill_holes;
+    const bool seeks_hole = run.plan.hole_fill_to == std::size_t{0} && run.plan.fill_holes;
     panel.update.assign(panel.n_hap, false);
     std::size_t n_left = panel.n_hap;
     bool hole_seen = false;
@@ -199,11 +199,11 @@ bool plan_panel0(const planned_run& run, panel_data& panel) {
 }
 
 // A run in which nobody needs sampling passes over the data once.
-void shorten_if_nothing_to_do(parameters& params, panel_array& panels) {
+void shorten_if_nothing_to_do(const parameters& params, run_plan& plan, panel_array& panels) {
     if (panels[0].needs_update || panels[1].needs_update || panels[2].needs_update) return;
     if (is_given(params.hap_samp_in_g) || is_given(params.hap_samp_in_g_ref) || is_given(params.hap_samp_in_h)) return;
-    params.iter = 1;
-    params.burnin = 0;
+    plan.n_iterations = 1;
+    plan.burnin = 0;
     for (const std::size_t p : {1U, 2U}) panels[p].ordered.assign(panels[p].ordered.size(), true);
 }
 
@@ -219,9 +219,9 @@ void withdraw_reference(snp& site) {
     site.gtype_probs[1].clear();
 }
 
-void cancel_idle_hole_filling(parameters& params, const run_plan& plan, site_table& sites) {
-    if (!params.fill_holes || (plan.hole_fill_from && plan.hole_fill_to)) return;
-    params.fill_holes = false;
+void cancel_idle_hole_filling(run_plan& plan, site_table& sites) {
+    if (!plan.fill_holes || (plan.hole_fill_from && plan.hole_fill_to)) return;
+    plan.fill_holes = false;
     for (auto& [position, site] : sites.store) {
         if (site.ref_alleles_missing) withdraw_reference(site);
     }
@@ -229,8 +229,8 @@ void cancel_idle_hole_filling(parameters& params, const run_plan& plan, site_tab
 
 }  // namespace
 
-void make_update_plan(run_log& log, parameters& params, run_plan& plan, panel_array& panels, site_table& sites) {
-    choose_hole_panels(params, panels, plan);
+void make_update_plan(run_log& log, const parameters& params, run_plan& plan, panel_array& panels, site_table& sites) {
+    choose_hole_panels(panels, plan);
     const planned_run run{params, plan, sites};
     const bool hole_in_panel2 = plan_panel2(run, panels[2]);
     const bool hole_in_panel1 = plan_panel1(run, panels[1]);
@@ -239,11 +239,11 @@ void make_update_plan(run_log& log, parameters& params, run_plan& plan, panel_ar
     if (!hole_in_panel2 && !hole_in_panel1 && !hole_in_panel0) {
         plan.hole_fill_from = plan.hole_fill_to = std::nullopt;
     }
-    shorten_if_nothing_to_do(params, panels);
+    shorten_if_nothing_to_do(params, plan, panels);
     if (params.use_prephased_g && panels[2].needs_update) {
         log.fatal(
             "ERROR: The -use_prephased_g option requires that all of your input genotypes"
             " be completely phased with no missing values.");
     }
-    cancel_idle_hole_filling(params, plan, sites);
+    cancel_idle_hole_filling(plan, sites);
 }

@@ -70,10 +70,8 @@ void pass_diagnostics::write_copying(const haploid_update& update, const conditi
     const std::size_t K = in_.n_states(0, update.panel, update.cond_panel);
     for (std::size_t v = 0; v < model.n_sites(); ++v) {
         if (!in_copy_sites(model.site[v])) continue;
-        output_ref_copy_probs(*copying_, log_, static_cast<int>(update.ind), static_cast<int>(update.strand),
-                              in_.sites.positions[model.site[v]], states,
-                              std::span(result.copying).subspan(v * K, K), static_cast<int>(in_.panels[0].n_hap),
-                              static_cast<int>(K), in_.params.outdp);
+        output_ref_copy_probs(*copying_, log_, update.ind, update.strand, in_.sites.positions[model.site[v]], states,
+                              std::span(result.copying).subspan(v * K, K), in_.panels[0].n_hap, K, in_.params.outdp);
     }
 }
 
@@ -85,9 +83,8 @@ void pass_diagnostics::write_copying(const pair_update& update, const conditioni
     for (std::size_t v = 0; v < model.n_sites(); ++v) {
         const std::size_t s = model.site[v];
         if (!in_copy_sites(s) || in_.traits(s).type != 2) continue;
-        output_all_copy_probs(*copying_, log_, static_cast<int>(update.ind), in_.sites.positions[s],
-                              static_cast<int>(update.hap), 2, states, std::span(result.copying).subspan(v * K, K),
-                              {in_.panels[0].n_hap, in_.panels[1].n_hap, in_.panels[2].n_hap}, static_cast<int>(K),
-                              in_.params.outdp);
+        output_all_copy_probs(*copying_, log_, update.ind, in_.sites.positions[s], update.hap, 2, states,
+                              std::span(result.copying).subspan(v * K, K),
+                              {in_.panels[0].n_hap, in_.panels[1].n_hap, in_.panels[2].n_hap}, K, in_.params.outdp);
     }
 }

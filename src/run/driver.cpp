@@ -45,7 +45,7 @@ class iteration_loop {
           passes_(run, progress_, std::move(distances)) {}
 
     void run_all() {
-        for (int it = 0; it < p_.iter && next_stored_ < run_.plan.stored_iters.size(); ++it) {
+        for (int it = 0; it < run_.plan.n_iterations && next_stored_ < run_.plan.stored_iters.size(); ++it) {
             iteration now;
             now.it = it;
             now.late = !p_.random_cond && it >= run_.plan.informed_start_iter;
@@ -53,7 +53,7 @@ class iteration_loop {
             now.selfcheck =
                 next_selfcheck_ < run_.plan.selfcheck_iters.size() && it == run_.plan.selfcheck_iters[next_selfcheck_];
             now.stored_count = stored_count_;
-            progress_.start_iteration(it, p_.iter);
+            progress_.start_iteration(it, run_.plan.n_iterations);
             run_one(now);
         }
         progress_.finish();
@@ -64,7 +64,7 @@ class iteration_loop {
     void run_one(const iteration& now) {
         if (now.it == run_.plan.informed_start_iter) renew_parameters();
         run_.log.terminal_line("");
-        run_.log.terminal_line(concat("MCMC iteration [", now.it + 1, "/", p_.iter, "]"));
+        run_.log.terminal_line(concat("MCMC iteration [", now.it + 1, "/", run_.plan.n_iterations, "]"));
         passes_.start_iteration(now);
         if (run_.panels[0].n_hap >= 1) pass_panel0(now);
         if (run_.panels[1].n_hap >= 1) pass_panel1(now);
@@ -79,7 +79,7 @@ class iteration_loop {
 
     void renew_parameters() {
         run_.log.stage("RESETTING PARAMETERS FOR \"SURROGATE FAMILY\" MODELING");
-        set_model_parameters(run_, true);
+        set_model_parameters(run_.log, p_, run_.plan, run_.panels, true, run_.models, run_.sites);
     }
 
     void read_later_haplotypes(std::size_t it, std::size_t panel) {
@@ -131,7 +131,7 @@ class iteration_loop {
         run_.log.summary_line(concat("iter", stored_count_, ":"));
         run_.log.summary_line("  --terminal fwd prob sums:");
         const auto& sums = run_.acc.weight_sum;
-        for (std::size_t i = 0; i < static_cast<std::size_t>(p_.nind); ++i) {
+        for (std::size_t i = 0; i < run_.plan.n_study; ++i) {
             run_.log.summary_line(concat("    ", i, "->", fixed_text(sums[0][i], 3), "->", fixed_text(sums[1][i], 3)));
         }
     }
@@ -175,7 +175,7 @@ void print_success_rate(run_log& log, const std::string& kind, const draw_counts
 
 // Individuals that -known_haps_g gave no phase in the region are modelled without order.
 void warn_of_unordered(data& run) {
-    for (std::size_t i = 0; i < static_cast<std::size_t>(run.params.nind); ++i) {
+    for (std::size_t i = 0; i < run.plan.n_study; ++i) {
         if (run.panels[2].ordered[i]) continue;
         run.log.warn(
             concat("WARNING: Sample #", i + 1,
@@ -238,10 +238,10 @@ void impute(data& run) {
     print_files(run.log, run.params);
     read_data({run.params, run.plan, run.log, run.map, run.panels, run.sites});
     set_state_counts(run.params, run.panels, run.models);
-    const type_counts n_of_type = setup_panels(run);
-    const bool no_iterations = run.params.iter == 0 && run.params.burnin == 0;
+    const type_counts n_of_type = setup_panels(run.log, run.params, run.plan, run.panels, run.sites);
+    const bool no_iterations = run.plan.n_iterations == 0 && run.plan.burnin == 0;
     if (no_iterations && run.plan.store_sampled_haps) write_sampled_haplotypes(results_of(run), -1);
-    setup_models(run, n_of_type);
+    setup_models(run.log, run.params, n_of_type, run.plan, run.panels, run.sites, run.models, run.acc);
     print_params(run.log, run.params, run.plan, run.panels, run.models);
     run.log.header("---------", " Run log ");
     const bool by_hap = is_given(run.params.distances_by_hap_file);

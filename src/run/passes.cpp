@@ -6,11 +6,12 @@
 
 #include "io/text.h"
 #include "model/data.h"
+#include "model/intervals.h"
 
 namespace {
 
 inference_inputs inputs_of(const data& run) {
-    const auto [first, end] = run.sites.range(run.haps_interval());
+    const auto [first, end] = run.sites.range(haps_interval(run.params, run.plan));
     return {run.params, run.plan, run.sites, run.panels, run.models, first, end};
 }
 
@@ -27,7 +28,7 @@ update_passes::update_passes(data& run, progress_line& progress, distance_matrix
       in_(inputs_of(run)),
       chooser_(in_, std::move(distances)),
       imputed_(run.sites.size()),
-      diagnostics_(run.log, in_, run.sites.range(run.output_interval())) {
+      diagnostics_(run.log, in_, run.sites.range(output_interval(run.params, run.plan))) {
     if (run.params.show_diploid_copy_states) copy_states_.by_individual.resize(run.panels[2].n_ind);
     if (run.params.show_haploid_copy_states) {
         for (auto& records : copy_states_.by_haplotype) records.resize(run.panels[2].n_hap);
@@ -227,7 +228,7 @@ void update_passes::record_if_counted(const study_member& member) {
 void update_passes::update_study_individuals() {
     n_known_ = n_unknown_ = 0;
     diagnostics_.open_for_updates(now_.it, now_.stored);
-    const auto n = static_cast<std::size_t>(run_.params.nind);
+    const std::size_t n = run_.plan.n_study;
     for_each_member({"inf indiv", "individual"}, n, true, [&](std::size_t i) {
         const study_member member = member_of_study(i);
         if (run_.panels[2].update[i]) {
@@ -241,7 +242,7 @@ void update_passes::update_study_individuals() {
 
 void update_passes::record_known_study() {
     n_known_ = n_unknown_ = 0;
-    for (std::size_t i = 0; i < static_cast<std::size_t>(run_.params.nind); ++i) record_if_counted(member_of_study(i));
+    for (std::size_t i = 0; i < run_.plan.n_study; ++i) record_if_counted(member_of_study(i));
 }
 
 // Imputes an individual's haplotypes from one panel's reference.
@@ -279,7 +280,7 @@ void update_passes::impute_study_from_reference() {
     const bool shown = (has_panel1 && wanted[1]) || (has_panel0 && wanted[0]);
     n_known_ = n_unknown_ = 0;
     diagnostics_.open_for_imputation(now_.it, now_.stored);
-    for_each_member({"inf indiv", "individual"}, static_cast<std::size_t>(p.nind), shown, [&](std::size_t i) {
+    for_each_member({"inf indiv", "individual"}, run_.plan.n_study, shown, [&](std::size_t i) {
         const study_member member = member_of_study(i);
         imputed_.log10_likelihood = {};
         if (from_panel1) impute_individual(member, 1);

@@ -31,7 +31,7 @@ struct iteration {
 // State draws of walks that stayed in the state of the site to the right (hap_stay_count, dip_stay_count), and that
 // switched (hap_switch_count, dip_switch_count).
 struct draw_counts {
-    long n_stay = 0, n_switch = 0;
+    std::size_t n_stay = 0, n_switch = 0;
     template <typename Walk>
     void add(const Walk& walk) {
         n_stay += walk.stay_count;

@@ -63,6 +63,9 @@ class input_check {
         set_output_types();
         set_run_flags();
         settle_temporaries();
+        plan_.n_iterations = p_.iter;
+        plan_.burnin = p_.burnin;
+        plan_.fill_holes = p_.fill_holes;
     }
 
   private:

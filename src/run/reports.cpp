@@ -145,10 +145,10 @@ void print_params(run_log& log, const parameters& params, const run_plan& plan, 
     log.line(concat("                      buffer: ", default_text(params.buffer_kb), " kb"));
     log.line(concat("                          Ne: ", default_text(params.Ne)));
     log.line(concat("           input call thresh: ", fixed_text(params.call_thresh, 3)));
-    log.line(concat("     burn-in MCMC iterations: ", params.burnin));
+    log.line(concat("     burn-in MCMC iterations: ", plan.burnin));
     if (params.thin >= 2) log.line(concat("      MCMC thinning interval: ", params.thin));
     log.line(
-        concat("       total MCMC iterations: ", params.iter, " (", plan.stored_iters.size(), " used for inference)"));
+        concat("       total MCMC iterations: ", plan.n_iterations, " (", plan.stored_iters.size(), " used for inference)"));
     if (g_ref || is_given(params.g_file)) {
         std::string text = "      HMM states for phasing: ";
         if (g_ref) text += concat(models.k_states[1][1][1], " [Panel 1]; ");
@@ -165,7 +165,7 @@ void print_params(run_log& log, const parameters& params, const run_plan& plan, 
         }
         log.line(text);
     }
-    if (params.fill_holes) {
+    if (plan.fill_holes) {
         const std::size_t to = *plan.hole_fill_to;
         const std::size_t from = *plan.hole_fill_from;
         log.line(

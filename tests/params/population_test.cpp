@@ -80,7 +80,7 @@ class population : public ::testing::Test, protected model_run {
 
 TEST_F(population, theta_is_computed_for_the_models_of_a_plain_run) {
     set_counts(run.models.k_states, 2);
-    set_theta(run.params, run.panels, false, run.models);
+    set_theta(run.params, run.plan, run.panels, false, run.models);
     EXPECT_EQ((std::vector<std::string>{"000", "020", "021", "111", "122"}), thetas_set());
     EXPECT_EQ("", capture.terminal.str());
 }
@@ -88,18 +88,18 @@ TEST_F(population, theta_is_computed_for_the_models_of_a_plain_run) {
 TEST_F(population, theta_of_panel_1_from_panel_0_is_for_runs_that_impute_through_it) {
     set_counts(run.models.k_states, 2);
     run.params.use_panel1_for_type0_imputation = true;
-    set_theta(run.params, run.panels, false, run.models);
+    set_theta(run.params, run.plan, run.panels, false, run.models);
     EXPECT_EQ((std::vector<std::string>{"000", "010", "020", "021", "111", "122"}), thetas_set());
     run.models.theta = {};
     run.params.stage_one = true;
-    set_theta(run.params, run.panels, false, run.models);
+    set_theta(run.params, run.plan, run.panels, false, run.models);
     EXPECT_EQ((std::vector<std::string>{"000", "020", "021", "111", "122"}), thetas_set());
 }
 
 TEST_F(population, theta_of_the_filling_models_is_for_runs_that_fill_holes) {
     set_counts(run.models.k_states, 2);
     run.params.fill_holes = true;
-    set_theta(run.params, run.panels, false, run.models);
+    set_theta(run.params, run.plan, run.panels, false, run.models);
     EXPECT_EQ((std::vector<std::string>{"000", "001", "002", "012", "020", "021", "111", "122"}), thetas_set());
 }
 
@@ -107,20 +107,20 @@ TEST_F(population, theta_of_the_haploid_study_model_is_for_known_haplotypes_and_
     set_counts(run.models.k_states, 2);
     const std::vector<std::string> with{"000", "020", "021", "022", "111", "122"};
     run.params.known_haps_g_file = "known";
-    set_theta(run.params, run.panels, false, run.models);
+    set_theta(run.params, run.plan, run.panels, false, run.models);
     EXPECT_EQ(with, thetas_set());
     run.models.theta = {};
     run.params.known_haps_g_file = "NULL";
     run.params.haploid_g = run.panels[2].all_haploid = true;
-    set_theta(run.params, run.panels, false, run.models);
+    set_theta(run.params, run.plan, run.panels, false, run.models);
     EXPECT_EQ(with, thetas_set());
     run.models.theta = {};
     run.params.haploid_g = run.panels[2].all_haploid = false;
     run.plan.chrx_haploid = run.panels[1].sexes_differ = run.panels[2].sexes_differ = true;
-    set_theta(run.params, run.panels, false, run.models);
+    set_theta(run.params, run.plan, run.panels, false, run.models);
     EXPECT_EQ((std::vector<std::string>{"000", "020", "021", "111", "122"}), thetas_set()) << "no male";
     run.panels[2].n_males = 1;
-    set_theta(run.params, run.panels, false, run.models);
+    set_theta(run.params, run.plan, run.panels, false, run.models);
     EXPECT_EQ(with, thetas_set());
 }
 
@@ -129,7 +129,7 @@ TEST_F(population, males_of_a_panel_1_of_genotypes_have_a_haploid_model) {
     run.plan.chrx_haploid = run.panels[1].sexes_differ = run.panels[2].sexes_differ = true;
     run.params.g_ref_file = "ref";
     run.panels[1].n_males = 1;
-    set_theta(run.params, run.panels, false, run.models);
+    set_theta(run.params, run.plan, run.panels, false, run.models);
     EXPECT_EQ((std::vector<std::string>{"000", "011", "020", "021", "111", "122"}), thetas_set());
     set_mutation(run.log, run.params, run.plan, run.panels, false, run.models, run.sites);
     expect_haploid(at(run.models.mutation, 0, 1, 1), 0.5 / 3.0);
@@ -139,16 +139,16 @@ TEST_F(population, theta_reads_the_limited_or_the_full_counts) {
     set_counts(run.models.k_states, 3);
     set_counts(run.models.k_states_full, 7);
     at(run.models.k_states_full, 1, 2, 2) = 11;
-    set_theta(run.params, run.panels, false, run.models);
+    set_theta(run.params, run.plan, run.panels, false, run.models);
     EXPECT_EQ(harmonic_theta(3), at(run.models.theta, 0, 2, 0));
-    set_theta(run.params, run.panels, true, run.models);
+    set_theta(run.params, run.plan, run.panels, true, run.models);
     EXPECT_EQ(harmonic_theta(7), at(run.models.theta, 0, 2, 0));
     EXPECT_EQ(harmonic_theta(11), at(run.models.theta, 1, 2, 2));
 }
 
 TEST_F(population, theta_of_a_model_without_two_states_is_minus_one) {
     at(run.models.k_states, 0, 2, 0) = 1;
-    set_theta(run.params, run.panels, false, run.models);
+    set_theta(run.params, run.plan, run.panels, false, run.models);
     EXPECT_EQ(-1.0, at(run.models.theta, 0, 2, 0));
     EXPECT_EQ(-1.0, at(run.models.theta, 0, 0, 0));
 }
@@ -169,7 +169,7 @@ TEST_F(population, emission_tables_follow_their_rates) {
         }
     }
     run.params.fill_holes = run.params.haploid_g = run.params.use_panel1_for_type0_imputation = true;
-    set_theta(run.params, run.panels, false, run.models);
+    set_theta(run.params, run.plan, run.panels, false, run.models);
     set_mutation(run.log, run.params, run.plan, run.panels, false, run.models, run.sites);
     for (const auto& [panel, cond] : {std::pair{0, 0}, {1, 0}, {0, 1}, {0, 2}, {1, 2}, {2, 0}, {2, 1}, {2, 2}}) {
         const int count = at(run.models.k_states, 0, panel, cond);
@@ -185,7 +185,7 @@ TEST_F(population, models_without_a_rate_keep_their_zeros) {
     for (const int n : {0, 1}) {
         set_counts(run.models.k_states, n);
         at(run.models.k_states, 0, 1, 1) = 0;  // no such model in this run
-        set_theta(run.params, run.panels, false, run.models);
+        set_theta(run.params, run.plan, run.panels, false, run.models);
         set_mutation(run.log, run.params, run.plan, run.panels, false, run.models, run.sites);
         const auto filled = entries(run.models.mutation, [](const emission_table& M) { return M != emission_table{}; });
         // A count of 1 without a theta has a rate of zero; a count of 0 has no rate at all.
@@ -200,7 +200,7 @@ TEST_F(population, models_without_a_rate_keep_their_zeros) {
 
 TEST_F(population, a_model_whose_theta_is_not_computed_has_no_error) {
     set_counts(run.models.k_states, 20);
-    set_theta(run.params, run.panels, false, run.models);
+    set_theta(run.params, run.plan, run.panels, false, run.models);
     set_mutation(run.log, run.params, run.plan, run.panels, false, run.models, run.sites);
     expect_haploid(at(run.models.mutation, 0, 1, 2), 0.0);
     expect_haploid(at(run.models.mutation, 0, 2, 2), 0.0);
@@ -208,7 +208,7 @@ TEST_F(population, a_model_whose_theta_is_not_computed_has_no_error) {
 
 TEST_F(population, two_states_have_a_rate_of_a_sixth) {
     set_counts(run.models.k_states, 2);
-    set_theta(run.params, run.panels, false, run.models);
+    set_theta(run.params, run.plan, run.panels, false, run.models);
     set_mutation(run.log, run.params, run.plan, run.panels, false, run.models, run.sites);
     expect_haploid(at(run.models.mutation, 0, 2, 0), 0.5 / 3);
     expect_diploid(at(run.models.mutation, 1, 2, 2), 0.5 / 3);
@@ -217,7 +217,7 @@ TEST_F(population, two_states_have_a_rate_of_a_sixth) {
 TEST_F(population, unused_places_of_the_tables_stay_empty) {
     set_counts(run.models.k_states, 9);
     run.params.fill_holes = true;
-    set_theta(run.params, run.panels, false, run.models);
+    set_theta(run.params, run.plan, run.panels, false, run.models);
     set_mutation(run.log, run.params, run.plan, run.panels, false, run.models, run.sites);
     for (const auto& [panel, cond] : {std::pair{0, 0}, {0, 1}, {0, 2}, {1, 0}, {1, 2}, {2, 0}, {2, 1}}) {
         EXPECT_EQ((emission_table{}), at(run.models.mutation, 1, panel, cond));
@@ -228,9 +228,9 @@ TEST_F(population, unused_places_of_the_tables_stay_empty) {
 TEST_F(population, the_second_computation_overwrites_the_first) {
     set_counts(run.models.k_states, 2);
     set_counts(run.models.k_states_full, 50);
-    set_theta(run.params, run.panels, false, run.models);
+    set_theta(run.params, run.plan, run.panels, false, run.models);
     set_mutation(run.log, run.params, run.plan, run.panels, false, run.models, run.sites);
-    set_theta(run.params, run.panels, true, run.models);
+    set_theta(run.params, run.plan, run.panels, true, run.models);
     set_mutation(run.log, run.params, run.plan, run.panels, true, run.models, run.sites);
     const double mu = mutation_rate(50, harmonic_theta(50));
     expect_haploid(at(run.models.mutation, 0, 2, 1), mu);
@@ -242,7 +242,7 @@ TEST_F(population, the_second_computation_overwrites_the_first) {
 TEST_F(population, ordered_alleles_have_their_chances_by_the_copied_ones) {
     set_counts(run.models.k_states, 3);
     at(run.models.k_states, 1, 2, 2) = 8;
-    set_theta(run.params, run.panels, false, run.models);
+    set_theta(run.params, run.plan, run.panels, false, run.models);
     set_mutation(run.log, run.params, run.plan, run.panels, false, run.models, run.sites);
     for (const std::size_t panel : {1U, 2U}) {
         const emission_table& E = run.models.mutation[1][panel][panel];
@@ -280,7 +280,7 @@ class probabilistic_genotypes : public population {
         list_sites();
         set_counts(run.models.k_states, 6);
         at(run.models.k_states, 1, 1, 1) = 9;
-        set_theta(run.params, run.panels, false, run.models);
+        set_theta(run.params, run.plan, run.panels, false, run.models);
     }
     // Weights by allele sum.
     static std::vector<double> weights(const std::vector<float>& p, const emission_table& E) {
@@ -342,7 +342,7 @@ TEST_F(probabilistic_genotypes, are_weighed_anew_by_the_second_computation) {
     run.params.prob_g = true;
     set_counts(run.models.k_states_full, 60);
     set_mutation(run.log, run.params, run.plan, run.panels, false, run.models, run.sites);
-    set_theta(run.params, run.panels, true, run.models);
+    set_theta(run.params, run.plan, run.panels, true, run.models);
     set_mutation(run.log, run.params, run.plan, run.panels, true, run.models, run.sites);
     EXPECT_EQ(weights(run.sites.in_order[2]->gtype_probs[2], at(run.models.mutation, 1, 2, 2)), emission(2, 2));
 }

@@ -101,7 +101,7 @@ class plain_pass {
     std::vector<stored> sites;
     int n_negative = 0;
 
-    plain_pass(const data& run, bool full) : k_(full ? run.models.k_states_full : run.models.k_states) {
+    plain_pass(const model_rooms& run, bool full) : k_(full ? run.models.k_states_full : run.models.k_states) {
         const parameters& p = run.params;
         const bool has0 = run.params.panel0_given(), has1 = run.params.panel1_given();
         const bool haploid = p.haploid_g || (run.plan.chrx_haploid && run.panels[2].n_males >= 1);
@@ -439,7 +439,7 @@ TEST_F(switch_rates, a_distance_that_is_no_number_counts_as_negative) {
 }
 
 TEST_F(switch_rates, without_warnings_a_negative_distance_is_replaced_in_silence) {
-    data& quiet = run;
+    model_rooms& quiet = run;
     quiet.log.close();
     log_capture other;
     other.open(quiet.log, false);

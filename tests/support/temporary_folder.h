@@ -50,6 +50,13 @@ class temporary_folder {
         std::ifstream stream(name(file), std::ios::binary);
         return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
     }
+    // The text of a file written through gzip.
+    std::string read_compressed(const std::string& file) const {
+        boost::iostreams::filtering_istream stream;
+        stream.push(boost::iostreams::gzip_decompressor());
+        stream.push(boost::iostreams::file_source(name(file), std::ios::binary));
+        return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+    }
     bool has(const std::string& file) const { return std::filesystem::exists(name(file)); }
 
   private:

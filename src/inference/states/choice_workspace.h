@@ -9,8 +9,8 @@
 #include "inference/states/distance_rows.h"
 
 struct choice_workspace {
-    std::array<std::array<distance_rows, 3>, 3> distances;  // [panel][cond_panel]
-    distance_rows distances_without_holes;                  // of the panel whose holes are filled
+    std::array<std::array<distance_rows, 3>, 3> distances;   // [panel][cond_panel]
+    distance_rows distances_without_holes;                   // of the panel whose holes are filled
     std::array<std::vector<int>, 3> ham_dist_a, ham_dist_b;  // by panel, mismatches with the target's haplotypes
     std::vector<int> figures;                                // by candidate
     std::vector<double> matrix_figures;

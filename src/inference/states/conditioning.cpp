@@ -99,13 +99,13 @@ namespace {
 // Sites at which informed choices count mismatches.
 std::vector<std::size_t> counted_sites(const inference_inputs& in, const state_target& target, hole_alleles holes) {
     // The panel whose holes are being filled copies itself at what it knows only.
-    const bool own_holes = in.params.fill_holes && target.panel == target.cond_panel &&
+    const bool own_holes = in.plan.fill_holes && target.panel == target.cond_panel &&
                            target.panel == in.plan.hole_fill_to;
     const bool full = !own_holes && holes == hole_alleles::known;
     std::vector<std::size_t> counted;
     for (const snp* site : in.sites.in_order) {
         if (site->type < target.panel || site->type == in.plan.n_panels) continue;
-        if (in.params.fill_holes && site->type < target.cond_panel) continue;
+        if (in.plan.fill_holes && site->type < target.cond_panel) continue;
         if (!full && site->ref_alleles_missing) continue;
         if (in.params.choose_states_from_scaffold && site->known_haps_flags.empty()) continue;
         counted.push_back(site->index);

@@ -35,9 +35,9 @@ haploid_problem make_problem(const inference_inputs& in, const haploid_update& u
     return problem;
 }
 
-// The posteriors, from the distinct haplotypes among the states. Returns false where single states must be looked at.
+// The posteriors, from classes of equal haplotypes. Returns false where single states must be looked at.
 bool impute_by_classes(const inference_inputs& in, const haploid_update& update, const conditioning_states& states,
-                        const haploid_problem& problem, sweep_workspace& work, haploid_result& result) {
+                       const haploid_problem& problem, sweep_workspace& work, haploid_result& result) {
     haplotype_classes& classes = work.reference_classes[update.panel];
     if (!classes.serve(in.panels[0].haps, model_of(in, update).site)) return false;
     const auto likelihood = haploid_forward_by_classes(problem, classes, states.hap, work.haploid, work.by_class);
@@ -48,8 +48,7 @@ bool impute_by_classes(const inference_inputs& in, const haploid_update& update,
 
 void find_kept_sites(const inference_inputs& in, const hmm_model& model, haploid_result& result) {
     const auto place = [&](std::size_t s) {
-        return static_cast<std::size_t>(std::lower_bound(model.site.begin(), model.site.end(), s) -
-                                        model.site.begin());
+        return static_cast<std::size_t>(std::lower_bound(model.site.begin(), model.site.end(), s) - model.site.begin());
     };
     result.first_kept = place(in.first_kept);
     result.end_kept = std::max(result.first_kept, place(in.end_kept));
@@ -61,20 +60,18 @@ void update_haploid(const inference_inputs& in, const haploid_update& update, co
                     sweep_workspace& work, haploid_result& result) {
     const hmm_model& model = model_of(in, update);
     haploid_problem problem = make_problem(in, update, model, work);
-    const haploid_choice choice = choose_sweep(in.params, update, model, states, problem.n_states);
     result.walk.stay_count = result.walk.switch_count = 0;
     result.copying.clear();
     find_kept_sites(in, model, result);
     if (update.sample || update.backward) list_requests(in, update, result);
+    const haploid_choice choice = choose_sweep(in.params, update, model, states, problem.n_states, result.requests);
     problem.checkpoint_interval = choice.checkpoint_interval;
-    const haploid_walk_options options{update.sample, update.backward, choice.states_first};
-    if (choice.sweep == haploid_sweep::classes && !reads_stale_values(problem, options, result.requests) &&
-        impute_by_classes(in, update, states, problem, work, result)) {
-        return;
-    }
+    if (choice.sweep == haploid_sweep::classes && impute_by_classes(in, update, states, problem, work, result)) return;
+
     set_alleles(in, states, model, work, problem);
     result.log10_likelihood = haploid_forward(problem, work.haploid);
     if (update.sample || update.backward) {
+        const haploid_walk_options options{update.sample, update.backward, choice.states_first};
         haploid_walk(problem, work.haploid, options, result.requests, result.walk);
     }
     if (choice.copying) haploid_state_posteriors(problem, work.haploid, update.backward, result.copying);

@@ -20,8 +20,8 @@ inline double allele_one_chance(const allele_weights& weights, const emission_ta
     return a0 + a1 > tol ? a1 / (a0 + a1) : 0.5;
 }
 
-// The same where the allele own was observed.
-inline double allele_one_chance(const allele_weights& weights, const emission_table& M, std::size_t own) {
+// The same as if the site's own allele had not been observed.
+inline double allele_one_chance_unseen(const allele_weights& weights, const emission_table& M, std::size_t own) {
     return allele_one_chance({weights[0] / M[0][own], weights[1] / M[1][own]}, M);
 }
 

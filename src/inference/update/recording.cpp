@@ -169,7 +169,8 @@ void record_alleles(const inference_inputs& in, const haploid_update& u, const h
         const std::size_t s = sites[v];
         if (!wanted.wanted(traits[s])) continue;
         if (wanted.without_own(traits[s])) {
-            chance_unseen[s] = allele_one_chance(weights[v], M, static_cast<std::size_t>(haps.allele(u.hap, s)));
+            const auto own = static_cast<std::size_t>(haps.allele(u.hap, s));
+            chance_unseen[s] = allele_one_chance_unseen(weights[v], M, own);
         } else {
             chance[s] = allele_one_chance(weights[v], M);
         }

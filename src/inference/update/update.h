@@ -1,7 +1,7 @@
 #pragma once
 
-// One update of one haplotype or individual: what is asked, and what a sweep over conditioning states answers. An update
-// reads the run and its states, and writes its workspace and its result; recording.h puts results into the run.
+// One update of one haplotype or individual: what is asked, and what a sweep over conditioning states answers. An
+// update reads the run and its states, and writes its workspace and its result; recording.h puts results into the run.
 
 #include <array>
 #include <cstddef>

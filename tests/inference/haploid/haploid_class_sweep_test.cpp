@@ -135,11 +135,12 @@ void expect_weights(const slow::haploid_model& plain, const slow::haploid_site& 
         if (s.obs == unobserved) continue;
         EXPECT_NEAR(share, found, 1e-10 * share + 1e-200) << "a small weight";
     }
-    EXPECT_NEAR(plain.allele_one(s, false), allele_one_chance(weights, M, -1), 1e-12);
+    EXPECT_NEAR(plain.allele_one(s, false), allele_one_chance(weights, M), 1e-12);
     const bool seen_from_both =
         M[0][static_cast<std::size_t>(s.obs)] > 0.0 && M[1][static_cast<std::size_t>(s.obs)] > 0.0;
     if (s.obs != unobserved && seen_from_both) {
-        EXPECT_NEAR(plain.allele_one(s, true), allele_one_chance(weights, M, s.obs), 1e-11);
+        EXPECT_NEAR(plain.allele_one(s, true), allele_one_chance_unseen(weights, M, static_cast<std::size_t>(s.obs)),
+                    1e-11);
     }
 }
 

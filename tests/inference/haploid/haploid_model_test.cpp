@@ -144,9 +144,10 @@ void expect_agreement(haploid_case& c, const walk_kind& kind, int seed, haploid_
         }
         if (!kind.backward || c.plain.K < 1) continue;
         EXPECT_PRED3(nearly_equal, c.plain.copied_one(s), copied_one(results.weights[v]), 1e-12) << "site " << v;
-        EXPECT_NEAR(c.plain.allele_one(s, false), allele_one_chance(results.weights[v], M, -1), 1e-12) << "site " << v;
+        EXPECT_NEAR(c.plain.allele_one(s, false), allele_one_chance(results.weights[v], M), 1e-12) << "site " << v;
         if (s.obs != 2) {
-            EXPECT_NEAR(c.plain.allele_one(s, true), allele_one_chance(results.weights[v], M, s.obs), 1e-12)
+            EXPECT_NEAR(c.plain.allele_one(s, true),
+                        allele_one_chance_unseen(results.weights[v], M, static_cast<std::size_t>(s.obs)), 1e-12)
                 << "site " << v;
         }
     }
@@ -348,7 +349,7 @@ TEST(haploid_sweeps, agree_where_a_missing_observation_has_no_chance) {
             seeded_draws draws(1);
             haploid_walk(c.problem(), tables, {true, true, false}, c.requests, results);
             for (const allele_weights& w : results.weights) {
-                EXPECT_EQ(0.5, allele_one_chance(w, model_table_of(c.plain), -1));
+                EXPECT_EQ(0.5, allele_one_chance(w, model_table_of(c.plain)));
             }
         }
     }
@@ -400,12 +401,12 @@ TEST(haploid_sweeps, posteriors_of_both_alleles_sum_to_one) {
         haploid_walk(exchanged.problem(), tables, {false, true, false}, c.requests, zeros);
         const emission_table M = model_table_of(c.plain);
         for (std::size_t v = 0; v < 30; ++v) {
-            const int own = c.plain.sites[v].obs;
-            EXPECT_NEAR(1.0, allele_one_chance(ones.weights[v], M, -1) + allele_one_chance(zeros.weights[v], M, -1),
-                        1e-12);
+            const auto own = static_cast<std::size_t>(c.plain.sites[v].obs);
+            EXPECT_NEAR(1.0, allele_one_chance(ones.weights[v], M) + allele_one_chance(zeros.weights[v], M), 1e-12);
             if (own == 2) continue;
             EXPECT_NEAR(1.0,
-                        allele_one_chance(ones.weights[v], M, own) + allele_one_chance(zeros.weights[v], M, 1 - own),
+                        allele_one_chance_unseen(ones.weights[v], M, own) +
+                            allele_one_chance_unseen(zeros.weights[v], M, 1 - own),
                         1e-12);
         }
     }
@@ -535,7 +536,7 @@ TEST(haploid_sweeps, with_a_posterior_that_says_nothing_give_one_half) {
     haploid_walk(c.problem(), tables, {false, true, false}, c.requests, results);
     for (std::size_t v = 0; v < 6; ++v) {
         EXPECT_EQ(0.5, c.plain.allele_one(c.plain.sites[v], false));
-        EXPECT_EQ(0.5, allele_one_chance(results.weights[v], model_table_of(c.plain), -1)) << "site " << v;
+        EXPECT_EQ(0.5, allele_one_chance(results.weights[v], model_table_of(c.plain))) << "site " << v;
     }
 }
 

@@ -78,7 +78,9 @@ class conditioning : public ::testing::Test {
     std::size_t available(const update_kind& u) const {
         return candidates(run, u.panel, u.cond_panel, u.hap, n_own_of(u)).size();
     }
-    static state_target target_of(const update_kind& u) { return {u.ploidy, u.panel, u.cond_panel, u.hap, u.ploidy + 1}; }
+    static state_target target_of(const update_kind& u) {
+        return {u.ploidy, u.panel, u.cond_panel, u.hap, u.ploidy + 1};
+    }
     state_list choose_random(const state_target& target) {
         choose_random_conditioning_states(run.inputs(), target, states);
         return listed(states);
@@ -121,8 +123,7 @@ TEST_F(conditioning, nobody_is_left_out_when_no_haplotype_is_named) {
 // --- at random ------------------------------------------------------------------------------------------------------
 
 TEST_F(conditioning, a_random_choice_is_a_sorted_sample_of_the_running_index) {
-    for (const std::array<std::size_t, 3>& n_hap :
-         {std::array<std::size_t, 3>{7, 6, 8}, {30, 0, 40}, {0, 6, 8}}) {
+    for (const std::array<std::size_t, 3>& n_hap : {std::array<std::size_t, 3>{7, 6, 8}, {30, 0, 40}, {0, 6, 8}}) {
         model_run small;
         small.give_haplotypes(n_hap);
         model_rooms& r = small.run;
@@ -130,7 +131,9 @@ TEST_F(conditioning, a_random_choice_is_a_sorted_sample_of_the_running_index) {
             const state_list pool = candidates(r, u.panel, u.cond_panel, 0, 0);
             const std::size_t n_own = n_own_of(u);
             const std::size_t start = u.cond_panel <= u.panel ? 0 : u.cond_panel == 1 ? n_hap[0] : n_hap[0] + n_hap[1];
-            const std::size_t own = u.panel == 2 ? n_hap[0] + n_hap[1] + u.hap : u.panel == 1 ? n_hap[0] + u.hap : u.hap;
+            const std::size_t own = u.panel == 2   ? n_hap[0] + n_hap[1] + u.hap
+                                    : u.panel == 1 ? n_hap[0] + u.hap
+                                                   : u.hap;
             const int immune1 = n_own >= 1 ? static_cast<int>(own) : -1;
             const int immune2 = n_own == 2 ? immune1 + 1 : -1;
             const std::size_t N = pool.size();
@@ -141,8 +144,8 @@ TEST_F(conditioning, a_random_choice_is_a_sorted_sample_of_the_running_index) {
                 double next = 0.0;
                 {
                     seeded_draws draws(static_cast<int>(K));
-                    RandomPermutation2::Next(static_cast<int>(N), static_cast<int>(K), drawn.data(), static_cast<int>(start),
-                                             immune1, immune2);
+                    RandomPermutation2::Next(static_cast<int>(N), static_cast<int>(K), drawn.data(),
+                                             static_cast<int>(start), immune1, immune2);
                     next = draws.next();
                 }
                 std::sort(drawn.begin(), drawn.end());
@@ -238,7 +241,8 @@ state_list nearest(const state_list& pool, const std::vector<Figure>& figures, s
 
 TEST_F(conditioning, an_informed_choice_takes_the_nearest_at_the_counted_sites) {
     make({15, 10, 12});
-    for (const settings& how : {settings{}, {true, false, 0}, {true, false, 1}, {false, true, std::nullopt}, {true, true, 0}}) {
+    for (const settings& how :
+         {settings{}, {true, false, 0}, {true, false, 1}, {false, true, std::nullopt}, {true, true, 0}}) {
         run.params.fill_holes = how.fill_holes;
         run.plan.hole_fill_to = how.hole_fill_to;
         run.params.choose_states_from_scaffold = how.scaffold;
@@ -464,8 +468,8 @@ TEST_F(matrix_choice, by_haplotype_for_the_two_of_an_individual) {
         const std::size_t hap = 2;
         const std::vector<std::size_t> rows{place(panel, hap), place(panel, hap + 1)};
         for (const std::size_t K : {1U, 3U, 8U}) {
-            expect_choice({panel, panel, 1, hap}, {1, panel, panel, hap, 2}, candidates(run, panel, panel, hap, 2), rows,
-                          true, K);
+            expect_choice({panel, panel, 1, hap}, {1, panel, panel, hap, 2}, candidates(run, panel, panel, hap, 2),
+                          rows, true, K);
         }
     }
 }

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <vector>
 
 #include "inference/model_run.h"
@@ -91,16 +92,16 @@ TEST_F(choosing, looks_at_one_haplotype_of_a_haploid_individual) {
     EXPECT_TRUE(record.dist_b.empty());
     set_states(0, 2, 2, 3);
     chooser.for_individual(2, 1, states, nullptr);
-    EXPECT_EQ((haps{2, 7}), haps(states.hap.begin(), states.hap.begin() + 2));
     EXPECT_EQ(3U, states.size());
+    for (const std::int32_t near : {2, 7}) EXPECT_EQ(1, std::count(states.hap.begin(), states.hap.end(), near));
 }
 
 TEST_F(choosing, follows_the_matrix_of_haplotypes) {
     run.params.distances_by_hap_file = "matrix";
     distance_matrix matrix(12, std::vector<double>(12, 5.0));
-    matrix[8][3] = matrix[8][4] = 1.0;   // the first study haplotype
-    matrix[9][6] = matrix[9][1] = 1.0;   // the second one
-    matrix[2][0] = matrix[2][7] = 0.5;   // a haplotype of Panel 0
+    matrix[8][3] = matrix[8][4] = 1.0;  // the first study haplotype
+    matrix[9][6] = matrix[9][1] = 1.0;  // the second one
+    matrix[2][0] = matrix[2][7] = 0.5;  // a haplotype of Panel 0
     matrix[2][10] = matrix[2][11] = 0.25;
     const inference_inputs in = run.inputs();
     state_chooser chooser(in, matrix);

@@ -63,8 +63,7 @@ class hole_filling : public ::testing::Test, protected model_run {
         plain.forward();
         plain.walk_in_turns(true, false);
         std::vector<int> alleles;
-        for (std::size_t s = 0; s < run.sites.in_order.size(); ++s)
-            alleles.push_back(own.allele(hap, s));
+        for (std::size_t s = 0; s < run.sites.in_order.size(); ++s) alleles.push_back(own.allele(hap, s));
         for (std::size_t v = 0; v < model.n_sites(); ++v) {
             if (plain.sites[v].draw_allele) alleles[model.site[v]] = plain.sites[v].drawn;
         }
@@ -100,8 +99,8 @@ TEST_F(hole_filling, draws_all_states_and_then_the_alleles_of_the_holes) {
             seeded_draws draws(seed);
             fill(3, panel, cond_panel);
             EXPECT_EQ(next, draws.next());
-            EXPECT_EQ(plain.stay_count, result.walk.stay_count);
-            EXPECT_EQ(plain.switch_count, result.walk.switch_count);
+            EXPECT_EQ(static_cast<std::size_t>(plain.stay_count), result.walk.stay_count);
+            EXPECT_EQ(static_cast<std::size_t>(plain.switch_count), result.walk.switch_count);
             for (std::size_t p = 0; p < 3; ++p) {
                 for (std::size_t h = 0; h < 6; ++h) {
                     const bool filled = p == panel && h == 3;

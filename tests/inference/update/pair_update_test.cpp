@@ -36,8 +36,6 @@ class pair_updates : public update_fixture {
             model.dip_gap.push_back(make_diploid_gap(distances.back(), gap_states));
         }
         model.interval = 3;
-        for (std::size_t v = 0; v < model.n_sites(); ++v)
-            model.checkpoint.push_back((model.n_sites() - 1 - v) % 3 == 0);
         const double mu = 0.03, a = 1.0 - mu;
         emission_table& M = at(run.models.mutation, 1, panel, panel);
         M = {{{a * a, 2 * a * mu, mu * mu, 1.0},
@@ -60,11 +58,11 @@ class pair_updates : public update_fixture {
             slow::pair_site site;
             site.allele = state_alleles(s);
             site.gap = slow::pair_gap(distances[v], gap_states);
-            site.kept = model.checkpoint[v];
+            site.kept = (model.n_sites() - 1 - v) % model.interval == 0;
             for (std::size_t x = 0; x < 2; ++x) {
                 for (std::size_t y = 0; y < 2; ++y) {
-                    double e =
-                        gp(panel) ? run.sites.in_order[s]->gtype_emiss[panel][3 * ind + x + y] : M[x + y][static_cast<std::size_t>(g)];
+                    double e = gp(panel) ? run.sites.in_order[s]->gtype_emiss[panel][3 * ind + x + y]
+                                         : M[x + y][static_cast<std::size_t>(g)];
                     if (ordered && phase_known(s)) {
                         e = Mh[x][static_cast<std::size_t>(run.panels[panel].haps.allele(hap, s))] *
                             Mh[y][static_cast<std::size_t>(run.panels[panel].haps.allele(hap + 1, s))];
@@ -106,8 +104,8 @@ class pair_updates : public update_fixture {
             EXPECT_EQ(counted[s][1], tally.miss_counts[1][0]) << "site " << s;
             EXPECT_EQ(static_cast<std::size_t>(counted[s][0] + counted[s][1]), tally.miss_idx);
         }
-        EXPECT_EQ(plain.stay_count, result.walk.stay_count);
-        EXPECT_EQ(plain.switch_count, result.walk.switch_count);
+        EXPECT_EQ(static_cast<std::size_t>(plain.stay_count), result.walk.stay_count);
+        EXPECT_EQ(static_cast<std::size_t>(plain.switch_count), result.walk.switch_count);
     }
 
     // What the posteriors of an unordered individual add.
@@ -122,7 +120,8 @@ class pair_updates : public update_fixture {
             for (std::size_t a = 0; a < site.product.size(); ++a) {
                 for (std::size_t b = 0; b <= a; ++b) {
                     const auto sum = static_cast<std::size_t>(site.allele[a] + site.allele[b]);
-                    const double w = site.product[a][b] / site.emission[static_cast<std::size_t>(site.allele[a] * 2 + site.allele[b])];
+                    const double w = site.product[a][b] /
+                                     site.emission[static_cast<std::size_t>(site.allele[a] * 2 + site.allele[b])];
                     for (std::size_t g = 0; g < 3; ++g) pr[g] += M[sum][g] * w;
                 }
             }
@@ -150,8 +149,7 @@ class pair_updates : public update_fixture {
             const std::size_t s = site_of(panel, v);
             if (!in_output(s)) continue;
             if (phase_known(s)) {
-                const int x = run.panels[panel].haps.allele(hap, s),
-                          y = run.panels[panel].haps.allele(hap + 1, s);
+                const int x = run.panels[panel].haps.allele(hap, s), y = run.panels[panel].haps.allele(hap + 1, s);
                 if (x + y > 0 && !no_posterior() && !run.plan.count_missing_only)
                     added.genotype[static_cast<std::size_t>(x + y - 1)][s] += 1.0;
                 if (count_to_slot()) {
@@ -165,7 +163,8 @@ class pair_updates : public update_fixture {
             std::array<std::array<double, 2>, 2> chance{};
             for (std::size_t a = 0; a < site.product.size(); ++a) {
                 for (std::size_t b = 0; b < site.product.size(); ++b) {
-                    const double w = site.product[a][b] / site.emission[static_cast<std::size_t>(site.allele[a] * 2 + site.allele[b])];
+                    const double w = site.product[a][b] /
+                                     site.emission[static_cast<std::size_t>(site.allele[a] * 2 + site.allele[b])];
                     for (std::size_t x = 0; x < 2; ++x) {
                         chance[0][x] += Mh[static_cast<std::size_t>(site.allele[a])][x] * w;
                         chance[1][x] += Mh[static_cast<std::size_t>(site.allele[b])][x] * w;

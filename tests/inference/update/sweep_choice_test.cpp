@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <vector>
+
 namespace {
 
 class sweep_choice : public ::testing::Test {
@@ -12,9 +14,15 @@ class sweep_choice : public ::testing::Test {
         imputation.panel = 2;
         imputation.backward = imputation.allele_probs = imputation.stored = true;
         phasing.panel = 2;
-        saving.checkpoint.assign(5, true);
+        // Checkpoints at sites 4 and 1; site 0 lies left of them.
+        plain.site = saving.site = {0, 1, 2, 3, 4};
+        saving.interval = 3;
+        requests.assign(5, {});
+        requests[3].posterior = true;
     }
-    haploid_choice choose(const hmm_model& model) const { return choose_sweep(params, imputation, model, states, 2); }
+    haploid_choice choose(const hmm_model& model) const {
+        return choose_sweep(params, imputation, model, states, 2, requests);
+    }
     pair_choice choose_pair(const hmm_model& model) const { return choose_sweep(params, plan, phasing, model); }
 
     parameters params;
@@ -22,16 +30,17 @@ class sweep_choice : public ::testing::Test {
     haploid_update imputation;  // of a study haplotype from Panel 0
     pair_update phasing;
     conditioning_states states;
+    std::vector<haploid_request> requests;
     hmm_model plain, saving;  // without checkpoints, with
 };
 
-TEST_F(sweep_choice, of_posteriors_from_panel_0_is_by_its_distinct_haplotypes) {
-    EXPECT_EQ(haploid_sweep::distinct, choose(plain).sweep);
+TEST_F(sweep_choice, of_posteriors_from_panel_0_is_by_its_classes) {
+    EXPECT_EQ(haploid_sweep::classes, choose(plain).sweep);
     imputation.panel = 1;
-    EXPECT_EQ(haploid_sweep::distinct, choose(plain).sweep);
+    EXPECT_EQ(haploid_sweep::classes, choose(plain).sweep);
 }
 
-TEST_F(sweep_choice, falls_back_to_single_states_where_distinct_haplotypes_do_not_serve) {
+TEST_F(sweep_choice, is_by_single_states_where_classes_do_not_serve) {
     haploid_update u = imputation;
     imputation.sample = true;
     EXPECT_EQ(haploid_sweep::observed_sites, choose(plain).sweep) << "a path";
@@ -49,18 +58,26 @@ TEST_F(sweep_choice, falls_back_to_single_states_where_distinct_haplotypes_do_no
     EXPECT_EQ(haploid_sweep::observed_sites, choose(plain).sweep) << "fewer states than the model has";
 }
 
-TEST_F(sweep_choice, of_checkpoints_comes_first_under_memory_saving) {
-    EXPECT_EQ(haploid_sweep::distinct, choose(saving).sweep);
+TEST_F(sweep_choice, has_checkpoints_under_memory_saving) {
+    EXPECT_EQ(0U, choose(saving).checkpoint_interval);
     params.mem_save_1 = true;
-    EXPECT_EQ(haploid_sweep::checkpoints, choose(saving).sweep);
-    EXPECT_EQ(haploid_sweep::distinct, choose(plain).sweep) << "a model without checkpoints";
+    EXPECT_EQ(3U, choose(saving).checkpoint_interval);
+    EXPECT_EQ(0U, choose(plain).checkpoint_interval) << "a model without";
     params.use_old_code = true;
-    EXPECT_NE(haploid_sweep::checkpoints, choose(saving).sweep);
+    EXPECT_EQ(0U, choose(saving).checkpoint_interval);
     params.use_old_code = false;
     params.show_ref_copy_probs = true;
-    EXPECT_NE(haploid_sweep::checkpoints, choose(saving).sweep);
+    EXPECT_EQ(0U, choose(saving).checkpoint_interval);
     imputation.panel = imputation.cond_panel = 1;
-    EXPECT_NE(haploid_sweep::checkpoints, choose(saving).sweep) << "whatever is updated";
+    EXPECT_EQ(0U, choose(saving).checkpoint_interval) << "whatever is updated";
+}
+
+TEST_F(sweep_choice, is_by_single_states_where_the_walk_reads_left_of_the_checkpoints) {
+    params.mem_save_1 = true;
+    EXPECT_EQ(haploid_sweep::classes, choose(saving).sweep);
+    requests[0].posterior = true;
+    EXPECT_EQ(haploid_sweep::observed_sites, choose(saving).sweep);
+    EXPECT_EQ(haploid_sweep::classes, choose(plain).sweep);
 }
 
 TEST_F(sweep_choice, tells_where_the_posteriors_of_states_are_written) {
@@ -93,7 +110,6 @@ TEST_F(sweep_choice, draws_the_states_first_in_the_older_order) {
 }
 
 TEST_F(sweep_choice, of_pairs_keeps_tables_as_they_are_asked_for) {
-    EXPECT_EQ(pair_sweep::kept_tables, choose_pair(plain).sweep);
     EXPECT_EQ(48U, choose_pair(plain).keep_every);
     phasing.backward = true;
     EXPECT_EQ(16U, choose_pair(plain).keep_every);
@@ -111,23 +127,23 @@ TEST_F(sweep_choice, of_pairs_keeps_tables_as_they_are_asked_for) {
 }
 
 TEST_F(sweep_choice, of_pairs_keeps_checkpoints_under_memory_saving) {
-    EXPECT_EQ(pair_sweep::kept_tables, choose_pair(saving).sweep);
+    EXPECT_EQ(0U, choose_pair(saving).checkpoint_interval);
     params.mem_save_1 = true;
-    EXPECT_EQ(pair_sweep::checkpoints, choose_pair(saving).sweep);
-    EXPECT_EQ(pair_sweep::kept_tables, choose_pair(plain).sweep);
+    EXPECT_EQ(3U, choose_pair(saving).checkpoint_interval);
+    EXPECT_EQ(0U, choose_pair(plain).checkpoint_interval);
     phasing.ordered = true;
-    EXPECT_EQ(pair_sweep::kept_tables, choose_pair(saving).sweep);
+    EXPECT_EQ(0U, choose_pair(saving).checkpoint_interval);
     phasing.ordered = false;
     phasing.backward = phasing.weighted = true;
-    EXPECT_EQ(pair_sweep::checkpoints, choose_pair(saving).sweep);
+    EXPECT_EQ(3U, choose_pair(saving).checkpoint_interval);
     params.use_old_code = true;
-    EXPECT_EQ(pair_sweep::kept_tables, choose_pair(saving).sweep);
+    EXPECT_EQ(0U, choose_pair(saving).checkpoint_interval);
     phasing.backward = false;
-    EXPECT_EQ(pair_sweep::kept_tables, choose_pair(saving).sweep) << "a weighted iteration";
+    EXPECT_EQ(0U, choose_pair(saving).checkpoint_interval) << "a weighted iteration";
     phasing.weighted = false;
-    EXPECT_EQ(pair_sweep::checkpoints, choose_pair(saving).sweep);
+    EXPECT_EQ(3U, choose_pair(saving).checkpoint_interval);
     plan.chrx_haploid = true;
-    EXPECT_EQ(pair_sweep::kept_tables, choose_pair(saving).sweep);
+    EXPECT_EQ(0U, choose_pair(saving).checkpoint_interval);
 }
 
 }  // namespace

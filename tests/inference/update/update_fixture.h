@@ -25,7 +25,8 @@ class update_fixture : public ::testing::Test, protected model_run {
         run.plan.buffer_lower = 100;
         run.plan.buffer_upper = 160;
         run.plan.output_types = {true, true, true, true};
-        const std::vector<std::pair<std::size_t, std::size_t>> kinds{{0, 0}, {0, 1}, {1, 1}, {1, 2}, {2, 2}, {2, 2}, {2, 2}, {3, 3}};
+        const std::vector<std::pair<std::size_t, std::size_t>> kinds{{0, 0}, {0, 1}, {1, 1}, {1, 2},
+                                                                     {2, 2}, {2, 2}, {2, 2}, {3, 3}};
         for (std::size_t s = 0; s < n_sites; ++s) {
             const auto [type, top] = kinds[source.index(8)];
             snp& site = add_site(100 + static_cast<long>(s), type, top);

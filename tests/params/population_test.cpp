@@ -168,7 +168,8 @@ TEST_F(population, emission_tables_follow_their_rates) {
             for (int& count : panel) count = n++;
         }
     }
-    run.plan.fill_holes = run.params.haploid_g = run.params.use_panel1_for_type0_imputation = true;
+    run.plan.fill_holes = run.params.use_panel1_for_type0_imputation = true;
+    run.params.haploid_g = run.panels[2].all_haploid = true;
     set_theta(run.params, run.plan, run.panels, false, run.models);
     set_mutation(run.log, run.params, run.plan, run.panels, false, run.models, run.sites);
     for (const auto& [panel, cond] : {std::pair{0, 0}, {1, 0}, {0, 1}, {0, 2}, {1, 2}, {2, 0}, {2, 1}, {2, 2}}) {

@@ -36,13 +36,13 @@ TEST(label_rules, a_single_allele_agrees_when_the_reference_has_it) {
 
 TEST(label_rules, reference_panel_is_the_first_with_both_labels) {
     snp site;
-    EXPECT_EQ(-1, reference_panel(site));
+    EXPECT_FALSE(reference_panel(site));
     site.labels[1] = pair_of("A", "C");
-    EXPECT_EQ(1, reference_panel(site));
+    EXPECT_EQ(1U, reference_panel(site));
     site.labels[0].a0 = "A";
-    EXPECT_EQ(1, reference_panel(site));
+    EXPECT_EQ(1U, reference_panel(site));
     site.labels[0].a1 = "C";
-    EXPECT_EQ(0, reference_panel(site));
+    EXPECT_EQ(0U, reference_panel(site));
 }
 
 class label_stages : public reconcile_fixture {

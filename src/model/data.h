@@ -20,9 +20,9 @@ struct data {
     data(const data&) = delete;
     data& operator=(const data&) = delete;
 
-    parameters params;      // what the user said; completed by process_input, and then as it is
+    parameters params;  // what the user said; completed by process_input, and then as it is
     run_log log;
-    run_plan plan;          // fixed before the first iteration
+    run_plan plan;  // fixed before the first iteration
     site_table sites;
     panel_array panels;
     genetic_map map;

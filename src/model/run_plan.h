@@ -15,15 +15,15 @@ struct run_plan {
     std::vector<long> intermed_posns;           // positions of -intermed_posns, empty without
 
     // --- iterations, counted from 0 ---
-    int n_iterations = 0;              // of -iter, 1 where nobody needs sampling
-    int burnin = 0;                    // of -burnin, likewise 0
+    int n_iterations = 0;                    // of -iter, 1 where nobody needs sampling
+    int burnin = 0;                          // of -burnin, likewise 0
     std::vector<int> stored_iters;           // whose results count
     std::vector<int> selfcheck_iters;        // those of them that mask typed genotypes
     std::optional<int> informed_start_iter;  // first one with informed states; none under -random_cond
 
     // --- panels and sites ---
-    std::size_t n_study = 0;    // (params.nind) study individuals that are analysed: the first ones under -nind
-    bool fill_holes = false;    // -fill_holes, and there is something to fill
+    std::size_t n_study = 0;  // (params.nind) study individuals that are analysed: the first ones under -nind
+    bool fill_holes = false;  // -fill_holes, and there is something to fill
     bool has_reference = false;
     std::size_t n_panels = 4;   // 3 with a reference panel, 4 without; a site of this type takes no part in the models
     bool chrx_haploid = false;  // males are haploid

@@ -62,7 +62,8 @@ void fill_pair_tables(copying_models& models, std::size_t panel, const emission_
 
 }  // namespace
 
-void set_theta(const parameters& params, const run_plan& plan, const panel_array& panels, bool full, copying_models& models) {
+void set_theta(const parameters& params, const run_plan& plan, const panel_array& panels, bool full,
+               copying_models& models) {
     const auto& counts = full ? models.k_states_full : models.k_states;
     const auto set = [&](std::size_t mode, std::size_t panel, std::size_t cond) {
         models.theta[mode][panel][cond] = harmonic_theta(counts[mode][panel][cond]);

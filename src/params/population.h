@@ -17,7 +17,8 @@ double mutation_rate(int n, double theta);
 
 // (data::set_theta_panel) The mutation parameters of all models, for the numbers of states in use or, if full, for
 // those without limits.
-void set_theta(const parameters& params, const run_plan& plan, const panel_array& panels, bool full, copying_models& models);
+void set_theta(const parameters& params, const run_plan& plan, const panel_array& panels, bool full,
+               copying_models& models);
 
 // (data::set_mutation_matrix) The emission tables of all models, and at sites with input probabilities the weights of
 // the genotypes (snp::gtype_emiss). Says so in the log.

@@ -84,8 +84,7 @@ void set_first_flags(const panel_data& panel, genotype_panel& plan) {
 }
 
 // Sets the flags that the genotypes ask for; true if a hole was seen.
-bool visit_sites(const run_plan& run, const panel_data& panel, const site_table& sites,
-                 genotype_panel& plan) {
+bool visit_sites(const run_plan& run, const panel_data& panel, const site_table& sites, genotype_panel& plan) {
     if (!plan.read || plan.sampled) return false;
     const bool seeks_hole = run.hole_fill_to == plan.panel && run.fill_holes;
     bool hole_seen = false;

@@ -147,8 +147,8 @@ void print_params(run_log& log, const parameters& params, const run_plan& plan, 
     log.line(concat("           input call thresh: ", fixed_text(params.call_thresh, 3)));
     log.line(concat("     burn-in MCMC iterations: ", plan.burnin));
     if (params.thin >= 2) log.line(concat("      MCMC thinning interval: ", params.thin));
-    log.line(
-        concat("       total MCMC iterations: ", plan.n_iterations, " (", plan.stored_iters.size(), " used for inference)"));
+    log.line(concat("       total MCMC iterations: ", plan.n_iterations, " (", plan.stored_iters.size(),
+                    " used for inference)"));
     if (g_ref || is_given(params.g_file)) {
         std::string text = "      HMM states for phasing: ";
         if (g_ref) text += concat(models.k_states[1][1][1], " [Panel 1]; ");

@@ -63,7 +63,7 @@ class model_run {
             run.panels[p].haps = packed_haplotypes(counts[p], run.sites.size());
             for (std::size_t s = 0; s < run.sites.size(); ++s) run.panels[p].haps.set_holds(s);
         }
-        run.params.nind = static_cast<int>(run.panels[2].n_ind);
+        run.plan.n_study = run.panels[2].n_ind;
         run.panels[2].ordered.assign(run.panels[2].n_ind, false);
     }
     void fill_haplotypes(input_source& source) {

@@ -70,7 +70,7 @@ class output_fixture : public ::testing::Test {
 
     // --- settings ---------------------------------------------------------------------------------------------------
     void give_study(std::size_t n_individuals) {
-        run.panels[2].n_ind = n_individuals;
+        run.panels[2].n_ind = run.plan.n_study = n_individuals;
         run.panels[2].n_hap = 2 * n_individuals;
         run.panels[2].ordered.assign(n_individuals, false);
     }
@@ -81,6 +81,7 @@ class output_fixture : public ::testing::Test {
         members.ploidy = ploidies;
         members.first_haps.clear();
         members.n_ind = ploidies.size();
+        if (panel == 2) run.plan.n_study = members.n_ind;
         members.n_hap = 0;
         for (const int ploidy : ploidies) {
             members.first_haps.push_back(members.n_hap);

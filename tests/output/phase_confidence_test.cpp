@@ -60,7 +60,7 @@ TEST_F(phase_confidence, file_is_compressed_under_o_gz) {
 TEST_F(phase_confidence, columns_are_those_of_the_first_individuals_under_nind) {
     give_study(4);
     run.params.phase = true;
-    run.params.nind = 2;
+    run.plan.n_study = 2;
     run.panels[2].ordered = {true, false, false, true};
     add_site(120, 2);
     allocate();

@@ -98,7 +98,7 @@ TEST_F(population, theta_of_panel_1_from_panel_0_is_for_runs_that_impute_through
 
 TEST_F(population, theta_of_the_filling_models_is_for_runs_that_fill_holes) {
     set_counts(run.models.k_states, 2);
-    run.params.fill_holes = true;
+    run.plan.fill_holes = true;
     set_theta(run.params, run.plan, run.panels, false, run.models);
     EXPECT_EQ((std::vector<std::string>{"000", "001", "002", "012", "020", "021", "111", "122"}), thetas_set());
 }
@@ -168,7 +168,7 @@ TEST_F(population, emission_tables_follow_their_rates) {
             for (int& count : panel) count = n++;
         }
     }
-    run.params.fill_holes = run.params.haploid_g = run.params.use_panel1_for_type0_imputation = true;
+    run.plan.fill_holes = run.params.haploid_g = run.params.use_panel1_for_type0_imputation = true;
     set_theta(run.params, run.plan, run.panels, false, run.models);
     set_mutation(run.log, run.params, run.plan, run.panels, false, run.models, run.sites);
     for (const auto& [panel, cond] : {std::pair{0, 0}, {1, 0}, {0, 1}, {0, 2}, {1, 2}, {2, 0}, {2, 1}, {2, 2}}) {
@@ -216,7 +216,7 @@ TEST_F(population, two_states_have_a_rate_of_a_sixth) {
 
 TEST_F(population, unused_places_of_the_tables_stay_empty) {
     set_counts(run.models.k_states, 9);
-    run.params.fill_holes = true;
+    run.plan.fill_holes = true;
     set_theta(run.params, run.plan, run.panels, false, run.models);
     set_mutation(run.log, run.params, run.plan, run.panels, false, run.models, run.sites);
     for (const auto& [panel, cond] : {std::pair{0, 0}, {0, 1}, {0, 2}, {1, 0}, {1, 2}, {2, 0}, {2, 1}}) {
@@ -271,7 +271,7 @@ class probabilistic_genotypes : public population {
         population::SetUp();
         run.plan.n_panels = 3;
         set_individuals(run.panels, {0, 1, 2});
-        run.params.nind = 2;
+        run.plan.n_study = 2;
         for (const auto& [position, type] : {std::pair{10L, 0}, {20L, 1}, {30L, 2}, {40L, 3}}) {
             snp& site = add_site(position, type);
             site.gtype_probs[1] = {0.2F, 0.3F, 0.5F};

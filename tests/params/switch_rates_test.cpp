@@ -471,7 +471,7 @@ class filling_rates : public switch_rates {
   protected:
     void SetUp() override {
         switch_rates::SetUp();
-        run.params.fill_holes = true;
+        run.plan.fill_holes = true;
     }
     // Sites on which the chains differ; positions 10, 20, ..., map positions 1, 2, 4, 8 ...
     void add_sites() {

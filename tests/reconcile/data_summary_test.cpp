@@ -94,7 +94,7 @@ TEST_F(data_summary, study_sites_in_the_buffer_alone_end_the_run_at_the_output) 
 }
 
 TEST_F(data_summary, a_reference_of_holes_alone_is_an_error) {
-    run.params.fill_holes = true;
+    run.plan.fill_holes = true;
     add_site(150, 2).ref_alleles_missing = true;
     EXPECT_EQ(1, report());
     const auto text = [](const std::string& versus) {
@@ -109,7 +109,7 @@ TEST_F(data_summary, a_reference_of_holes_alone_is_an_error) {
 }
 
 TEST_F(data_summary, one_observed_study_site_suffices_for_hole_filling) {
-    run.params.fill_holes = true;
+    run.plan.fill_holes = true;
     add_site(150, 2).ref_alleles_missing = true;
     add_site(60, 2);
     EXPECT_EQ(-1, report());
@@ -118,7 +118,7 @@ TEST_F(data_summary, one_observed_study_site_suffices_for_hole_filling) {
 TEST_F(data_summary, holes_alone_pass_without_hole_filling_and_with_two_references) {
     add_site(150, 2).ref_alleles_missing = true;
     EXPECT_EQ(-1, report());
-    run.params.fill_holes = true;
+    run.plan.fill_holes = true;
     run.params.g_ref_file = "ref.gen";
     EXPECT_EQ(-1, report());
     run.params.g_ref_file = "NULL";
@@ -127,7 +127,7 @@ TEST_F(data_summary, holes_alone_pass_without_hole_filling_and_with_two_referenc
 }
 
 TEST_F(data_summary, a_lone_panel_of_genotypes_counts_as_one_reference) {
-    run.params.fill_holes = true;
+    run.plan.fill_holes = true;
     run.params.h_files.clear();
     run.params.g_ref_file = "ref.gen";
     add_site(150, 2).ref_alleles_missing = true;

@@ -16,8 +16,8 @@ class setup_stages : public reconcile_fixture {
         give_study(2);
         run.params.k = 2;
         run.params.k_hap = {2};
-        run.params.iter = 4;
-        run.params.burnin = 2;
+        run.plan.n_iterations = 4;
+        run.plan.burnin = 2;
         add_reference_site(60, 0);
         add_reference_site(110, 0);
         add_study_site(120, 2, {0, 2});
@@ -27,7 +27,10 @@ class setup_stages : public reconcile_fixture {
         draws.add({0.9});
         set_state_counts(run.params, run.panels, run.models);
     }
-    void set_up() { setup_models(run, setup_panels(run)); }
+    void set_up() {
+        const type_counts n_of_type = setup_panels(run.log, run.params, run.plan, run.panels, run.sites);
+        setup_models(run.log, run.params, n_of_type, run.plan, run.panels, run.sites, run.models, run.acc);
+    }
     snp& add_reference_site(long position, int type) {
         snp& site = add_site(position, type);
         label(site, 0, "A", "C", 0.5);
@@ -126,7 +129,7 @@ TEST_F(setup_stages, two_references_are_checked_against_each_other) {
 }
 
 TEST_F(setup_stages, informed_states_from_the_start_leave_the_parameters_to_the_loop) {
-    run.params.burnin = 0;
+    run.plan.burnin = 0;
     run.params.informed_burnin = 0;
     EXPECT_EQ(-1, end_status([this] { set_up(); }));
     EXPECT_TRUE(says("-setting storage space\n"));
@@ -136,7 +139,7 @@ TEST_F(setup_stages, informed_states_from_the_start_leave_the_parameters_to_the_
 
 TEST_F(setup_stages, random_states_take_their_parameters_here) {
     run.params.random_cond = true;
-    run.params.burnin = 0;
+    run.plan.burnin = 0;
     EXPECT_EQ(-1, end_status([this] { set_up(); }));
     EXPECT_TRUE(says("-setting mutation matrices"));
 }

@@ -15,7 +15,8 @@ class storage : public reconcile_fixture {
         pack_haplotypes(run.params, run.plan, run.panels, run.sites);
         type_counts n_of_type{};
         for (const auto& [position, site] : run.sites.store) ++n_of_type[site.type];
-        setup_storage(run, n_of_type);
+        run.plan.n_study = run.params.nind > 0 ? static_cast<std::size_t>(run.params.nind) : run.panels[2].n_ind;
+        setup_storage(run.log, run.params, n_of_type, run.plan, run.panels, run.sites, run.models, run.acc);
     }
     // The number of entries in which genotypes are counted at a site.
     std::size_t n_entries(std::size_t s) const {

@@ -28,8 +28,8 @@ class update_plan : public reconcile_fixture {
         return end_status([this] { make_update_plan(run.log, run.params, run.plan, run.panels, run.sites); });
     }
     void give_schedule(int iter, int burnin) {
-        run.params.iter = iter;
-        run.params.burnin = burnin;
+        run.plan.n_iterations = iter;
+        run.plan.burnin = burnin;
     }
 };
 
@@ -172,8 +172,8 @@ TEST_F(update_plan, sampled_haplotypes_of_the_study_need_no_update) {
     EXPECT_EQ((flags{true, true}), run.panels[2].ordered);
     EXPECT_EQ((flags{false, false}), run.panels[2].update);
     EXPECT_FALSE(run.panels[2].needs_update);
-    EXPECT_EQ(30, run.params.iter);
-    EXPECT_EQ(10, run.params.burnin);
+    EXPECT_EQ(30, run.plan.n_iterations);
+    EXPECT_EQ(10, run.plan.burnin);
 }
 
 TEST_F(update_plan, input_probabilities_leave_everybody_open) {
@@ -327,7 +327,7 @@ TEST_F(update_plan, no_hole_panels_without_the_option) {
 TEST_F(update_plan, holes_of_a_lone_panel_0_are_filled_from_the_study) {
     give_panel0(2);
     give_study(1);
-    run.params.fill_holes = true;
+    run.plan.fill_holes = true;
     snp& hole = add_study_site(110, {1});
     hole.ref_alleles_missing = true;
     hole.haps[0] = allele_row(2, 2);
@@ -335,7 +335,7 @@ TEST_F(update_plan, holes_of_a_lone_panel_0_are_filled_from_the_study) {
     EXPECT_EQ(2, run.plan.hole_fill_from);
     EXPECT_EQ(0, run.plan.hole_fill_to);
     EXPECT_FALSE(run.panels[0].needs_update);
-    EXPECT_TRUE(run.params.fill_holes);
+    EXPECT_TRUE(run.plan.fill_holes);
     EXPECT_TRUE(hole.ref_alleles_missing);
 }
 
@@ -343,7 +343,7 @@ TEST_F(update_plan, holes_of_panel_0_are_filled_from_panel_1) {
     give_panel0(2);
     give_panel1(1);
     give_study(1);
-    run.params.fill_holes = true;
+    run.plan.fill_holes = true;
     add_reference_site(110, {1}).ref_alleles_missing = true;
     plan();
     EXPECT_EQ(1, run.plan.hole_fill_from);
@@ -354,7 +354,7 @@ TEST_F(update_plan, holes_of_panel_0_are_filled_from_panel_1) {
 TEST_F(update_plan, holes_of_a_lone_panel_1_are_filled_from_the_study) {
     give_panel1(1);
     give_study(1);
-    run.params.fill_holes = true;
+    run.plan.fill_holes = true;
     snp& hole = add_reference_site(110, {3}, 2);
     hole.ref_alleles_missing = true;
     plan();
@@ -366,18 +366,18 @@ TEST_F(update_plan, holes_of_a_lone_panel_1_are_filled_from_the_study) {
 TEST_F(update_plan, the_search_goes_on_until_a_hole_is_seen) {
     give_panel1(1);
     give_study(1);
-    run.params.fill_holes = true;
+    run.plan.fill_holes = true;
     add_reference_site(110, {1}, 2);
     add_reference_site(120, {3}, 2).ref_alleles_missing = true;
     plan();
     EXPECT_EQ(1, run.plan.hole_fill_to);
-    EXPECT_TRUE(run.params.fill_holes);
+    EXPECT_TRUE(run.plan.fill_holes);
 }
 
 TEST_F(update_plan, a_hole_behind_a_wholly_incomplete_panel_0_is_seen) {
     give_panel0(2);
     give_study(1);
-    run.params.fill_holes = true;
+    run.plan.fill_holes = true;
     add_study_site(110, {1}).haps[0] = alleles({2, 2});
     add_study_site(120, {1}).ref_alleles_missing = true;
     plan();
@@ -388,7 +388,7 @@ TEST_F(update_plan, a_hole_behind_a_wholly_incomplete_panel_0_is_seen) {
 TEST_F(update_plan, holes_of_a_sampled_panel_0_are_seen) {
     give_panel0(2);
     give_study(1);
-    run.params.fill_holes = true;
+    run.plan.fill_holes = true;
     run.params.hap_samp_in_h = "samples";
     add_study_site(110, {1});
     add_study_site(120, {1}).ref_alleles_missing = true;
@@ -399,7 +399,7 @@ TEST_F(update_plan, holes_of_a_sampled_panel_0_are_seen) {
 TEST_F(update_plan, the_search_of_a_sampled_panel_0_ends_at_a_hole) {
     give_panel0(2);
     give_study(1);
-    run.params.fill_holes = true;
+    run.plan.fill_holes = true;
     run.params.hap_samp_in_h = "samples";
     add_study_site(110, {1}).ref_alleles_missing = true;
     add_study_site(120, {1}).haps[0] = alleles({2, 0});
@@ -411,18 +411,18 @@ TEST_F(update_plan, the_search_of_a_sampled_panel_0_ends_at_a_hole) {
 TEST_F(update_plan, hole_filling_without_holes_is_cancelled) {
     give_panel0(2);
     give_study(1);
-    run.params.fill_holes = true;
+    run.plan.fill_holes = true;
     add_study_site(110, {1});
     plan();
     EXPECT_EQ(-1, run.plan.hole_fill_from);
     EXPECT_EQ(-1, run.plan.hole_fill_to);
-    EXPECT_FALSE(run.params.fill_holes);
+    EXPECT_FALSE(run.plan.fill_holes);
 }
 
 TEST_F(update_plan, cancelled_hole_filling_withdraws_the_placeholders) {
     give_panel0(2);
     give_study(1);
-    run.params.fill_holes = true;
+    run.plan.fill_holes = true;
     add_study_site(110, {1});
     // A site that was split from its reference keeps the mark, and is no hole of the panel any more.
     snp& site = add_study_site(120, {1}, 3);
@@ -434,7 +434,7 @@ TEST_F(update_plan, cancelled_hole_filling_withdraws_the_placeholders) {
     label(site, 0, "A", "C", 0.5, "+");
     label(site, 1, "A", "C", 0.5, "+");
     plan();
-    EXPECT_FALSE(run.params.fill_holes);
+    EXPECT_FALSE(run.plan.fill_holes);
     EXPECT_FALSE(site.ref_alleles_missing);
     EXPECT_EQ(3, site.type);
     EXPECT_EQ(3, site.top_panel);
@@ -453,10 +453,10 @@ TEST_F(update_plan, cancelled_hole_filling_withdraws_the_placeholders) {
 
 TEST_F(update_plan, hole_filling_without_reference_haplotypes_is_cancelled) {
     give_study(1);
-    run.params.fill_holes = true;
+    run.plan.fill_holes = true;
     add_study_site(110, {1}, 3);
     plan();
-    EXPECT_FALSE(run.params.fill_holes);
+    EXPECT_FALSE(run.plan.fill_holes);
     EXPECT_EQ(-1, run.plan.hole_fill_to);
 }
 
@@ -469,8 +469,8 @@ TEST_F(update_plan, nothing_to_do_shortens_the_run) {
     give_schedule(30, 10);
     add_study_site(110, {0, 2}).gtypes[1] = {0, 0};
     plan();
-    EXPECT_EQ(1, run.params.iter);
-    EXPECT_EQ(0, run.params.burnin);
+    EXPECT_EQ(1, run.plan.n_iterations);
+    EXPECT_EQ(0, run.plan.burnin);
     EXPECT_EQ((flags{true, true}), run.panels[2].ordered);
     EXPECT_EQ((flags{true, true}), run.panels[1].ordered);
 }
@@ -481,8 +481,8 @@ TEST_F(update_plan, one_update_keeps_the_schedule) {
     give_schedule(30, 10);
     add_study_site(110, {0, 3});
     plan();
-    EXPECT_EQ(30, run.params.iter);
-    EXPECT_EQ(10, run.params.burnin);
+    EXPECT_EQ(30, run.plan.n_iterations);
+    EXPECT_EQ(10, run.plan.burnin);
     EXPECT_EQ((flags{false, false}), run.panels[2].ordered);
 }
 
@@ -493,7 +493,7 @@ TEST_F(update_plan, sampled_input_keeps_the_schedule) {
         give_schedule(30, 10);
         *name = "samples";
         plan();
-        EXPECT_EQ(30, run.params.iter);
+        EXPECT_EQ(30, run.plan.n_iterations);
         *name = "NULL";
     }
 }

@@ -8,6 +8,7 @@
 
 #include "inference/inference_tools.h"
 #include "model/data.h"
+#include "model/intervals.h"
 #include "params/switch_rates.h"
 #include "reconcile/model_sites.h"
 #include "reconcile/result_sums.h"
@@ -83,7 +84,7 @@ class passes : public ::testing::Test {
     }
     // What setup settles from the options.
     void settle() {
-        list_model_sites(run.plan, run.sites, run.params.fill_holes, run.models);
+        list_model_sites(run.plan, run.sites, run.models);
         for (auto& mode : run.models.chains) {
             for (auto& panel : mode) {
                 for (hmm_model& model : panel) {
@@ -95,7 +96,7 @@ class passes : public ::testing::Test {
         for (auto& panel : run.models.hole_chains[0]) {
             for (hmm_model& model : panel) model.hap_gap.assign(model.n_sites(), make_haploid_gap(0.1, 2));
         }
-        allocate_results(run.params, run.plan, run.panels, run.sites, run.haps_interval(), run.acc);
+        allocate_results(run.params, run.plan, run.panels, run.sites, haps_interval(run.params, run.plan), run.acc);
     }
     // Settles the run, and makes passes for an iteration.
     update_passes& start(const iteration& now) {
@@ -153,7 +154,7 @@ TEST_F(passes, over_panel_1_run_one_haplotype_of_a_male) {
 }
 
 TEST_F(passes, over_the_study_end_with_the_first_individuals_that_are_asked_for) {
-    run.params.nind = 2;
+    run.plan.n_study = 2;
     start(burnin).update_study_individuals();
     EXPECT_EQ("\r-updating inf indiv [1/2] [dip]\r-updating inf indiv [2/2] [dip]\n", said());
 }
@@ -220,7 +221,7 @@ TEST_F(passes, record_what_is_known_of_those_that_need_no_update) {
 // --- holes ----------------------------------------------------------------------------------------------------------
 
 TEST_F(passes, fill_the_holes_of_panel_0_from_panel_1) {
-    run.params.fill_holes = true;
+    run.plan.fill_holes = true;
     run.plan.hole_fill_to = 0;
     run.plan.hole_fill_from = 1;
     for (std::size_t s = 1; s < n_sites; s += 3) {
@@ -251,7 +252,7 @@ TEST_F(passes, fill_the_holes_of_panel_0_from_panel_1) {
 }
 
 TEST_F(passes, fill_the_holes_of_panel_1_by_individual) {
-    run.params.fill_holes = true;
+    run.plan.fill_holes = true;
     run.plan.hole_fill_to = 1;
     run.plan.hole_fill_from = 2;
     start(burnin).fill_holes();

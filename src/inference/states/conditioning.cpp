@@ -99,8 +99,8 @@ namespace {
 // Sites at which informed choices count mismatches.
 std::vector<std::size_t> counted_sites(const inference_inputs& in, const state_target& target, hole_alleles holes) {
     // The panel whose holes are being filled copies itself at what it knows only.
-    const bool own_holes = in.plan.fill_holes && target.panel == target.cond_panel &&
-                           target.panel == in.plan.hole_fill_to;
+    const bool own_holes =
+        in.plan.fill_holes && target.panel == target.cond_panel && target.panel == in.plan.hole_fill_to;
     const bool full = !own_holes && holes == hole_alleles::known;
     std::vector<std::size_t> counted;
     for (const snp* site : in.sites.in_order) {
@@ -116,8 +116,8 @@ std::vector<std::size_t> counted_sites(const inference_inputs& in, const state_t
 // Fills the mismatches of every haplotype of the pool's panels with each of the target's haplotypes.
 void count_mismatches(const inference_inputs& in, const state_target& target, const candidate_pool& pool,
                       hole_alleles holes, choice_workspace& work) {
-    distance_rows& rows = holes == hole_alleles::known ? work.distances[target.panel][target.cond_panel]
-                                                       : work.distances_without_holes;
+    distance_rows& rows =
+        holes == hole_alleles::known ? work.distances[target.panel][target.cond_panel] : work.distances_without_holes;
     if (!rows.ready()) rows.set_sites(counted_sites(in, target, holes));
     const haplotypes_by_panel haps = haplotypes_of(in.panels);
     for (std::size_t p = pool.first_panel; p <= pool.last_panel; ++p) {

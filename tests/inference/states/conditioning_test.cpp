@@ -191,9 +191,9 @@ struct settings {
 };
 
 bool counts(const model_rooms& run, const snp& site, const update_kind& u) {
-    const bool full = !(run.params.fill_holes && u.panel == u.cond_panel && u.panel == run.plan.hole_fill_to);
+    const bool full = !(run.plan.fill_holes && u.panel == u.cond_panel && u.panel == run.plan.hole_fill_to);
     if (site.type < u.panel || site.type == run.plan.n_panels) return false;
-    if (run.params.fill_holes && site.type < u.cond_panel) return false;
+    if (run.plan.fill_holes && site.type < u.cond_panel) return false;
     if (!full && site.ref_alleles_missing) return false;
     return !run.params.choose_states_from_scaffold || !site.known_haps_flags.empty();
 }
@@ -243,7 +243,7 @@ TEST_F(conditioning, an_informed_choice_takes_the_nearest_at_the_counted_sites) 
     make({15, 10, 12});
     for (const settings& how :
          {settings{}, {true, false, 0}, {true, false, 1}, {false, true, std::nullopt}, {true, true, 0}}) {
-        run.params.fill_holes = how.fill_holes;
+        run.plan.fill_holes = how.fill_holes;
         run.plan.hole_fill_to = how.hole_fill_to;
         run.params.choose_states_from_scaffold = how.scaffold;
         work = {};
@@ -330,7 +330,7 @@ TEST_F(conditioning, like_haplotypes_make_an_informed_choice_uniform) {
 // Before they are filled, the holes of a panel tell nothing of its haplotypes.
 TEST_F(conditioning, alleles_that_are_not_known_are_no_mismatch) {
     make({8, 20, 0});
-    run.params.fill_holes = true;
+    run.plan.fill_holes = true;
     run.plan.hole_fill_to = 0;
     const update_kind u{0, 1, 0, 3};
     set_states(u, 5);

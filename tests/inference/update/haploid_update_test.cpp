@@ -17,7 +17,7 @@ namespace {
 class haploid_updates : public update_fixture {
   protected:
     bool full(std::size_t panel, std::size_t cond) const {
-        return !(run.params.fill_holes && panel == cond && panel == run.plan.hole_fill_to);
+        return !(run.plan.fill_holes && panel == cond && panel == run.plan.hole_fill_to);
     }
     int observed(const haploid_update& u, std::size_t s) const {
         const snp& site = *run.sites.in_order[s];

@@ -16,7 +16,7 @@ class hole_filling : public ::testing::Test, protected model_run {
     void make(int seed, long n_sites, std::size_t panel, std::size_t cond_panel, std::size_t K, double holes) {
         input_source source(static_cast<std::uint64_t>(seed));
         run.plan.n_panels = 3;
-        run.params.fill_holes = true;
+        run.plan.fill_holes = true;
         run.plan.hole_fill_to = panel;
         run.plan.hole_fill_from = cond_panel;
         for (long s = 0; s < n_sites; ++s) {

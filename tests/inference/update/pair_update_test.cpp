@@ -27,7 +27,7 @@ class pair_updates : public update_fixture {
         hmm_model& model = at(run.models.chains, 1, panel, panel);
         model = {};
         std::vector<double> distances;
-        const bool full = !(run.params.fill_holes && panel == run.plan.hole_fill_to);
+        const bool full = !(run.plan.fill_holes && panel == run.plan.hole_fill_to);
         for (const snp* site : run.sites.in_order) {
             if (site->type < panel || site->type == 3 || (!full && site->ref_alleles_missing)) continue;
             if (panel == 1 && site->panel1_placeholder) continue;

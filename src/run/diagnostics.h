@@ -40,5 +40,6 @@ class pass_diagnostics {
     run_log& log_;
     const inference_inputs& in_;
     const std::pair<std::size_t, std::size_t> copy_sites_;
-    std::unique_ptr<result_file> weights_, copying_;
+    std::unique_ptr<result_file> weights_;  // (debug_wt_out)
+    std::unique_ptr<result_file> copying_;  // (ref_copy_out, all_copy_out)
 };

@@ -283,7 +283,7 @@ TEST_F(haploid_updates, from_few_different_haplotypes_follow_their_rules) {
         u.selfcheck = source.chance(0.5);
         const std::size_t K = 1 + source.index(60);
         states.clear();
-        for (const int h : choose_ascending(source, K, 0, 60)) states.add(0, static_cast<std::size_t>(h));
+        for (const std::size_t h : choose_ascending(source, K, 0, 60)) states.add(0, h);
         SCOPED_TRACE("seed " + std::to_string(seed));
         expect_update(u, K, seed);
         haploid_problem read;

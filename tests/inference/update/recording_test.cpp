@@ -494,7 +494,7 @@ class missing_tallies : public sampled_counts {
         sampled_counts::SetUp();
         run.plan.count_missing_only = true;
         run.sites.in_order[typed]->gtypes[2] = {3, 0, 3};
-        for (auto& row : run.acc.tallies[typed].miss_counts) row.assign(2, 0);
+        for (auto& counts_of : run.acc.tallies[typed].miss_counts) counts_of.assign(2, 0);
         run.models.chains[0][2][2].site = run.models.chains[1][2][2].site = {typed};
     }
     // A haploid individual draws allele 1.

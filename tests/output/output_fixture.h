@@ -52,6 +52,7 @@ class output_fixture : public ::testing::Test {
         run.params.i_file = folder + "/out_info";
         run.params.h_files = {"ref.hap"};
         run.params.store_input_probs = {true, true};
+        run.plan.n_iterations = 30;
         run.plan.has_reference = true;
         run.plan.n_panels = 3;
         run.plan.int_lower_bp = 100;

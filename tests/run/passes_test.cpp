@@ -44,6 +44,7 @@ class passes : public ::testing::Test {
         }
         list();
         const std::array<std::size_t, 3> n_hap{4, 4, 6}, n_ind{0, 2, 3};
+        run.plan.n_study = n_ind[2];
         for (std::size_t panel = 0; panel < 3; ++panel) {
             panel_data& room = run.panels[panel];
             room.n_hap = n_hap[panel];

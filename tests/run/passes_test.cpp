@@ -25,12 +25,12 @@ class passes : public ::testing::Test {
     void SetUp() override {
         capture.open(run.log);
         parameters& p = run.params;
-        p.nind = 3;
         p.o_file = capture.files.name("out");
         p.h_files = {"ref"};
         p.g_ref_file = "gref";
         p.verbose = true;
         run.plan.n_panels = 3;
+        run.plan.n_study = 3;
         run.plan.int_lower_bp = 0;
         run.plan.int_upper_bp = 1000;
         run.plan.output_types = {true, true, true, false};

@@ -34,8 +34,8 @@ void choose_informed_conditioning_states(const inference_inputs& in, const state
                                          choice_workspace& work, conditioning_states& states,
                                          copy_state_record* record);
 
-// (dist_matrix) Rows and columns: Panel 0 haplotypes, then the units of Panel 1, then those of Panel 2. A unit is a haplotype under
-// -distances_by_hap, an individual under -distances.
+// (dist_matrix) Rows and columns: Panel 0 haplotypes, then the units of Panel 1, then those of Panel 2. A unit is a
+// haplotype under -distances_by_hap, an individual under -distances.
 using distance_matrix = std::vector<std::vector<double>>;
 
 // The nearest by the matrix.

@@ -1,6 +1,5 @@
 #include <algorithm>
 
-#include "model/data.h"
 #include "params/state_counts.h"
 
 // The haplotype, or the pair of haplotypes, that is being updated does not copy from itself; hence the numbers taken

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Runs everything that checks ORVIDE: the tests of the release build, the same tests under AddressSanitizer and
-# UndefinedBehaviorSanitizer, the format check, the linter, and two checks that need data from elsewhere.
+# UndefinedBehaviorSanitizer, the checks of format and includes, the linter, and two checks that need data from elsewhere.
 #
 # usage: scripts/test.sh
 #
@@ -49,6 +49,7 @@ finish() {
 
 step "packages" scripts/install_packages.sh || finish
 step "format" scripts/check_format.sh
+step "includes" scripts/check_includes.sh
 step "release build" scripts/build.sh release -DORVIDE_TESTS=ON || finish
 step "lint" scripts/lint.sh
 step "release tests" ctest --preset release -j "$ORVIDE_JOBS" --progress --no-tests=error

@@ -45,7 +45,7 @@ struct panel_data {
     bool needs_update = false;       // (update_panel0, ...) somebody needs sampling
     bool needs_phasing = false;      // (phase_panel1, phase_panel2) somebody has a heterozygote without phase
 
-    // --- alleles; from the end of data::setup on ---
+    // --- alleles; from pack_haplotypes (in data::setup) on ---
     packed_haplotypes haps;     // current alleles; sampling changes them
     packed_haplotypes missing;  // (ref_missing) set where a Panel 0 allele was missing; empty when none was
 };

@@ -1,6 +1,6 @@
 #pragma once
 
-// All settings of a run, as the command line gives them and as the checks of data::process_input complete them.
+// All settings of a run, as the command line gives them and as process_input completes them.
 
 #include <array>
 #include <cstdint>

@@ -20,7 +20,7 @@ struct site_traits {
 
 struct site_table {
     site_store store;  // (snps) grows while the files are read
-    // The store in order, fixed from the end of data::setup on: in_order[s]->index == s, positions[s] its position.
+    // The store in order, fixed by pack_haplotypes, in data::setup: in_order[s]->index == s, positions[s] its position.
     std::vector<snp*> in_order;
     std::vector<long> positions;
     std::vector<site_traits> traits;

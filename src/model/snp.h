@@ -34,8 +34,8 @@ struct snp {
     std::array<panel_labels, 3> labels;  // by panel
 
     // Current alleles of each panel's haplotypes; empty when the panel does not hold the site. In Panel 0 these are
-    // ref_alleles_raw, the alleles as read with 2 for missing, until the first guesses fill them; data::haps holds the
-    // alleles from the end of data::setup on, and these rows are then released.
+    // ref_alleles_raw, the alleles as read with 2 for missing, until the first guesses fill them; panel_data::haps
+    // holds the alleles from pack_haplotypes on, and these rows are then released.
     std::array<allele_row, 3> haps;
     // Which Panel 0 alleles were missing in the input; filled when the first guesses overwrite them.
     std::vector<std::uint64_t> ref_missing;
@@ -59,7 +59,7 @@ struct snp {
     std::vector<bool> known_haps_flags;   // -known_haps_g spoke of this person here
     std::vector<bool> hap_init_flags;     // -hap_init_g gave the starting phase here
 
-    std::size_t index = 0;  // place in the store's order, set at the end of data::setup
+    std::size_t index = 0;  // place in the store's order, set by pack_haplotypes
 
     bool in_panel(std::size_t panel) const { return labels[panel].a0 != "*"; }
     // Both labels known.

@@ -1,6 +1,6 @@
-#include <algorithm>
-
 #include "params/state_counts.h"
+
+#include <algorithm>
 
 // The haplotype, or the pair of haplotypes, that is being updated does not copy from itself; hence the numbers taken
 // off.

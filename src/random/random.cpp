@@ -67,9 +67,10 @@ void RandomPermutation2::Next(int N, int M, int* s, int start, int immune1, int 
     }
     for (int j = 0; j < M; ++j) {
         const int x = static_cast<int>(static_cast<double>(n_free - j) * Random::RNG->Next());
-        const auto t = static_cast<std::size_t>(x + j);
+        const auto place = static_cast<std::size_t>(j);
+        const std::size_t t = place + static_cast<std::size_t>(x);
         s[j] = work[t];
-        work[t] = work[static_cast<std::size_t>(j)];
+        work[t] = work[place];
     }
 }
 

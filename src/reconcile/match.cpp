@@ -21,7 +21,7 @@ void drop_panel(snp& site, std::size_t panel) {
 }
 
 // The type of a site that has lost panels; the present one where that stands.
-int type_by_panels(const snp& site, bool has_panel0) {
+std::size_t type_by_panels(const snp& site, bool has_panel0) {
     const bool in0 = site.in_panel(0), in1 = site.in_panel(1), in2 = site.in_panel(2);
     if (in2) return in1 || in0 ? site.type : 3;
     if (in1) return in0 || !has_panel0 ? 1 : site.type;
@@ -38,10 +38,10 @@ bool type_is_settled(const snp& site, bool has_panel0) {
 
 }  // namespace
 
-void copy_snp(const snp& from, snp& to, const std::set<int>& panels, bool has_panel0) {
+void copy_snp(const snp& from, snp& to, const std::set<std::size_t>& panels, bool has_panel0) {
     to = from;
-    for (int panel = 0; panel < 3; ++panel) {
-        if (!panels.contains(panel)) drop_panel(to, static_cast<std::size_t>(panel));
+    for (std::size_t panel = 0; panel < 3; ++panel) {
+        if (!panels.contains(panel)) drop_panel(to, panel);
     }
     if (!type_is_settled(to, has_panel0)) return;
     to.type = to.top_panel = type_by_panels(to, has_panel0);

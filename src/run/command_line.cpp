@@ -189,7 +189,7 @@ constexpr std::array option_table{
     flag("-show_all_copy_probs", &p::show_all_copy_probs, "write copying probabilities of all haplotypes"),
     // Memory
     flag("-mem_save", &p::mem_save, "both of the following"),
-    flag("-mem_save_1", &p::mem_save_1, "keep forward values at checkpoints only"),
+    flag("-mem_save_1", &p::mem_save_1, "keep fewer forward values, compute the others again"),
     flag("-mem_save_2", &p::mem_save_2, "keep sampled haplotypes in temporary files"),
     text("-mem_save_str", &p::mem_save_str, "NAME  beginning of the temporary files' names"),
     clearing_flag("-no_remove_mem_save_dir", &p::remove_mem_save_dir, "remove temporary files one by one"),

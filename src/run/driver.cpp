@@ -82,8 +82,8 @@ class iteration_loop {
         set_model_parameters(run_.log, p_, run_.plan, run_.panels, true, run_.models, run_.sites);
     }
 
-    void read_later_haplotypes(std::size_t it, std::size_t panel) {
-        read_sampled_haps(run_.log, p_, run_.sites, run_.panels, it, panel);
+    void read_later_haplotypes(int it, std::size_t panel) {
+        read_sampled_haps(run_.log, p_, run_.sites, run_.panels, static_cast<std::size_t>(it), panel);
     }
 
     void pass_panel0(const iteration& now) {
@@ -161,11 +161,11 @@ class iteration_loop {
     update_passes passes_;
     std::size_t next_stored_ = 0;
     std::size_t next_selfcheck_ = 0;
-    int stored_count_ = 0;
+    std::size_t stored_count_ = 0;
 };
 
 void print_success_rate(run_log& log, const std::string& kind, const draw_counts& draws) {
-    const long n = draws.n_stay + draws.n_switch;
+    const std::size_t n = draws.n_stay + draws.n_switch;
     const std::string text = kind + " sampling success rate: " +
                              (n < 1 ? "(no " + kind + " sampling performed)"
                                     : fixed_text(static_cast<double>(draws.n_stay) / static_cast<double>(n), 3));

@@ -26,7 +26,7 @@ snp full_site() {
     return site;
 }
 
-snp copy(const snp& from, const std::set<int>& panels, bool has_panel0 = true) {
+snp copy(const snp& from, const std::set<std::size_t>& panels, bool has_panel0 = true) {
     snp to;
     copy_snp(from, to, panels, has_panel0);
     return to;
@@ -79,7 +79,7 @@ TEST(copy_snp, empties_dropped_reference_panels) {
 
 TEST(copy_snp, type_follows_the_panels_that_are_left) {
     struct row {
-        std::set<int> panels;
+        std::set<std::size_t> panels;
         bool has_panel0;
         int type;
         bool settled;

@@ -19,5 +19,5 @@ site_fields take_site(const text_input& file, std::string_view line, bool with_s
 
 std::size_t count_content_fields(std::string_view line) {
     field_scanner fields(line);
-    return fields.skip(5) ? count_fields(fields.rest()) : 0;
+    return fields.skip(5) ? static_cast<std::size_t>(count_fields(fields.rest())) : 0;
 }

@@ -10,6 +10,7 @@
 #include "inference/inference_tools.h"
 #include "model/accumulators.h"
 #include "support/log_capture.h"
+#include "support/run_builder.h"
 
 struct model_rooms {
     run_log log;
@@ -35,33 +36,20 @@ class model_run {
     model_rooms run{run_log(capture.terminal, capture.notes), {}, {}, {}, {}, {}, {}};
 
     snp& add_site(long position, std::size_t type, std::size_t top_panel) {
-        snp& site = run.sites.store.emplace(position, snp{})->second;
-        site.type = type;
+        snp& site = ::add_site(run.sites, position, type);
         site.top_panel = top_panel;
         return site;
     }
     snp& add_site(long position, std::size_t type) { return add_site(position, type, type); }
 
-    // Lists the sites in order, as they stand.
-    void list_sites() {
-        run.sites.in_order.clear();
-        run.sites.positions.clear();
-        run.sites.traits.clear();
-        for (auto& [position, site] : run.sites.store) {
-            site.index = run.sites.in_order.size();
-            run.sites.in_order.push_back(&site);
-            run.sites.positions.push_back(position);
-            run.sites.traits.push_back({static_cast<std::uint8_t>(site.type), static_cast<std::uint8_t>(site.top_panel),
-                                        site.panel1_placeholder, site.ref_alleles_missing});
-        }
-    }
+    void list_sites() { ::list_sites(run.sites); }
     // Haplotype counts of the panels; individuals have two each.
     void give_haplotypes(std::array<std::size_t, 3> counts) {
-        for (std::size_t p = 0; p < 3; ++p) {
-            run.panels[p].n_hap = counts[p];
-            run.panels[p].n_ind = p == 0 ? 0 : counts[p] / 2;
-            run.panels[p].haps = packed_haplotypes(counts[p], run.sites.size());
-            for (std::size_t s = 0; s < run.sites.size(); ++s) run.panels[p].haps.set_holds(s);
+        set_haplotypes(run.panels, counts);
+        set_individuals(run.panels, {0, counts[1] / 2, counts[2] / 2});
+        for (panel_data& panel : run.panels) {
+            make_room(panel, run.sites.size());
+            hold_all_sites(panel.haps);
         }
         run.plan.n_study = run.panels[2].n_ind;
         run.panels[2].ordered.assign(run.panels[2].n_ind, false);

@@ -188,7 +188,7 @@ TEST_F(genotype_file, probabilities_keep_triples_and_take_a_draw_a_snp) {
 TEST_F(genotype_file, probabilities_above_a_threshold_give_the_frequency) {
     run.params.prob_g = true;
     run.params.prob_g_thresh = 0.8;
-    const listed_draws draws({});
+    const listed_draws draws;
     read("s1 r1 150 A C 0 0.5 3.5 0.5 0.25 0.25\n");
     EXPECT_EQ((std::vector<float>{0, 0.125F, 0.875F, 0.5F, 0.25F, 0.25F}), site_at(150).gtype_probs[2]);
     EXPECT_DOUBLE_EQ(1.875 / 2.0, site_at(150).labels[2].freq);

@@ -7,6 +7,7 @@
 
 #include "model/site_table.h"
 #include "support/alleles.h"
+#include "support/run_builder.h"
 
 namespace {
 
@@ -15,17 +16,10 @@ class hole_preparation_test : public ::testing::Test {
     void prepare() { prepare_holes(params, panels, sites.store); }
     // A record at position 10 with the labels of Panels 2, 1, 0; "" for a panel that does not hold the site.
     snp& add(const std::string& study, const std::string& panel1 = "", const std::string& panel0 = "") {
-        snp& site = sites.store.emplace(10, snp{})->second;
+        snp& site = add_site(sites, 10);
         site.snp_id = "snp" + std::to_string(sites.store.size());
-        set_labels(site, 2, study);
-        set_labels(site, 1, panel1);
-        set_labels(site, 0, panel0);
+        label_panels(site, study, panel1, panel0);
         return site;
-    }
-    static void set_labels(snp& site, std::size_t panel, const std::string& labels) {
-        if (labels.empty()) return;
-        site.labels[panel].a0 = labels.substr(0, 1);
-        site.labels[panel].a1 = labels.substr(1);
     }
     void give_panel0() {
         params.h_files.insert(params.h_files.begin(), "ref.hap");
@@ -33,8 +27,7 @@ class hole_preparation_test : public ::testing::Test {
     }
     void give_panel1() {
         params.g_ref_file = "ref.gen";
-        panels[1].n_ind = 3;
-        panels[1].n_hap = 6;
+        set_diploids(panels[1], 3);
     }
     static void set_strand(snp& site, std::size_t panel, const std::string& strand, double freq) {
         site.labels[panel].strand = strand;

@@ -11,16 +11,7 @@ class initial_haplotypes_file : public reader_fixture {
   protected:
     // A study with one site at each position, A and C, everybody with the genotypes.
     void give_study(const std::string& codes, std::initializer_list<long> positions = {150}) {
-        run.panels[2].n_ind = codes.size();
-        run.panels[2].n_hap = 2 * run.panels[2].n_ind;
-        if (run.plan.chrx_haploid) run.panels[2].n_hap = 2 * run.panels[2].n_females + run.panels[2].n_males;
-        if (run.params.haploid_g) run.panels[2].n_hap = run.panels[2].n_ind;
-        for (const long position : positions) {
-            snp& site = add_site(position);
-            label(site, 2, "A", "C");
-            site.gtypes[2] = genotypes(codes);
-            site.haps[2].assign(run.panels[2].n_hap, 2);
-        }
+        give_genotypes(codes, positions);
     }
     std::string read(const std::string& text) {
         run.params.hap_init_g_file = write("init", text);

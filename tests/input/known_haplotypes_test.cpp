@@ -17,16 +17,7 @@ class known_haplotypes : public reader_fixture {
     // A study read from -g, with one site at each position, A and C, everybody with the genotypes.
     void give_study(const std::string& codes, std::initializer_list<long> positions = {150}) {
         run.params.g_file = "study.gen";
-        run.panels[2].n_ind = codes.size();
-        run.panels[2].n_hap = 2 * run.panels[2].n_ind;
-        if (run.plan.chrx_haploid) run.panels[2].n_hap = 2 * run.panels[2].n_females + run.panels[2].n_males;
-        if (run.params.haploid_g) run.panels[2].n_hap = run.panels[2].n_ind;
-        for (const long position : positions) {
-            snp& site = add_site(position);
-            label(site, 2, "A", "C");
-            site.gtypes[2] = genotypes(codes);
-            site.haps[2].assign(run.panels[2].n_hap, 2);
-        }
+        give_genotypes(codes, positions);
     }
     // Starting alleles of everybody.
     void give_initial(const std::string& haps, const std::string& init_flags, long position = 150) {

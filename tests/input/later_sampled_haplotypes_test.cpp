@@ -22,18 +22,12 @@ class later_sampled_haplotypes : public reader_fixture {
     // A store of sites whose panel haplotypes all are 0.
     void give_sites(const std::vector<long>& positions, std::size_t panel, std::size_t n_hap) {
         run.panels[panel].n_hap = n_hap;
-        run.panels[panel].haps = packed_haplotypes(n_hap, positions.size());
-        for (std::size_t s = 0; s < positions.size(); ++s) {
-            add_site(positions[s]).index = s;
-            run.panels[panel].haps.set_holds(s);
-        }
+        make_room(run.panels[panel], positions.size());
+        hold_all_sites(run.panels[panel].haps);
+        for (const long position : positions) add_site(position);
+        list_sites(run.sites);
     }
-    std::string haps(std::size_t panel, std::size_t site) const {
-        const packed_haplotypes& rows = run.panels[panel].haps;
-        std::string text;
-        for (std::size_t h = 0; h < rows.n_hap(); ++h) text += static_cast<char>('0' + rows.allele(h, site));
-        return text;
-    }
+    std::string haps(std::size_t panel, std::size_t site) const { return alleles_at(run.panels[panel].haps, site); }
     const std::string base = files().name("samp");
 };
 

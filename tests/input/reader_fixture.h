@@ -5,8 +5,9 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <initializer_list>
 #include <string>
-#include <utility>
+#include <vector>
 
 #include "input/input_rooms.h"
 #include "input/reading_context.h"
@@ -17,6 +18,7 @@
 #include "model/site_table.h"
 #include "support/alleles.h"
 #include "support/log_capture.h"
+#include "support/run_builder.h"
 
 class reader_fixture : public ::testing::Test {
   protected:
@@ -61,28 +63,25 @@ class reader_fixture : public ::testing::Test {
     // A chrX run with these individuals in a panel; 1 for a male, 2 for a female.
     void give_sexes(std::size_t panel, const std::string& sexes, bool males_are_haploid = true) {
         run.params.chrX = true;
-        run.plan.chrx_haploid = run.panels[1].sexes_differ = run.panels[2].sexes_differ = males_are_haploid;
-        run.plan.chrx_diploid = !males_are_haploid;
-        panel_data& people = run.panels[panel];
-        std::size_t n_haplotypes = 0;
-        for (const char c : sexes) {
-            const int sex = c - '0';
-            ++(sex == 1 ? people.n_males : people.n_females);
-            people.ploidy.push_back(sex);
-            people.first_haps.push_back(n_haplotypes);
-            n_haplotypes += static_cast<std::size_t>(sex);
+        set_chrx(run.plan, run.panels, males_are_haploid);
+        std::vector<int> ploidies;
+        for (const char c : sexes) ploidies.push_back(c - '0');
+        set_sexes(run.panels[panel], ploidies);
+    }
+    // A study that has been read, with one site at each position, A and C, everybody with the genotypes, and no alleles
+    // yet.
+    void give_genotypes(const std::string& codes, std::initializer_list<long> positions) {
+        panel_data& study = run.panels[2];
+        study.n_ind = codes.size();
+        study.n_hap = study.count_haplotypes(study.n_ind);
+        for (const long position : positions) {
+            snp& site = add_site(position);
+            label(site, 2, "A", "C");
+            site.gtypes[2] = genotypes(codes);
+            site.haps[2].assign(study.n_hap, missing_allele);
         }
     }
-    snp& add_site(long position) {
-        snp& site = run.sites.store.emplace(position, snp{})->second;
-        site.snp_id = "snp" + std::to_string(position);
-        site.rs_id = "rs" + std::to_string(position);
-        return site;
-    }
-    static void label(snp& site, std::size_t panel, const std::string& a0, const std::string& a1) {
-        site.labels[panel].a0 = a0;
-        site.labels[panel].a1 = a1;
-    }
+    snp& add_site(long position) { return ::add_site(run.sites, position); }
     // The only site at a position.
     snp& site_at(long position) {
         EXPECT_EQ(1U, run.sites.store.count(position));

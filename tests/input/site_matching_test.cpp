@@ -7,6 +7,7 @@
 
 #include "io/run_log.h"
 #include "support/log_capture.h"
+#include "support/run_builder.h"
 
 namespace {
 
@@ -15,17 +16,10 @@ class site_matching : public ::testing::Test {
     void SetUp() override { capture.open(log); }
     // A record at position 10 with the labels of Panels 2, 1, 0; "" for a panel that does not hold the site.
     snp& add(const std::string& study, const std::string& panel1 = "", const std::string& panel0 = "") {
-        snp& site = sites.store.emplace(10, snp{})->second;
+        snp& site = add_site(sites, 10);
         site.snp_id = "snp" + std::to_string(sites.store.size());
-        set_labels(site, 2, study);
-        set_labels(site, 1, panel1);
-        set_labels(site, 0, panel0);
+        label_panels(site, study, panel1, panel0);
         return site;
-    }
-    static void set_labels(snp& site, std::size_t panel, const std::string& labels) {
-        if (labels.empty()) return;
-        site.labels[panel].a0 = labels.substr(0, 1);
-        site.labels[panel].a1 = labels.substr(1);
     }
     // The ID of the record that matches, or "".
     std::string match(const std::string& labels, std::size_t panel) {
@@ -114,7 +108,7 @@ TEST_F(site_matching, second_panel0_snp_on_a_study_snp_is_noted) {
 TEST_F(site_matching, third_match_warns_again_and_the_position_stays_once) {
     snp& site = add("AC");
     EXPECT_EQ("snp1", match("AC", 0));
-    set_labels(site, 0, "AC");
+    label_panels(site, "", "", "AC");
     EXPECT_EQ("", match("CA", 0));
     EXPECT_EQ("", match("TG", 0));
     EXPECT_EQ(1U, sites.multi_match_positions.size());

@@ -65,7 +65,7 @@ TEST_F(concordance_table, nothing_is_printed_under_mc_impute_or_without_referenc
     run.params.mc_impute = false;
     run.plan.output_types = {false, false, true, true};
     print_concordance_tables(results);
-    EXPECT_EQ(terminal.str(), "");
+    EXPECT_EQ(terminal(), "");
 }
 
 TEST_F(concordance_table, one_panel_has_one_table_on_terminal_and_summary) {
@@ -84,7 +84,7 @@ TEST_F(concordance_table, one_panel_has_one_table_on_terminal_and_summary) {
                                  "  [0.7-0.8]          1          0.0         [ >= 0.7]    50.0         50.0\n"
                                  "  [0.8-0.9]          0          0.0         [ >= 0.8]    25.0        100.0\n"
                                  "  [0.9-1.0]          1        100.0         [ >= 0.9]    25.0        100.0\n";
-    EXPECT_EQ(terminal.str(), expected);
+    EXPECT_EQ(terminal(), expected);
     EXPECT_EQ(summary(), expected);
 }
 
@@ -92,7 +92,7 @@ TEST_F(concordance_table, two_sets_have_two_tables_in_order) {
     run.params.g_ref_file = "ref.gen";
     give_individuals({}, 0);
     print_concordance_tables(results);
-    EXPECT_EQ(terminal.str(),
+    EXPECT_EQ(terminal(),
               introduction("s", "are", 0) + table_head(" 0") + empty_table + table_head("s 0+1") + empty_table);
 }
 
@@ -100,7 +100,7 @@ TEST_F(concordance_table, second_haplotype_file_makes_two_sets_too) {
     run.params.h_files = {"a", "b"};
     run.plan.output_types = {false, true, true, true};
     print_concordance_tables(results);
-    EXPECT_EQ(terminal.str(), introduction("", "is", 0) + table_head("s 0+1") + empty_table);
+    EXPECT_EQ(terminal(), introduction("", "is", 0) + table_head("s 0+1") + empty_table);
 }
 
 TEST_F(concordance_table, genotype_panel_alone_is_panel_1) {
@@ -108,7 +108,7 @@ TEST_F(concordance_table, genotype_panel_alone_is_panel_1) {
     run.params.g_ref_file = "ref.gen";
     run.plan.output_types = {false, true, true, true};
     print_concordance_tables(results);
-    EXPECT_EQ(terminal.str(), introduction("", "is", 0) + table_head(" 1") + empty_table);
+    EXPECT_EQ(terminal(), introduction("", "is", 0) + table_head(" 1") + empty_table);
 }
 
 TEST_F(concordance_table, panel_0_table_is_hidden_when_panel_1_imputes_its_sites) {
@@ -116,8 +116,8 @@ TEST_F(concordance_table, panel_0_table_is_hidden_when_panel_1_imputes_its_sites
     run.params.use_panel1_for_type0_imputation = true;
     give_individuals({{0, 0.0, 0.0}}, 0);
     print_concordance_tables(results);
-    EXPECT_TRUE(terminal.str().starts_with(introduction("s", "are", 1) + table_head("s 0+1")));
-    EXPECT_EQ(terminal.str().find("Panel 0,"), std::string::npos);
+    EXPECT_TRUE(terminal().starts_with(introduction("s", "are", 1) + table_head("s 0+1")));
+    EXPECT_EQ(terminal().find("Panel 0,"), std::string::npos);
 }
 
 TEST_F(concordance_table, bounds_of_the_bins_and_the_top_bin) {
@@ -126,8 +126,8 @@ TEST_F(concordance_table, bounds_of_the_bins_and_the_top_bin) {
     // chances)
     give_individuals({{2, 0.0, 4.0}, {1, 3.625, 0.0}, {0, 1.5, 1.25}}, 0);
     print_concordance_tables(results);
-    EXPECT_NE(terminal.str().find("  [0.9-1.0]          2        100.0 "), std::string::npos);
-    EXPECT_NE(terminal.str().find("  [0.3-0.4]          1          0.0 "), std::string::npos);
+    EXPECT_NE(terminal().find("  [0.9-1.0]          2        100.0 "), std::string::npos);
+    EXPECT_NE(terminal().find("  [0.3-0.4]          1          0.0 "), std::string::npos);
 }
 
 TEST_F(concordance_table, haploids_halve_genotype_and_call) {
@@ -135,8 +135,8 @@ TEST_F(concordance_table, haploids_halve_genotype_and_call) {
     run.plan.output_types = {true, false, true, true};
     give_individuals({{2, 3.0, 3.0}, {0, 3.0, 0.5}}, 0);
     print_concordance_tables(results);
-    EXPECT_NE(terminal.str().find("  [0.7-0.8]          1        100.0 "), std::string::npos);
-    EXPECT_NE(terminal.str().find("  [0.8-0.9]          1        100.0 "), std::string::npos);
+    EXPECT_NE(terminal().find("  [0.7-0.8]          1        100.0 "), std::string::npos);
+    EXPECT_NE(terminal().find("  [0.8-0.9]          1        100.0 "), std::string::npos);
 }
 
 TEST_F(concordance_table, only_typed_sites_in_the_interval_without_placeholder_count) {
@@ -148,13 +148,13 @@ TEST_F(concordance_table, only_typed_sites_in_the_interval_without_placeholder_c
     run.plan.selfcheck_iters = {0};
     run.plan.output_types = {true, false, true, true};
     print_concordance_tables(results);
-    EXPECT_NE(terminal.str().find(" evaluated 1 genotypes"), std::string::npos);
+    EXPECT_NE(terminal().find(" evaluated 1 genotypes"), std::string::npos);
 }
 
 TEST_F(concordance_table, call_threshold_has_three_decimals) {
     run.params.call_thresh = 0.55;
     print_concordance_tables(results);
-    EXPECT_NE(terminal.str().find("(maximum probability >= 0.550)"), std::string::npos);
+    EXPECT_NE(terminal().find("(maximum probability >= 0.550)"), std::string::npos);
 }
 
 }  // namespace

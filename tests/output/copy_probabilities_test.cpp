@@ -45,10 +45,10 @@ TEST_F(copy_probabilities, value_of_exactly_the_smallest_printed_has_its_decimal
 TEST_F(copy_probabilities, reference_states_of_another_number_end_the_run) {
     states.add(0, 0);
     states.add(1, 0);
-    EXPECT_TRUE(ends_with(
-        "ERROR: In trying to print reference copy probabilities, found 1 states when expecting 2 states.", [&] {
-            ref({1.0, 1.0}, 2);
-        }));
+    expect_fatal("ERROR: In trying to print reference copy probabilities, found 1 states when expecting 2 states.",
+                 [&] {
+                     ref({1.0, 1.0}, 2);
+                 });
 }
 
 TEST_F(copy_probabilities, line_of_all_panels_leaves_out_the_own_haplotypes) {
@@ -72,8 +72,8 @@ TEST_F(copy_probabilities, line_of_all_panels_can_leave_out_one_own_haplotype) {
 
 TEST_F(copy_probabilities, states_of_all_panels_of_another_number_end_the_run) {
     states.add(0, 0);
-    EXPECT_TRUE(ends_with("ERROR: In trying to print all copy probabilities, found 1 states when expecting 5 states.",
-                          [&] { all({1.0}, 0, 2, 5); }));
+    expect_fatal("ERROR: In trying to print all copy probabilities, found 1 states when expecting 5 states.",
+                 [&] { all({1.0}, 0, 2, 5); });
 }
 
 }  // namespace

@@ -45,10 +45,10 @@ TEST_F(info_file, comparisons_can_be_switched_off) {
 }
 
 TEST_F(info_file, name_is_that_of_i_and_never_compressed) {
-    run.params.i_file = folder + "/quality.gz";
+    run.params.i_file = file("quality.gz");
     run.params.o_gz = true;
     write_info(results);
-    EXPECT_EQ(text_of(folder + "/quality.gz"), head + "\n");
+    EXPECT_EQ(text_of(file("quality.gz")), head + "\n");
 }
 
 TEST_F(info_file, imputed_site) {
@@ -151,7 +151,7 @@ TEST_F(info_file, haploid_without_homozygous_input_needs_a_sound_frequency) {
     site.gtype_probs[2] = {0.0F, 0.0F, 0.0F};
     allocate();
     const std::string end = " at position 150. Please contact the authors for assistance.";
-    EXPECT_TRUE(ends_with("ERROR: Unexpected gens1 frequency of -1.000" + end, [&] { write_info(results); }));
+    expect_fatal("ERROR: Unexpected gens1 frequency of -1.000" + end, [&] { write_info(results); });
 }
 
 TEST_F(info_file, haploid_without_homozygous_input_refuses_a_frequency_above_1) {
@@ -160,10 +160,10 @@ TEST_F(info_file, haploid_without_homozygous_input_refuses_a_frequency_above_1) 
     site.gtype_probs[2] = {0.0F, 0.0F, 0.0F};
     site.labels[2].freq = 1.5;
     allocate();
-    EXPECT_TRUE(
-        ends_with("ERROR: Unexpected gens1 frequency of 1.500 at position 150. Please contact the authors for "
-                  "assistance.",
-                  [&] { write_info(results); }));
+    expect_fatal(
+        "ERROR: Unexpected gens1 frequency of 1.500 at position 150. Please contact the authors for "
+        "assistance.",
+        [&] { write_info(results); });
 }
 
 TEST_F(info_file, typed_site_without_kept_input_is_written_under_pgs_only) {

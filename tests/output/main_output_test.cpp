@@ -270,10 +270,10 @@ TEST_F(main_output, sporadic_haploid_imputation_writes_nothing) {
 TEST_F(main_output, file_that_cannot_be_opened_is_reported) {
     give_study(1);
     allocate();
-    run.params.o_file = folder + "/missing/out";
+    run.params.o_file = file("missing/out");
     write_main_output(results);
     EXPECT_TRUE(run.log.any_result_failed());
-    EXPECT_NE(notes.str().find("cannot write [" + folder + "/missing/out]"), std::string::npos);
+    EXPECT_NE(notes().find("cannot write [" + file("missing/out]")), std::string::npos);
 }
 
 TEST_F(main_output, many_sites_of_all_kinds_keep_their_own_values) {
@@ -334,7 +334,7 @@ TEST_F(main_output, impossible_sums_end_the_run) {
     snp& site = add_site(110, 0);
     allocate();
     add_sums(site, 0, 2.0, 1.0);
-    EXPECT_TRUE(ends_with(check_message(110), [&] { write_main_output(results); }));
+    expect_fatal(check_message(110), [&] { write_main_output(results); });
 }
 
 }  // namespace

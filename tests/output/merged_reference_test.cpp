@@ -9,8 +9,8 @@ class merged_reference : public output_fixture {
     void SetUp() override {
         output_fixture::SetUp();
         run.params.g_ref_file = "ref.gen";
-        run.params.merge_ref_panels_output_ref = folder + "/merged";
-        run.params.merge_ref_panels_output_gen = folder + "/merged";
+        run.params.merge_ref_panels_output_ref = file("merged");
+        run.params.merge_ref_panels_output_gen = file("merged");
         run.panels[0].n_hap = 4;
         run.panels[1].n_ind = 2;
         run.panels[1].n_hap = 4;
@@ -24,7 +24,7 @@ class merged_reference : public output_fixture {
         set_alleles(0, two, "1100");
         set_alleles(1, two, "1011");
     }
-    std::string merged(const std::string& ending) { return text_of(folder + "/merged" + ending); }
+    std::string merged(const std::string& ending) { return text_of(file("merged") + ending); }
 };
 
 TEST_F(merged_reference, haplotypes_and_legend) {
@@ -32,7 +32,7 @@ TEST_F(merged_reference, haplotypes_and_legend) {
     write_merged_haplotypes(results);
     EXPECT_EQ(merged(".hap"), "0 1 1 0 0 0 0 1\n1 1 0 0 1 0 1 1\n");
     EXPECT_EQ(merged(".legend"), "id position a0 a1\nrs110 110 a0 b0\nrs120 120 a0 b0\n");
-    EXPECT_EQ(notes.str(), "");
+    EXPECT_EQ(notes(), "");
 }
 
 TEST_F(merged_reference, without_individuals_of_panel_1_panel_0_stands_alone) {
@@ -43,7 +43,7 @@ TEST_F(merged_reference, without_individuals_of_panel_1_panel_0_stands_alone) {
     write_merged_haplotypes(results);
     EXPECT_EQ(merged(".hap"), "0 1 1 0\n1 1 0 0\n");
     EXPECT_EQ(
-        notes.str(),
+        notes(),
         "orvide: note: the merged reference panel holds Panel 0 alone, since Panel 1 has no individuals when it is "
         "read from a second -h file\n");
     write_merged_genotypes(results);
@@ -61,8 +61,8 @@ TEST_F(merged_reference, both_names_end_in_gz_under_o_gz) {
     add_two_sites();
     run.params.o_gz = true;
     write_merged_haplotypes(results);
-    EXPECT_EQ(gzip_text_of(folder + "/merged.hap.gz"), "0 1 1 0 0 0 0 1\n1 1 0 0 1 0 1 1\n");
-    EXPECT_EQ(gzip_text_of(folder + "/merged.legend.gz"), "id position a0 a1\nrs110 110 a0 b0\nrs120 120 a0 b0\n");
+    EXPECT_EQ(gzip_text_of(file("merged.hap.gz")), "0 1 1 0 0 0 0 1\n1 1 0 0 1 0 1 1\n");
+    EXPECT_EQ(gzip_text_of(file("merged.legend.gz")), "id position a0 a1\nrs110 110 a0 b0\nrs120 120 a0 b0\n");
 }
 
 TEST_F(merged_reference, sites_outside_the_range_or_the_models_are_left_out) {
@@ -88,7 +88,7 @@ TEST_F(merged_reference, haploid_member_counts_as_a_homozygote_in_the_genotypes)
     give_ploidies(1, {1, 2, 1});
     add_two_sites();
     write_merged_genotypes(results);
-    EXPECT_EQ(fields_of(folder + "/merged.gen", 1, 11), "0 0 1 0 1 0 0 0 1");
+    EXPECT_EQ(fields_of(file("merged.gen"), 1, 11), "0 0 1 0 1 0 0 0 1");
 }
 
 TEST_F(merged_reference, odd_panel_0_makes_no_genotype_file) {

@@ -4,52 +4,27 @@
 // writers left behind.
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <array>
-#include <boost/iostreams/device/file.hpp>
-#include <boost/iostreams/filter/gzip.hpp>
-#include <boost/iostreams/filtering_stream.hpp>
 #include <cstddef>
-#include <deque>
 #include <filesystem>
-#include <fstream>
+#include <functional>
 #include <initializer_list>
-#include <iterator>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "io/result_file.h"
 #include "output/result_inputs.h"
-#include "random/random.h"
-
-// Gives the draws of a list. A draw past its end is a failure.
-class output_draws : public Random {
-  public:
-    std::deque<double> left;
-    double Next() override {
-        if (left.empty()) {
-            ADD_FAILURE() << "more draws than expected";
-            return 0.5;
-        }
-        const double draw = left.front();
-        left.pop_front();
-        return draw;
-    }
-};
+#include "support/log_capture.h"
+#include "support/run_builder.h"
+#include "support/scripted_draws.h"
 
 class output_fixture : public ::testing::Test {
   protected:
     void SetUp() override {
-        const auto* test = ::testing::UnitTest::GetInstance()->current_test_info();
-        folder = ::testing::TempDir() + test->test_suite_name() + "." + test->name() + "." + std::to_string(getpid());
-        std::filesystem::create_directories(folder);
-        run.log.open(folder + "/summary", folder + "/warnings");
-        old_generator = Random::RNG;
-        Random::Set(draws);
-        run.params.o_file = folder + "/out";
-        run.params.i_file = folder + "/out_info";
+        capture.open(run.log);
+        run.params.o_file = file("out");
+        run.params.i_file = file("out_info");
         run.params.h_files = {"ref.hap"};
         run.params.store_input_probs = {true, true};
         run.plan.n_iterations = 30;
@@ -63,32 +38,23 @@ class output_fixture : public ::testing::Test {
         run.plan.stored_iters = {1, 3};
     }
     void TearDown() override {
-        EXPECT_TRUE(draws.left.empty()) << "fewer draws than expected";
-        Random::RNG = old_generator;
+        EXPECT_TRUE(draws.used_up()) << "fewer draws than expected";
         run.log.close();
-        std::filesystem::remove_all(folder);
     }
 
     // --- settings ---------------------------------------------------------------------------------------------------
     void give_study(std::size_t n_individuals) {
-        run.panels[2].n_ind = run.plan.n_study = n_individuals;
-        run.panels[2].n_hap = 2 * n_individuals;
+        set_diploids(run.panels[2], n_individuals);
+        run.plan.n_study = n_individuals;
         run.panels[2].ordered.assign(n_individuals, false);
     }
     // A chrX run whose individuals of a panel (1 or 2) have the given ploidies.
     void give_ploidies(std::size_t panel, const std::vector<int>& ploidies) {
-        run.plan.chrx_haploid = run.panels[1].sexes_differ = run.panels[2].sexes_differ = true;
-        panel_data& members = run.panels[panel];
-        members.ploidy = ploidies;
-        members.first_haps.clear();
-        members.n_ind = ploidies.size();
-        if (panel == 2) run.plan.n_study = members.n_ind;
-        members.n_hap = 0;
-        for (const int ploidy : ploidies) {
-            members.first_haps.push_back(members.n_hap);
-            members.n_hap += static_cast<std::size_t>(ploidy);
-        }
-        if (panel == 2) members.ordered.assign(ploidies.size(), false);
+        set_chrx(run.plan, run.panels);
+        set_ploidies(run.panels[panel], ploidies);
+        if (panel != 2) return;
+        run.plan.n_study = ploidies.size();
+        run.panels[2].ordered.assign(ploidies.size(), false);
     }
     void give_no_reference() {
         run.params.h_files.clear();
@@ -100,25 +66,13 @@ class output_fixture : public ::testing::Test {
     // Sites are added in the order of their positions; every panel names them by its number: "a0" and "b0" in Panel 0.
     // A study site has genotypes (missing at first) and one-hot or uniform triples as add_genotypes says.
     snp& add_site(long position, std::size_t type) {
-        snp site;
+        snp& site = ::add_site(run.sites, position, type);
         site.snp_id = type < 2 ? "---" : "SNP" + std::to_string(position);
-        site.rs_id = "rs" + std::to_string(position);
-        site.type = type;
-        site.top_panel = type;
-        for (std::size_t p = 0; p < 3; ++p) {
-            site.labels[p].a0 = "a" + std::to_string(p);
-            site.labels[p].a1 = "b" + std::to_string(p);
+        for (std::size_t p = 0; p < (type < 2 ? 2 : 3); ++p) {
+            label(site, p, "a" + std::to_string(p), "b" + std::to_string(p));
         }
-        if (type < 2) site.labels[2].a0 = site.labels[2].a1 = "*";
-        const auto place = run.sites.store.emplace(position, std::move(site));
-        run.sites.in_order.clear();
-        run.sites.positions.clear();
-        for (auto& [at, stored] : run.sites.store) {
-            stored.index = run.sites.in_order.size();
-            run.sites.in_order.push_back(&stored);
-            run.sites.positions.push_back(at);
-        }
-        return place->second;
+        list_sites(run.sites);
+        return site;
     }
     // Genotype codes, and the triples that a reader makes of them.
     static void add_genotypes(snp& site, std::initializer_list<int> genotypes) {
@@ -131,22 +85,17 @@ class output_fixture : public ::testing::Test {
     }
     // Alleles of a panel's haplotypes at a site, as a text of digits.
     void set_alleles(std::size_t panel, const snp& site, const std::string& alleles) {
-        packed_haplotypes& haps = run.panels[panel].haps;
-        haps.set_holds(site.index);
-        for (std::size_t h = 0; h < alleles.size(); ++h) haps.set(h, site.index, alleles[h] - '0');
+        ::set_alleles(run.panels[panel].haps, site.index, alleles);
     }
     std::string alleles_of(std::size_t panel, const snp& site) const {
-        std::string text;
-        const packed_haplotypes& haps = run.panels[panel].haps;
-        for (std::size_t h = 0; h < haps.n_hap(); ++h) text += haps.allele(h, site.index) == 1 ? '1' : '0';
-        return text;
+        return alleles_at(run.panels[panel].haps, site.index);
     }
 
     // Allocates alleles and sums; every site has a column. Called once the sites and counts stand.
     void allocate() {
         const std::size_t n_sites = run.sites.in_order.size();
         const std::size_t n_ind = run.panels[2].n_ind;
-        for (panel_data& panel : run.panels) panel.haps = packed_haplotypes(panel.n_hap, n_sites);
+        for (panel_data& panel : run.panels) make_room(panel, n_sites);
         std::vector<int> column(n_sites);
         for (std::size_t s = 0; s < n_sites; ++s) column[s] = static_cast<int>(s);
         for (std::size_t g = 0; g < 2; ++g) {
@@ -185,20 +134,13 @@ class output_fixture : public ::testing::Test {
     }
 
     // --- results ----------------------------------------------------------------------------------------------------
+    std::string file(const std::string& name) const { return capture.files.name(name); }
     std::string path(const std::string& ending) const { return run.params.o_file + ending; }
     static bool exists(const std::string& name) { return std::filesystem::exists(name); }
     // The text of a plain file, "(no file)" if there is none.
-    static std::string text_of(const std::string& name) {
-        std::ifstream file(name, std::ios::binary);
-        if (!file) return "(no file)";
-        return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    }
+    static std::string text_of(const std::string& name) { return exists(name) ? file_text(name) : "(no file)"; }
     static std::string gzip_text_of(const std::string& name) {
-        if (!exists(name)) return "(no file)";
-        boost::iostreams::filtering_istream stream;
-        stream.push(boost::iostreams::gzip_decompressor());
-        stream.push(boost::iostreams::file_source(name, std::ios_base::binary));
-        return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+        return exists(name) ? compressed_file_text(name) : "(no file)";
     }
     // The fields of a line (from 0) of a plain file from a column (from 0) on.
     static std::string fields_of(const std::string& name, std::size_t line, std::size_t first_column) {
@@ -215,27 +157,16 @@ class output_fixture : public ::testing::Test {
         }
         return rest;
     }
-    std::string summary() const { return text_of(folder + "/summary"); }
-    std::string warnings() const { return text_of(folder + "/warnings"); }
-    // Whether an action ends the run with status 1 and this message, framed, on terminal and summary file.
-    template <typename Action>
-    ::testing::AssertionResult ends_with(const std::string& message, Action action) {
-        try {
-            action();
-        } catch (const run_end& end) {
-            const std::string framed = "\n" + message + "\n\n";
-            if (end.status != 1) return ::testing::AssertionFailure() << "status " << end.status;
-            if (!terminal.str().ends_with(framed))
-                return ::testing::AssertionFailure() << "terminal: " << terminal.str();
-            if (!summary().ends_with(framed)) return ::testing::AssertionFailure() << "summary: " << summary();
-            return ::testing::AssertionSuccess();
-        }
-        return ::testing::AssertionFailure() << "the run went on";
+    std::string terminal() const { return capture.terminal.str(); }
+    std::string notes() const { return capture.notes.str(); }
+    std::string summary() const { return capture.summary(); }
+    std::string warnings() const { return capture.warnings(); }
+    // The action ends the run with status 1 and this message, framed, on terminal and summary file.
+    void expect_fatal(const std::string& message, const std::function<void()>& action) {
+        expect_end(capture, message, 1, action);
     }
 
-    std::string folder;
-    std::ostringstream terminal;
-    std::ostringstream notes;
+    log_capture capture;
     struct {
         parameters params;
         run_plan plan;
@@ -243,10 +174,7 @@ class output_fixture : public ::testing::Test {
         panel_array panels;
         accumulators acc;
         run_log log;
-    } run{{}, {}, {}, {}, {}, run_log{terminal, notes}};
+    } run{{}, {}, {}, {}, {}, run_log{capture.terminal, capture.notes}};
     const result_inputs results{run.params, run.plan, run.sites, run.panels, run.acc, run.log};
-    output_draws draws;
-
-  private:
-    Random* old_generator = nullptr;
+    listed_draws draws;
 };

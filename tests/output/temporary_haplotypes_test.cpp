@@ -10,7 +10,7 @@ class temporary_haplotypes : public output_fixture {
     void use_tmp_files() {
         run.plan.tmp_haps = true;
         run.params.phase = true;
-        run.params.mem_save_dir = folder + "/x_tmp_files/";
+        run.params.mem_save_dir = file("x_tmp_files/");
         run.params.mem_save_str = run.params.mem_save_dir + "sampled_haps";
         std::filesystem::create_directories(run.params.mem_save_dir);
     }
@@ -162,12 +162,11 @@ TEST_F(temporary_haplotypes, temporary_file_of_other_sites_ends_the_run) {
     add_site(110, 2);
     allocate();
     write_tmp(2, "SNPx rsx 110 a2 T 00\n");
-    EXPECT_TRUE(
-        ends_with("ERROR: Incompatibility found between stored information and Panel 2 tmp sampled haplotypes file [" +
-                      tmp_name(2) +
-                      "]. See below for details, and please contact the authors for assistance.\n"
-                      "DETAILS: |SNP110|rs110|110|a2|b2| != |SNPx|rsx|110|a2|T|",
-                  [&] { read_temporary_haplotypes(results, 1, run.acc.mcmc_bits); }));
+    expect_fatal("ERROR: Incompatibility found between stored information and Panel 2 tmp sampled haplotypes file [" +
+                     tmp_name(2) +
+                     "]. See below for details, and please contact the authors for assistance.\n"
+                     "DETAILS: |SNP110|rs110|110|a2|b2| != |SNPx|rsx|110|a2|T|",
+                 [&] { read_temporary_haplotypes(results, 1, run.acc.mcmc_bits); });
 }
 
 TEST_F(temporary_haplotypes, temporary_file_of_another_position_ends_the_run) {
@@ -177,8 +176,7 @@ TEST_F(temporary_haplotypes, temporary_file_of_another_position_ends_the_run) {
     allocate();
     write_tmp(2, "SNP110 rs110 111 a2 b2 00\n");
     EXPECT_THROW(read_temporary_haplotypes(results, 1, run.acc.mcmc_bits), run_end);
-    EXPECT_NE(terminal.str().find("DETAILS: |SNP110|rs110|110|a2|b2| != |SNP110|rs110|111|a2|b2|\n"),
-              std::string::npos);
+    EXPECT_NE(terminal().find("DETAILS: |SNP110|rs110|110|a2|b2| != |SNP110|rs110|111|a2|b2|\n"), std::string::npos);
 }
 
 TEST_F(temporary_haplotypes, other_ids_in_a_temporary_file_do_not_matter) {
@@ -196,8 +194,8 @@ TEST_F(temporary_haplotypes, missing_temporary_file_ends_the_run) {
     give_study(1);
     add_site(110, 2);
     allocate();
-    EXPECT_TRUE(ends_with("ERROR: The Panel 2 tmp sampled haplotypes file [" + tmp_name(2) + "] could not be opened.",
-                          [&] { read_temporary_haplotypes(results, 1, run.acc.mcmc_bits); }));
+    expect_fatal("ERROR: The Panel 2 tmp sampled haplotypes file [" + tmp_name(2) + "] could not be opened.",
+                 [&] { read_temporary_haplotypes(results, 1, run.acc.mcmc_bits); });
 }
 
 TEST_F(temporary_haplotypes, temporary_file_that_ends_early_ends_the_run) {
@@ -207,8 +205,8 @@ TEST_F(temporary_haplotypes, temporary_file_that_ends_early_ends_the_run) {
     add_site(120, 2);
     allocate();
     write_tmp(2, "SNP110 rs110 110 a2 b2 00\n");
-    EXPECT_TRUE(ends_with("ERROR: There are fewer SNPs than the run has, in line 1 of the file [" + tmp_name(2) + "].",
-                          [&] { read_temporary_haplotypes(results, 1, run.acc.mcmc_bits); }));
+    expect_fatal("ERROR: There are fewer SNPs than the run has, in line 1 of the file [" + tmp_name(2) + "].",
+                 [&] { read_temporary_haplotypes(results, 1, run.acc.mcmc_bits); });
 }
 
 TEST_F(temporary_haplotypes, temporary_file_with_too_few_fields_ends_the_run) {
@@ -217,8 +215,8 @@ TEST_F(temporary_haplotypes, temporary_file_with_too_few_fields_ends_the_run) {
     add_site(110, 2);
     allocate();
     write_tmp(2, "SNP110 rs110 110 a2 b2\n");
-    EXPECT_TRUE(ends_with("ERROR: Too few fields, in line 1 of the file [" + tmp_name(2) + "].",
-                          [&] { read_temporary_haplotypes(results, 1, run.acc.mcmc_bits); }));
+    expect_fatal("ERROR: Too few fields, in line 1 of the file [" + tmp_name(2) + "].",
+                 [&] { read_temporary_haplotypes(results, 1, run.acc.mcmc_bits); });
 }
 
 TEST_F(temporary_haplotypes, temporary_file_with_a_string_of_another_length_ends_the_run) {
@@ -227,9 +225,8 @@ TEST_F(temporary_haplotypes, temporary_file_with_a_string_of_another_length_ends
     add_site(110, 2);
     allocate();
     write_tmp(2, "SNP110 rs110 110 a2 b2 001\n");
-    EXPECT_TRUE(
-        ends_with("ERROR: The haplotype string has another length, in line 1 of the file [" + tmp_name(2) + "].",
-                  [&] { read_temporary_haplotypes(results, 1, run.acc.mcmc_bits); }));
+    expect_fatal("ERROR: The haplotype string has another length, in line 1 of the file [" + tmp_name(2) + "].",
+                 [&] { read_temporary_haplotypes(results, 1, run.acc.mcmc_bits); });
 }
 
 // --- removal ------------------------------------------------------------------------------------------------------
@@ -239,8 +236,8 @@ TEST_F(temporary_haplotypes, directory_of_the_program_is_removed_whole) {
     write_tmp(2, "x\n");
     remove_temporary_haplotypes(results);
     EXPECT_FALSE(exists(run.params.mem_save_dir));
-    EXPECT_EQ(terminal.str(), "\n-deleting temporary files used to reduce memory requirements\n");
-    EXPECT_EQ(summary(), terminal.str());
+    EXPECT_EQ(terminal(), "\n-deleting temporary files used to reduce memory requirements\n");
+    EXPECT_EQ(summary(), terminal());
     EXPECT_EQ(warnings(), "");
 }
 

@@ -500,8 +500,7 @@ class filling_rates : public switch_rates {
                 model.site.clear();
                 for (const snp* site : run.sites.in_order) {
                     const bool hidden = from == 1 && site->panel1_placeholder;
-                    if (site->type >= static_cast<int>(from) && site->type != 3 && !hidden)
-                        model.site.push_back(site->index);
+                    if (site->type >= from && site->type != 3 && !hidden) model.site.push_back(site->index);
                 }
             }
         }
@@ -515,7 +514,7 @@ class filling_rates : public switch_rates {
         const hmm_model& own = run.models.chains[t][t][t];
         for (std::size_t v = 0; v < own.n_sites(); ++v) {
             const snp& site = *run.sites.in_order[static_cast<std::size_t>(own.site[v])];
-            if (site.type < to || site.ref_alleles_missing) continue;
+            if (site.type < t || site.ref_alleles_missing) continue;
             if (started) {
                 const double d = site.gen_pos - last;
                 if (to == 0) {

@@ -140,7 +140,7 @@ std::vector<int> sample(int N, int M, int start, int immune1, int immune2) {
 }
 
 TEST(random_sample, of_nothing_takes_no_draw) {
-    listed_draws draws({});
+    listed_draws draws;
     int untouched = 17;
     RandomPermutation2::Next(5, 0, &untouched, 0, -1, -1);
     RandomPermutation2::Next(0, 0, &untouched, 0, -1, -1);
@@ -203,7 +203,7 @@ TEST(random_sample, takes_one_draw_a_value) {
 }
 
 TEST(random_sample, of_more_than_there_is_is_a_logic_error) {
-    listed_draws draws({});
+    listed_draws draws;
     EXPECT_THROW(sample(3, 4, 0, -1, -1), std::logic_error);
     EXPECT_THROW(sample(3, 3, 0, 1, -1), std::logic_error);
     EXPECT_THROW(sample(3, 2, 0, 1, 2), std::logic_error);

@@ -34,8 +34,8 @@ class initial_haplotypes : public reconcile_fixture {
     int guess() {
         return end_status([this] { make_initial_haplotypes(run.log, run.params, run.plan, run.panels, run.sites); });
     }
-    void expect_all_drawn(int n) const {
-        EXPECT_EQ(n, draws.n_taken);
+    void expect_all_drawn(std::size_t n) const {
+        EXPECT_EQ(n, draws.n_taken());
         EXPECT_TRUE(draws.used_up());
     }
 };
@@ -109,7 +109,7 @@ TEST_F(initial_haplotypes, known_phase_takes_no_draw) {
     draws.add({0.9});
     snp& site = add_study_site(110, {1, 1, 3});
     site.known_phase_flags = {true, false, true};
-    site.haps[2] = alleles({1, 0, 0, 1, 0, 1});
+    site.haps[2] = alleles("100101");
     guess();
     EXPECT_EQ((std::vector<int>{1, 0, 1, 0, 0, 1}), values(site.haps[2]));
     expect_all_drawn(1);
@@ -123,7 +123,7 @@ TEST_F(initial_haplotypes, initial_phase_takes_no_draw) {
     draws.add({0.9});
     snp& site = add_study_site(110, {1, 1});
     site.hap_init_flags = {true, false};
-    site.haps[2] = alleles({0, 1, 0, 1});
+    site.haps[2] = alleles("0101");
     guess();
     EXPECT_EQ((std::vector<int>{0, 1, 1, 0}), values(site.haps[2]));
     expect_all_drawn(1);
@@ -137,7 +137,7 @@ TEST_F(initial_haplotypes, initial_phase_with_an_unknown_allele_is_drawn_anew) {
     draws.add({0.9, 0.1});
     snp& site = add_study_site(110, {1, 1});
     site.hap_init_flags = {true, true};
-    site.haps[2] = alleles({0, 2, 2, 1});
+    site.haps[2] = alleles("0221");
     guess();
     EXPECT_EQ((std::vector<int>{1, 0, 0, 1}), values(site.haps[2]));
     expect_all_drawn(2);
@@ -178,7 +178,7 @@ TEST_F(initial_haplotypes, known_phase_of_a_haploid_male_is_one_allele) {
     draws.add({0.9});
     snp& site = add_study_site(110, {2, 1});
     site.known_phase_flags = {true, false};
-    site.haps[2] = alleles({1, 2, 2});
+    site.haps[2] = alleles("122");
     guess();
     EXPECT_EQ((std::vector<int>{1, 1, 0}), values(site.haps[2]));
     expect_all_drawn(1);
@@ -191,7 +191,7 @@ TEST_F(initial_haplotypes, initial_phase_of_a_haploid_male_is_one_allele) {
     draws.add({0.9});
     snp& site = add_study_site(110, {3, 1});
     site.hap_init_flags = {true, false};
-    site.haps[2] = alleles({1, 2, 2});
+    site.haps[2] = alleles("122");
     guess();
     EXPECT_EQ((std::vector<int>{1, 1, 0}), values(site.haps[2]));
     expect_all_drawn(1);
@@ -249,7 +249,7 @@ TEST_F(initial_haplotypes, known_phase_stands_in_runs_on_probabilities) {
     snp& site = add_study_site(110, {});
     site.gtype_probs[2] = {0.0F, 1.0F, 0.0F};
     site.known_phase_flags = {true};
-    site.haps[2] = alleles({1, 0});
+    site.haps[2] = alleles("10");
     guess();
     EXPECT_EQ((std::vector<int>{1, 0}), values(site.haps[2]));
     expect_all_drawn(0);
@@ -279,7 +279,7 @@ TEST_F(initial_haplotypes, panel_1_is_guessed_at_its_sites) {
     const snp& site = add_panel1_site(110, {1, 3, 2}, 0.2);
     snp& placeholder = add_panel1_site(120, {1, 1, 1}, 0.2, 2);
     placeholder.panel1_placeholder = true;
-    placeholder.haps[1] = alleles({0, 0, 0, 0, 0, 0});
+    placeholder.haps[1] = alleles("000000");
     add_panel1_site(130, {1, 1, 1}, 0.2, 0);
     add_panel1_site(140, {1, 1, 1}, 0.2, 3);
     guess();
@@ -303,7 +303,7 @@ TEST_F(initial_haplotypes, a_second_haplotype_file_is_not_guessed) {
     give_second_haplotypes(2);
     snp& site = add_site(110, 1);
     label(site, 1, "A", "C");
-    site.haps[1] = alleles({0, 1});
+    site.haps[1] = alleles("01");
     guess();
     EXPECT_EQ((std::vector<int>{0, 1}), values(site.haps[1]));
     expect_log("");
@@ -338,7 +338,7 @@ TEST_F(initial_haplotypes, panel_0_draws_in_holes_too) {
     snp& hole = add_site(110, 1);
     hole.ref_alleles_missing = true;
     label(hole, 0, "A", "C", 0.5);
-    hole.haps[0] = alleles({2, 2});
+    hole.haps[0] = alleles("22");
     guess();
     EXPECT_EQ((std::vector<int>{1, 0}), values(hole.haps[0]));
     EXPECT_EQ((std::vector<std::uint64_t>{3}), hole.ref_missing);
@@ -349,9 +349,9 @@ TEST_F(initial_haplotypes, panel_0_keeps_full_sites_and_sites_outside_the_models
     run.panels[0].needs_update = true;
     snp& full = add_site(110, 0);
     label(full, 0, "A", "C", 0.5);
-    full.haps[0] = alleles({0, 1});
+    full.haps[0] = alleles("01");
     snp& outside = add_site(120, 3);
-    outside.haps[0] = alleles({2, 2});
+    outside.haps[0] = alleles("22");
     guess();
     EXPECT_EQ((std::vector<int>{0, 1}), values(full.haps[0]));
     EXPECT_TRUE(full.ref_missing.empty());
@@ -362,7 +362,7 @@ TEST_F(initial_haplotypes, panel_0_keeps_full_sites_and_sites_outside_the_models
 TEST_F(initial_haplotypes, panel_0_is_left_alone_when_nobody_needs_an_update) {
     give_panel0(2);
     snp& hole = add_site(110, 1);
-    hole.haps[0] = alleles({2, 2});
+    hole.haps[0] = alleles("22");
     guess();
     EXPECT_EQ((std::vector<int>{2, 2}), values(hole.haps[0]));
     expect_log("");
@@ -404,7 +404,7 @@ TEST_F(initial_haplotypes, an_undefined_frequency_of_any_panel_ends_the_run) {
     label(site, 1, "A", "C", -2e-10);
     label(site, 0, "A", "C", -1.0);
     site.gtypes[1] = {0};
-    site.haps[0] = alleles({0, 0});
+    site.haps[0] = alleles("00");
     EXPECT_EQ(1, guess());
     EXPECT_EQ(panel2_stage + text(2), terminal_text());
     EXPECT_EQ(terminal_text(), summary_text());
@@ -429,7 +429,7 @@ TEST_F(initial_haplotypes, panels_draw_in_the_order_2_1_0) {
     snp& site = add_study_site(110, {1});
     add_panel1_data(site, {1});
     label(site, 0, "A", "C", 0.5);
-    site.haps[0] = alleles({2});
+    site.haps[0] = alleles("2");
     guess();
     EXPECT_EQ((std::vector<int>{1, 0}), values(site.haps[2]));
     EXPECT_EQ((std::vector<int>{0, 1}), values(site.haps[1]));
@@ -444,7 +444,7 @@ TEST_F(initial_haplotypes, known_haplotypes_alone_are_guessed_only_where_updates
     run.params.known_haps_g_file = "known.haps";
     snp& site = add_study_site(110, {1});
     site.known_phase_flags = {true};
-    site.haps[2] = alleles({1, 0});
+    site.haps[2] = alleles("10");
     guess();
     expect_log("");
     run.panels[2].needs_update = true;
@@ -460,8 +460,8 @@ TEST_F(initial_haplotypes, sampled_haplotypes_keep_their_phase) {
     run.params.hap_samp_in_g = "samples";
     run.params.hap_samp_in_g_ref = "samples";
     snp& site = add_study_site(110, {1});
-    site.haps[2] = alleles({1, 0});
-    site.haps[1] = alleles({0, 1});
+    site.haps[2] = alleles("10");
+    site.haps[1] = alleles("01");
     guess();
     EXPECT_EQ((std::vector<int>{1, 0}), values(site.haps[2]));
     EXPECT_EQ((std::vector<int>{0, 1}), values(site.haps[1]));
@@ -475,7 +475,7 @@ TEST_F(initial_haplotypes, sampled_haplotypes_of_chrx_are_guessed_again) {
     run.params.chrX = true;
     draws.add({0.1});
     snp& site = add_study_site(110, {1});
-    site.haps[2] = alleles({1, 0});
+    site.haps[2] = alleles("10");
     guess();
     EXPECT_EQ((std::vector<int>{0, 1}), values(site.haps[2]));
 }

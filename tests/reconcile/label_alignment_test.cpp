@@ -53,9 +53,9 @@ class label_stages : public reconcile_fixture {
         label(site, 0, "A", "C", 0.25);
         site.labels[1] = panel1;
         site.labels[2] = panel2;
-        site.haps[0] = alleles({0, 1, 2, 0});
-        site.haps[1] = alleles({0, 1, 2, 2});
-        site.haps[2] = alleles({1, 1, 2, 0});
+        site.haps[0] = alleles("0120");
+        site.haps[1] = alleles("0122");
+        site.haps[2] = alleles("1120");
         site.gtypes[1] = {1, 3};
         site.gtypes[2] = {2, 3};
         site.gtype_probs[1] = {0.1F, 0.2F, 0.7F, 0.0F, 1.0F, 0.0F};
@@ -198,7 +198,7 @@ TEST_F(label_stages, haplotypes_of_a_second_file_are_recoded) {
     snp& site = add_site(110, 1);
     label(site, 0, "A", "C");
     label(site, 1, "C", "A", 0.25);
-    site.haps[1] = alleles({0, 1, 1, 1});
+    site.haps[1] = alleles("0111");
     align_labels(run.log, run.params, run.sites);
     EXPECT_EQ((std::vector<int>{1, 0, 0, 0}), values(site.haps[1]));
     EXPECT_EQ(0.75, site.labels[1].freq);
@@ -266,7 +266,7 @@ TEST_F(label_stages, a_flipped_single_allele_passes_when_the_reference_has_it) {
     label(mended, 0, "C", "T");
     label(mended, 2, "A", "A", 0.0);
     mended.gtypes[2] = {0, 0};
-    mended.haps[2] = alleles({0, 0, 0, 0});
+    mended.haps[2] = alleles("0000");
     snp& straight = add_site(120, 2);
     label(straight, 0, "A", "G");
     label(straight, 2, "A", "A", 0.0);

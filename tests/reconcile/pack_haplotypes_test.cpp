@@ -35,11 +35,11 @@ TEST_F(pack_haplotypes_stage, each_panel_keeps_its_alleles_and_its_sites) {
     give_panel1(1);
     give_study(1);
     snp& type2 = add_site(110, 2);
-    type2.haps = {alleles({0, 1}), alleles({1, 0}), alleles({1, 1})};
+    type2.haps = {alleles("01"), alleles("10"), alleles("11")};
     snp& type1 = add_site(120, 1);
-    type1.haps = {alleles({1, 1}), alleles({0, 1}), allele_row()};
+    type1.haps = {alleles("11"), alleles("01"), allele_row()};
     snp& type0 = add_site(130, 0);
-    type0.haps = {alleles({1, 0}), allele_row(), allele_row()};
+    type0.haps = {alleles("10"), allele_row(), allele_row()};
     pack_haplotypes(run.params, run.plan, run.panels, run.sites);
     EXPECT_EQ((std::vector<int>{0, 1, 1}), packed(0, 0));
     EXPECT_EQ((std::vector<int>{1, 1, 0}), packed(0, 1));
@@ -70,9 +70,9 @@ TEST_F(pack_haplotypes_stage, large_panels_are_packed_in_full) {
 TEST_F(pack_haplotypes_stage, missing_alleles_of_panel_0_are_kept_beside_the_guesses) {
     give_panel0(3);
     snp& guessed = add_site(110, 0);
-    guessed.haps[0] = alleles({0, 1, 1});
+    guessed.haps[0] = alleles("011");
     guessed.ref_missing = {0b101};
-    add_site(120, 0).haps[0] = alleles({1, 1, 1});
+    add_site(120, 0).haps[0] = alleles("111");
     pack_haplotypes(run.params, run.plan, run.panels, run.sites);
     ASSERT_EQ(3U, run.panels[0].missing.n_hap());
     ASSERT_EQ(2U, run.panels[0].missing.n_sites());
@@ -87,7 +87,7 @@ TEST_F(pack_haplotypes_stage, missing_alleles_that_nobody_guessed_are_packed_as_
     give_panel0(2);
     snp& hole = add_site(110, 1);
     hole.ref_alleles_missing = true;
-    hole.haps[0] = alleles({2, 2});
+    hole.haps[0] = alleles("22");
     pack_haplotypes(run.params, run.plan, run.panels, run.sites);
     EXPECT_EQ((std::vector<int>{0}), packed(0, 1));
     EXPECT_EQ(1, run.panels[0].missing.allele(0, 0));
@@ -98,10 +98,10 @@ TEST_F(pack_haplotypes_stage, a_full_panel_0_has_no_missing_rows) {
     give_panel0(2);
     give_study(1);
     snp& site = add_site(110, 2);
-    site.haps[0] = alleles({0, 1});
+    site.haps[0] = alleles("01");
     site.haps[0].set(0, 2);
     site.haps[0].set(0, 1);
-    site.haps[2] = alleles({2, 2});
+    site.haps[2] = alleles("22");
     pack_haplotypes(run.params, run.plan, run.panels, run.sites);
     EXPECT_EQ(0U, run.panels[0].missing.n_hap());
     EXPECT_EQ(0U, run.panels[0].missing.n_sites());
@@ -111,8 +111,8 @@ TEST_F(pack_haplotypes_stage, rows_of_the_sites_are_released) {
     give_panel0(2);
     give_study(1);
     snp& site = add_site(110, 2);
-    site.haps[0] = alleles({0, 2});
-    site.haps[2] = alleles({0, 1});
+    site.haps[0] = alleles("02");
+    site.haps[2] = alleles("01");
     site.ref_missing = {2};
     pack_haplotypes(run.params, run.plan, run.panels, run.sites);
     for (const allele_row& row : site.haps) EXPECT_TRUE(row.empty());
@@ -123,8 +123,8 @@ TEST_F(pack_haplotypes_stage, the_study_of_a_phasing_run_has_zeros_at_reference_
     give_panel0(2);
     give_study(1);
     run.params.phase = true;
-    for (const int type : {0, 1, 2, 3}) add_site(110 + type, type).haps[0] = alleles({1, 1});
-    site_at(112).haps[2] = alleles({1, 1});
+    for (const int type : {0, 1, 2, 3}) add_site(110 + type, type).haps[0] = alleles("11");
+    site_at(112).haps[2] = alleles("11");
     pack_haplotypes(run.params, run.plan, run.panels, run.sites);
     EXPECT_EQ((std::vector<int>{0, 0, 1, -1}), packed(2, 0));
     EXPECT_EQ((std::vector<int>{0, 0, 1, -1}), packed(2, 1));

@@ -4,112 +4,67 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <cstddef>
-#include <deque>
-#include <initializer_list>
 #include <string>
 #include <vector>
 
 #include "model/data.h"
-#include "random/random.h"
+#include "support/alleles.h"
 #include "support/log_capture.h"
-
-// Gives the draws that a test queued, and counts them. A draw past the end of the queue is a failure.
-class queued_draws : public Random {
-  public:
-    void add(std::initializer_list<double> draws) { draws_.insert(draws_.end(), draws); }
-    double Next() override {
-        ++n_taken;
-        if (draws_.empty()) {
-            ADD_FAILURE() << "more draws than expected";
-            return 0.5;
-        }
-        const double draw = draws_.front();
-        draws_.pop_front();
-        return draw;
-    }
-    bool used_up() const { return draws_.empty(); }
-    int n_taken = 0;
-
-  private:
-    std::deque<double> draws_;
-};
+#include "support/run_builder.h"
+#include "support/scripted_draws.h"
 
 class reconcile_fixture : public ::testing::Test {
   protected:
     void SetUp() override {
         capture.open(run.log);
-        old_generator = Random::RNG;
-        Random::Set(draws);
         run.plan.int_lower_bp = 100;
         run.plan.int_upper_bp = 200;
         run.plan.buffer_lower = 50;
         run.plan.buffer_upper = 250;
         run.plan.output_types = {true, true, true, true};
     }
-    void TearDown() override {
-        Random::RNG = old_generator;
-        run.log.close();
-    }
+    void TearDown() override { run.log.close(); }
 
     // --- panels -----------------------------------------------------------------------------------------------------
-    void give_panel0(int n_haplotypes) {
+    void give_panel0(std::size_t n_haplotypes) {
         run.params.h_files.insert(run.params.h_files.begin(), "ref.hap");
         run.panels[0].n_hap = n_haplotypes;
         run.plan.has_reference = true;
         run.plan.n_panels = 3;
     }
     // Panel 1 as genotypes.
-    void give_panel1(int n_individuals) {
+    void give_panel1(std::size_t n_individuals) {
         run.params.g_ref_file = "ref.gen";
-        run.panels[1].n_ind = n_individuals;
-        run.panels[1].n_hap = 2 * n_individuals;
+        set_diploids(run.panels[1], n_individuals);
         run.plan.has_reference = true;
         run.plan.n_panels = 3;
     }
     // Panel 1 as haplotypes of a second file, beside a Panel 0.
-    void give_second_haplotypes(int n_haplotypes) {
+    void give_second_haplotypes(std::size_t n_haplotypes) {
         run.params.h_files.emplace_back("ref1.hap");
         run.panels[1].n_hap = n_haplotypes;
     }
-    void give_study(int n_individuals) {
+    void give_study(std::size_t n_individuals) {
         run.params.g_file = "study.gen";
-        run.panels[2].n_ind = n_individuals;
-        run.panels[2].n_hap = 2 * n_individuals;
+        set_diploids(run.panels[2], n_individuals);
     }
     // Makes males of a panel haploid; ploidies are 1 or 2, one an individual.
-    void give_ploidies(int panel, const std::vector<int>& ploidies) {
+    void give_ploidies(std::size_t panel, const std::vector<int>& ploidies) {
         run.params.chrX = true;
-        run.plan.chrx_haploid = run.panels[1].sexes_differ = run.panels[2].sexes_differ = true;
-        panel_data& people = run.panels[static_cast<std::size_t>(panel)];
-        people.n_hap = 0;
-        for (const int ploidy : ploidies) {
-            people.ploidy.push_back(ploidy);
-            people.first_haps.push_back(people.n_hap);
-            people.n_hap += static_cast<std::size_t>(ploidy);
-            ++(ploidy == 1 ? people.n_males : people.n_females);
-        }
+        set_chrx(run.plan, run.panels);
+        set_ploidies(run.panels[panel], ploidies);
     }
 
     // --- sites ------------------------------------------------------------------------------------------------------
-    snp& add_site(long position, int type) {
-        snp& site = run.sites.store.emplace(position, snp{})->second;
-        site.rs_id = "rs" + std::to_string(position);
-        site.snp_id = "snp" + std::to_string(position);
+    snp& add_site(long position, std::size_t type) {
+        snp& site = ::add_site(run.sites, position, type);
         site.gen_pos = static_cast<double>(position) * 0.01;
-        site.type = site.top_panel = type;
         return site;
     }
-    static void label(snp& site, int panel, const std::string& a0, const std::string& a1, double freq = 0.5,
+    static void label(snp& site, std::size_t panel, const std::string& a0, const std::string& a1, double freq = 0.5,
                       const std::string& strand = "*") {
-        site.labels[static_cast<std::size_t>(panel)] = {a0, a1, strand, freq};
-    }
-    static allele_row alleles(std::initializer_list<int> values) {
-        allele_row row(values.size(), 0);
-        std::size_t i = 0;
-        for (const int value : values) row.set(i++, value);
-        return row;
+        site.labels[panel] = {a0, a1, strand, freq};
     }
     static std::vector<int> values(const allele_row& row) {
         std::vector<int> result;
@@ -145,8 +100,5 @@ class reconcile_fixture : public ::testing::Test {
 
     log_capture capture;
     data run{capture.terminal, capture.notes};
-    queued_draws draws;
-
-  private:
-    Random* old_generator = nullptr;
+    listed_draws draws;
 };

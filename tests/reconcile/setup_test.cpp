@@ -34,7 +34,7 @@ class setup_stages : public reconcile_fixture {
     snp& add_reference_site(long position, int type) {
         snp& site = add_site(position, type);
         label(site, 0, "A", "C", 0.5);
-        site.haps[0] = alleles({0, 1, 1, 0});
+        site.haps[0] = alleles("0110");
         return site;
     }
     void add_study_site(long position, int type, const std::vector<std::uint8_t>& genotypes) {
@@ -118,7 +118,7 @@ TEST_F(setup_stages, two_references_are_checked_against_each_other) {
     for (auto& [position, site] : run.sites.store) {
         if (site.type != 2) continue;
         label(site, 1, "C", "A", 0.5);
-        site.haps[1] = alleles({1, 1});
+        site.haps[1] = alleles("11");
     }
     set_state_counts(run.params, run.panels, run.models);
     EXPECT_EQ(-1, end_status([this] { set_up(); }));

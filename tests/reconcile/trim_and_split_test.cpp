@@ -13,8 +13,8 @@ class trim_and_split : public reconcile_fixture {
         site.rs_id = id;
         label(site, 0, "A", "C", 0.25, "+");
         label(site, 2, "A", "C", 0.75, "-");
-        site.haps[0] = alleles({0, 0, 0, 1});
-        site.haps[2] = alleles({1, 1, 1, 0});
+        site.haps[0] = alleles("0001");
+        site.haps[2] = alleles("1110");
         site.gtypes[2] = {2, 1};
         return site;
     }
@@ -116,13 +116,13 @@ TEST_F(trim_and_split, split_takes_one_site_a_position_and_appends_its_parts) {
     run.sites.multi_match_positions = {150};
     split_multiple_matches(run.log, run.params, run.sites);
     std::vector<std::string> ids;
-    std::vector<int> types;
+    std::vector<std::size_t> types;
     for (const auto& entry : run.sites.store) {
         ids.push_back(entry.second.rs_id);
         types.push_back(entry.second.type);
     }
     EXPECT_EQ((std::vector<std::string>{"rs150", "rs150", "second", "first", "first"}), ids);
-    EXPECT_EQ((std::vector<int>{3, 0, 2, 3, 0}), types);
+    EXPECT_EQ((std::vector<std::size_t>{3, 0, 2, 3, 0}), types);
 }
 
 TEST_F(trim_and_split, split_leaves_positions_without_a_shared_site_alone) {

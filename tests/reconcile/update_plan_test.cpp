@@ -378,7 +378,7 @@ TEST_F(update_plan, a_hole_behind_a_wholly_incomplete_panel_0_is_seen) {
     give_panel0(2);
     give_study(1);
     run.plan.fill_holes = true;
-    add_study_site(110, {1}).haps[0] = alleles({2, 2});
+    add_study_site(110, {1}).haps[0] = alleles("22");
     add_study_site(120, {1}).ref_alleles_missing = true;
     plan();
     EXPECT_EQ(0, run.plan.hole_fill_to);
@@ -402,7 +402,7 @@ TEST_F(update_plan, the_search_of_a_sampled_panel_0_ends_at_a_hole) {
     run.plan.fill_holes = true;
     run.params.hap_samp_in_h = "samples";
     add_study_site(110, {1}).ref_alleles_missing = true;
-    add_study_site(120, {1}).haps[0] = alleles({2, 0});
+    add_study_site(120, {1}).haps[0] = alleles("20");
     plan();
     EXPECT_EQ((flags{false, false}), run.panels[0].update);
     EXPECT_FALSE(run.panels[0].needs_update);

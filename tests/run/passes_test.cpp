@@ -13,6 +13,7 @@
 #include "reconcile/model_sites.h"
 #include "reconcile/result_sums.h"
 #include "support/log_capture.h"
+#include "support/run_builder.h"
 
 namespace {
 
@@ -36,27 +37,25 @@ class passes : public ::testing::Test {
         run.plan.output_types = {true, true, true, false};
         run.plan.stored_iters = {0};
         for (std::size_t s = 0; s < n_sites; ++s) {
-            snp& site = run.sites.store.emplace(100 + static_cast<long>(s), snp{})->second;
-            site.type = site.top_panel = s % 3;
+            snp& site = add_site(run.sites, 100 + static_cast<long>(s), s % 3);
             site.gen_pos = 0.1 * static_cast<double>(s);
             site.gtypes[1].assign(2, 3);
             site.gtypes[2] = {1, 3, 2};
         }
-        list();
-        const std::array<std::size_t, 3> n_hap{4, 4, 6}, n_ind{0, 2, 3};
-        run.plan.n_study = n_ind[2];
+        list_sites(run.sites);
+        run.panels[0].n_hap = 4;
+        set_diploids(run.panels[1], 2);
+        set_diploids(run.panels[2], 3);
         for (std::size_t panel = 0; panel < 3; ++panel) {
             panel_data& room = run.panels[panel];
-            room.n_hap = n_hap[panel];
-            room.n_ind = n_ind[panel];
-            room.update.assign(panel == 0 ? 4 : n_ind[panel], true);
-            room.ordered.assign(n_ind[panel], false);
+            room.update.assign(panel == 0 ? room.n_hap : room.n_ind, true);
+            room.ordered.assign(room.n_ind, false);
             room.needs_update = true;
-            room.haps = packed_haplotypes(n_hap[panel], n_sites);
+            make_room(room, n_sites);
             for (std::size_t s = 0; s < n_sites; ++s) {
                 if (s % 3 < panel) continue;
                 room.haps.set_holds(s);
-                for (std::size_t h = 0; h < n_hap[panel]; ++h) room.haps.set(h, s, source.integer(0, 1));
+                for (std::size_t h = 0; h < room.n_hap; ++h) room.haps.set(h, s, source.integer(0, 1));
             }
         }
         for (auto& mode : run.models.k_states) mode = {{{2, 2, 2}, {2, 2, 2}, {2, 2, 2}}};
@@ -72,16 +71,6 @@ class passes : public ::testing::Test {
             run.models.pr_alleles_00[panel] = run.models.pr_alleles_01[panel] =
                 run.models.pr_alleles_10[panel] = {{{quarter, quarter}, {quarter, quarter}}};
         }
-    }
-    void list() {
-        run.sites.in_order.clear();
-        run.sites.positions.clear();
-        for (auto& [position, site] : run.sites.store) {
-            site.index = run.sites.in_order.size();
-            run.sites.in_order.push_back(&site);
-            run.sites.positions.push_back(position);
-        }
-        list_traits(run.sites);
     }
     // What setup settles from the options.
     void settle() {
@@ -145,8 +134,7 @@ TEST_F(passes, over_panel_1_run_pairs_in_silence_where_the_phase_is_known) {
 
 TEST_F(passes, over_panel_1_run_one_haplotype_of_a_male) {
     run.plan.chrx_haploid = run.panels[1].sexes_differ = true;
-    run.panels[1].ploidy = {1, 2};
-    run.panels[1].first_haps = {0, 1};
+    set_sexes(run.panels[1], {1, 2});
     update_passes& pass = start(burnin);
     pass.update_panel1_individuals();
     EXPECT_EQ("\r-updating ref indiv [1/2] [hap 0]\r-updating ref indiv [2/2] [dip]\n", said());
@@ -232,7 +220,7 @@ TEST_F(passes, fill_the_holes_of_panel_0_from_panel_1) {
             run.panels[1].haps.set(h, s, 1);
         }
     }
-    list();
+    list_sites(run.sites);
     const packed_haplotypes before = run.panels[0].haps;
     start({.late = true}).fill_holes();
     EXPECT_EQ(

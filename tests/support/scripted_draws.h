@@ -12,21 +12,24 @@
 
 class listed_draws : public Random {
   public:
-    explicit listed_draws(std::vector<double> draws) : draws_(std::move(draws)), old_(Random::RNG) {
+    explicit listed_draws(std::vector<double> draws = {}) : draws_(std::move(draws)), old_(Random::RNG) {
         Random::Set(*this);
     }
     ~listed_draws() override { Random::RNG = old_; }
     listed_draws(const listed_draws&) = delete;
     listed_draws& operator=(const listed_draws&) = delete;
+    // Lengthens the list.
+    void add(const std::vector<double>& draws) { draws_.insert(draws_.end(), draws.begin(), draws.end()); }
     // A draw past the end of the list is a failure.
     double Next() override {
-        if (n_taken_ == draws_.size()) {
+        if (used_up()) {
             ADD_FAILURE() << "more draws than expected";
             return 0.5;
         }
         return draws_[n_taken_++];
     }
     std::size_t n_taken() const { return n_taken_; }
+    bool used_up() const { return n_taken_ == draws_.size(); }
 
   private:
     std::vector<double> draws_;

@@ -13,6 +13,19 @@
 #include <sstream>
 #include <string>
 
+// The bytes of a file; empty when there is none.
+inline std::string file_text(const std::string& name) {
+    std::ifstream stream(name, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
+// The text of a file written through gzip.
+inline std::string compressed_file_text(const std::string& name) {
+    boost::iostreams::filtering_istream stream;
+    stream.push(boost::iostreams::gzip_decompressor());
+    stream.push(boost::iostreams::file_source(name, std::ios::binary));
+    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
+
 class temporary_folder {
   public:
     temporary_folder() {
@@ -45,18 +58,8 @@ class temporary_folder {
         stream << text;
         return name(file);
     }
-    // The bytes of a file; empty when there is none.
-    std::string read(const std::string& file) const {
-        std::ifstream stream(name(file), std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-    }
-    // The text of a file written through gzip.
-    std::string read_compressed(const std::string& file) const {
-        boost::iostreams::filtering_istream stream;
-        stream.push(boost::iostreams::gzip_decompressor());
-        stream.push(boost::iostreams::file_source(name(file), std::ios::binary));
-        return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-    }
+    std::string read(const std::string& file) const { return file_text(name(file)); }
+    std::string read_compressed(const std::string& file) const { return compressed_file_text(name(file)); }
     bool has(const std::string& file) const { return std::filesystem::exists(name(file)); }
 
   private:

@@ -106,7 +106,7 @@ TEST_F(conditioning, all_candidates_are_taken_in_order_without_a_draw) {
         for (const std::size_t more : {0U, 1U, 50U}) {
             set_states(u, available(u) + more);
             const state_list expected = candidates(run, u.panel, u.cond_panel, u.hap, n_own_of(u));
-            listed_draws draws({});
+            listed_draws draws;
             EXPECT_EQ(expected, choose_random(target_of(u))) << "at random, " << name_of(u);
             EXPECT_EQ(expected, choose_informed(target_of(u))) << "informed, " << name_of(u);
         }
@@ -116,7 +116,7 @@ TEST_F(conditioning, all_candidates_are_taken_in_order_without_a_draw) {
 TEST_F(conditioning, nobody_is_left_out_when_no_haplotype_is_named) {
     make({7, 6, 8});
     made.set_states(0, 2, 0, 7);
-    listed_draws draws({});
+    listed_draws draws;
     EXPECT_EQ(candidates(run, 2, 0, 0, 0), choose_random({0, 2, 0, std::nullopt, 1}));
 }
 
@@ -395,7 +395,7 @@ TEST_F(conditioning, without_states_nothing_is_chosen_or_recorded) {
     make({3, 0, 4});
     made.set_states(0, 2, 0, 0);
     copy_state_record record;
-    listed_draws draws({});
+    listed_draws draws;
     EXPECT_TRUE(choose_informed({0, 2, 0, 0, 1}, &record).empty());
     EXPECT_TRUE(record.panel.empty());
 }
@@ -512,14 +512,14 @@ TEST_F(matrix_choice, one_individual_at_the_threshold_keeps_both_haplotypes_with
     make_matrix(false, 0);
     matrix[0] = {0.0, 1.0, 2.0};
     made.set_states(1, 2, 2, 2);
-    listed_draws draws({});
+    listed_draws draws;
     EXPECT_EQ((state_list{{2, 2}, {2, 3}}), choose({1, 2, 2, 0, 2}));
 }
 
 TEST_F(matrix_choice, takes_all_without_a_draw) {
     make({5, 4, 6});
     make_matrix(true, 3);
-    listed_draws draws({});
+    listed_draws draws;
     for (const update_kind& u : all_updates) {
         if (u.ploidy == 1 || n_own_of(u) > 0) continue;
         set_states(u, available(u));
@@ -537,7 +537,7 @@ TEST_F(matrix_choice, takes_all_without_a_draw) {
 TEST_F(matrix_choice, takes_all_one_candidate_early_for_a_single_haplotype) {
     make({5, 4, 6});
     make_matrix(true, 3);
-    listed_draws draws({});
+    listed_draws draws;
     made.set_states(0, 2, 2, 13);
     state_list expected = candidates(run, 2, 2, 2, 1);
     ASSERT_EQ(14U, expected.size());
@@ -547,10 +547,8 @@ TEST_F(matrix_choice, takes_all_one_candidate_early_for_a_single_haplotype) {
 
 TEST_F(matrix_choice, of_a_haploid_male_leaves_out_his_one_haplotype) {
     make({6, 0, 5});
-    run.plan.chrx_haploid = run.panels[1].sexes_differ = run.panels[2].sexes_differ = true;
-    run.panels[2].ploidy = {2, 1, 2};
-    run.panels[2].first_haps = {0, 2, 3};
-    run.panels[2].n_ind = 3;
+    set_chrx(run.plan, run.panels);
+    set_ploidies(run.panels[2], {2, 1, 2});
     make_matrix(true, 5);
     const update_kind male{2, 2, 0, 2};
     for (const std::size_t K : {1U, 4U}) {

@@ -48,14 +48,14 @@ std::string kept_by(const std::vector<int>& figures, std::size_t K) {
 }
 
 TEST(state_selection, without_ties_takes_no_draw) {
-    listed_draws draws({});
+    listed_draws draws;
     EXPECT_EQ("x..x.", kept_by({1, 7, 9, 0, 3}, 2));
     EXPECT_EQ("...x.", kept_by({1, 7, 9, 0, 3}, 1));
     EXPECT_EQ("xxxxx", kept_by({1, 7, 9, 0, 3}, 5));
 }
 
 TEST(state_selection, ties_that_all_fit_take_no_draw) {
-    listed_draws draws({});
+    listed_draws draws;
     EXPECT_EQ("xxx..", kept_by({2, 2, 0, 3, 4}, 3));
     EXPECT_EQ("xx..", kept_by({0, 0, 5, 5}, 2));
     EXPECT_EQ("xxxx", kept_by({6, 6, 6, 6}, 4));
@@ -104,7 +104,7 @@ TEST(state_selection, of_candidates_that_are_all_equal_is_one_shuffle) {
 }
 
 TEST(state_selection, replaces_what_stood_in_the_list) {
-    listed_draws draws({});
+    listed_draws draws;
     std::vector<std::uint8_t> keep(20, 1);
     select_nearest(std::vector<int>{3, 1, 2}, 1, keep);
     EXPECT_EQ((std::vector<std::uint8_t>{0, 1, 0}), keep);
@@ -143,7 +143,7 @@ TEST(state_selection, agrees_with_a_full_sort) {
 }
 
 TEST(state_selection, ranks_doubles_that_differ_little) {
-    listed_draws draws({});
+    listed_draws draws;
     std::vector<std::uint8_t> keep;
     select_nearest(std::vector<double>{0.5, 0.25 + 1e-15, 0.25, -1.0}, 2, keep);
     EXPECT_EQ((std::vector<std::uint8_t>{0, 0, 1, 1}), keep);

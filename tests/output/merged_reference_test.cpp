@@ -12,8 +12,7 @@ class merged_reference : public output_fixture {
         run.params.merge_ref_panels_output_ref = file("merged");
         run.params.merge_ref_panels_output_gen = file("merged");
         run.panels[0].n_hap = 4;
-        run.panels[1].n_ind = 2;
-        run.panels[1].n_hap = 4;
+        set_diploids(run.panels[1], 2);
     }
     void add_two_sites() {
         snp& zero = add_site(110, 0);

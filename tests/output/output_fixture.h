@@ -96,8 +96,7 @@ class output_fixture : public ::testing::Test {
         const std::size_t n_sites = run.sites.in_order.size();
         const std::size_t n_ind = run.panels[2].n_ind;
         for (panel_data& panel : run.panels) make_room(panel, n_sites);
-        std::vector<int> column(n_sites);
-        for (std::size_t s = 0; s < n_sites; ++s) column[s] = static_cast<int>(s);
+        const std::vector<int> column = column_a_site(n_sites);
         for (std::size_t g = 0; g < 2; ++g) {
             run.acc.gtype_acc[g].allocate(n_ind, column, n_sites);
             run.acc.gtype_acc2[g].allocate(n_ind, column, n_sites);

@@ -9,8 +9,7 @@ class sampled_haplotypes : public output_fixture {};
 TEST_F(sampled_haplotypes, each_panel_with_a_name_has_a_file_of_the_sites_that_it_holds) {
     give_study(2);
     run.panels[0].n_hap = 3;
-    run.panels[1].n_ind = 1;
-    run.panels[1].n_hap = 2;
+    set_diploids(run.panels[1], 1);
     snp& zero = add_site(110, 0);
     snp& one = add_site(120, 1);
     snp& two = add_site(130, 2);

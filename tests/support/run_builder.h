@@ -1,9 +1,10 @@
 #pragma once
 
-// Fills the rooms of a run for tests: who is in the panels, the sites, the alleles.
+// Fills the rooms of a run for tests: who is in the panels, the sites, the alleles, the sums.
 
 #include <array>
 #include <cstddef>
+#include <numeric>
 #include <string>
 #include <vector>
 
@@ -96,15 +97,6 @@ inline void make_room(panel_data& panel, std::size_t n_sites) {
 inline void hold_all_sites(packed_haplotypes& haps) {
     for (std::size_t s = 0; s < haps.n_sites(); ++s) haps.set_holds(s);
 }
-// One text a haplotype, of one digit a site; all sites are held.
-inline packed_haplotypes pack(const std::vector<std::string>& texts) {
-    packed_haplotypes haps(texts.size(), texts.front().size());
-    for (std::size_t h = 0; h < haps.n_hap(); ++h) {
-        for (std::size_t s = 0; s < haps.n_sites(); ++s) haps.set(h, s, texts[h][s] - '0');
-    }
-    hold_all_sites(haps);
-    return haps;
-}
 // The alleles at a site, which is then held: one digit a haplotype.
 inline void set_alleles(packed_haplotypes& haps, std::size_t site, const std::string& alleles) {
     haps.set_holds(site);
@@ -114,4 +106,13 @@ inline std::string alleles_at(const packed_haplotypes& haps, std::size_t site) {
     std::string text;
     for (std::size_t h = 0; h < haps.n_hap(); ++h) text += haps.allele(h, site) == 1 ? '1' : '0';
     return text;
+}
+
+// --- sums -----------------------------------------------------------------------------------------------------------
+
+// The columns of sums that have one at every site.
+inline std::vector<int> column_a_site(std::size_t n_sites) {
+    std::vector<int> columns(n_sites);
+    std::iota(columns.begin(), columns.end(), 0);
+    return columns;
 }

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cmath>
-#include <numeric>
 #include <string>
 #include <vector>
 
@@ -43,8 +42,7 @@ class counts : public ::testing::Test, protected model_run {
                 for (double& p : imputed.chance_unseen[cond][h]) p = source.uniform();
             }
         }
-        std::vector<int> columns(n_sites);
-        std::iota(columns.begin(), columns.end(), 0);
+        const std::vector<int> columns = column_a_site(n_sites);
         for (std::size_t g = 0; g < 2; ++g) {
             run.acc.gtype_acc[g].allocate(3, columns, n_sites);
             run.acc.gtype_acc2[g].allocate(2, columns, n_sites);

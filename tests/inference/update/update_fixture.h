@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <numeric>
 #include <utility>
 #include <vector>
 
@@ -52,8 +51,7 @@ class update_fixture : public ::testing::Test, protected model_run {
         for (std::size_t h = 0; h < 8; ++h) {
             for (std::size_t s = 0; s < n_sites; ++s) run.panels[0].missing.set(h, s, source.chance(0.3) ? 1 : 0);
         }
-        std::vector<int> columns(n_sites);
-        std::iota(columns.begin(), columns.end(), 0);
+        const std::vector<int> columns = column_a_site(n_sites);
         for (std::size_t g = 0; g < 2; ++g) {
             run.acc.gtype_acc[g].allocate(4, columns, n_sites);
             run.acc.gtype_acc2[g].allocate(1, columns, n_sites);

@@ -52,7 +52,8 @@ class site_source {
 class genotype_source : public site_source {
   public:
     virtual std::size_t n_columns() const = 0;
-    // Fills the triples of all columns, zeros where nothing is known.
+    // Fills the triples of all columns as the file has them: chances of no, one and two copies of allele 1, which need
+    // not sum to 1; zeros where nothing is known. The reader completes them by ploidy.
     virtual void read_triples(std::span<probability_triple> triples) = 0;
 };
 

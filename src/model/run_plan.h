@@ -34,6 +34,6 @@ struct run_plan {
     // --- results ---
     bool store_sampled_haps = false;
     bool tmp_haps = false;
-    bool count_missing_only = false;
+    bool count_missing_only = false;  // -pgs_miss: of typed genotypes only the missing ones get posteriors, or tallies
     bool sporadic_haploid_imputation = false;
 };

@@ -14,15 +14,16 @@ struct haploid_gap {
     double diff = 0.0;  // hap_trans_diff = e: the coefficient of the old forward value
 };
 
-// Transition terms of the model of two haplotypes over the gap that ends at a site.
+// The same of the model of two haplotypes, which move independently: products of the terms of one haplotype, up to
+// rounding. K is that for which rates were set last, which may be more than the states of a sweep.
 struct diploid_gap {
-    double both_stay = 0.0;  // dip_trans[0] = exp(-2d/K)
-    double one_moves = 0.0;  // dip_trans[1] = t*e/K
-    double both_move = 0.0;  // dip_trans[2] = t*t/(K*K)
+    double both_stay = 0.0;  // dip_trans[0] = exp(-2d/K): diff * diff
+    double one_moves = 0.0;  // dip_trans[1] = t*e/K: diff * move
+    double both_move = 0.0;  // dip_trans[2] = t*t/(K*K): move * move
     double hap_stay = 0.0;   // dip_hap_trans[0] = e + s
     double hap_move = 0.0;   // dip_hap_trans[1] = s
     double stay_het = 0.0;   // dip_stay[0]: stay in a pair of two states
-    double stay_hom = 0.0;   // dip_stay[1]: stay in a pair of one state
+    double stay_hom = 0.0;   // dip_stay[1]: stay in a pair of one state, or in any pair whose order is known
     // dip_hap_trans as the pair tables below know it: the hole-filling pass renews the terms above, not the tables.
     double table_stay = 0.0;
     double table_move = 0.0;

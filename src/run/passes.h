@@ -2,6 +2,24 @@
 
 // The passes of an iteration over the members of a panel. For each member: the choice of its states, an update, the
 // record of what the update found. The order of these decides the random draws.
+//
+//     pass                          iterations       model [mode][panel][cond]  asked for            recorded by
+//     update_panel0_haplotypes      all              [0][0][0]                  path, alleles        record_haploid
+//     update_panel1_individuals     all              [1][1][1], males [0][1][1] path, alleles        record_pair,
+//     _haploid update_panel1_from_panel0     all              [0][1][0]                  path, alleles record_haploid
+//     fill_holes                    all              hole_chains                path, alleles        record_holes
+//     update_study_individuals      all              [1][2][2], haploid         path, alleles; on    record_pair,
+//     _haploid
+//                                                    [0][2][2]                  those that count
+//                                                                               posteriors of typed
+//                                                                               genotypes where an
+//                                                                               option asks for them
+//     impute_study_from_reference   that count, and  [0][2][1], then [0][2][0], posteriors; paths    record_haploid,
+//                                   all of a first   each haplotype             under -mc_impute     record_alleles,
+//                                   then stage                                       and in a first stage
+//                                   record_imputed_...
+//
+// Members that need no update are passed over; those of the study are recorded as they are known.
 
 #include <array>
 #include <cstddef>

@@ -1,7 +1,9 @@
 #pragma once
 
 // What becomes of an update's result: drawn alleles go into the panel's haplotypes, draws and posteriors of iterations
-// that count into the sums of the run. Nothing else changes these; results are recorded one after the other, in the
+// that count into the sums of the run. Beside the files of
+// sampled haplotypes, which replace a panel's haplotypes between iterations, nothing else changes these; results are
+// recorded one after the other, in the
 // order of the updates.
 
 #include <array>
@@ -28,11 +30,14 @@ struct imputed_alleles {
 // Writes the drawn alleles of a haplotype into its panel, and counts them; adds its genotype posteriors to the sums.
 void record_haploid(const inference_inputs& in, const haploid_update& update, const haploid_result& result,
                     panel_data& panel, accumulators& acc);
-// Keeps the allele posteriors of a haplotype until the individual's other updates are done.
+// Keeps the allele posteriors of a haplotype, as copied from a reference (cond_panel 0 or 1), until the individual's
+// other updates are done.
 void record_alleles(const inference_inputs& in, const haploid_update& update, const haploid_result& result,
                     imputed_alleles& imputed);
 void record_holes(const inference_inputs& in, const hole_update& update, const haploid_result& result,
                   panel_data& panel);
+// The same for an individual's two haplotypes: drawn alleles, and on iterations that count genotype and allele
+// posteriors.
 void record_pair(const inference_inputs& in, const pair_update& update, const pair_result& result, panel_data& panel,
                  accumulators& acc);
 
@@ -50,8 +55,9 @@ struct study_member {
 // An individual that needs no update: its known genotypes and alleles, for certain.
 void record_known_individual(const inference_inputs& in, const study_member& member, accumulators& acc);
 
-// (store_counts_or_haps) What the individual was imputed to be, its sampled genotypes and alleles. stored_count: stored
-// iterations before this one; selfcheck: typed genotypes were masked.
+// (store_counts_or_haps) What the individual was imputed to be, its sampled genotypes, and the alleles that its phase
+// was sampled to have (mcmc_bits), typed sites included. stored_count: stored iterations before this one; selfcheck:
+// typed genotypes were masked.
 void record_imputed_individual(run_log& log, const inference_inputs& in, const study_member& member,
                                std::size_t stored_count, bool selfcheck, const imputed_alleles& imputed,
                                accumulators& acc);

@@ -34,8 +34,7 @@ void setup_storage(run_log& log, const parameters& params, const type_counts& n_
                    const panel_array& panels, site_table& sites, copying_models& models, accumulators& acc) {
     log.stage("-setting storage space");
     const std::size_t n_study = panels[2].n_ind;
-    if (params.nind < 0) log.fatal(concat("ERROR: The -nind value (", params.nind, ") must not be negative."));
-    if (static_cast<std::size_t>(params.nind) > n_study) {
+    if (params.nind > 0 && static_cast<std::size_t>(params.nind) > n_study) {
         log.fatal(concat("ERROR: The -nind value (", params.nind,
                          ") is larger than the number of individuals in the study (", n_study, ")."));
     }

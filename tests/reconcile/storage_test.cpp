@@ -53,11 +53,6 @@ TEST_F(storage, refuses_more_individuals_than_there_are) {
                [this] { set_up(); });
 }
 
-TEST_F(storage, refuses_a_negative_number_of_individuals) {
-    run.params.nind = -1;
-    expect_end(capture, "ERROR: The -nind value (-1) must not be negative.", 1, [this] { set_up(); });
-}
-
 TEST_F(storage, reads_the_positions_of_count_files) {
     const std::string name = positions_file("130 x\n\n 110\n");
     set_up();

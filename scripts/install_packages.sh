@@ -6,7 +6,7 @@
 # --program  only what building and running the program needs
 set -euo pipefail
 
-packages=(g++ cmake ninja-build libboost-iostreams-dev zlib1g-dev python3)
+packages=(g++ cmake ninja-build libboost-iostreams-dev zlib1g-dev libhts-dev python3)
 if [[ ${1:-} == --program ]]; then
     shift
 else

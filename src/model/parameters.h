@@ -29,6 +29,7 @@ struct parameters {
     std::string strand_g_ref_file = "NULL";         // -strand_g_ref
     std::string strand_h_file = "NULL";             // -strand_h
     std::string o_file = "./test.orvide2";          // -o
+    std::string format_fields = "NULL";             // -format_fields
     std::string i_file = "NULL";                    // -i
     std::string r_file = "NULL";                    // -r
     std::string w_file = "NULL";                    // -w
@@ -61,6 +62,7 @@ struct parameters {
     std::string mem_save_dir = "NULL";                 // directory of the temporary files, when the program made it
     std::string merge_ref_panels_output_gen = "NULL";  // -merge_ref_panels_output_gen
     std::string merge_ref_panels_output_ref = "NULL";  // -merge_ref_panels_output_ref
+    std::string chr = "NULL";                          // -chr
     double theta = -1.0;                               // -theta
     double int_lower = -1.0;                           // -int, first value (base pairs)
     double int_upper = -1.0;                           // -int, second value (base pairs)

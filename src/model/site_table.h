@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <set>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -18,7 +19,14 @@ struct site_traits {
     bool ref_alleles_missing = false;
 };
 
+// The chromosome, as the files name it; an empty name where none does, 0 where none tells its length (base pairs).
+struct contig_info {
+    std::string name;
+    long length = 0;
+};
+
 struct site_table {
+    contig_info contig;
     site_store store;  // (snps) grows while the files are read
     // The store in order, fixed by pack_haplotypes, in data::setup: in_order[s]->index == s, positions[s] its position.
     std::vector<snp*> in_order;

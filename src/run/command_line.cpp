@@ -62,6 +62,7 @@ using p = parameters;
 constexpr std::array option_table{
     // The region and the map
     option{"-int", option_kind::interval, {}, false, {}, "LOWER UPPER  analysis interval in base pairs"},
+    text("-chr", &p::chr, "NAME  chromosome, in files that hold several"),
     real("-buffer", &p::buffer_kb, "KB  buffer region on both sides of the interval [250]"),
     text("-m", &p::m_file, "FILE  fine-scale genetic map"),
     real("-Ne", &p::Ne, "N  effective population size [20000]"),
@@ -154,6 +155,7 @@ constexpr std::array option_table{
     flag("-stage_two", &p::stage_two, "second of two runs: impute from sampled haplotypes"),
     // Output files
     text("-o", &p::o_file, "FILE  main output [./test.orvide2]"),
+    text("-format_fields", &p::format_fields, "LIST  fields of a genotype in VCF or BCF output: GT,DS,GP,HDS,PQ"),
     text("-i", &p::i_file, "FILE  SNP quality [-o name + _info]"),
     text("-r", &p::r_file, "FILE  run summary [-o name + _summary]"),
     text("-w", &p::w_file, "FILE  warnings [-o name + _warnings]"),

@@ -10,6 +10,7 @@
 #include "input/readers.h"
 #include "input/site_gate.h"
 #include "input/site_placement.h"
+#include "input/source_people.h"
 #include "io/run_log.h"
 #include "io/text.h"
 #include "model/parameters.h"
@@ -46,13 +47,11 @@ panel_rules rules_of(const parameters& params, std::size_t panel) {
     return rules;
 }
 
-std::unique_ptr<genotype_source> open_panel(run_log& log, const panel_rules& rules, std::size_t panel) {
-    announce(log, concat("-reading Panel ", panel, " genotypes from ", rules.option, " file"), rules.file);
-    source_request request;
-    request.file = rules.file;
-    request.words = words_of(panel);
-    request.missing_text = missing_text(rules.option);
-    return open_genotypes(log, request);
+std::unique_ptr<genotype_source> open_panel(const input_rooms& rooms, const panel_rules& rules, std::size_t panel) {
+    announce(rooms.log, concat("-reading Panel ", panel, " genotypes from ", rules.option, " file"), rules.file);
+    source_request request = request_for(rooms.params, rooms.plan, rules.option, rules.file, words_of(panel));
+    request.probabilities = rules.genotypes.probabilistic;
+    return open_genotypes(rooms.log, request);
 }
 
 class genotype_reader {
@@ -67,7 +66,7 @@ class genotype_reader {
     void place(panel_site&& site);
 
     const input_rooms& rooms_;
-    const reading_context& context_;
+    reading_context& context_;
     std::size_t panel_;
     panel_data& people_;
     panel_rules rules_;
@@ -84,13 +83,15 @@ genotype_reader::genotype_reader(const input_rooms& rooms, reading_context& cont
       panel_(panel),
       people_(rooms.panels[panel]),
       rules_(rules_of(rooms.params, panel)),
-      source_(open_panel(rooms.log, rules_, panel)),
+      source_(open_panel(rooms, rules_, panel)),
       gate_(rooms, context, *source_, panel, rules_.option) {
     settle_columns();
 }
 
 void genotype_reader::settle_columns() {
     const std::size_t n_columns = source_->n_columns();
+    settle_contig(rooms_, *source_, rules_.file);
+    settle_people(rooms_, context_, *source_, panel_, rules_.file);
     check_against_sample_file(rooms_.log, context_.exclude_flags, n_columns, "individuals", words_of(panel_));
     settle_individuals(rooms_.log, people_, n_columns, context_.exclude_flags);
     triples_.resize(n_columns);
@@ -108,6 +109,7 @@ void genotype_reader::read() {
         read_individuals(site.record);
         place(std::move(site));
     }
+    report_remarks(rooms_.log, *source_);
     report_read(rooms_.log, gate_.counts);
     report_excluded(rooms_.log, gate_.counts);
 }

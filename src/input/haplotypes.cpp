@@ -11,6 +11,7 @@
 #include "input/readers.h"
 #include "input/site_gate.h"
 #include "input/site_placement.h"
+#include "input/source_people.h"
 #include "io/run_log.h"
 #include "io/text.h"
 #include "model/parameters.h"
@@ -22,19 +23,23 @@ std::string words_of(std::size_t panel) {
     return concat("Panel ", panel, " haplotypes file");
 }
 
-std::unique_ptr<haplotype_source> open_pair(run_log& log, const parameters& params, std::size_t panel) {
-    source_request request;
-    request.file = params.h_files[panel];  // the pairs stand in the order of their panels
-    request.words = words_of(panel);
-    request.missing_text = missing_text("-h");
+std::unique_ptr<haplotype_source> open_panel(const input_rooms& rooms, std::size_t panel) {
+    const parameters& params = rooms.params;
+    run_log& log = rooms.log;
+    // The files stand in the order of their panels.
+    source_request request = request_for(params, rooms.plan, "-h", params.h_files[panel], words_of(panel));
     request.legend = params.l_files[panel];
     request.legend_words = concat("Panel ", panel, " legend file");
     request.legend_missing_text = missing_text("-l");
     request.question_is_missing = request.further_values = panel == 0;
-    announce(log, concat("-reading Panel ", panel, " haplotypes from -h and -l files"), request.file);
-    print_file_name(log, request.legend);
-    require_file(log, request.file, request.missing_text);
-    require_file(log, request.legend, request.legend_missing_text);
+    const bool with_legend = is_given(request.legend);
+    announce(log, concat("-reading Panel ", panel, " haplotypes from ", with_legend ? "-h and -l files" : "-h file"),
+             request.file);
+    if (with_legend) {
+        print_file_name(log, request.legend);
+        require_file(log, request.file, request.missing_text);
+        require_file(log, request.legend, request.legend_missing_text);
+    }
     return open_haplotypes(log, request);
 }
 
@@ -59,7 +64,7 @@ haplotype_reader::haplotype_reader(const input_rooms& rooms, reading_context& co
     : rooms_(rooms),
       context_(context),
       panel_(panel),
-      source_(open_pair(rooms.log, rooms.params, panel)),
+      source_(open_panel(rooms, panel)),
       gate_(rooms, context, *source_, panel, concat("Panel ", panel, " -l")) {
     settle_columns();
     source_->start(context_.exclude_flags);
@@ -70,6 +75,8 @@ haplotype_reader::haplotype_reader(const input_rooms& rooms, reading_context& co
 
 void haplotype_reader::settle_columns() {
     const std::size_t n_columns = source_->n_columns();
+    settle_contig(rooms_, *source_, rooms_.params.h_files[panel_]);
+    settle_people(rooms_, context_, *source_, panel_, rooms_.params.h_files[panel_]);
     check_against_sample_file(rooms_.log, context_.exclude_flags, n_columns, "haplotypes", words_of(panel_));
     const std::vector<bool>& absent = source_->absent_columns();
     if (!absent.empty()) context_.exclude_flags.resize(n_columns, false);
@@ -90,6 +97,7 @@ void haplotype_reader::read() {
         site.record.labels[panel_].freq = allele_frequency(row);
         place(site);
     }
+    report_remarks(rooms_.log, *source_);
     report_read(rooms_.log, gate_.counts);
     report_excluded(rooms_.log, gate_.counts);
 }

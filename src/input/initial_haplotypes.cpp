@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <optional>
 #include <utility>
 
 #include "input/announce.h"
@@ -9,6 +10,7 @@
 #include "input/formats/format_table.h"
 #include "input/readers.h"
 #include "input/site_gate.h"
+#include "input/source_people.h"
 #include "input/study_haplotypes.h"
 #include "io/run_log.h"
 #include "io/text.h"
@@ -19,14 +21,12 @@ namespace {
 
 constexpr const char* file_words = "Panel 2 initial haplotypes file";
 
-std::unique_ptr<phased_source> open_initial(run_log& log, const parameters& params) {
-    source_request request;
-    request.file = params.hap_init_g_file;
-    request.words = file_words;
-    request.missing_text = missing_text("-hap_init_g");
+std::unique_ptr<phased_source> open_initial(const input_rooms& rooms) {
+    const parameters& params = rooms.params;
+    source_request request = request_for(params, rooms.plan, "-hap_init_g", params.hap_init_g_file, file_words);
     request.one_haplotype = params.haploid_g;
-    announce(log, "-reading initial Panel 2 haplotypes from -hap_init_g file", request.file);
-    return open_phased(log, request);
+    announce(rooms.log, "-reading initial Panel 2 haplotypes from -hap_init_g file", request.file);
+    return open_phased(rooms.log, request);
 }
 
 bool is_phased_allele(std::string_view field) {
@@ -60,8 +60,9 @@ class initial_reader {
     const panel_data& study_;
     std::unique_ptr<phased_source> source_;
     site_gate gate_;
-    std::vector<allele_pair> pairs_;  // of all columns
-    bool swap_ = false;               // stands for the lines that follow when a line's labels fit in neither order
+    std::vector<allele_pair> pairs_;               // of all columns
+    std::vector<std::optional<std::size_t>> map_;  // places among the people of -g by column; empty: they are the same
+    bool swap_ = false;  // stands for the lines that follow when a line's labels fit in neither order
     std::size_t n_updated_ = 0, n_ignored_sites_ = 0, n_ignored_genotypes_ = 0;
     note_once skipped_;
 };
@@ -70,9 +71,12 @@ initial_reader::initial_reader(const input_rooms& rooms, reading_context& contex
     : rooms_(rooms),
       context_(context),
       study_(rooms.panels[2]),
-      source_(open_initial(rooms.log, rooms.params)),
+      source_(open_initial(rooms)),
       gate_(rooms, context, *source_, 2, "-hap_init_g", site_gate::content::first_phase),
       pairs_(source_->n_columns()) {
+    settle_contig(rooms, *source_, rooms.params.hap_init_g_file);
+    map_ = map_people(rooms, *source_, rooms.params.hap_init_g_file);
+    if (!map_.empty()) return;
     check_against_sample_file(rooms.log, context.exclude_flags, pairs_.size(), "individuals", file_words);
     check_against_genotypes(rooms.log, study_.n_ind, context.exclude_flags, pairs_.size(), file_words);
 }
@@ -108,8 +112,8 @@ snp* initial_reader::find_entry(const site_fields& site) {
     return entry.haps[2].size() == study_.n_hap ? &entry : nullptr;
 }
 
-// The place to write to moves on only when alleles are written, so that behind a skipped individual all others of the
-// line land to the left of their own places.
+// In text the place to write to moves on only when alleles are written, so that behind a skipped individual all others
+// of the line land to the left of their own places.
 void initial_reader::read_individuals(const site_fields& site, snp& entry) {
     const std::size_t n_pairs = source_->read_pairs(pairs_);
     allele_row alleles(study_.n_hap, missing_allele);
@@ -117,13 +121,16 @@ void initial_reader::read_individuals(const site_fields& site, snp& entry) {
     std::size_t next_hap = 0;
     std::size_t k = 0;  // index among the kept individuals
     for (std::size_t column = 0; column < std::min(n_pairs, pairs_.size()); ++column) {
-        if (is_dropped(context_.exclude_flags, column)) continue;
+        if (map_.empty() ? is_dropped(context_.exclude_flags, column) : !map_[column]) continue;
         const allele_pair& pair = pairs_[column];
-        const std::size_t individual = k++;
+        const std::size_t individual = map_.empty() ? k++ : *map_[column];
+        if (source_->keeps_places()) next_hap = study_.first_hap(individual);
         refuse_female_without_allele(rooms_.log, study_, pair, column, individual);
         const bool haploid = study_.is_haploid(individual);
         if (!is_phased_allele(pair.first) || (!haploid && !is_phased_allele(pair.second))) {
-            skipped_.say(*source_, "an individual without two alleles 0 or 1 is skipped; those behind it move up");
+            if (!source_->keeps_places()) {
+                skipped_.say(*source_, "an individual without two alleles 0 or 1 is skipped; those behind it move up");
+            }
             continue;
         }
         const auto value = [this](std::string_view field) { return (field == "1") != swap_ ? 1 : 0; };

@@ -12,6 +12,7 @@
 #include "input/readers.h"
 #include "input/site_gate.h"
 #include "input/site_placement.h"
+#include "input/source_people.h"
 #include "input/study_haplotypes.h"
 #include "io/run_log.h"
 #include "io/text.h"
@@ -30,19 +31,18 @@ void read_known_samples(const input_rooms& rooms, reading_context& context) {
     // Exclusions act on the columns of -g; known haplotypes of an excluded person find no partner there.
     if (g_has_samples) context.exclude_samples[2].clear();
     read_sample_file(rooms, context, params.sample_known_haps_g_file, 2, true, !is_given(params.sample_g_file));
+    if (!is_given(params.g_file)) rooms.panels[2].sample_ids = context.known_haps_ids;
     if (g_has_samples) {
         context.known_hap_index_map = map_known_haps_to_gtypes(context.known_haps_ids, rooms.panels[2].sample_ids);
     }
 }
 
-std::unique_ptr<phased_source> open_known(run_log& log, const parameters& params) {
-    source_request request;
-    request.file = params.known_haps_g_file;
-    request.words = file_words;
-    request.missing_text = missing_text("-known_haps_g");
+std::unique_ptr<phased_source> open_known(const input_rooms& rooms) {
+    const parameters& params = rooms.params;
+    source_request request = request_for(params, rooms.plan, "-known_haps_g", params.known_haps_g_file, file_words);
     request.one_haplotype = params.haploid_g;
-    announce(log, "-reading Panel 2 haplotypes from -known_haps_g file", request.file);
-    return open_phased(log, request);
+    announce(rooms.log, "-reading Panel 2 haplotypes from -known_haps_g file", request.file);
+    return open_phased(rooms.log, request);
 }
 
 bool is_allele_text(std::string_view field) {
@@ -89,7 +89,7 @@ class known_reader {
     void report();
 
     const input_rooms& rooms_;
-    const reading_context& context_;
+    reading_context& context_;
     panel_data& study_;
     std::unique_ptr<phased_source> source_;
     site_gate gate_;
@@ -103,7 +103,7 @@ known_reader::known_reader(const input_rooms& rooms, reading_context& context)
     : rooms_(rooms),
       context_(context),
       study_(rooms.panels[2]),
-      source_(open_known(rooms.log, rooms.params)),
+      source_(open_known(rooms)),
       gate_(rooms, context, *source_, 2, "-known_haps_g", site_gate::content::known_phase),
       pairs_(source_->n_columns()) {
     rules_.probabilistic = rooms.params.prob_g;
@@ -114,9 +114,18 @@ known_reader::known_reader(const input_rooms& rooms, reading_context& context)
 }
 
 void known_reader::settle_columns() {
+    const std::string& file = rooms_.params.known_haps_g_file;
+    const bool alone = !is_given(rooms_.params.g_file);
+    settle_contig(rooms_, *source_, file);
+    if (alone) {
+        settle_people(rooms_, context_, *source_, 2, file);
+    } else if (context_.known_hap_index_map.empty()) {
+        context_.known_hap_index_map = map_people(rooms_, *source_, file);
+        if (!context_.known_hap_index_map.empty()) return context_.exclude_flags.clear();
+    }
     const std::vector<bool>& exclude_flags = context_.exclude_flags;
     check_against_sample_file(rooms_.log, exclude_flags, pairs_.size(), "individuals", file_words);
-    if (!is_given(rooms_.params.g_file)) {
+    if (alone) {
         settle_individuals(rooms_.log, study_, pairs_.size(), exclude_flags);
     } else if (context_.known_hap_index_map.empty()) {
         check_against_genotypes(rooms_.log, study_.n_ind, exclude_flags, pairs_.size(), file_words);
@@ -359,6 +368,7 @@ void known_reader::add_new(site_content&& content) {
 }
 
 void known_reader::report() {
+    report_remarks(rooms_.log, *source_);
     report_read(rooms_.log, gate_.counts);
     if (n_updated_ > 0) {
         rooms_.log.line(concat(" --updated ", n_updated_, " existing SNPs with known haplotype info"));

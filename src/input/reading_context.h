@@ -26,6 +26,9 @@ struct reading_context {
     std::array<id_set, 3> include_samples;  // read and counted; they keep nobody out
     // One flag a column of the data file of the panel in hand, true for a column to drop; empty keeps all columns.
     std::vector<bool> exclude_flags;
+    // ID_1 and ID_2 of the lines of the sample file of the panel in hand, excluded people included.
+    std::vector<std::array<std::string, 2>> sample_rows;
+    id_set study_ids;  // names of the kept people of the study, where a file tells them
     // [ID_1, ID_2] of the kept people of -sample_known_haps_g (sample_ids_known_haps).
     std::array<std::vector<std::string>, 2> known_haps_ids;
     // For each of them the index among the -g individuals; empty without a map.
@@ -36,5 +39,6 @@ struct reading_context {
         strand_map.clear();
         strands = {};
         exclude_flags.clear();
+        sample_rows.clear();
     }
 };

@@ -6,6 +6,7 @@
 #include "input/announce.h"
 #include "input/panel_options.h"
 #include "input/readers.h"
+#include "input/sex_table.h"
 #include "io/result_file.h"
 #include "io/run_log.h"
 #include "io/text.h"
@@ -14,9 +15,6 @@
 #include "model/run_plan.h"
 
 namespace {
-
-constexpr int male = 1;
-constexpr int female = 2;
 
 std::string sample_option(run_log& log, std::size_t panel, bool is_known_haps) {
     if (!is_panel(panel)) log.fatal(concat("ERROR: Panel code [", panel, "] for sample file is not valid."));
@@ -49,23 +47,6 @@ int read_sex(run_log& log, const text_input& file, const std::vector<std::string
     if (sex != male && sex != female) log.fatal("All sex indicators must be either '1' (male) or '2' (female).");
     return sex;
 }
-
-// Ploidies of a panel's individuals and where their haplotypes begin. Panel 0 has none; the table then stays unused.
-class sex_table {
-  public:
-    explicit sex_table(panel_data& panel) : panel_(panel) {}
-    void add(int sex) {
-        ++(sex == male ? panel_.n_males : panel_.n_females);
-        panel_.ploidy.push_back(sex);  // one haplotype for a male, coded 1, two for a female, coded 2
-        panel_.first_haps.push_back(n_haplotypes_);
-        n_haplotypes_ += sex == male ? 1 : 2;
-    }
-    std::string text() const { return concat(" (", panel_.n_females, " females, ", panel_.n_males, " males)"); }
-
-  private:
-    panel_data& panel_;
-    std::size_t n_haplotypes_ = 0;
-};
 
 // The copy of the study's sample file: its head and the people that results hold. Nothing when no copy is wanted.
 class filtered_copy {
@@ -146,6 +127,7 @@ void read_sample_file(const input_rooms& rooms, reading_context& context, const 
     const id_set& exclude_ids = context.exclude_samples[panel];
     std::vector<bool>& exclude_flags = context.exclude_flags;
     exclude_flags.clear();
+    context.sample_rows.clear();
     sex_table sexes(rooms.panels[panel]);
     auto& kept_ids = is_known_haps ? context.known_haps_ids : rooms.panels[2].sample_ids;
     std::size_t n_stored = 0;
@@ -154,6 +136,7 @@ void read_sample_file(const input_rooms& rooms, reading_context& context, const 
         const std::vector<std::string> person = split_fields(line);
         if (person.size() < 2) input.fail("There is no second ID");
         exclude_flags.push_back(exclude_ids.contains(person[0]) || exclude_ids.contains(person[1]));
+        context.sample_rows.push_back({person[0], person[1]});
         if (exclude_flags.back()) continue;
         if (panel == 2) {
             copy.add_person(line);

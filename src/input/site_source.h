@@ -8,6 +8,7 @@
 // the next call of next. A fault of the file ends the run with a message that names file and place.
 
 #include <cstddef>
+#include <cstdint>
 #include <span>
 #include <string>
 #include <string_view>
@@ -15,6 +16,7 @@
 
 #include "input/genotype_calls.h"
 #include "model/allele_row.h"
+#include "model/contig_info.h"
 
 // What names a site. A record of a file may give several sites; each is one of these.
 struct site_fields {
@@ -46,6 +48,21 @@ class site_source {
     }
     // These values of the site in hand, at least as many as names.
     virtual std::vector<std::string> values() { return {}; }
+
+    // What some formats know of the people and of the chromosome; the others leave it empty.
+    // The names of the people; a panel of haplotypes has two columns for each of them.
+    virtual const std::vector<std::string>& sample_ids() const {
+        static const std::vector<std::string> none;
+        return none;
+    }
+    // By person: 1 or 2 alleles.
+    virtual const std::vector<std::uint8_t>& ploidies() const {
+        static const std::vector<std::uint8_t> none;
+        return none;
+    }
+    virtual contig_info contig() const { return {}; }
+    // What is worth a line of the log behind the last site.
+    virtual std::vector<std::string> remarks() const { return {}; }
 };
 
 // Genotypes of individuals, a column each, as probabilities.
@@ -83,6 +100,8 @@ class phased_source : public site_source {
     // Fills the pairs from the first column on and returns how many the site has: fewer than columns where it is short,
     // one more than columns where it goes on.
     virtual std::size_t read_pairs(std::span<allele_pair> pairs) = 0;
+    // Whether a person without alleles leaves the places of those behind as they are (-hap_init_g).
+    virtual bool keeps_places() const { return false; }
 };
 
 // Haplotypes as an earlier run sampled them, a character each.

@@ -1,12 +1,11 @@
 #include "io/text_input.h"
 
-#include <sys/stat.h>
-
-#include <boost/iostreams/device/file.hpp>
+#include <boost/iostreams/categories.hpp>
 #include <boost/iostreams/filter/gzip.hpp>
 #include <boost/iostreams/filtering_stream.hpp>
 #include <cstring>
 #include <exception>
+#include <utility>
 
 #include "io/run_log.h"
 #include "io/text.h"
@@ -18,9 +17,27 @@ constexpr std::streamsize gzip_buffer = 1 << 16;
 constexpr std::streamsize text_buffer = 1 << 17;  // small ones make the decompressor copy its window often
 constexpr std::streamsize file_buffer = 1 << 16;
 
+// The end of the chain.
+class file_source {
+  public:
+    using char_type = char;
+    using category = boost::iostreams::source_tag;
+
+    explicit file_source(input_file& file) : file_(&file) {}
+    std::streamsize read(char* to, std::streamsize n) {
+        const std::size_t n_read = file_->read(to, static_cast<std::size_t>(n));
+        return n_read == 0 ? -1 : static_cast<std::streamsize>(n_read);
+    }
+
+  private:
+    input_file* file_;
+};
+
 }  // namespace
 
 struct text_input::chain {
+    explicit chain(input_file&& opened) : file(std::move(opened)) {}
+    input_file file;
     boost::iostreams::filtering_istream stream;
 };
 
@@ -28,19 +45,17 @@ text_input::~text_input() = default;
 
 text_input::text_input(run_log& log, std::string name, std::string_view missing_message,
                        std::string_view unopened_message)
-    : log_(log), name_(std::move(name)), chain_(std::make_unique<chain>()), buffer_(initial_buffer) {
-    struct stat status {};
-    if (stat(name_.c_str(), &status) != 0) log_.fatal(missing_message);
-    if (S_ISDIR(status.st_mode)) log_.fatal(unopened_message);
+    : text_input(log, input_file(log, std::move(name), missing_message, unopened_message), unopened_message) {}
+
+text_input::text_input(run_log& log, input_file&& file, std::string_view unopened_message)
+    : log_(log), name_(file.name()), chain_(std::make_unique<chain>(std::move(file))), buffer_(initial_buffer) {
     auto& stream = chain_->stream;
     if (is_gzipped(name_)) {
         boost::iostreams::gzip_params params;
         params.window_bits = 15;
         stream.push(boost::iostreams::gzip_decompressor(params.window_bits, gzip_buffer), text_buffer);
     }
-    boost::iostreams::file_source source(name_, std::ios_base::in | std::ios_base::binary);
-    if (!source.is_open()) log_.fatal(unopened_message);
-    stream.push(source, file_buffer);
+    stream.push(file_source(chain_->file), file_buffer);
     if (!stream) log_.fatal(unopened_message);
     // Failures inside the chain come out as exceptions, so that no damaged file passes for a short one.
     stream.exceptions(std::ios_base::badbit);

@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "io/input_file.h"
+
 class run_log;
 
 class text_input {
@@ -14,6 +16,8 @@ class text_input {
     // Opens the file. The two messages are what the caller says when the file does not exist, and when it cannot be
     // opened (a directory counts as that); both end the run.
     text_input(run_log& log, std::string name, std::string_view missing_message, std::string_view unopened_message);
+    // Reads what has been opened.
+    text_input(run_log& log, input_file&& file, std::string_view unopened_message);
     ~text_input();
     text_input(const text_input&) = delete;
     text_input& operator=(const text_input&) = delete;

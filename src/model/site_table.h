@@ -5,10 +5,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <set>
-#include <string>
 #include <utility>
 #include <vector>
 
+#include "model/contig_info.h"
 #include "model/snp.h"
 
 // What the walks ask of every site, kept apart from the records so that they need not be touched.
@@ -19,15 +19,10 @@ struct site_traits {
     bool ref_alleles_missing = false;
 };
 
-// The chromosome, as the files name it; an empty name where none does, 0 where none tells its length (base pairs).
-struct contig_info {
-    std::string name;
-    long length = 0;
-};
-
 struct site_table {
     contig_info contig;
-    site_store store;  // (snps) grows while the files are read
+    bool from_variant_files = false;  // some of the input is VCF or BCF
+    site_store store;                 // (snps) grows while the files are read
     // The store in order, fixed by pack_haplotypes, in data::setup: in_order[s]->index == s, positions[s] its position.
     std::vector<snp*> in_order;
     std::vector<long> positions;

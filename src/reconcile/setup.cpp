@@ -1,10 +1,12 @@
 #include "reconcile/setup.h"
 
 #include <algorithm>
+#include <optional>
 
 #include "params/model_parameters.h"
 #include "reconcile/stages.h"
 #include "reconcile/storage.h"
+#include "reconcile/typed_sites.h"
 
 namespace {
 
@@ -24,7 +26,10 @@ type_counts setup_panels(run_log& log, const parameters& params, run_plan& plan,
                          site_table& sites) {
     const std::size_t n_ind = panels[2].n_ind;
     plan.n_study = params.nind > 0 ? std::min(static_cast<std::size_t>(params.nind), n_ind) : n_ind;
+    std::optional<typed_site_census> census;
+    if (sites.from_variant_files && plan.has_reference && n_ind > 0) census.emplace(sites);
     reconcile_sites(log, params, plan, sites);
+    if (census) census->report(log, sites);
     const type_counts n_of_type = report_data_summary(log, params, plan, sites);
     make_update_plan(log, params, plan, panels, sites);
     make_initial_haplotypes(log, params, plan, panels, sites);

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <variant>
 
+#include "io/input_file.h"
 #include "io/text.h"
 
 namespace {
@@ -212,6 +213,11 @@ const option* find_option(const std::string& entry) {
     return nullptr;
 }
 
+bool takes_file(const std::string& entry) {
+    const option* const row = find_option(entry);
+    return row != nullptr && (row->kind == option_kind::text || row->kind == option_kind::texts);
+}
+
 class scan {
   public:
     scan(const std::vector<std::string>& entries, command_line& result) : entries_(entries), result_(result) {}
@@ -236,7 +242,8 @@ class scan {
 
     std::vector<std::string> list(std::size_t i) const {
         std::vector<std::string> values;
-        for (++i; i < entries_.size() && !entries_[i].starts_with('-'); ++i) values.push_back(entries_[i]);
+        for (++i; i < entries_.size() && (!entries_[i].starts_with('-') || is_standard_input(entries_[i])); ++i)
+            values.push_back(entries_[i]);
         return values;
     }
 
@@ -305,6 +312,8 @@ command_line read_command_line(const std::vector<std::string>& entries) {
             result.wants_help = true;
         } else if (entries[i] == "--version") {
             result.wants_version = true;
+        } else if (is_standard_input(entries[i]) && i > 0 && takes_file(entries[i - 1])) {
+            continue;
         } else if (entries[i].starts_with('-')) {
             pass.take(i);
         }

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <utility>
 
+#include "io/input_file.h"
 #include "io/text.h"
 #include "run/process_input.h"
 
@@ -121,11 +122,7 @@ class input_check {
                 "ERROR: The -print_allele_probs flag will not work unless you also specify a -known_haps_g file.");
         }
         if (is_given(p_.known_haps_g_file) && p_.phase) p_.print_allele_probs = true;
-        if (p_.h_files.size() != p_.l_files.size()) {
-            log_.fatal(
-                "ERROR: The number of haplotypes (-h) files must match the number of legend (-l) files on the command "
-                "line.");
-        }
+        match_legends();
         if (p_.counts_per_iter && p_.counts_wt_per_iter) {
             log_.fatal("ERROR: You cannot use the -counts_per_iter and -counts_wt_per_iter flags at the same time.");
         }
@@ -141,6 +138,23 @@ class input_check {
                 "files.");
         }
         if (p_.thin < 1) log_.fatal("ERROR: The -thin value must be at least 1.");
+    }
+
+    // Files of a format that names its sites have no legend; in its place stands "NULL". What comes through a pipe
+    // cannot be looked at yet: it is taken for such a file when there are too few legends.
+    void match_legends() {
+        std::size_t n_missing = p_.h_files.size() - std::min(p_.h_files.size(), p_.l_files.size());
+        for (std::size_t i = 0; i < p_.h_files.size() && n_missing > 0; ++i) {
+            const std::string& file = p_.h_files[i];
+            if (!is_variant_file(file) && !is_pipe(file)) continue;
+            p_.l_files.insert(p_.l_files.begin() + static_cast<std::ptrdiff_t>(std::min(i, p_.l_files.size())), "NULL");
+            --n_missing;
+        }
+        if (p_.h_files.size() != p_.l_files.size()) {
+            log_.fatal(
+                "ERROR: The number of haplotypes (-h) files must match the number of legend (-l) files on the command "
+                "line.");
+        }
     }
 
     void take_earlier_stage_inputs() {
@@ -382,10 +396,13 @@ class input_check {
             }
             plan_.chrx_haploid = !plan_.chrx_diploid;
             for (panel_data& panel : panels_) panel.sexes_differ = plan_.chrx_haploid;
-            const bool lacks_sample_file = (is_given(p_.g_file) && !is_given(p_.sample_g_file)) ||
-                                           (is_given(p_.known_haps_g_file) && !is_given(p_.sample_known_haps_g_file)) ||
-                                           (is_given(p_.g_ref_file) && !is_given(p_.sample_g_ref_file));
-            if (lacks_sample_file) {
+            // The number of alleles tells the sexes where the format has it.
+            const auto lacks_sexes = [](const std::string& file, const std::string& samples) {
+                return is_given(file) && !is_given(samples) && !is_variant_file(file) && !is_pipe(file);
+            };
+            if (lacks_sexes(p_.g_file, p_.sample_g_file) ||
+                lacks_sexes(p_.known_haps_g_file, p_.sample_known_haps_g_file) ||
+                lacks_sexes(p_.g_ref_file, p_.sample_g_ref_file)) {
                 log_.fatal(
                     "ERROR: When performing imputation on chromosome X, you must provide a sample file for each -g, "
                     "-g_ref, and/or -known_haps_g input file.");

@@ -1,11 +1,14 @@
 #include "input/formats/gen.h"
 
+#include <utility>
+
 #include "input/columns.h"
 #include "input/formats/number_scanner.h"
 #include "io/run_log.h"
 #include "io/text.h"
 
-gen_file::gen_file(run_log& log, const source_request& request) : site_line_file(log, request) {
+gen_file::gen_file(run_log& log, const source_request& request, input_file&& file)
+    : site_line_file(log, request, std::move(file)) {
     const std::size_t n_numbers = count_content_fields(first_line());
     if (n_numbers % 3 != 0) log.fatal(bad_columns_text(request.words, request.file));
     n_columns_ = n_numbers / 3;

@@ -9,7 +9,7 @@ class number_scanner;
 
 class gen_file final : public site_line_file<genotype_source> {
   public:
-    gen_file(run_log& log, const source_request& request);
+    gen_file(run_log& log, const source_request& request, input_file&& file);
     std::size_t n_columns() const override { return n_columns_; }
     void read_triples(std::span<probability_triple> triples) override;
 

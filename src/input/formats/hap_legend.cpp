@@ -1,16 +1,16 @@
 #include "input/formats/hap_legend.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "input/announce.h"
 #include "input/formats/site_line.h"
 #include "io/run_log.h"
 #include "io/text.h"
+#include "model/parameters.h"
 
-hap_legend_pair::hap_legend_pair(run_log& log, const source_request& request)
-    : log_(log),
-      request_(request),
-      alleles_(log, request.file, request.missing_text, unopened_text(request.words, request.file)) {
+hap_legend_pair::hap_legend_pair(run_log& log, const source_request& request, input_file&& alleles)
+    : log_(log), request_(request), alleles_(log, std::move(alleles), unopened_text(request.words, request.file)) {
     scan_first_line();
 }
 
@@ -25,6 +25,9 @@ void hap_legend_pair::scan_first_line() {
 }
 
 void hap_legend_pair::start(const std::vector<bool>& dropped) {
+    if (!is_given(request_.legend)) {
+        log_.fatal(concat("ERROR: The ", request_.words, " [", request_.file, "] is text, which needs a legend (-l)."));
+    }
     legend_.emplace(log_, request_.legend, request_.legend_missing_text,
                     unopened_text(request_.legend_words, request_.legend));
     read_header();

@@ -13,7 +13,8 @@
 
 class hap_legend_pair final : public haplotype_source {
   public:
-    hap_legend_pair(run_log& log, const source_request& request);
+    // The alleles; start opens the legend of the request.
+    hap_legend_pair(run_log& log, const source_request& request, input_file&& alleles);
 
     // Where it stands is the place in the legend.
     bool next(site_fields& site) override;

@@ -32,7 +32,8 @@ unsigned pack_four(std::uint64_t text) {
     return static_cast<unsigned>((digits * 0x0001000200040008ULL) >> 48) & 15U;
 }
 
-// The bits of some columns, side by side.
+}  // namespace
+
 std::vector<std::uint64_t> gather(const std::vector<std::uint64_t>& words, const std::vector<std::size_t>& columns) {
     std::vector<std::uint64_t> gathered(bits::words_for(columns.size()), 0);
     for (std::size_t i = 0; i < columns.size(); ++i) {
@@ -41,8 +42,6 @@ std::vector<std::uint64_t> gather(const std::vector<std::uint64_t>& words, const
     }
     return gathered;
 }
-
-}  // namespace
 
 haplotype_row_reader::haplotype_row_reader(std::size_t n_columns, const std::vector<bool>& exclude_flags,
                                            bool question_is_missing)

@@ -50,3 +50,6 @@ class haplotype_row_reader {
 // Packs characters that stand without separators; a character is 0 if it is '0' and 1 otherwise. words is large enough
 // and is overwritten; the bits past the last character are clear.
 void pack_characters(std::string_view characters, std::uint64_t* words);
+
+// The bits of some columns, side by side.
+std::vector<std::uint64_t> gather(const std::vector<std::uint64_t>& words, const std::vector<std::size_t>& columns);

@@ -6,7 +6,7 @@
 
 class haps_file final : public site_line_file<phased_source> {
   public:
-    haps_file(run_log& log, const source_request& request);
+    haps_file(run_log& log, const source_request& request, input_file&& file);
     std::size_t n_columns() const override { return n_columns_; }
     std::size_t read_pairs(std::span<allele_pair> pairs) override;
 

@@ -3,6 +3,7 @@
 // The fields of a site at the beginning of a line of text, and the source whose lines all begin so.
 
 #include <string_view>
+#include <utility>
 
 #include "input/announce.h"
 #include "input/formats/format_table.h"
@@ -20,8 +21,8 @@ std::size_t count_content_fields(std::string_view line);
 template <typename Kind>
 class site_line_file : public Kind {
   public:
-    site_line_file(run_log& log, const source_request& request)
-        : file_(log, request.file, request.missing_text, unopened_text(request.words, request.file)) {}
+    site_line_file(run_log& log, const source_request& request, input_file&& file)
+        : file_(log, std::move(file), unopened_text(request.words, request.file)) {}
 
     bool next(site_fields& site) override {
         std::string_view line;

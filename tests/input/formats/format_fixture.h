@@ -22,6 +22,12 @@ class format_fixture : public ::testing::Test {
         request.missing_text = "missing";
         return request;
     }
+    // A source that reads this text.
+    template <typename Format>
+    Format open(const std::string& text) {
+        const source_request request = request_for(text);
+        return Format(log, request, open_input(log, request));
+    }
     // The end of a message about a line of the file.
     std::string in_line(int n) const {
         return ", in line " + std::to_string(n) + " of the file [" + capture.files.name("data") + "].";

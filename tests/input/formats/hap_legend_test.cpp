@@ -17,7 +17,7 @@ class hap_legend : public format_fixture {
         request.legend_words = "legend file";
         request.legend_missing_text = "no legend";
         request.question_is_missing = request.further_values = free;
-        return std::make_unique<hap_legend_pair>(log, request);
+        return std::make_unique<hap_legend_pair>(log, request, open_input(log, request));
     }
     // Alleles of the site in hand; "end" when there are none.
     static std::string read(haplotype_source& source) {

@@ -27,7 +27,7 @@ class haps : public format_fixture {
 };
 
 TEST_F(haps, fields_stand_in_pairs) {
-    haps_file source(log, request_for("s r 150 A C 0 1 0* 1*\ns r 160 A C ? ? 1 -\n"));
+    haps_file source = open<haps_file>("s r 150 A C 0 1 0* 1*\ns r 160 A C ? ? 1 -\n");
     EXPECT_EQ(2U, source.n_columns());
     EXPECT_EQ("0|1 0*|1*", read(source, n));
     EXPECT_EQ(2U, n);
@@ -37,14 +37,14 @@ TEST_F(haps, fields_stand_in_pairs) {
 TEST_F(haps, carriers_of_one_haplotype_have_one_field) {
     source_request request = request_for("s r 150 A C 0 1 ?\n");
     request.one_haplotype = true;
-    haps_file source(log, request);
+    haps_file source(log, request, open_input(log, request));
     EXPECT_EQ(3U, source.n_columns());
     EXPECT_EQ("0|. 1|. ?|.", read(source, n));
     EXPECT_EQ(3U, n);
 }
 
 TEST_F(haps, ragged_sites_say_how_many_pairs_they_have) {
-    haps_file source(log, request_for("s r 150 A C 0 1 1 1\ns r 160 A C 0 1 1\ns r 170 A C\ns r 180 A C 0 1 0 1 1\n"));
+    haps_file source = open<haps_file>("s r 150 A C 0 1 1 1\ns r 160 A C 0 1 1\ns r 170 A C\ns r 180 A C 0 1 0 1 1\n");
     read(source, n);
     EXPECT_EQ("0|1", read(source, n));
     EXPECT_EQ(1U, n);
@@ -57,7 +57,7 @@ TEST_F(haps, ragged_sites_say_how_many_pairs_they_have) {
 TEST_F(haps, odd_number_of_fields_is_refused) {
     expect_fatal("ERROR: The data file [" + capture.files.name("data") +
                      "] does not contain a valid number of columns. Please review the documentation and try again.",
-                 [this] { haps_file(log, request_for("s r 150 A C 0\n")); });
+                 [this] { open<haps_file>("s r 150 A C 0\n"); });
 }
 
 }  // namespace

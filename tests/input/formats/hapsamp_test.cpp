@@ -9,7 +9,7 @@ namespace {
 class hapsamp : public format_fixture {};
 
 TEST_F(hapsamp, string_of_the_first_site_can_be_seen_beforehand) {
-    hapsamp_file source(log, request_for("s r 150 A C 01-1\r\ns r 160 A C 0000 more\n"));
+    hapsamp_file source = open<hapsamp_file>("s r 150 A C 01-1\r\ns r 160 A C 0000 more\n");
     EXPECT_EQ("01-1", source.first_characters());
     site_fields site;
     ASSERT_TRUE(source.next(site));
@@ -21,14 +21,14 @@ TEST_F(hapsamp, string_of_the_first_site_can_be_seen_beforehand) {
 }
 
 TEST_F(hapsamp, empty_file_has_no_characters) {
-    hapsamp_file source(log, request_for("\n"));
+    hapsamp_file source = open<hapsamp_file>("\n");
     EXPECT_EQ("", source.first_characters());
 }
 
 TEST_F(hapsamp, site_without_a_string_is_refused) {
-    hapsamp_file first(log, request_for("s r 150 A C\n"));
+    hapsamp_file first = open<hapsamp_file>("s r 150 A C\n");
     expect_fatal("ERROR: There are no haplotypes" + in_line(1), [&] { first.first_characters(); });
-    hapsamp_file later(log, request_for("s r 150 A C 01\ns r 160 A C\n"));
+    hapsamp_file later = open<hapsamp_file>("s r 150 A C 01\ns r 160 A C\n");
     site_fields site;
     later.next(site);
     later.next(site);

@@ -59,7 +59,7 @@ TEST_F(site_line, counts_the_fields_of_its_content) {
 }
 
 TEST_F(site_line, of_a_file_follows_empty_lines) {
-    named_sites source(log, request_for("\ns r 150 A C 0 1\n \nt q 160 G T\n"));
+    named_sites source = open<named_sites>("\ns r 150 A C 0 1\n \nt q 160 G T\n");
     site_fields site;
     ASSERT_TRUE(source.next(site));
     EXPECT_EQ("s r 150 A C", names(site));
@@ -71,16 +71,16 @@ TEST_F(site_line, of_a_file_follows_empty_lines) {
 }
 
 TEST_F(site_line, of_a_file_is_shown_before_it_is_taken) {
-    named_sites source(log, request_for("\ns r 150 A C 0 1\n"));
+    named_sites source = open<named_sites>("\ns r 150 A C 0 1\n");
     EXPECT_EQ("s r 150 A C 0 1", source.first_line());
     site_fields site;
     ASSERT_TRUE(source.next(site));
     EXPECT_EQ("s r 150 A C", names(site));
-    EXPECT_EQ("", named_sites(log, request_for("\n")).first_line());
+    EXPECT_EQ("", open<named_sites>("\n").first_line());
 }
 
 TEST_F(site_line, of_a_file_says_where_it_stands) {
-    named_sites source(log, request_for("s r 150 A C\nt q 160 A C\n"));
+    named_sites source = open<named_sites>("s r 150 A C\nt q 160 A C\n");
     site_fields site;
     source.next(site);
     source.next(site);

@@ -1,0 +1,103 @@
+#pragma once
+
+// The records of a VCF or BCF file in one stretch of one chromosome: which chromosome, with the help of an index where
+// there is one, in order, to the end of the stretch.
+
+#include <htslib/hts.h>
+#include <htslib/tbx.h>
+#include <htslib/vcf.h>
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "input/formats/format_table.h"
+#include "io/input_file.h"
+#include "model/contig_info.h"
+
+class run_log;
+
+// Frees what the library has made.
+struct variant_deleter {
+    void operator()(htsFile* file) const { hts_close(file); }
+    void operator()(bcf_hdr_t* header) const { bcf_hdr_destroy(header); }
+    void operator()(bcf1_t* record) const { bcf_destroy(record); }
+    void operator()(hts_idx_t* index) const { hts_idx_destroy(index); }
+    void operator()(tbx_t* index) const { tbx_destroy(index); }
+    void operator()(hts_itr_t* iterator) const { hts_itr_destroy(iterator); }
+};
+template <typename Type>
+using variant_owner = std::unique_ptr<Type, variant_deleter>;
+
+class variant_file {
+  public:
+    // Opens the file, reads its header, and settles how the region is found: by the index of the file, or from its
+    // beginning on. Ends the run when the header cannot be read, names a sample twice or names none; when the file is
+    // cut off; when it has no chromosome of the name that is asked for, or, without a name, several with records in the
+    // region.
+    variant_file(run_log& log, const source_request& request, input_file&& file);
+
+    // The next record of the region; false behind it. Ends the run at a record that is damaged or out of order.
+    bool next(bcf1_t* record);
+
+    bcf_hdr_t* header() const { return header_.get(); }
+    const std::vector<std::string>& samples() const { return samples_; }
+    // The chromosome of the region; no name as long as no record has been found.
+    contig_info contig() const;
+
+    // Ends the run: "ERROR: " what, with record and file; without a record, those of the one that was read last.
+    [[noreturn]] void fail(const bcf1_t* record, std::string_view what) const;
+    // One line on standard error, with record and file.
+    void note(const bcf1_t* record, std::string_view what) const;
+
+  private:
+    void read_header();
+    void check_end_mark() const;
+    bool load_index();
+    bool index_is_current() const;
+    std::vector<std::string> indexed_contigs() const;
+    variant_owner<hts_itr_t> query(const std::string& contig) const;
+    void choose_indexed_contig();
+    bool next_indexed(bcf1_t* record);
+    bool next_in_file(bcf1_t* record);
+    // Reads a record, of a text file no more than chromosome and position; false at the end of the file.
+    bool take(bcf1_t* record, std::string& contig, long& position);
+    void parse(bcf1_t* record);
+    // Whether a record of the file is inside the region; notes its place for the order.
+    bool is_wanted(const std::string& contig, long position);
+    void check_order(const std::string& contig, long position);
+    [[noreturn]] void refuse_several(const std::vector<std::string>& contigs) const;
+    [[noreturn]] void refuse_absent(const std::vector<std::string>& contigs) const;
+    [[noreturn]] void refuse_damaged() const;
+    std::string place(const bcf1_t* record) const;
+    bool asks_for(const std::string& contig) const;
+
+    run_log& log_;
+    std::string name_, chromosome_;
+    long lower_, upper_;
+    bool is_regular_;
+    variant_owner<htsFile> file_;
+    variant_owner<bcf_hdr_t> header_;
+    std::vector<std::string> samples_;
+    std::string contig_;
+    // With an index: of BCF, or of compressed VCF.
+    variant_owner<hts_idx_t> bcf_index_;
+    variant_owner<tbx_t> vcf_index_;
+    variant_owner<hts_itr_t> iterator_;
+    // Without one.
+    std::set<std::string> seen_;  // chromosomes so far
+    std::string last_contig_;
+    long last_position_ = 0;
+    long n_records_ = 0;
+    bool behind_region_ = false;
+    kstring_t line_ = KS_INITIALIZE;
+
+  public:
+    ~variant_file() { ks_free(&line_); }
+    variant_file(const variant_file&) = delete;
+    variant_file& operator=(const variant_file&) = delete;
+};

@@ -1,0 +1,95 @@
+#include "reconcile/typed_sites.h"
+
+#include <algorithm>
+#include <optional>
+
+#include "io/text.h"
+#include "reconcile/stages.h"
+
+namespace {
+
+constexpr std::size_t most_shown = 5;
+constexpr std::size_t fewest_typed = 2;
+
+void show(std::vector<std::string>& list, const std::string& text) {
+    if (list.size() < most_shown) list.push_back(text);
+}
+
+std::string site_text(long position, const panel_labels& labels) {
+    return concat(position, " ", labels.a0, "/", labels.a1);
+}
+
+std::string joined(const std::vector<std::string>& texts) {
+    std::string all;
+    for (const std::string& text : texts) all += (all.empty() ? "" : ", ") + text;
+    return all;
+}
+
+enum class fit { same, swapped, flipped, neither };
+
+// Labels that agree in either order on the same strand count as such; A/T and C/G sites agree with their own flip.
+fit compare(const panel_labels& study, const panel_labels& reference) {
+    if (study.a0 == reference.a0 && study.a1 == reference.a1) return fit::same;
+    if (study.a0 == reference.a1 && study.a1 == reference.a0) return fit::swapped;
+    const std::string a0 = flip(study.a0), a1 = flip(study.a1);
+    const bool flipped = (a0 == reference.a0 && a1 == reference.a1) || (a0 == reference.a1 && a1 == reference.a0);
+    return flipped ? fit::flipped : fit::neither;
+}
+
+std::size_t count_common(const site_table& sites) {
+    std::size_t n = 0;
+    for (const auto& [position, site] : sites.store) n += site.type == 2 ? 1 : 0;
+    return n;
+}
+
+}  // namespace
+
+typed_site_census::typed_site_census(const site_table& sites) {
+    for (const auto& [position, site] : sites.store) {
+        count(site);
+        const std::optional<std::size_t> reference = reference_panel(site);
+        if (site.in_panel(2) && !reference) show(study_only_, site_text(position, site.labels[2]));
+        if (!site.in_panel(2) && reference) show(reference_only_, site_text(position, site.labels[*reference]));
+        if (site.type == 2 && reference && compare(site.labels[2], site.labels[*reference]) == fit::neither) {
+            show(differing_, concat(site_text(position, site.labels[2]), " against ", site.labels[*reference].a0, "/",
+                                    site.labels[*reference].a1));
+        }
+    }
+}
+
+void typed_site_census::count(const snp& site) {
+    n_study_ += site.in_panel(2) ? 1 : 0;
+    if (site.type != 2) return;
+    ++n_common_;
+    const std::optional<std::size_t> reference = reference_panel(site);
+    if (!reference) return;
+    const fit how = compare(site.labels[2], site.labels[*reference]);
+    n_swapped_ += how == fit::swapped ? 1 : 0;
+    n_flipped_ += how == fit::flipped ? 1 : 0;
+}
+
+void typed_site_census::report(run_log& log, const site_table& sites) const {
+    const std::size_t n_left = count_common(sites);
+    log.stage("-comparing the typed sites with the reference");
+    log.line(concat(" --of ", n_study_, " study SNPs ", n_common_, " are in the reference (", n_flipped_,
+                    " on the other strand, ", n_swapped_, " with the alleles swapped, ",
+                    n_common_ - std::min(n_common_, n_left), " dropped)"));
+    if (n_left < fewest_typed) refuse(log, n_left);
+}
+
+void typed_site_census::refuse(run_log& log, std::size_t n_left) const {
+    log.fatal(concat("ERROR: Of the study's typed sites ", n_left == 0 ? "none is" : "only one is",
+                     " left in the region, too few to impute from. ", cause(n_left)));
+}
+
+std::string typed_site_census::cause(std::size_t n_left) const {
+    if (n_study_ == 0) return "The study has no site in the region: look at -chr and -int.";
+    if (n_common_ == 0 && reference_only_.empty()) {
+        return "The reference has no site in the region: look at -chr and -int.";
+    }
+    if (n_common_ <= n_left) {
+        return concat("The positions of study and reference differ; are they of the same genome build? The study has ",
+                      joined(study_only_), "; the reference has ", joined(reference_only_), ".");
+    }
+    return concat("The alleles of study and reference differ: ", joined(differing_), ".");
+}

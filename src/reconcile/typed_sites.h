@@ -1,0 +1,28 @@
+#pragma once
+
+// How the typed sites of a study of VCF or BCF fit the reference, told by the labels that the files have.
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "io/run_log.h"
+#include "model/site_table.h"
+
+// Taken before strands and labels are aligned, which changes labels and erases sites.
+class typed_site_census {
+  public:
+    explicit typed_site_census(const site_table& sites);
+    // One line of the log, behind the alignment. Ends the run when less than two typed sites are left in the region,
+    // with what the files show of the likely cause.
+    void report(run_log& log, const site_table& sites) const;
+
+  private:
+    void count(const snp& site);
+    [[noreturn]] void refuse(run_log& log, std::size_t n_left) const;
+    std::string cause(std::size_t n_left) const;
+
+    std::size_t n_study_ = 0, n_common_ = 0, n_swapped_ = 0, n_flipped_ = 0;
+    // The first sites of the study that the reference lacks, of the reference that the study lacks, and of both.
+    std::vector<std::string> study_only_, reference_only_, differing_;
+};

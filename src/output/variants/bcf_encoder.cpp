@@ -1,16 +1,11 @@
 #include "output/variants/bcf_encoder.h"
 
-#include <cmath>
+#include <array>
 
 #include "output/site_columns.h"
 
 bcf_encoder::bcf_encoder(const result_inputs& run, bcf_hdr_t* header)
-    : run_(run),
-      header_(header),
-      record_(bcf_init()),
-      one_(std::pow(10.0, variant_decimals(run.params))),
-      ploidy_(1),
-      figures_(run) {
+    : run_(run), header_(header), record_(bcf_init()), one_(variant_unit(run.params)), ploidy_(1), figures_(run) {
     for (std::size_t i = 0; i < run.n_study(); ++i) {
         if (!run.panels[2].is_haploid(i)) ploidy_ = 2;
     }

@@ -12,12 +12,6 @@ namespace {
 constexpr double tolerance = 1e-6;      // as fine as the finest value that is written
 constexpr int highest_confidence = 99;  // phred; of a phase that every iteration has
 
-int power_of_ten(int n) {
-    int power = 1;
-    for (int k = 0; k < n; ++k) power *= 10;
-    return power;
-}
-
 // The triple scaled to sum to 1; none where it says nothing: no chance at all, or, if it was not computed, the equal
 // chances of a missing genotype. A haploid has no genotype 1.
 std::optional<genotype_triple> sound_triple(genotype_triple p, bool haploid, bool computed) {
@@ -41,6 +35,12 @@ int variant_decimals(const parameters& params) {
     return std::clamp(params.outdp, 4, 6);
 }
 
+int variant_unit(const parameters& params) {
+    int units = 1;
+    for (int k = 0; k < variant_decimals(params); ++k) units *= 10;
+    return units;
+}
+
 std::pair<long, long> variant_interval(const result_inputs& run) {
     return run.params.phase ? run.haps_interval() : run.output_interval();
 }
@@ -53,7 +53,7 @@ std::vector<std::size_t> variant_sites(const result_inputs& run) {
 variant_block::variant_block(const result_inputs& run, const phase_confidences& confidences)
     : run_(run),
       confidences_(confidences),
-      one_(power_of_ten(variant_decimals(run.params))),
+      one_(variant_unit(run.params)),
       low_(smallest_printed(run.params.outdp)),
       all_known_(run.all_have_known_haps()),
       genotypes_(main_genotypes(run)),

@@ -17,6 +17,8 @@
 
 // Decimals of dosages and probabilities: -outdp, but at least 4 and at most the 6 that a single-precision number holds.
 int variant_decimals(const parameters& params);
+// The value 1 in units of 10^-decimals.
+int variant_unit(const parameters& params);
 
 // The interval of the file (base pairs, both ends included): that of "_haps" under -phase, whose haplotypes it holds,
 // else that of the main output.

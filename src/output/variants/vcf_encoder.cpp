@@ -8,18 +8,25 @@
 
 namespace {
 
+constexpr std::size_t longest_genotype = 64;  // tab, 3 characters, six numbers of 8, 2, and 7 between
+
 void append_integer(std::string& text, long value) {
     std::array<char, 24> digits{};
     const auto result = std::to_chars(digits.data(), digits.data() + digits.size(), value);
     text.append(digits.data(), result.ptr);
 }
 
-void append_alleles(std::string& line, const variant_genotype& g) {
+char* put_alleles(char* to, const variant_genotype& g) {
     const auto digit = [](int allele) { return allele < 0 ? '.' : static_cast<char>('0' + allele); };
-    line += digit(g.alleles[0]);
-    if (g.haploid) return;
-    line += g.phased ? '|' : '/';
-    line += digit(g.alleles[1]);
+    *to++ = digit(g.alleles[0]);
+    if (g.haploid) return to;
+    *to++ = g.phased ? '|' : '/';
+    *to++ = digit(g.alleles[1]);
+    return to;
+}
+
+char* put_small_integer(char* to, int value) {
+    return std::to_chars(to, to + 4, value).ptr;
 }
 
 }  // namespace
@@ -42,7 +49,11 @@ void append_units(std::string& text, long units, int decimals) {
 }
 
 vcf_encoder::vcf_encoder(const result_inputs& run)
-    : run_(run), contig_(contig_name(run)), decimals_(variant_decimals(run.params)), figures_(run) {}
+    : run_(run),
+      contig_(contig_name(run)),
+      decimals_(variant_decimals(run.params)),
+      one_(variant_unit(run.params)),
+      figures_(run) {}
 
 void vcf_encoder::append(std::string& line, const variant_record& record) {
     const variant_fields fields = fields_of(record, *run_.plan.variants);
@@ -56,7 +67,10 @@ void vcf_encoder::append(std::string& line, const variant_record& record) {
         if (line.size() != format) line += ':';
         line += name;
     }
-    for (const variant_genotype& g : record.genotypes) append_genotype(line, g, fields);
+    std::array<char, longest_genotype> text;  // NOLINT: written before it is read
+    for (const variant_genotype& g : record.genotypes) {
+        line.append(text.data(), put_genotype(text.data(), g, fields));
+    }
     line += '\n';
 }
 
@@ -78,55 +92,62 @@ void vcf_encoder::append_site(std::string& line, const variant_record& record) {
     (line += ';') += type_flag(site.type);
 }
 
-void vcf_encoder::append_genotype(std::string& line, const variant_genotype& g, const variant_fields& fields) const {
-    char between = '\t';
-    const auto begin = [&line, &between] {
-        line += between;
-        between = ':';
+char* vcf_encoder::put_genotype(char* to, const variant_genotype& g, const variant_fields& fields) const {
+    *to = '\t';  // and ':' before the other fields
+    char* const first = to++;
+    const auto next = [&] {
+        if (to != first + 1) *to++ = ':';
     };
-    if (fields.gt) {
-        begin();
-        append_alleles(line, g);
-    }
+    if (fields.gt) to = put_alleles(to, g);
     if (fields.ds) {
-        begin();
-        g.has_probs ? append_units(line, g.dosage, decimals_) : line.push_back('.');
+        next();
+        to = put_units(to, g.has_probs ? g.dosage : variant_genotype::none);
     }
     if (fields.gp) {
-        begin();
-        append_probs(line, g);
+        next();
+        to = put_probs(to, g);
     }
     if (fields.hds) {
-        begin();
-        append_haps(line, g);
+        next();
+        to = put_haps(to, g);
     }
     if (fields.pq) {
-        begin();
-        g.confidence >= 0 ? append_integer(line, g.confidence) : line.push_back('.');
+        next();
+        to = g.confidence < 0 ? put_units(to, variant_genotype::none) : put_small_integer(to, g.confidence);
     }
+    return to;
 }
 
-void vcf_encoder::append_probs(std::string& line, const variant_genotype& g) const {
-    if (!g.has_probs) {
-        line += '.';
-        return;
+// A point for none.
+char* vcf_encoder::put_units(char* to, int units) const {
+    if (units < 0) {
+        *to++ = '.';
+        return to;
     }
-    append_units(line, g.probs[0], decimals_);
-    line += ',';
+    int fraction = units % one_;
+    *to++ = static_cast<char>('0' + units / one_);
+    if (fraction == 0) return to;
+    *to++ = '.';
+    int n_digits = decimals_;
+    for (; fraction % 10 == 0; fraction /= 10) --n_digits;
+    for (char* digit = to + n_digits; digit != to; fraction /= 10) *--digit = static_cast<char>('0' + fraction % 10);
+    return to + n_digits;
+}
+
+char* vcf_encoder::put_probs(char* to, const variant_genotype& g) const {
+    if (!g.has_probs) return put_units(to, variant_genotype::none);
+    to = put_units(to, g.probs[0]);
+    *to++ = ',';
     if (!g.haploid) {
-        append_units(line, g.probs[1], decimals_);
-        line += ',';
+        to = put_units(to, g.probs[1]);
+        *to++ = ',';
     }
-    append_units(line, g.probs[2], decimals_);
+    return put_units(to, g.probs[2]);
 }
 
-void vcf_encoder::append_haps(std::string& line, const variant_genotype& g) const {
-    if (g.haps[0] < 0) {
-        line += '.';
-        return;
-    }
-    append_units(line, g.haps[0], decimals_);
-    if (g.haploid) return;
-    line += ',';
-    append_units(line, g.haps[1], decimals_);
+char* vcf_encoder::put_haps(char* to, const variant_genotype& g) const {
+    to = put_units(to, g.haps[0]);
+    if (g.haploid || g.haps[0] < 0) return to;
+    *to++ = ',';
+    return put_units(to, g.haps[1]);
 }

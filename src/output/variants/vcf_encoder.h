@@ -18,12 +18,15 @@ class vcf_encoder {
 
   private:
     void append_site(std::string& line, const variant_record& record);
-    void append_genotype(std::string& line, const variant_genotype& g, const variant_fields& fields) const;
-    void append_probs(std::string& line, const variant_genotype& g) const;
-    void append_haps(std::string& line, const variant_genotype& g) const;
+    // What follows takes a place in a genotype's text and returns the place behind what it has written.
+    char* put_genotype(char* to, const variant_genotype& g, const variant_fields& fields) const;
+    char* put_units(char* to, int units) const;
+    char* put_probs(char* to, const variant_genotype& g) const;
+    char* put_haps(char* to, const variant_genotype& g) const;
 
     const result_inputs& run_;
     const std::string contig_;
     const int decimals_;
+    const int one_;  // units of the value 1
     info_figures figures_;
 };

@@ -13,6 +13,7 @@ inline bool is_given(const std::string& name) {
 }
 
 struct parameters {
+    std::string command_text;  // the command line, blanks between its entries, by the program's name
     std::vector<std::string> active_flags;
     std::vector<std::string> filt_rules_l;          // -filt_rules_l (list)
     std::vector<std::string> h_files;               // -h (list)

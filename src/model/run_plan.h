@@ -8,6 +8,8 @@
 #include <optional>
 #include <vector>
 
+#include "model/variant_fields.h"
+
 struct run_plan {
     // --- region, base pairs, both ends included ---
     long buffer_lower = -1, buffer_upper = -1;  // the analysis interval with its buffer
@@ -32,6 +34,8 @@ struct run_plan {
     std::optional<std::size_t> hole_fill_from, hole_fill_to;  // panels; none for no hole filling
 
     // --- results ---
+    std::optional<variant_fields> variants;  // the main output is VCF or BCF, with these fields
+    bool known_hap_dosages = false;          // it needs allele sums of known haplotypes at imputed sites
     bool store_sampled_haps = false;
     bool tmp_haps = false;
     bool count_missing_only = false;  // -pgs_miss: of typed genotypes only the missing ones get posteriors, or tallies

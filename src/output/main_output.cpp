@@ -3,7 +3,6 @@
 #include <cmath>
 
 #include "io/text.h"
-#include "output/posterior_genotypes.h"
 #include "output/site_columns.h"
 
 bool prints_as_one(const genotype_triple& probs, double low, double high) {
@@ -14,6 +13,18 @@ bool prints_as_one(const genotype_triple& probs, double low, double high) {
         sum += p < low ? 0.0 : p > high ? 1.0 : p;
     }
     return !(std::abs(1.0 - sum) > n_zero * low + 1e-10);
+}
+
+void check_sums(const result_inputs& run, std::size_t s, triple_source source, std::span<const genotype_triple> triples,
+                double low) {
+    const snp& site = *run.sites.in_order[s];
+    for (std::size_t i = 0; i < triples.size(); ++i) {
+        if (!is_computed(source, site, i) || prints_as_one(triples[i], low, 1.0 - low)) continue;
+        run.log.fatal(
+            concat("ERROR: The imputed genotype probabilities for the SNP at position ", run.sites.positions[s],
+                   " do not sum to 1.0; this implies that there was a problem with the imputation. Please contact the "
+                   "authors for assistance."));
+    }
 }
 
 namespace {
@@ -31,24 +42,12 @@ class main_writer {
   private:
     void write_line(std::size_t j, std::size_t s) {
         const std::span<const genotype_triple> triples = genotypes_.triples(j);
-        check(triples, genotypes_.source(j), s);
+        check_sums(run_, s, genotypes_.source(j), triples, low_);
         values_.clear();
         for (const genotype_triple& p : triples) values_.insert(values_.end(), p.begin(), p.end());
         write_site_columns(file_, run_, s);
         file_.probabilities(values_, run_.params.outdp, low_);
         file_.end_line();
-    }
-
-    // Ends the run at a triple that was computed and does not sum to 1.
-    void check(std::span<const genotype_triple> triples, triple_source source, std::size_t s) const {
-        const snp& site = *run_.sites.in_order[s];
-        for (std::size_t i = 0; i < triples.size(); ++i) {
-            if (!is_computed(source, site, i) || prints_as_one(triples[i], low_, 1.0 - low_)) continue;
-            run_.log.fatal(concat(
-                "ERROR: The imputed genotype probabilities for the SNP at position ", run_.sites.positions[s],
-                " do not sum to 1.0; this implies that there was a problem with the imputation. Please contact the "
-                "authors for assistance."));
-        }
     }
 
     const result_inputs& run_;

@@ -44,8 +44,11 @@ void allocate_sums(const sized_run& run, accumulators& acc) {
         });
         for (sum_table& table : acc.gtype_acc) table.allocate(n_ind, cols.column, cols.n);
     }
-    if (n_known > 0 && (p.print_allele_probs || p.phase)) {
-        const columns cols(run, [&](const snp& s) { return run.is_study_site(s) || (run.is_imputed(s) && p.phase); });
+    const bool known_typed = p.print_allele_probs || p.phase, known_imputed = p.phase || run.plan.known_hap_dosages;
+    if (n_known > 0 && (known_typed || known_imputed)) {
+        const columns cols(run, [&](const snp& s) {
+            return (known_typed && run.is_study_site(s)) || (known_imputed && run.is_imputed(s));
+        });
         for (sum_table& table : acc.gtype_acc2) table.allocate(n_known, cols.column, cols.n);
     }
     if (!run.plan.selfcheck_iters.empty()) {

@@ -305,7 +305,11 @@ class scan {
 command_line read_command_line(const std::vector<std::string>& entries) {
     command_line result;
     result.echo_text = "Command-line input:";
-    for (const std::string& entry : entries) result.echo_text += " " + entry;
+    result.params.command_text = "orvide";
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        result.echo_text += " " + entries[i];
+        if (i > 0) result.params.command_text += " " + entries[i];
+    }
     scan pass(entries, result);
     for (std::size_t i = 0; i < entries.size(); ++i) {
         if (entries[i] == "--help") {

@@ -21,6 +21,7 @@
 #include "output/phased_haplotypes.h"
 #include "output/sampled_haplotypes.h"
 #include "output/temporary_haplotypes.h"
+#include "output/variants/variant_output.h"
 #include "params/model_parameters.h"
 #include "params/state_counts.h"
 #include "reconcile/setup.h"
@@ -188,7 +189,7 @@ void warn_of_unordered(data& run) {
 void write_results(data& run) {
     const parameters& p = run.params;
     const result_inputs results = results_of(run);
-    write_main_output(results);
+    if (!run.plan.variants) write_main_output(results);
     write_info(results);
     if (p.sample_qc_info) write_info_by_sample(results);
     if (p.selfcheck > 0.0) print_concordance_tables(results);
@@ -196,11 +197,14 @@ void write_results(data& run) {
         warn_of_unordered(run);
         if (!p.use_prephased_g) write_diplotype_ordering(results);
     }
+    phase_confidences confidences;
     if (p.phase) {
         phase_fixed(results, run.panels[2].haps, run.acc.mcmc_bits);
-        write_phase_confidence(results, phase_pairwise(results, run.panels[2].haps, run.acc.mcmc_bits));
+        confidences = phase_pairwise(results, run.panels[2].haps, run.acc.mcmc_bits);
+        write_phase_confidence(results, confidences);
         write_phased_haplotypes(results);
     }
+    if (run.plan.variants) write_variant_output(results, confidences);
     if (p.print_allele_probs) write_allele_probabilities(results);
 }
 
@@ -243,6 +247,7 @@ void impute(data& run) {
     if (no_iterations && run.plan.store_sampled_haps) write_sampled_haplotypes(results_of(run), -1);
     setup_models(run.log, run.params, n_of_type, run.plan, run.panels, run.sites, run.models, run.acc);
     print_params(run.log, run.params, run.plan, run.panels, run.models);
+    check_variant_output(results_of(run));
     run.log.header("---------", " Run log ");
     const bool by_hap = is_given(run.params.distances_by_hap_file);
     distance_matrix distances;

@@ -9,6 +9,7 @@
 
 #include "io/input_file.h"
 #include "io/text.h"
+#include "output/variants/variant_format.h"
 #include "run/process_input.h"
 
 namespace {
@@ -475,6 +476,9 @@ class input_check {
         p_.store_input_probs[study_bit] = (study_written && !p_.pgs) || p_.prob_g;
         if (plan_.n_panels <= 3 && types[plan_.n_panels]) p_.store_input_probs[1] = true;
         p_.store_input_probs_ref = p_.prob_g_ref;
+        plan_.variants = choose_variant_fields(log_, p_);
+        plan_.known_hap_dosages =
+            plan_.variants && (plan_.variants->gt || plan_.variants->hds) && is_given(p_.known_haps_g_file);
         plan_.store_sampled_haps =
             is_given(p_.hap_samp_out_g) || is_given(p_.hap_samp_out_g_ref) || is_given(p_.hap_samp_out_h);
     }

@@ -3,6 +3,7 @@
 #include <array>
 
 #include "io/text.h"
+#include "output/variants/variant_format.h"
 #include "run/reports.h"
 
 void print_nomenclature(run_log& log, const parameters& params) {
@@ -86,7 +87,7 @@ std::vector<file_row> output_rows(const parameters& p, bool panel0, bool panel1)
     const std::string samples = "_hapsamp[iter].gz";
     const bool known = is_given(p.known_haps_g_file);
     return {
-        {is_given(o), "                main output: ", o + gz},
+        {is_given(o), "                main output: ", variant_format_of(o) ? o : o + gz},
         {is_given(p.i_file), "                SNP QC info: ", p.i_file},
         {p.sample_qc_info, "             sample QC info: ", p.i_file + "_by_sample"},
         {is_given(p.r_file), "                run summary: ", p.r_file},

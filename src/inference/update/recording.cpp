@@ -276,7 +276,7 @@ class member_recorder {
           mc_impute_(in.params.mc_impute),
           keeps_bits_((mc_impute_ ? member.known || in.params.phase : in.params.phase && !member.known) &&
                       !in.plan.tmp_haps),
-          sums_alleles_(in.params.phase && member.known && !mc_impute_),
+          sums_alleles_((in.params.phase || in.plan.known_hap_dosages) && member.known && !mc_impute_),
           selfcheck_(selfcheck && !mc_impute_) {}
 
     void add_imputed(std::size_t s, const std::array<double, 2>& weights) {

@@ -1,0 +1,18 @@
+#pragma once
+
+// Objects of htslib that end with their owner.
+
+#include <htslib/hts.h>
+#include <htslib/vcf.h>
+
+#include <memory>
+
+struct hts_object_end {
+    void operator()(htsFile* file) const { hts_close(file); }
+    void operator()(bcf_hdr_t* header) const { bcf_hdr_destroy(header); }
+    void operator()(bcf1_t* record) const { bcf_destroy(record); }
+};
+
+using hts_file = std::unique_ptr<htsFile, hts_object_end>;
+using hts_header = std::unique_ptr<bcf_hdr_t, hts_object_end>;
+using hts_record = std::unique_ptr<bcf1_t, hts_object_end>;

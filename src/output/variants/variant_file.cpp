@@ -1,0 +1,128 @@
+#include "output/variants/variant_file.h"
+
+#include <fcntl.h>
+#include <htslib/bgzf.h>
+#include <htslib/hfile.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "io/run_log.h"
+#include "io/text.h"
+
+namespace {
+
+constexpr int csi_min_shift = 14;  // bits of the smallest bin of an index, as is usual
+
+std::string error_text() {
+    return std::strerror(errno != 0 ? errno : EIO);
+}
+
+const char* open_mode(variant_format format) {
+    switch (format) {
+        case variant_format::vcf:
+            return "w";
+        case variant_format::vcf_gz:
+            return "wz";
+        case variant_format::bcf:
+            return "wb";
+    }
+    return "w";
+}
+
+}  // namespace
+
+variant_file::variant_file(run_log& log, std::string name, variant_format format, bcf_hdr_t* header)
+    : log_(log), name_(std::move(name)), format_(format), header_(header) {
+    hts_set_log_level(HTS_LOG_OFF);  // messages are our own
+    const int descriptor = ::open(name_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    if (descriptor < 0) {
+        failed(concat("cannot write [", name_, "]: ", std::strerror(errno)));
+        return;
+    }
+    // An index of another kind that an earlier file left would be taken for the one of this file.
+    for (const char* ending : {".tbi", ".csi"}) std::remove((name_ + ending).c_str());
+    open(descriptor);
+}
+
+variant_file::~variant_file() {
+    close();
+}
+
+void variant_file::open(int descriptor) {
+    errno = 0;
+    hFILE* const stream = hdopen(descriptor, "w");
+    file_.reset(stream == nullptr ? nullptr : hts_hopen(stream, name_.c_str(), open_mode(format_)));
+    if (!file_) {
+        const std::string error = error_text();
+        if (stream == nullptr) {
+            ::close(descriptor);
+        } else {
+            hclose_abruptly(stream);
+        }
+        failed(concat("cannot write [", name_, "]: ", error));
+        return;
+    }
+    if (format_ != variant_format::bcf) file_->format.format = vcf;
+    if (format_ == variant_format::vcf_gz) index_name_ = name_ + ".tbi";
+    if (format_ == variant_format::bcf) index_name_ = name_ + ".csi";
+    const int min_shift = format_ == variant_format::bcf ? csi_min_shift : 0;  // 0: an index of the kind .tbi
+    if (bcf_hdr_write(file_.get(), header_) != 0 ||
+        (!index_name_.empty() && bcf_idx_init(file_.get(), header_, min_shift, index_name_.c_str()) != 0)) {
+        failed(concat("cannot write [", name_, "] to its end: ", error_text()));
+    }
+}
+
+void variant_file::failed(std::string_view what) {
+    if (!failed_) log_.result_failed(what);
+    failed_ = true;
+}
+
+bool variant_file::write_text(std::string_view text) {
+    const auto n = static_cast<ssize_t>(text.size());
+    if (format_ == variant_format::vcf_gz) return bgzf_write(file_->fp.bgzf, text.data(), text.size()) == n;
+    return hwrite(file_->fp.hfile, text.data(), text.size()) == n;
+}
+
+void variant_file::write_line(std::string_view line, long position, std::size_t n_bases) {
+    if (failed_) return;
+    errno = 0;
+    bool good = write_text(line);
+    if (good && file_->idx != nullptr) {
+        const int contig = hts_idx_tbi_name(file_->idx, 0, bcf_hdr_id2name(header_, 0));
+        const hts_pos_t first = position - 1;
+        good = contig >= 0 && hts_idx_push(file_->idx, contig, first, first + static_cast<hts_pos_t>(n_bases),
+                                           static_cast<std::uint64_t>(bgzf_tell(file_->fp.bgzf)), 1) == 0;
+    }
+    if (!good) failed(concat("cannot write [", name_, "] to its end: ", error_text()));
+}
+
+void variant_file::write_record(bcf1_t* record) {
+    if (failed_) return;
+    errno = 0;
+    if (record == nullptr || bcf_write(file_.get(), header_, record) != 0) {
+        failed(concat("cannot write [", name_, "] to its end: ", error_text()));
+    }
+}
+
+void variant_file::close() {
+    if (!file_) return;
+    errno = 0;
+    const bool index_good = failed_ || index_name_.empty() || bcf_idx_save(file_.get()) == 0;
+    const std::string index_error = error_text();
+    errno = 0;
+    if (hts_close(file_.release()) != 0) {
+        failed(concat("cannot write [", name_, "] to its end: ", error_text()));
+    } else if (!index_good) {
+        failed(concat("cannot write [", index_name_, "]: ", index_error));
+    }
+    if (index_name_.empty()) return;
+    if (failed_) {
+        std::remove(index_name_.c_str());  // better none than one of a broken file
+    } else {
+        utimensat(AT_FDCWD, index_name_.c_str(), nullptr, 0);  // not older than the file that was closed after it
+    }
+}

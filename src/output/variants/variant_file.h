@@ -1,0 +1,42 @@
+#pragma once
+
+// A file in VCF or BCF with its index, whose failures are reported when it is opened, written or closed.
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+#include "output/variants/hts_objects.h"
+#include "output/variants/variant_format.h"
+
+class run_log;
+
+class variant_file {
+  public:
+    // Opens the file for writing, truncating it, and removes indexes of an earlier file of the name. A failure is named
+    // on standard error, what is written is lost, and the run will end with status 1. The header outlives the file.
+    variant_file(run_log& log, std::string name, variant_format format, bcf_hdr_t* header);
+    variant_file(const variant_file&) = delete;
+    variant_file& operator=(const variant_file&) = delete;
+    ~variant_file();
+
+    // One line of VCF with its end, for a site (base pairs, from 1) that covers some bases.
+    void write_line(std::string_view line, long position, std::size_t n_bases);
+    // One record of BCF; a null record is a failure.
+    void write_record(bcf1_t* record);
+    // Writes the index and closes; failures are reported. Done by the destructor if it was not called.
+    void close();
+
+  private:
+    void open(int descriptor);
+    bool write_text(std::string_view text);
+    void failed(std::string_view what);
+
+    run_log& log_;
+    const std::string name_;
+    const variant_format format_;
+    bcf_hdr_t* header_;
+    std::string index_name_;  // empty for plain text
+    hts_file file_;
+    bool failed_ = false;
+};

@@ -15,7 +15,9 @@ import gzip
 import math
 import os
 import random
+import struct
 import sys
+import zlib
 
 MUTATION_RATE = 1.25e-8   # per base pair and generation
 EFFECTIVE_SIZE = 10000    # diploid people
@@ -181,10 +183,40 @@ def genotype_line(site, genotypes):
                     [TRIPLES[g] for g in genotypes])
 
 
+VCF_HEAD = ['##fileformat=VCFv4.3', '##contig=<ID=20,length=2000000>',
+            '##FORMAT=<ID=GT,Number=1,Type=String,Description="Genotype">']
+CALLS = {0: '0/0', 1: '0/1', 2: '1/1', None: './.'}
+
+
+def variant_lines(people, rows):
+    """Lines of VCF: rows are (site, genotypes as text by person)."""
+    columns = ['#CHROM', 'POS', 'ID', 'REF', 'ALT', 'QUAL', 'FILTER', 'INFO', 'FORMAT']
+    return VCF_HEAD + ['\t'.join(columns + people)] + [
+        '\t'.join(['20', str(site.position), site.name(), *site.alleles, '.', '.', '.', 'GT'] + calls)
+        for site, calls in rows]
+
+
+def phased(haplotypes):
+    return ['%d|%d' % pair for pair in zip(haplotypes[::2], haplotypes[1::2])]
+
+
+def blocks_of(data):
+    """Data as the blocks of gzip that an index can point to, each with its size in a field of its head."""
+    size = 65280
+    for i in list(range(0, len(data), size)) + [len(data)]:
+        packer = zlib.compressobj(6, zlib.DEFLATED, -15)
+        chunk = data[i:i + size]
+        packed = packer.compress(chunk) + packer.flush()
+        yield (b'\x1f\x8b\x08\x04\0\0\0\0\0\xff\x06\0BC\x02\0' + struct.pack('<H', len(packed) + 25) + packed +
+               struct.pack('<II', zlib.crc32(chunk), len(chunk)))
+
+
 def write(path, text):
     """Writes a text file, through gzip without a time stamp if its name ends in .gz."""
     with open(path, 'wb') as plain:
-        if path.endswith('.gz'):
+        if path.endswith('.vcf.gz'):
+            plain.writelines(blocks_of(text.encode('ascii')))
+        elif path.endswith('.gz'):
             with gzip.GzipFile(filename='', mode='wb', fileobj=plain, mtime=0) as zipped:
                 zipped.write(text.encode('ascii'))
         else:
@@ -216,6 +248,10 @@ def make_files(options):
                         ['F%02d P%02d %.4f' % (i + 1, i + 1, sum(g[i] is None for g in observed) / len(observed))
                          for i in range(options.people)],
         'truth.gen.gz': [genotype_line(s, s.people) for s in sites],
+        'panel.vcf.gz': variant_lines(['R%03d' % (i + 1) for i in range(options.reference // 2)],
+                                      [(s, phased(s.reference)) for s in sites]),
+        'study.vcf.gz': variant_lines(['P%02d' % (i + 1) for i in range(options.people)],
+                                      [(s, [CALLS[g] for g in genotypes]) for s, genotypes in zip(typed, observed)]),
     }
     return {name: ''.join(line + '\n' for line in text) for name, text in lines.items()}
 

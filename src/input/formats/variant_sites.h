@@ -13,8 +13,8 @@
 #include <vector>
 
 #include "input/formats/variant_calls.h"
-#include "input/formats/variant_file.h"
 #include "input/formats/variant_info.h"
+#include "input/formats/variant_input.h"
 #include "input/note_once.h"
 #include "input/site_source.h"
 
@@ -60,7 +60,7 @@ class variant_sites {
 
     run_log& log_;
     source_request request_;
-    variant_file file_;
+    variant_input file_;
     variant_info info_;
     std::deque<variant_owner<bcf1_t>> ahead_;  // records that were read before their turn
     variant_owner<bcf1_t> record_;

@@ -1,4 +1,4 @@
-#include "input/formats/variant_file.h"
+#include "input/formats/variant_input.h"
 
 #include <htslib/bgzf.h>
 #include <htslib/kstring.h>
@@ -46,7 +46,7 @@ std::string repeated_sample(const std::string& name) {
 
 }  // namespace
 
-variant_file::variant_file(run_log& log, const source_request& request, input_file&& file)
+variant_input::variant_input(run_log& log, const source_request& request, input_file&& file)
     : log_(log),
       name_(request.file),
       chromosome_(is_given(request.chromosome) ? request.chromosome : ""),
@@ -67,7 +67,7 @@ variant_file::variant_file(run_log& log, const source_request& request, input_fi
     }
 }
 
-void variant_file::read_header() {
+void variant_input::read_header() {
     header_.reset(bcf_hdr_read(file_.get()));
     if (!header_) {
         const std::string repeated = is_regular_ ? repeated_sample(name_) : "";
@@ -82,7 +82,7 @@ void variant_file::read_header() {
 }
 
 // A compressed file ends in a block of its own, by which one that was cut off between two blocks can be told.
-void variant_file::check_end_mark() const {
+void variant_input::check_end_mark() const {
     if (!is_regular_ || file_->format.compression != bgzf) return;
     if (bgzf_check_EOF(file_->fp.bgzf) == 0) {
         log_.fatal(concat("ERROR: The file [", name_,
@@ -91,7 +91,7 @@ void variant_file::check_end_mark() const {
     }
 }
 
-bool variant_file::index_is_current() const {
+bool variant_input::index_is_current() const {
     struct stat file {};
     if (stat(name_.c_str(), &file) != 0) return false;
     for (const char* ending : index_endings) {
@@ -110,7 +110,7 @@ bool variant_file::index_is_current() const {
     return false;
 }
 
-bool variant_file::load_index() {
+bool variant_input::load_index() {
     if (!is_regular_ || file_->format.compression != bgzf || !index_is_current()) return false;
     if (file_->format.format == bcf) {
         bcf_index_.reset(bcf_index_load3(name_.c_str(), nullptr, HTS_IDX_SILENT_FAIL));
@@ -120,7 +120,7 @@ bool variant_file::load_index() {
     return vcf_index_ != nullptr;
 }
 
-std::vector<std::string> variant_file::indexed_contigs() const {
+std::vector<std::string> variant_input::indexed_contigs() const {
     int n = 0;
     const std::unique_ptr<const char*[], void (*)(void*)> names(
         bcf_index_ ? bcf_index_seqnames(bcf_index_.get(), header_.get(), &n) : tbx_seqnames(vcf_index_.get(), &n),
@@ -128,7 +128,7 @@ std::vector<std::string> variant_file::indexed_contigs() const {
     return {names.get(), names.get() + n};
 }
 
-variant_owner<hts_itr_t> variant_file::query(const std::string& contig) const {
+variant_owner<hts_itr_t> variant_input::query(const std::string& contig) const {
     const auto query_index = [this](int id) {
         const hts_pos_t begin = lower_ - 1, end = std::max(upper_, 0L);
         return variant_owner<hts_itr_t>(bcf_index_ ? bcf_itr_queryi(bcf_index_.get(), id, begin, end)
@@ -138,12 +138,12 @@ variant_owner<hts_itr_t> variant_file::query(const std::string& contig) const {
                                   : tbx_name2id(vcf_index_.get(), contig.c_str()));
 }
 
-bool variant_file::asks_for(const std::string& contig) const {
+bool variant_input::asks_for(const std::string& contig) const {
     return chromosome_.empty() || is_same_contig(contig, chromosome_);
 }
 
 // Tries each chromosome of the index for a record in the region.
-void variant_file::choose_indexed_contig() {
+void variant_input::choose_indexed_contig() {
     const std::vector<std::string> contigs = indexed_contigs();
     std::vector<std::string> found;
     const variant_owner<bcf1_t> record(bcf_init());
@@ -165,17 +165,17 @@ void variant_file::choose_indexed_contig() {
     }
 }
 
-void variant_file::refuse_several(const std::vector<std::string>& contigs) const {
+void variant_input::refuse_several(const std::vector<std::string>& contigs) const {
     log_.fatal(concat("ERROR: The file [", name_, "] has records in the region on several chromosomes: ",
                       listed(contigs), ". Choose one of them by -chr."));
 }
 
-void variant_file::refuse_absent(const std::vector<std::string>& contigs) const {
+void variant_input::refuse_absent(const std::vector<std::string>& contigs) const {
     log_.fatal(concat("ERROR: The file [", name_, "] has no chromosome ", chromosome_, " (-chr)",
                       contigs.empty() ? std::string() : concat("; it has: ", listed(contigs)), "."));
 }
 
-void variant_file::refuse_damaged() const {
+void variant_input::refuse_damaged() const {
     log_.fatal(
         concat("ERROR: The file [", name_, "] is damaged or cut off",
                header_ ? concat(", after ", last_contig_.empty() ? "its header"
@@ -184,12 +184,12 @@ void variant_file::refuse_damaged() const {
                "."));
 }
 
-bool variant_file::next(bcf1_t* record) {
+bool variant_input::next(bcf1_t* record) {
     const bool indexed = bcf_index_ != nullptr || vcf_index_ != nullptr;
     return indexed ? next_indexed(record) : next_in_file(record);
 }
 
-bool variant_file::next_indexed(bcf1_t* record) {
+bool variant_input::next_indexed(bcf1_t* record) {
     while (iterator_) {
         const int result = bcf_index_ ? bcf_itr_next(file_.get(), iterator_.get(), record)
                                       : tbx_itr_next(file_.get(), vcf_index_.get(), iterator_.get(), &line_);
@@ -204,7 +204,7 @@ bool variant_file::next_indexed(bcf1_t* record) {
     return false;
 }
 
-bool variant_file::take(bcf1_t* record, std::string& contig, long& position) {
+bool variant_input::take(bcf1_t* record, std::string& contig, long& position) {
     if (file_->format.format == bcf) {
         const int result = bcf_read(file_.get(), header_.get(), record);
         if (result < -1) refuse_damaged();
@@ -228,14 +228,14 @@ bool variant_file::take(bcf1_t* record, std::string& contig, long& position) {
     return true;
 }
 
-void variant_file::parse(bcf1_t* record) {
+void variant_input::parse(bcf1_t* record) {
     if (vcf_parse(&line_, header_.get(), record) != 0 ||
         (record->errcode & ~(BCF_ERR_CTG_UNDEF | BCF_ERR_TAG_UNDEF)) != 0) {
         fail(nullptr, "The record cannot be read");
     }
 }
 
-bool variant_file::next_in_file(bcf1_t* record) {
+bool variant_input::next_in_file(bcf1_t* record) {
     // A chromosome that was named, or is the only one, is not looked for behind its region.
     const bool one_contig = !chromosome_.empty() || header_->n[BCF_DT_CTG] <= 1;
     std::string contig;
@@ -255,7 +255,7 @@ bool variant_file::next_in_file(bcf1_t* record) {
     return false;
 }
 
-void variant_file::check_order(const std::string& contig, long position) {
+void variant_input::check_order(const std::string& contig, long position) {
     if (contig != last_contig_) {
         if (!seen_.insert(contig).second)
             fail(nullptr, concat("The records of chromosome ", contig, " are not together"));
@@ -267,7 +267,7 @@ void variant_file::check_order(const std::string& contig, long position) {
     last_position_ = position;
 }
 
-bool variant_file::is_wanted(const std::string& contig, long position) {
+bool variant_input::is_wanted(const std::string& contig, long position) {
     if (!asks_for(contig)) {
         behind_region_ = behind_region_ || !contig_.empty();
         return false;
@@ -279,7 +279,7 @@ bool variant_file::is_wanted(const std::string& contig, long position) {
     return true;
 }
 
-contig_info variant_file::contig() const {
+contig_info variant_input::contig() const {
     contig_info info;
     info.name = contig_;
     const int id = contig_.empty() ? -1 : bcf_hdr_name2id(header_.get(), contig_.c_str());
@@ -287,7 +287,7 @@ contig_info variant_file::contig() const {
     return info;
 }
 
-std::string variant_file::place(const bcf1_t* record) const {
+std::string variant_input::place(const bcf1_t* record) const {
     if (record != nullptr) {
         return concat("the record ", bcf_hdr_id2name(header_.get(), record->rid), ":", record->pos + 1);
     }
@@ -295,10 +295,10 @@ std::string variant_file::place(const bcf1_t* record) const {
     return concat("record ", number, " (", last_contig_, ":", last_position_, ")");
 }
 
-void variant_file::fail(const bcf1_t* record, std::string_view what) const {
+void variant_input::fail(const bcf1_t* record, std::string_view what) const {
     log_.fatal(concat("ERROR: ", what, ", in ", place(record), " of the file [", name_, "]."));
 }
 
-void variant_file::note(const bcf1_t* record, std::string_view what) const {
+void variant_input::note(const bcf1_t* record, std::string_view what) const {
     log_.note(concat("note: [", name_, "], ", place(record), ": ", what));
 }

@@ -33,13 +33,13 @@ struct variant_deleter {
 template <typename Type>
 using variant_owner = std::unique_ptr<Type, variant_deleter>;
 
-class variant_file {
+class variant_input {
   public:
     // Opens the file, reads its header, and settles how the region is found: by the index of the file, or from its
     // beginning on. Ends the run when the header cannot be read, names a sample twice or names none; when the file is
     // cut off; when it has no chromosome of the name that is asked for, or, without a name, several with records in the
     // region.
-    variant_file(run_log& log, const source_request& request, input_file&& file);
+    variant_input(run_log& log, const source_request& request, input_file&& file);
 
     // The next record of the region; false behind it. Ends the run at a record that is damaged or out of order.
     bool next(bcf1_t* record);
@@ -97,7 +97,7 @@ class variant_file {
     kstring_t line_ = KS_INITIALIZE;
 
   public:
-    ~variant_file() { ks_free(&line_); }
-    variant_file(const variant_file&) = delete;
-    variant_file& operator=(const variant_file&) = delete;
+    ~variant_input() { ks_free(&line_); }
+    variant_input(const variant_input&) = delete;
+    variant_input& operator=(const variant_input&) = delete;
 };

@@ -18,7 +18,6 @@ class variant_file_on_disk : public encoder_fixture {
         header = make_variant_header(results);
         ASSERT_TRUE(header);
     }
-    static constexpr const char* line = "20\t110\trs110\tA\tC\t.\t.\t.\tGT\t0/1\n";
     // A file of lines at 110, 1110, ...
     void write(const std::string& name, variant_format format, std::size_t n_lines) {
         variant_file file(run.log, name, format, header.get());
@@ -33,6 +32,8 @@ class variant_file_on_disk : public encoder_fixture {
         const hts_record record(bcf_init());
         record->pos = position - 1;
         bcf_update_alleles_str(header.get(), record.get(), "A,C");
+        const std::array<std::int32_t, 2> genotype{bcf_gt_unphased(0), bcf_gt_unphased(1)};
+        bcf_update_genotypes(header.get(), record.get(), genotype.data(), 2);
         file.write_record(record.get());
     }
     // The positions that an index finds in a region.

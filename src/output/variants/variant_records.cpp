@@ -133,7 +133,9 @@ variant_genotype variant_block::genotype(std::size_t j, std::size_t s, std::size
 }
 
 int variant_block::units(double value) const {
-    const auto n = static_cast<int>(value * one_ + 0.5);
+    const double scaled = value * one_;
+    auto n = static_cast<int>(scaled);
+    if (scaled - n >= 0.5) ++n;
     // Beside a whole digit a single-precision number has room for five decimals.
     return one_ > 100000 && n > one_ ? (n + 5) / 10 * 10 : n;
 }

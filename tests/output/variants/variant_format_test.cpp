@@ -8,9 +8,7 @@ namespace {
 
 class variant_format_of_run : public ::testing::Test {
   protected:
-    void SetUp() override {
-        params.o_file = "out.vcf.gz";
-    }
+    void SetUp() override { params.o_file = "out.vcf.gz"; }
     std::string chosen() {
         const auto fields = choose_variant_fields(log, params);
         if (!fields) return "none";

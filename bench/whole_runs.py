@@ -44,6 +44,10 @@ CASES = {
     'prephased_60000_sites': ('sites_60000', PREPHASED + ['-allow_large_regions']),
     'prephased_50000_haplotypes': ('haplotypes_50000', PREPHASED),
     'prephased_50000_haplotypes_one_person': ('haplotypes_50000', PREPHASED + ['-nind', '1']),
+    'prephased_text_gz': ('base', PREPHASED + ['-o_gz']),
+    'prephased_vcf_gz': ('base', PREPHASED + ['-chr', '20']),
+    'prephased_vcf_gz_unphased_fields': ('base', PREPHASED + ['-chr', '20', '-format_fields', 'GT,DS,GP']),
+    'prephased_bcf': ('base', PREPHASED + ['-chr', '20']),
 }
 GROWTH = {'haplotypes': ['haplotypes_2500', 'base', 'haplotypes_10000'],
           'sites': ['sites_5000', 'base', 'sites_20000'],
@@ -78,11 +82,16 @@ def arguments(case, options):
             *(word.format(data=d) for word in given)]
 
 
-def measure(command):
+def output_name(case):
+    """The end of the -o name asks for VCF or BCF."""
+    return 'out.vcf.gz' if '_vcf_gz' in case else 'out.bcf' if '_bcf' in case else 'out'
+
+
+def measure(command, output):
     """(processor seconds, wall seconds, peak MB) of one run."""
     with tempfile.TemporaryDirectory() as out:
         start = time.perf_counter()
-        child = subprocess.Popen([*command, '-seed', '1', '-o', out + '/out'], stdout=subprocess.DEVNULL)
+        child = subprocess.Popen([*command, '-seed', '1', '-o', os.path.join(out, output)], stdout=subprocess.DEVNULL)
         _, status, used = os.wait4(child.pid, 0)
         wall = time.perf_counter() - start
     if status != 0:
@@ -95,9 +104,9 @@ def report(case, options):
     given = arguments(case, options)
     rows, others = [], []
     for _ in range(options.runs):
-        rows.append(measure([options.binary, *given]))
+        rows.append(measure([options.binary, *given], output_name(case)))
         if options.against:
-            others.append(measure([options.against, *given]))
+            others.append(measure([options.against, *given], output_name(case)))
     cpu, wall, memory = (statistics.median(column) for column in zip(*rows))
     line = '| %s | %.2f | %.2f | %.0f |' % (case, cpu, wall, memory)
     if others:

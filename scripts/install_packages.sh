@@ -10,7 +10,7 @@ packages=(g++ cmake ninja-build libboost-iostreams-dev zlib1g-dev libhts-dev pyt
 if [[ ${1:-} == --program ]]; then
     shift
 else
-    packages+=(libgtest-dev libgmock-dev libbenchmark-dev clang-format clang-tidy)
+    packages+=(libgtest-dev libgmock-dev libbenchmark-dev clang-format clang-tidy bcftools plink2 python3-pysam)
 fi
 packages+=("$@")
 

@@ -105,6 +105,10 @@ TEST_F(result_sums, of_alleles_are_those_of_known_haplotypes) {
     run.params.phase = true;
     set_up();
     EXPECT_EQ("012--", columns(run.acc.gtype_acc2[1]));
+    run.params.phase = run.params.print_allele_probs = false;
+    run.plan.known_hap_dosages = true;
+    set_up();
+    EXPECT_EQ("01---", columns(run.acc.gtype_acc2[0]));
 }
 
 TEST_F(result_sums, of_masked_genotypes_are_kept_by_reference_panel) {

@@ -169,6 +169,10 @@ TEST(command_line, echoes_all_entries) {
     EXPECT_EQ("Command-line input: bin/orvide -g a b  -x word", read({"-g", "a b", "", "-x", "word"}).echo_text);
 }
 
+TEST(command_line, keeps_the_entries_without_the_place_of_the_program) {
+    EXPECT_EQ("orvide -g a b  -x word", read({"-g", "a b", "", "-x", "word"}).params.command_text);
+}
+
 TEST(command_line, asks_for_help_or_version) {
     const command_line line = read({"-g", "--help"});
     EXPECT_TRUE(line.wants_help);

@@ -127,4 +127,37 @@ TEST_F(filters_of_sampled_haplotypes, that_are_not_given_cause_no_warning) {
     EXPECT_EQ("", capture.warnings());
 }
 
+// --- VCF and BCF output ---------------------------------------------------------------------------------------------
+
+class variant_settings : public filters_of_sampled_haplotypes {
+  protected:
+    run_plan settle() {
+        process_input(run.log, run.params, run.plan, run.panels);
+        return run.plan;
+    }
+};
+
+TEST_F(variant_settings, are_none_for_text) {
+    EXPECT_FALSE(settle().variants);
+}
+
+TEST_F(variant_settings, have_phase_fields_in_a_prephasing_run) {
+    run.params.o_file = "out.vcf.gz";
+    run.params.prephase_g = true;
+    const run_plan plan = settle();
+    ASSERT_TRUE(plan.variants);
+    EXPECT_TRUE(plan.variants->hds);
+    EXPECT_FALSE(plan.known_hap_dosages) << "nobody's haplotypes are known";
+}
+
+TEST_F(variant_settings, ask_for_allele_sums_where_haplotypes_are_known_and_written) {
+    run.params.o_file = "out.bcf";
+    run.params.known_haps_g_file = "known.haps";
+    EXPECT_TRUE(settle().known_hap_dosages);
+    run.params.format_fields = "DS,GP";
+    EXPECT_FALSE(settle().known_hap_dosages);
+    run.params.format_fields = "HDS";
+    EXPECT_TRUE(settle().known_hap_dosages);
+}
+
 }  // namespace

@@ -166,6 +166,14 @@ TEST_F(file_report, names_the_main_files_of_results) {
            "                warning log: warn\n");
 }
 
+TEST_F(file_report, adds_no_ending_to_a_vcf_or_bcf_file) {
+    params.o_file = "out.bcf";
+    params.i_file = params.r_file = params.w_file = "NULL";
+    params.sample_qc_info = false;
+    params.o_gz = true;
+    expect("", "                main output: out.bcf\n");
+}
+
 TEST_F(file_report, names_the_files_of_phasing) {
     params.o_file = "o";
     params.phase = true;

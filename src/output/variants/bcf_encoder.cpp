@@ -13,7 +13,7 @@ bcf_encoder::bcf_encoder(const result_inputs& run, bcf_hdr_t* header)
 
 bcf1_t* bcf_encoder::encode(const variant_record& record) {
     bcf_clear(record_.get());
-    const variant_fields fields = fields_of(record, *run_.plan.variants);
+    const variant_fields fields = line_fields(record, *run_.plan.variants);
     bool good = set_site(record) && set_info(record);
     good = good && (!fields.gt || set_genotypes(record));
     good = good && (!fields.ds || set_dosages(record));

@@ -46,7 +46,7 @@ void info_figures::add(const char* key, std::optional<double> value) {
     figures_.push_back({key, std::lround(*value * 1e6)});
 }
 
-variant_fields fields_of(const variant_record& record, variant_fields fields) {
+variant_fields line_fields(const variant_record& record, variant_fields fields) {
     if (fields.listed) return fields;
     fields.hds = fields.hds && record.any_haps;
     fields.pq = fields.pq && record.any_confidence;

@@ -42,4 +42,4 @@ constexpr const char* type_flag(std::size_t type) {
     return type < 2 ? "IMP" : "TYPED";
 }
 // Which fields the line of a record has.
-variant_fields fields_of(const variant_record& record, variant_fields fields);
+variant_fields line_fields(const variant_record& record, variant_fields fields);

@@ -72,7 +72,7 @@ void add_info_fields(const result_inputs& run, header_lines& lines) {
     add("AF", "A", "Float", "Expected frequency of the ALT allele: mean dosage an allele");
     for (const quality_figure& figure : site_figures()) add(figure.key, "1", "Float", figure.description);
     add("TYPE", "1", "Integer",
-        "0: in Panel 0 only, 1: in Panel 1 but not the study, 2: in both, 3: in the study only");
+        "0: Panel 0 only, 1: Panel 1 but not the study, 2: study and references, 3: study only");
     add("IMP", "0", "Flag", "Imputed site");
     add("TYPED", "0", "Flag", "Typed site");
     for (const quality_figure& figure : typed_figures()) {

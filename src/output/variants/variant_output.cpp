@@ -3,10 +3,10 @@
 #include "io/text.h"
 #include "output/site_columns.h"
 #include "output/variants/bcf_encoder.h"
-#include "output/variants/variant_file.h"
 #include "output/variants/variant_format.h"
 #include "output/variants/variant_header.h"
 #include "output/variants/variant_records.h"
+#include "output/variants/variant_result_file.h"
 #include "output/variants/vcf_encoder.h"
 
 namespace {
@@ -15,7 +15,7 @@ namespace {
 class variant_writer {
   public:
     variant_writer(const result_inputs& run, const phase_confidences& confidences, variant_format format,
-                   variant_file& file, bcf_hdr_t* header)
+                   variant_result_file& file, bcf_hdr_t* header)
         : run_(run), file_(file), block_(run, confidences), vcf_(run), bcf_(run, header), format_(format) {}
 
     void write(std::span<const std::size_t> sites) {
@@ -37,7 +37,7 @@ class variant_writer {
     }
 
     const result_inputs& run_;
-    variant_file& file_;
+    variant_result_file& file_;
     variant_block block_;
     vcf_encoder vcf_;
     bcf_encoder bcf_;
@@ -54,7 +54,7 @@ void write_variant_output(const result_inputs& run, const phase_confidences& con
     if (!header) {
         run.log.fatal(concat("ERROR: The head of [", run.params.o_file, "] could not be made."));
     }
-    variant_file file(run.log, run.params.o_file, *format, header.get());
+    variant_result_file file(run.log, run.params.o_file, *format, header.get());
     variant_writer writer(run, confidences, *format, file, header.get());
     visit_blocks(variant_sites(run), [&writer](std::span<const std::size_t> block) { writer.write(block); });
 }

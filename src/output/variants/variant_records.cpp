@@ -95,6 +95,7 @@ variant_record variant_block::record(std::size_t j) {
     record.site = s;
     rule_ = rule_at(site);
     if (rule_ != phase_rule::nobody) row_ = alleles_.row(s);
+    has_known_sums_ = rule_ != phase_rule::nobody && !run_.params.mc_impute && run_.acc.gtype_acc2[0].has(s);
     const std::span<const genotype_triple> triples = genotypes_.triples(j);
     check_sums(run_, s, genotypes_.source(j), triples, low_);
     line_.clear();
@@ -122,14 +123,19 @@ variant_genotype variant_block::genotype(std::size_t j, std::size_t s, std::size
     const auto sound = sound_triple(triple, g.haploid, computed);
     if (sound) add_probs(*sound, g);
     add_alleles(s, i, g);
-    if (sound && g.alleles[0] == variant_genotype::none) call_alleles(j, s, i, *sound, g);
-    if (sound && rule_ != phase_rule::nobody) add_haps(j, s, i, dosage(*sound, g.haploid), g);
+    if (sound) {
+        const std::optional<allele_pair_chances> chances = known_chances(j, i);
+        if (g.alleles[0] == variant_genotype::none) call_alleles(*sound, chances, g);
+        if (rule_ != phase_rule::nobody) add_haps(dosage(*sound, g.haploid), chances, g);
+    }
     if (rule_ == phase_rule::everybody) add_confidence(s, i, g);
     return g;
 }
 
 int variant_block::units(double value) const {
-    const auto n = static_cast<int>(std::floor(value * one_ + 0.5));
+    const double scaled = value * one_;
+    auto n = static_cast<int>(scaled);
+    if (scaled - n >= 0.5) ++n;
     // Beside a whole digit a single-precision number has room for five decimals.
     return one_ > 100000 && n > one_ ? (n + 5) / 10 * 10 : n;
 }
@@ -164,15 +170,14 @@ void variant_block::add_alleles(std::size_t s, std::size_t i, variant_genotype& 
 }
 
 // The likeliest genotype, in the order that the chances of known haplotypes give.
-void variant_block::call_alleles(std::size_t j, std::size_t s, std::size_t i, const genotype_triple& triple,
-                                 variant_genotype& g) const {
+void variant_block::call_alleles(const genotype_triple& triple, const std::optional<allele_pair_chances>& chances,
+                                 variant_genotype& g) {
     const int n_ones = called_genotype(triple, g.haploid);
     if (g.haploid) {
         g.alleles[0] = n_ones;
         return;
     }
     g.alleles = {n_ones / 2, (n_ones + 1) / 2};
-    const auto chances = rule_ == phase_rule::as_given ? allele_chances(j, s, i) : std::nullopt;
     if (!chances) return;
     const auto [a, b] = *chances;
     const double lead = a * (1.0 - b) - b * (1.0 - a);
@@ -180,20 +185,20 @@ void variant_block::call_alleles(std::size_t j, std::size_t s, std::size_t i, co
     if (n_ones == 1 && lead > tolerance) g.alleles = {1, 0};
 }
 
-std::optional<std::array<double, 2>> variant_block::allele_chances(std::size_t j, std::size_t s, std::size_t i) const {
-    const std::optional<std::size_t> slot = people_[i].known_slot;
-    if (!slot || run_.params.mc_impute || !run_.acc.gtype_acc2[0].has(s)) return std::nullopt;
+std::optional<variant_block::allele_pair_chances> variant_block::known_chances(std::size_t j, std::size_t i) const {
+    const std::optional<std::size_t>& slot = people_[i].known_slot;
+    if (!has_known_sums_ || !slot) return std::nullopt;
     const auto n = static_cast<double>(run_.plan.stored_iters.size());
-    return std::array<double, 2>{known_sums_.one(j, *slot) / n, known_sums_.two(j, *slot) / n};
+    return allele_pair_chances{known_sums_.one(j, *slot) / n, known_sums_.two(j, *slot) / n};
 }
 
-void variant_block::add_haps(std::size_t j, std::size_t s, std::size_t i, double dosage, variant_genotype& g) const {
+void variant_block::add_haps(double dosage, const std::optional<allele_pair_chances>& chances,
+                             variant_genotype& g) const {
     if (g.haploid) {
         g.haps[0] = g.dosage;
         return;
     }
     if (!g.phased) return;
-    const auto chances = allele_chances(j, s, i);
     // Sums without weights, or none at all, do not make up the dosage of a run that weighs or was given the genotype.
     if (chances && std::abs((*chances)[0] + (*chances)[1] - dosage) < tolerance) {
         g.haps = {units((*chances)[0]), units((*chances)[1])};

@@ -67,15 +67,17 @@ class variant_block {
     // Whose alleles at a site are those of the haplotypes.
     enum class phase_rule { nobody, everybody, as_given };
 
+    using allele_pair_chances = std::array<double, 2>;
+
     phase_rule rule_at(const snp& site) const;
     variant_genotype genotype(std::size_t j, std::size_t s, std::size_t i, genotype_triple triple);
     void add_probs(const genotype_triple& triple, variant_genotype& g) const;
     void add_alleles(std::size_t s, std::size_t i, variant_genotype& g) const;
-    void call_alleles(std::size_t j, std::size_t s, std::size_t i, const genotype_triple& triple,
-                      variant_genotype& g) const;
     // Chances of allele 1 on the two known haplotypes of an individual; none where they were not summed.
-    std::optional<std::array<double, 2>> allele_chances(std::size_t j, std::size_t s, std::size_t i) const;
-    void add_haps(std::size_t j, std::size_t s, std::size_t i, double dosage, variant_genotype& g) const;
+    std::optional<allele_pair_chances> known_chances(std::size_t j, std::size_t i) const;
+    static void call_alleles(const genotype_triple& triple, const std::optional<allele_pair_chances>& chances,
+                             variant_genotype& g);
+    void add_haps(double dosage, const std::optional<allele_pair_chances>& chances, variant_genotype& g) const;
     void add_confidence(std::size_t s, std::size_t i, variant_genotype& g) const;
     int units(double value) const;
 
@@ -90,7 +92,9 @@ class variant_block {
     quality_block quality_;
     site_alleles alleles_;
     sum_block known_sums_;  // of the first and the second haplotype
-    const std::uint64_t* row_ = nullptr;
+    // Of the record that is being made.
+    const std::uint64_t* row_ = nullptr;  // alleles of the study
     phase_rule rule_ = phase_rule::nobody;
+    bool has_known_sums_ = false;
     std::vector<variant_genotype> line_;
 };

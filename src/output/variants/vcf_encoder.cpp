@@ -56,7 +56,7 @@ vcf_encoder::vcf_encoder(const result_inputs& run)
       figures_(run) {}
 
 void vcf_encoder::append(std::string& line, const variant_record& record) {
-    const variant_fields fields = fields_of(record, *run_.plan.variants);
+    const variant_fields fields = line_fields(record, *run_.plan.variants);
     append_site(line, record);
     line += '\t';
     const std::size_t format = line.size();

@@ -132,6 +132,15 @@ TEST_F(counts, one_allele_is_summed_for_a_known_haploid) {
     }
 }
 
+TEST_F(counts, alleles_are_summed_for_known_haplotypes_where_the_output_has_their_dosages) {
+    run.plan.known_hap_dosages = true;
+    store_known();
+    for (std::size_t s = 0; s < n_sites; ++s) {
+        EXPECT_DOUBLE_EQ(is_imputed(s) ? a(s) : 0.0, run.acc.gtype_acc2[0].get(0, s));
+        EXPECT_DOUBLE_EQ(is_imputed(s) ? b(s) : 0.0, run.acc.gtype_acc2[1].get(0, s));
+    }
+}
+
 TEST_F(counts, no_alleles_are_summed_otherwise) {
     store_known();  // without -phase
     run.params.phase = true;

@@ -61,16 +61,16 @@ TEST_F(site_text, figures_that_are_not_defined_are_left_out) {
 TEST_F(site_text, fields_of_the_phase_stand_where_somebody_has_one_unless_they_are_listed) {
     const variant_fields all{true, true, true, true, true, false};
     variant_record record;
-    EXPECT_FALSE(fields_of(record, all).hds);
-    EXPECT_FALSE(fields_of(record, all).pq);
-    EXPECT_TRUE(fields_of(record, all).gp);
+    EXPECT_FALSE(line_fields(record, all).hds);
+    EXPECT_FALSE(line_fields(record, all).pq);
+    EXPECT_TRUE(line_fields(record, all).gp);
     record.any_haps = record.any_confidence = true;
-    EXPECT_TRUE(fields_of(record, all).hds);
-    EXPECT_TRUE(fields_of(record, all).pq);
+    EXPECT_TRUE(line_fields(record, all).hds);
+    EXPECT_TRUE(line_fields(record, all).pq);
     variant_fields listed = all;
     listed.listed = true;
-    EXPECT_TRUE(fields_of({}, listed).hds);
-    EXPECT_TRUE(fields_of({}, listed).pq);
+    EXPECT_TRUE(line_fields({}, listed).hds);
+    EXPECT_TRUE(line_fields({}, listed).pq);
 }
 
 TEST_F(site_text, flag_tells_imputed_from_typed_sites) {

@@ -39,10 +39,7 @@ class variant_records : public output_fixture {
         block.load(sites);
         return block.record(0).frequency;
     }
-    void give_phase_of(const snp& site, const std::vector<bool>& flags) {
-        const_cast<snp&>(site).known_phase_flags = flags;
-    }
-    using words = std::vector<std::string>;
+    using texts = std::vector<std::string>;
     phase_confidences confidences;
 };
 
@@ -59,7 +56,7 @@ TEST_F(variant_records, imputed_site_has_the_likeliest_genotype_with_rounded_sum
     allocate();
     add_sums(site, 0, 0.25, 1.5);
     add_sums(site, 1, 2.0 / 3.0, 2.0 / 3.0);  // three thirds
-    EXPECT_EQ(genotypes(site), (words{"1/1 16250 1250,1250,7500", "0/0 10000 3334,3333,3333", "0/0 0 10000,0,0"}));
+    EXPECT_EQ(genotypes(site), (texts{"1/1 16250 1250,1250,7500", "0/0 10000 3334,3333,3333", "0/0 0 10000,0,0"}));
     EXPECT_DOUBLE_EQ(*frequency(site), 26250.0 / 60000.0);
 }
 
@@ -89,7 +86,7 @@ TEST_F(variant_records, dosage_above_one_has_five_decimals_at_most) {
     allocate();
     add_sums(site, 0, 0.0, 1.2345678);
     add_sums(site, 1, 0.2345678, 0.0);
-    EXPECT_EQ(genotypes(site), (words{"1/1 1234570 382716,0,617284", "0/0 117284 882716,117284,0"}));
+    EXPECT_EQ(genotypes(site), (texts{"1/1 1234570 382716,0,617284", "0/0 117284 882716,117284,0"}));
 }
 
 TEST_F(variant_records, missing_input_is_no_call_and_counts_for_nobody) {
@@ -97,7 +94,7 @@ TEST_F(variant_records, missing_input_is_no_call_and_counts_for_nobody) {
     snp& site = add_site(110, 2);
     add_genotypes(site, {3, 1, 2});
     allocate();
-    EXPECT_EQ(genotypes(site), (words{"./. .", "0/1 10000 0,10000,0", "1/1 20000 0,0,10000"}));
+    EXPECT_EQ(genotypes(site), (texts{"./. .", "0/1 10000 0,10000,0", "1/1 20000 0,0,10000"}));
     EXPECT_DOUBLE_EQ(*frequency(site), 0.75);
 }
 
@@ -114,7 +111,7 @@ TEST_F(variant_records, uncertain_input_is_scaled_and_zeros_are_no_call) {
     snp& site = add_site(110, 2);
     site.gtype_probs[2] = {0.125F, 0.125F, 0.25F, 0.0F, 0.0F, 0.0F};
     allocate();
-    EXPECT_EQ(genotypes(site), (words{"1/1 12500 2500,2500,5000", "./. ."}));
+    EXPECT_EQ(genotypes(site), (texts{"1/1 12500 2500,2500,5000", "./. ."}));
 }
 
 TEST_F(variant_records, missing_genotypes_under_pgs_miss_have_their_posteriors) {
@@ -125,20 +122,21 @@ TEST_F(variant_records, missing_genotypes_under_pgs_miss_have_their_posteriors) 
     run.params.pgs_miss = true;
     add_sums(site, 0, 0.5, 0.5);
     add_sums(site, 1, 2.0 / 3.0, 2.0 / 3.0);  // computed, though all are equal
-    EXPECT_EQ(genotypes(site), (words{"0/0 7500 5000,2500,2500", "0/0 10000 3334,3333,3333"}));
+    EXPECT_EQ(genotypes(site), (texts{"0/0 7500 5000,2500,2500", "0/0 10000 3334,3333,3333"}));
 }
 
 TEST_F(variant_records, haploid_has_one_allele_and_two_chances) {
     give_ploidies(2, {1, 2, 1});
     snp& imputed = add_site(110, 0);
     snp& typed = add_site(120, 2);
+    typed.labels[2].freq = 0.5;
     typed.gtype_probs[2] = {0.25F, 0.5F, 0.75F, 0.0F, 1.0F, 0.0F, 0.0F, 1.0F, 0.0F};
     allocate();
     add_sums(imputed, 0, 0.0, 1.5);
-    EXPECT_EQ(genotypes(imputed), (words{"1 7500 2500,7500", "0/0 0 10000,0,0", "0 0 10000,0"}));
+    EXPECT_EQ(genotypes(imputed), (texts{"1 7500 2500,7500", "0/0 0 10000,0,0", "0 0 10000,0"}));
     EXPECT_DOUBLE_EQ(*frequency(imputed), 7500.0 / 40000.0);
     // A heterozygote says nothing of one who has one haplotype.
-    EXPECT_EQ(genotypes(typed), (words{"1 7500 2500,7500", "0/1 10000 0,10000,0", ". ."}));
+    EXPECT_EQ(genotypes(typed), (texts{"1 7500 2500,7500", "0/1 10000 0,10000,0", ". ."}));
     run.params.phase = true;
     EXPECT_EQ(genotypes(imputed)[0], "1 7500 2500,7500 h7500");
 }
@@ -155,9 +153,9 @@ TEST_F(variant_records, estimated_phase_stands_at_typed_sites_only) {
     set_alleles(2, typed, "1011");
     set_alleles(2, study_only, "1000");
     add_sums(imputed, 0, 2.0, 0.0);
-    EXPECT_EQ(genotypes(typed), (words{"1|0 10000 0,10000,0 h10000,0", "1|1 20000 0,0,10000 h10000,10000"}));
-    EXPECT_EQ(genotypes(imputed), (words{"0/1 10000 0,10000,0", "0/0 0 10000,0,0"}));
-    EXPECT_EQ(genotypes(study_only), (words{"0/1 10000 0,10000,0", "0/0 0 10000,0,0"}));
+    EXPECT_EQ(genotypes(typed), (texts{"1|0 10000 0,10000,0 h10000,0", "1|1 20000 0,0,10000 h10000,10000"}));
+    EXPECT_EQ(genotypes(imputed), (texts{"0/1 10000 0,10000,0", "0/0 0 10000,0,0"}));
+    EXPECT_EQ(genotypes(study_only), (texts{"0/1 10000 0,10000,0", "0/0 0 10000,0,0"}));
 }
 
 TEST_F(variant_records, missing_genotype_has_the_alleles_that_phasing_found_and_no_dosage) {
@@ -167,7 +165,7 @@ TEST_F(variant_records, missing_genotype_has_the_alleles_that_phasing_found_and_
     add_genotypes(typed, {3});
     allocate();
     set_alleles(2, typed, "01");
-    EXPECT_EQ(genotypes(typed), (words{"0|1 ."}));
+    EXPECT_EQ(genotypes(typed), (texts{"0|1 ."}));
     EXPECT_DOUBLE_EQ(*frequency(typed), 0.5);
 }
 
@@ -178,7 +176,7 @@ TEST_F(variant_records, uncertain_genotype_has_a_phase_but_no_dosage_by_haplotyp
     typed.gtype_probs[2] = {0.25F, 0.75F, 0.0F};
     allocate();
     set_alleles(2, typed, "01");
-    EXPECT_EQ(genotypes(typed), (words{"0|1 7500 2500,7500,0"}));
+    EXPECT_EQ(genotypes(typed), (texts{"0|1 7500 2500,7500,0"}));
 }
 
 TEST_F(variant_records, confidence_of_a_phase_is_a_phred_number) {
@@ -190,7 +188,7 @@ TEST_F(variant_records, confidence_of_a_phase_is_a_phred_number) {
     allocate();
     set_alleles(2, typed, "01010001");
     confidences = {{0.9, no_phase_call, 1.0}};
-    EXPECT_EQ(genotypes(typed), (words{"0|1 10000 0,10000,0 h0,10000 q10", "0|1 10000 0,10000,0 h0,10000",
+    EXPECT_EQ(genotypes(typed), (texts{"0|1 10000 0,10000,0 h0,10000 q10", "0|1 10000 0,10000,0 h0,10000",
                                        "0|0 0 10000,0,0 h0,0", "0|1 10000 0,10000,0 h0,10000 q99"}));
     confidences = {{0.5, no_phase_call, 0.999999999999}};
     EXPECT_EQ(genotypes(typed)[0], "0|1 10000 0,10000,0 h0,10000 q3");
@@ -203,10 +201,10 @@ TEST_F(variant_records, known_haplotypes_give_typed_sites_their_phase) {
     run.panels[2].ordered = {true, false, true};
     snp& typed = add_site(120, 2);
     add_genotypes(typed, {1, 1, 3});
-    give_phase_of(typed, {true, false, false});
+    typed.known_phase_flags = {true, false, false};
     allocate();
     set_alleles(2, typed, "100101");
-    EXPECT_EQ(genotypes(typed), (words{"1|0 10000 0,10000,0 h10000,0", "0/1 10000 0,10000,0", "./. ."}));
+    EXPECT_EQ(genotypes(typed), (texts{"1|0 10000 0,10000,0 h10000,0", "0/1 10000 0,10000,0", "./. ."}));
 }
 
 TEST_F(variant_records, known_haplotypes_carry_their_phase_to_imputed_sites) {
@@ -224,8 +222,8 @@ TEST_F(variant_records, known_haplotypes_carry_their_phase_to_imputed_sites) {
     add_sums(imputed, 1, 2.0, 0.0);
     add_chances(2, 1, 0.5, 0.5);  // which comes first nobody knows
     add_chances(3, 2, 0.125, 0.25);
-    EXPECT_EQ(genotypes(imputed), (words{"1|0 10000 1094,7812,1094 h8750,1250", "0/1 10000 0,10000,0",
-                                         "0/1 10000 2500,5000,2500", "0|0 3750 6563,3125,313 h1250,2500"}));
+    EXPECT_EQ(genotypes(imputed), (texts{"1|0 10000 1094,7812,1094 h8750,1250", "0/1 10000 0,10000,0",
+                                         "0/1 10000 2500,5000,2500", "0|0 3750 6562,3125,313 h1250,2500"}));
     run.params.mc_impute = true;
     allocate_tallies();
     EXPECT_EQ(genotypes(imputed)[0], "0/0 0 10000,0,0");
@@ -239,7 +237,7 @@ TEST_F(variant_records, sums_that_do_not_make_up_the_dosage_are_left_out) {
     allocate();
     add_sums(imputed, 0, 1.0, 0.0);
     run.acc.gtype_acc2[1].add(0, 0, 2.0);
-    EXPECT_EQ(genotypes(imputed), (words{"0|0 5000 5000,5000,0"}));
+    EXPECT_EQ(genotypes(imputed), (texts{"0|0 5000 5000,5000,0"}));
 }
 
 TEST_F(variant_records, prephased_study_has_its_haplotypes_at_sites_of_the_study_alone) {
@@ -253,7 +251,7 @@ TEST_F(variant_records, prephased_study_has_its_haplotypes_at_sites_of_the_study
     site.haps[2] = allele_row(4, 0);
     site.haps[2].set(0, 1);
     site.haps[2].set(3, missing_allele);
-    EXPECT_EQ(genotypes(site), (words{"1|0 10000 0,10000,0 h10000,0", "./. ."}));
+    EXPECT_EQ(genotypes(site), (texts{"1|0 10000 0,10000,0 h10000,0", "./. ."}));
 }
 
 TEST_F(variant_records, everybody_known_or_sampled_imputation_phases_imputed_sites_too) {

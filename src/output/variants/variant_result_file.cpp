@@ -1,4 +1,4 @@
-#include "output/variants/variant_file.h"
+#include "output/variants/variant_result_file.h"
 
 #include <fcntl.h>
 #include <htslib/bgzf.h>
@@ -35,7 +35,7 @@ const char* open_mode(variant_format format) {
 
 }  // namespace
 
-variant_file::variant_file(run_log& log, std::string name, variant_format format, bcf_hdr_t* header)
+variant_result_file::variant_result_file(run_log& log, std::string name, variant_format format, bcf_hdr_t* header)
     : log_(log), name_(std::move(name)), format_(format), header_(header) {
     hts_set_log_level(HTS_LOG_OFF);  // messages are our own
     const int descriptor = ::open(name_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
@@ -48,11 +48,11 @@ variant_file::variant_file(run_log& log, std::string name, variant_format format
     open(descriptor);
 }
 
-variant_file::~variant_file() {
+variant_result_file::~variant_result_file() {
     close();
 }
 
-void variant_file::open(int descriptor) {
+void variant_result_file::open(int descriptor) {
     errno = 0;
     hFILE* const stream = hdopen(descriptor, "w");
     file_.reset(stream == nullptr ? nullptr : hts_hopen(stream, name_.c_str(), open_mode(format_)));
@@ -76,18 +76,18 @@ void variant_file::open(int descriptor) {
     }
 }
 
-void variant_file::failed(std::string_view what) {
+void variant_result_file::failed(std::string_view what) {
     if (!failed_) log_.result_failed(what);
     failed_ = true;
 }
 
-bool variant_file::write_text(std::string_view text) {
+bool variant_result_file::write_text(std::string_view text) {
     const auto n = static_cast<ssize_t>(text.size());
     if (format_ == variant_format::vcf_gz) return bgzf_write(file_->fp.bgzf, text.data(), text.size()) == n;
     return hwrite(file_->fp.hfile, text.data(), text.size()) == n;
 }
 
-void variant_file::write_line(std::string_view line, long position, std::size_t n_bases) {
+void variant_result_file::write_line(std::string_view line, long position, std::size_t n_bases) {
     if (failed_) return;
     errno = 0;
     bool good = write_text(line);
@@ -100,7 +100,7 @@ void variant_file::write_line(std::string_view line, long position, std::size_t 
     if (!good) failed(concat("cannot write [", name_, "] to its end: ", error_text()));
 }
 
-void variant_file::write_record(bcf1_t* record) {
+void variant_result_file::write_record(bcf1_t* record) {
     if (failed_) return;
     errno = 0;
     if (record == nullptr || bcf_write(file_.get(), header_, record) != 0) {
@@ -108,7 +108,7 @@ void variant_file::write_record(bcf1_t* record) {
     }
 }
 
-void variant_file::close() {
+void variant_result_file::close() {
     if (!file_) return;
     errno = 0;
     const bool index_good = failed_ || index_name_.empty() || bcf_idx_save(file_.get()) == 0;

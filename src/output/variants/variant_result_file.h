@@ -11,14 +11,14 @@
 
 class run_log;
 
-class variant_file {
+class variant_result_file {
   public:
     // Opens the file for writing, truncating it, and removes indexes of an earlier file of the name. A failure is named
     // on standard error, what is written is lost, and the run will end with status 1. The header outlives the file.
-    variant_file(run_log& log, std::string name, variant_format format, bcf_hdr_t* header);
-    variant_file(const variant_file&) = delete;
-    variant_file& operator=(const variant_file&) = delete;
-    ~variant_file();
+    variant_result_file(run_log& log, std::string name, variant_format format, bcf_hdr_t* header);
+    variant_result_file(const variant_result_file&) = delete;
+    variant_result_file& operator=(const variant_result_file&) = delete;
+    ~variant_result_file();
 
     // One line of VCF with its end, for a site (base pairs, from 1) that covers some bases.
     void write_line(std::string_view line, long position, std::size_t n_bases);

@@ -1,4 +1,4 @@
-#include "output/variants/variant_file.h"
+#include "output/variants/variant_result_file.h"
 
 #include <htslib/tbx.h>
 #include <sys/stat.h>
@@ -10,7 +10,7 @@
 
 namespace {
 
-class variant_file_on_disk : public encoder_fixture {
+class variant_result_on_disk : public encoder_fixture {
   protected:
     void SetUp() override {
         encoder_fixture::SetUp();
@@ -18,14 +18,13 @@ class variant_file_on_disk : public encoder_fixture {
         header = make_variant_header(results);
         ASSERT_TRUE(header);
     }
-    static constexpr const char* line = "20\t110\trs110\tA\tC\t.\t.\t.\tGT\t0/1\n";
     // A file of lines at 110, 1110, ...
     void write(const std::string& name, variant_format format, std::size_t n_lines) {
-        variant_file file(run.log, name, format, header.get());
+        variant_result_file file(run.log, name, format, header.get());
         for (std::size_t k = 0; k < n_lines; ++k) write_one(file, format, 110 + 1000 * static_cast<long>(k));
         file.close();
     }
-    void write_one(variant_file& file, variant_format format, long position) {
+    void write_one(variant_result_file& file, variant_format format, long position) {
         if (format != variant_format::bcf) {
             file.write_line("20\t" + std::to_string(position) + "\trs\tA\tC\t.\t.\t.\tGT\t0/1\n", position, 1);
             return;
@@ -33,6 +32,8 @@ class variant_file_on_disk : public encoder_fixture {
         const hts_record record(bcf_init());
         record->pos = position - 1;
         bcf_update_alleles_str(header.get(), record.get(), "A,C");
+        const std::array<std::int32_t, 2> genotype{bcf_gt_unphased(0), bcf_gt_unphased(1)};
+        bcf_update_genotypes(header.get(), record.get(), genotype.data(), 2);
         file.write_record(record.get());
     }
     // The positions that an index finds in a region.
@@ -61,7 +62,7 @@ class variant_file_on_disk : public encoder_fixture {
     hts_header header;
 };
 
-TEST_F(variant_file_on_disk, plain_text_is_the_header_and_the_lines) {
+TEST_F(variant_result_on_disk, plain_text_is_the_header_and_the_lines) {
     const std::string name = file("x.vcf");
     write(name, variant_format::vcf, 1);
     const std::string text = file_text(name);
@@ -71,7 +72,7 @@ TEST_F(variant_file_on_disk, plain_text_is_the_header_and_the_lines) {
     EXPECT_FALSE(exists(name + ".csi"));
 }
 
-TEST_F(variant_file_on_disk, index_finds_what_was_written) {
+TEST_F(variant_result_on_disk, index_finds_what_was_written) {
     for (const auto& [ending, index, format] :
          {std::tuple("x.vcf.gz", ".tbi", variant_format::vcf_gz), std::tuple("x.bcf", ".csi", variant_format::bcf)}) {
         const std::string name = file(ending);
@@ -84,7 +85,7 @@ TEST_F(variant_file_on_disk, index_finds_what_was_written) {
     }
 }
 
-TEST_F(variant_file_on_disk, file_without_sites_has_an_index) {
+TEST_F(variant_result_on_disk, file_without_sites_has_an_index) {
     write(file("x.vcf.gz"), variant_format::vcf_gz, 0);
     write(file("x.bcf"), variant_format::bcf, 0);
     EXPECT_EQ(notes(), "");
@@ -92,27 +93,27 @@ TEST_F(variant_file_on_disk, file_without_sites_has_an_index) {
     EXPECT_TRUE(exists(file("x.vcf.gz.tbi")));
 }
 
-TEST_F(variant_file_on_disk, index_is_not_older_than_the_file) {
+TEST_F(variant_result_on_disk, index_is_not_older_than_the_file) {
     const std::string name = file("x.vcf.gz");
     write(name, variant_format::vcf_gz, 10);
     EXPECT_GE(std::filesystem::last_write_time(name + ".tbi"), std::filesystem::last_write_time(name));
 }
 
-TEST_F(variant_file_on_disk, index_of_an_earlier_file_does_not_stay) {
+TEST_F(variant_result_on_disk, index_of_an_earlier_file_does_not_stay) {
     const std::string name = file("x.vcf.gz");
     std::ofstream(name + ".csi") << "old";
     write(name, variant_format::vcf_gz, 1);
     EXPECT_FALSE(exists(name + ".csi"));
 }
 
-TEST_F(variant_file_on_disk, file_that_cannot_be_opened_is_named) {
+TEST_F(variant_result_on_disk, file_that_cannot_be_opened_is_named) {
     const std::string name = file("no_such_folder/x.bcf");
     write(name, variant_format::bcf, 1);
     EXPECT_EQ(notes(), "orvide: cannot write [" + name + "]: No such file or directory\n");
     EXPECT_TRUE(run.log.any_result_failed());
 }
 
-TEST_F(variant_file_on_disk, full_disk_is_named_once_and_leaves_no_index) {
+TEST_F(variant_result_on_disk, full_disk_is_named_once_and_leaves_no_index) {
     for (const auto& [ending, format] :
          {std::pair("x.vcf", variant_format::vcf), std::pair("x.bcf", variant_format::bcf),
           std::pair("x.vcf.gz", variant_format::vcf_gz)}) {
@@ -127,17 +128,17 @@ TEST_F(variant_file_on_disk, full_disk_is_named_once_and_leaves_no_index) {
     EXPECT_TRUE(run.log.any_result_failed());
 }
 
-TEST_F(variant_file_on_disk, index_that_cannot_be_written_is_named) {
+TEST_F(variant_result_on_disk, index_that_cannot_be_written_is_named) {
     const std::string name = file("x.bcf");
     std::filesystem::create_directories(name + ".csi/in_the_way");
     write(name, variant_format::bcf, 1);
     EXPECT_EQ(notes(), "orvide: cannot write [" + name + ".csi]: Is a directory\n");
 }
 
-TEST_F(variant_file_on_disk, record_that_could_not_be_made_is_a_failure) {
+TEST_F(variant_result_on_disk, record_that_could_not_be_made_is_a_failure) {
     const std::string name = file("x.bcf");
     {
-        variant_file out(run.log, name, variant_format::bcf, header.get());
+        variant_result_file out(run.log, name, variant_format::bcf, header.get());
         out.write_record(nullptr);
     }
     EXPECT_EQ(notes(), "orvide: cannot write [" + name + "] to its end: Input/output error\n");

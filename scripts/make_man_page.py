@@ -3,7 +3,7 @@
 
     make_man_page.py                  writes docs/orvide.1
     make_man_page.py --check BINARY   fails when docs/orvide.1 is not what would be written, or when docs/options.md and the
-                                      options that BINARY --help prints are not the same
+                                      options that BINARY --help all prints are not the same
 """
 import re
 import subprocess
@@ -75,7 +75,7 @@ def check(binary):
     faults = []
     if not PAGE.exists() or PAGE.read_text() != make_page(SOURCE.read_text()):
         faults.append('docs/orvide.1 is not what docs/options.md gives; run scripts/make_man_page.py')
-    printed = subprocess.run([binary, '--help'], stdout=subprocess.PIPE, check=True, text=True).stdout
+    printed = subprocess.run([binary, '--help', 'all'], stdout=subprocess.PIPE, check=True, text=True).stdout
     accepted = set(re.findall(r'^ +(-\S+)', printed, re.MULTILINE))
     told = set(re.findall(r'^- `(-[^ `]+)', SOURCE.read_text(), re.MULTILINE))
     faults += ['docs/options.md does not tell of ' + name for name in sorted(accepted - told)]

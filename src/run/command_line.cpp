@@ -22,6 +22,7 @@ enum class option_kind {
     state_counts,  // likewise; the first one replaces element 0
     seed,          // one value, the seed
     flag,          // no value
+    heading,       // no option, but the title of those that follow
 };
 
 struct option {
@@ -36,6 +37,9 @@ struct option {
     std::string_view help;
 };
 
+constexpr option heading(std::string_view title) {
+    return {{}, option_kind::heading, {}, false, {}, title};
+}
 constexpr option text(std::string_view name, std::string parameters::*target, std::string_view help) {
     return {name, option_kind::text, target, false, {}, help};
 }
@@ -61,14 +65,14 @@ constexpr option clearing_flag(std::string_view name, bool parameters::*target, 
 using p = parameters;
 
 constexpr std::array option_table{
-    // The region and the map
+    heading("The region and the map"),
     option{"-int", option_kind::interval, {}, false, {}, "LOWER UPPER  analysis interval in base pairs"},
     text("-chr", &p::chr, "NAME  chromosome, in files that hold several"),
     real("-buffer", &p::buffer_kb, "KB  buffer region on both sides of the interval [250]"),
     text("-m", &p::m_file, "FILE  fine-scale genetic map"),
     real("-Ne", &p::Ne, "N  effective population size [20000]"),
     flag("-allow_large_regions", &p::allow_large_regions, "allow regions longer than 7 Mb"),
-    // Reference panels
+    heading("Reference panels"),
     texts("-h", &p::h_files, "FILE [FILE]  reference haplotypes: Panel 0, Panel 1"),
     texts("-l", &p::l_files, "FILE [FILE]  legends of the -h files"),
     text("-g_ref", &p::g_ref_file, "FILE  reference genotypes: Panel 1"),
@@ -76,7 +80,7 @@ constexpr std::array option_table{
     text("-hap_init_h", &p::hap_init_h_file, "FILE  accepted without effect"),
     text("-hap_init_g_ref", &p::hap_init_g_ref_file, "FILE  accepted without effect"),
     text("-known_haps_g_ref", &p::known_haps_g_ref_file, "FILE  accepted; no file is read"),
-    // Study data
+    heading("Study data"),
     text("-g", &p::g_file, "FILE  study genotypes: Panel 2"),
     text("-known_haps_g", &p::known_haps_g_file, "FILE  study haplotypes of known phase"),
     text("-hap_init_g", &p::hap_init_g_file, "FILE  starting phase of study genotypes"),
@@ -90,7 +94,7 @@ constexpr std::array option_table{
     flag("-haploid_g", &p::haploid_g, "the study is haploid"),
     flag("-chrX", &p::chrX, "the region lies on chromosome X"),
     flag("-Xpar", &p::Xpar, "the chromosome X region is pseudoautosomal"),
-    // Samples and SNP lists
+    heading("Samples and SNP lists"),
     text("-sample_g", &p::sample_g_file, "FILE  sample file of Panel 2"),
     text("-sample_known_haps_g", &p::sample_known_haps_g_file, "FILE  sample file of -known_haps_g"),
     text("-sample_g_ref", &p::sample_g_ref_file, "FILE  sample file of Panel 1"),
@@ -106,7 +110,7 @@ constexpr std::array option_table{
     text("-exclude_snps_h", &p::exclude_snps_h_file, "FILE  SNPs to leave out of Panel 0"),
     text("-include_snps", &p::include_snps_file, "FILE  the only reference SNPs to impute"),
     flag("-impute_excluded", &p::impute_excluded, "impute SNPs that -exclude_snps_g names"),
-    // Strand and allele alignment
+    heading("Strand and allele alignment"),
     text("-strand_g", &p::strand_g_file, "FILE  strands of Panel 2"),
     text("-strand_g_ref", &p::strand_g_ref_file, "FILE  strands of Panel 1"),
     text("-strand_h", &p::strand_h_file, "FILE  strands of Panel 0"),
@@ -116,7 +120,7 @@ constexpr std::array option_table{
     clearing_flag("-no_align_by_label_g_ref", &p::align_by_label_g_ref, "accepted without effect"),
     clearing_flag("-no_remove", &p::remove_excluded, "keep SNPs whose alleles do not agree"),
     flag("-strict_allele_matching", &p::strict_allele_matching, "accepted without effect"),
-    // The Markov chain
+    heading("The Markov chain"),
     integer("-iter", &p::iter, "N  iterations [30]"),
     integer("-burnin", &p::burnin, "N  iterations before results count [10]"),
     integer("-informed_burnin", &p::informed_burnin, "N  burn-in iterations with informed states [2/3 of -burnin]"),
@@ -138,7 +142,7 @@ constexpr std::array option_table{
     integer("-model", &p::model, "N  accepted without effect"),
     option{"-post_samp", option_kind::flag, &p::post_samp, true, "-post_samp [NOT FULLY IMPLEMENTED]",
            "accepted without effect"},
-    // What is imputed and phased
+    heading("What is imputed and phased"),
     option{"-os", option_kind::integers, &p::os_types, false, {}, "T ...  SNP types of the output [0 1 2 3]"},
     flag("-pgs", &p::pgs, "replace study genotypes by imputed ones"),
     flag("-pgs_miss", &p::pgs_miss, "impute missing study genotypes"),
@@ -154,7 +158,7 @@ constexpr std::array option_table{
     echoed_text("-merge_ref_panels_output_gen", &p::merge_ref_panels_output_gen, "NAME  write the merged genotypes"),
     flag("-stage_one", &p::stage_one, "first of two runs: sample haplotypes"),
     flag("-stage_two", &p::stage_two, "second of two runs: impute from sampled haplotypes"),
-    // Output files
+    heading("Output files"),
     text("-o", &p::o_file, "FILE  main output [./test.orvide2]"),
     text("-format_fields", &p::format_fields, "LIST  fields of a genotype in VCF or BCF output: GT,DS,GP,HDS,PQ"),
     text("-i", &p::i_file, "FILE  SNP quality [-o name + _info]"),
@@ -190,7 +194,7 @@ constexpr std::array option_table{
     flag("-show_haploid_copy_states", &p::show_haploid_copy_states, "write the states of imputation updates"),
     flag("-show_ref_copy_probs", &p::show_ref_copy_probs, "write copying probabilities of reference haplotypes"),
     flag("-show_all_copy_probs", &p::show_all_copy_probs, "write copying probabilities of all haplotypes"),
-    // Memory
+    heading("Memory"),
     flag("-mem_save", &p::mem_save, "both of the following"),
     flag("-mem_save_1", &p::mem_save_1, "keep fewer forward values, compute the others again"),
     flag("-mem_save_2", &p::mem_save_2, "keep sampled haplotypes in temporary files"),
@@ -293,6 +297,8 @@ class scan {
             case option_kind::flag:
                 params.*std::get<bool parameters::*>(row.target) = row.flag_value;
                 break;
+            case option_kind::heading:
+                break;
         }
     }
 
@@ -314,6 +320,7 @@ command_line read_command_line(const std::vector<std::string>& entries) {
     for (std::size_t i = 0; i < entries.size(); ++i) {
         if (entries[i] == "--help") {
             result.wants_help = true;
+            result.wants_all_help = i + 1 < entries.size() && entries[i + 1] == "all";
         } else if (entries[i] == "--version") {
             result.wants_version = true;
         } else if (is_standard_input(entries[i]) && i > 0 && takes_file(entries[i - 1])) {
@@ -326,21 +333,43 @@ command_line read_command_line(const std::vector<std::string>& entries) {
 }
 
 std::string help_text() {
-    std::string text =
-        "Usage: orvide -m MAP -h HAPLOTYPES -l LEGEND -g GENOTYPES -int LOWER UPPER -o OUTPUT [options]\n"
-        "\n"
-        "Imputes the genotypes of study individuals at sites that were not measured, from phased reference\n"
-        "haplotypes, for one stretch of a chromosome; phases the study; checks its own accuracy.\n"
-        "\n"
-        "Options ([default]):\n";
+    return "Usage: orvide -h PANEL -g STUDY -m MAP -int LOWER UPPER -o OUTPUT [options]\n"
+           "\n"
+           "Imputes genotypes of a study from phased reference haplotypes, for one stretch\n"
+           "of a chromosome; phases the study; checks its own accuracy.\n"
+           "\n"
+           "Reference  -h FILE [FILE]       VCF, BCF, or text with its legend: -l FILE\n"
+           "           -g_ref FILE          a second panel, without phase\n"
+           "Study      -g FILE              genotypes: VCF, BCF or text\n"
+           "           -known_haps_g FILE   haplotypes; -use_prephased_g when all is phased\n"
+           "           -sample_g FILE       people, for text; -exclude_samples_g FILE\n"
+           "           -exclude_snps_g FILE, -strand_g FILE, -align_by_maf_g\n"
+           "           -call_thresh P [0.9], -prob_g, -chrX, -haploid_g\n"
+           "Region     -int LOWER UPPER     base pairs; -chr NAME, -m MAP\n"
+           "           -buffer KB           on each side [250]\n"
+           "Task       -phase, -prephase_g, -pgs, -os TYPE ...\n"
+           "Model      -k N [80], -k_hap N [500], -iter N [30], -burnin N [10]\n"
+           "Output     -o FILE              VCF or BCF by its name, else text; -o_gz\n"
+           "           -outdp N [3], -seed N\n"
+           "\n"
+           "orvide --help all tells all options, orvide --version the version.\n";
+}
+
+std::string full_help_text() {
+    std::string text = "Usage: orvide -h PANEL -g STUDY -m MAP -int LOWER UPPER -o OUTPUT [options]\n";
     constexpr std::size_t name_width = 42;
     for (const option& row : option_table) {
+        if (row.kind == option_kind::heading) {
+            text += concat("\n", row.help, " ([default])\n");
+            continue;
+        }
         std::string line = "  " + std::string(row.name);
         line.resize(std::max(line.size() + 1, name_width), ' ');
         text += line + std::string(row.help) + "\n";
     }
     text +=
-        "  --help                                  print this text\n"
+        "\nHelp\n"
+        "  --help                                  the main options; --help all: this text\n"
         "  --version                               print the version\n";
     return text;
 }

@@ -80,7 +80,7 @@ void run_guarded(data& run) {
 int run_program(const std::vector<std::string>& entries, std::ostream& terminal, std::ostream& notes) {
     command_line line = read_command_line(entries);
     if (line.wants_help || line.wants_version) {
-        if (line.wants_help) terminal << help_text();
+        if (line.wants_help) terminal << (line.wants_all_help ? full_help_text() : help_text());
         if (line.wants_version) terminal << "ORVIDE version " << program_version << std::endl;
         return 0;
     }

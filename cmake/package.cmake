@@ -1,0 +1,15 @@
+# The Debian package (scripts/package.sh).
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME orvide)
+set(CPACK_PACKAGE_VENDOR "The ORVIDE developers")
+set(CPACK_PACKAGE_CONTACT "The ORVIDE developers")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "genotype imputation and phasing from reference haplotypes")
+set(CPACK_PACKAGE_DESCRIPTION
+    "Estimates the genotypes that a study did not measure, and the phase of those that it did, from phased haplotypes of sequenced people.")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_DEBIAN_PACKAGE_SECTION science)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "bcftools, python3-matplotlib, python3-jinja2, snakemake")
+include(CPack)

@@ -128,11 +128,11 @@ std::vector<std::string> variant_input::indexed_contigs() const {
     return {names.get(), names.get() + n};
 }
 
-variant_owner<hts_itr_t> variant_input::query(const std::string& contig) const {
+hts_iterator variant_input::query(const std::string& contig) const {
     const auto query_index = [this](int id) {
         const hts_pos_t begin = lower_ - 1, end = std::max(upper_, 0L);
-        return variant_owner<hts_itr_t>(bcf_index_ ? bcf_itr_queryi(bcf_index_.get(), id, begin, end)
-                                                   : tbx_itr_queryi(vcf_index_.get(), id, begin, end));
+        return hts_iterator(bcf_index_ ? bcf_itr_queryi(bcf_index_.get(), id, begin, end)
+                                       : tbx_itr_queryi(vcf_index_.get(), id, begin, end));
     };
     return query_index(bcf_index_ ? bcf_hdr_name2id(header_.get(), contig.c_str())
                                   : tbx_name2id(vcf_index_.get(), contig.c_str()));
@@ -146,7 +146,7 @@ bool variant_input::asks_for(const std::string& contig) const {
 void variant_input::choose_indexed_contig() {
     const std::vector<std::string> contigs = indexed_contigs();
     std::vector<std::string> found;
-    const variant_owner<bcf1_t> record(bcf_init());
+    const hts_record record(bcf_init());
     bool named = false;
     for (const std::string& contig : contigs) {
         if (!asks_for(contig)) continue;

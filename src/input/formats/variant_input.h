@@ -3,9 +3,7 @@
 // The records of a VCF or BCF file in one stretch of one chromosome: which chromosome, with the help of an index where
 // there is one, in order, to the end of the stretch.
 
-#include <htslib/hts.h>
-#include <htslib/tbx.h>
-#include <htslib/vcf.h>
+#include <htslib/kstring.h>
 
 #include <cstddef>
 #include <memory>
@@ -16,22 +14,11 @@
 #include <vector>
 
 #include "input/formats/format_table.h"
+#include "io/hts_objects.h"
 #include "io/input_file.h"
 #include "model/contig_info.h"
 
 class run_log;
-
-// Frees what the library has made.
-struct variant_deleter {
-    void operator()(htsFile* file) const { hts_close(file); }
-    void operator()(bcf_hdr_t* header) const { bcf_hdr_destroy(header); }
-    void operator()(bcf1_t* record) const { bcf_destroy(record); }
-    void operator()(hts_idx_t* index) const { hts_idx_destroy(index); }
-    void operator()(tbx_t* index) const { tbx_destroy(index); }
-    void operator()(hts_itr_t* iterator) const { hts_itr_destroy(iterator); }
-};
-template <typename Type>
-using variant_owner = std::unique_ptr<Type, variant_deleter>;
 
 class variant_input {
   public:
@@ -60,7 +47,7 @@ class variant_input {
     bool load_index();
     bool index_is_current() const;
     std::vector<std::string> indexed_contigs() const;
-    variant_owner<hts_itr_t> query(const std::string& contig) const;
+    hts_iterator query(const std::string& contig) const;
     void choose_indexed_contig();
     bool next_indexed(bcf1_t* record);
     bool next_in_file(bcf1_t* record);
@@ -80,14 +67,14 @@ class variant_input {
     std::string name_, chromosome_;
     long lower_, upper_;
     bool is_regular_;
-    variant_owner<htsFile> file_;
-    variant_owner<bcf_hdr_t> header_;
+    hts_file file_;
+    hts_header header_;
     std::vector<std::string> samples_;
     std::string contig_;
     // With an index: of BCF, or of compressed VCF.
-    variant_owner<hts_idx_t> bcf_index_;
-    variant_owner<tbx_t> vcf_index_;
-    variant_owner<hts_itr_t> iterator_;
+    hts_index bcf_index_;
+    tbx_index vcf_index_;
+    hts_iterator iterator_;
     // Without one.
     std::set<std::string> seen_;  // chromosomes so far
     std::string last_contig_;

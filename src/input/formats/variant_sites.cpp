@@ -55,7 +55,7 @@ variant_sites::variant_sites(run_log& log, const source_request& request, input_
 
 void variant_sites::settle_ploidies() {
     while (ahead_.size() < most_records_ahead) {
-        variant_owner<bcf1_t> record(bcf_init());
+        hts_record record(bcf_init());
         if (!file_.next(record.get())) break;
         ahead_.push_back(std::move(record));
         if (read_calls(file_.header(), ahead_.back().get(), calls_) == call_fault::none) learn(calls_);

@@ -62,8 +62,8 @@ class variant_sites {
     source_request request_;
     variant_input file_;
     variant_info info_;
-    std::deque<variant_owner<bcf1_t>> ahead_;  // records that were read before their turn
-    variant_owner<bcf1_t> record_;
+    std::deque<hts_record> ahead_;  // records that were read before their turn
+    hts_record record_;
     int allele_ = 0;
     std::string id_;
     std::vector<std::uint8_t> ploidies_;

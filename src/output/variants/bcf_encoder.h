@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "output/variants/hts_objects.h"
+#include "io/hts_objects.h"
 #include "output/variants/site_text.h"
 #include "output/variants/variant_records.h"
 

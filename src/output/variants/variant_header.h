@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "io/hts_objects.h"
 #include "output/result_inputs.h"
-#include "output/variants/hts_objects.h"
 
 // The name of the chromosome: as an input file has it, else that of -chr, else "X" under -chrX, else "0".
 std::string contig_name(const result_inputs& run);

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "output/variants/hts_objects.h"
+#include "io/hts_objects.h"
 #include "output/variants/variant_format.h"
 
 class run_log;

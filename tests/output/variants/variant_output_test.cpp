@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
+#include "io/hts_objects.h"
 #include "output/output_fixture.h"
-#include "output/variants/hts_objects.h"
 
 namespace {
 

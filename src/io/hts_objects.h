@@ -3,6 +3,7 @@
 // Objects of htslib that end with their owner.
 
 #include <htslib/hts.h>
+#include <htslib/tbx.h>
 #include <htslib/vcf.h>
 
 #include <memory>
@@ -11,8 +12,14 @@ struct hts_object_end {
     void operator()(htsFile* file) const { hts_close(file); }
     void operator()(bcf_hdr_t* header) const { bcf_hdr_destroy(header); }
     void operator()(bcf1_t* record) const { bcf_destroy(record); }
+    void operator()(hts_idx_t* index) const { hts_idx_destroy(index); }
+    void operator()(tbx_t* index) const { tbx_destroy(index); }
+    void operator()(hts_itr_t* iterator) const { hts_itr_destroy(iterator); }
 };
 
 using hts_file = std::unique_ptr<htsFile, hts_object_end>;
 using hts_header = std::unique_ptr<bcf_hdr_t, hts_object_end>;
 using hts_record = std::unique_ptr<bcf1_t, hts_object_end>;
+using hts_index = std::unique_ptr<hts_idx_t, hts_object_end>;
+using tbx_index = std::unique_ptr<tbx_t, hts_object_end>;
+using hts_iterator = std::unique_ptr<hts_itr_t, hts_object_end>;

@@ -190,7 +190,8 @@ constexpr std::array option_table{
     flag("-show_haploid_copy_states", &p::show_haploid_copy_states, "write the states of imputation updates"),
     flag("-show_ref_copy_probs", &p::show_ref_copy_probs, "write copying probabilities of reference haplotypes"),
     flag("-show_all_copy_probs", &p::show_all_copy_probs, "write copying probabilities of all haplotypes"),
-    // Memory
+    // Time and memory
+    integer("-threads", &p::threads, "N  threads; 0: as many as the process may use [1]"),
     flag("-mem_save", &p::mem_save, "both of the following"),
     flag("-mem_save_1", &p::mem_save_1, "keep fewer forward values, compute the others again"),
     flag("-mem_save_2", &p::mem_save_2, "keep sampled haplotypes in temporary files"),

@@ -34,7 +34,7 @@
 namespace {
 
 result_inputs results_of(data& run) {
-    return {run.params, run.plan, run.sites, run.panels, run.acc, run.log};
+    return {run.params, run.plan, run.sites, run.panels, run.acc, run.log, run.workers};
 }
 
 class iteration_loop {

@@ -256,8 +256,8 @@ std::vector<std::size_t> update_passes::imputing_panels() const {
     const std::array<bool, 4>& wanted = run_.plan.output_types;
     std::vector<std::size_t> panels;
     if (run_.panels[1].n_hap >= 1 && wanted[1]) panels.push_back(1);
-    const bool from_panel0 = (wanted[0] || p.show_ref_copy_probs) &&
-                             (!p.use_panel1_for_type0_imputation || now_.selfcheck || p.stage_one);
+    const bool from_panel0 =
+        (wanted[0] || p.show_ref_copy_probs) && (!p.use_panel1_for_type0_imputation || now_.selfcheck || p.stage_one);
     if (run_.panels[0].n_hap >= 1 && from_panel0) panels.push_back(0);
     return panels;
 }

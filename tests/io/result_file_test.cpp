@@ -222,11 +222,11 @@ TEST_F(result, lines_made_elsewhere_are_written_as_they_are) {
     std::string text;
     for (const std::string& line : many_lines()) text += line + "\n";
     EXPECT_TRUE("head\n" + text + "end" == written([&text](result_file& f) {
-        f.text("head");
-        f.end_line();
-        f.append(text);
-        f.append("end");
-    }));
+                    f.text("head");
+                    f.end_line();
+                    f.append(text);
+                    f.append("end");
+                }));
 }
 
 TEST_F(result, a_compressed_empty_file_is_a_whole_one) {

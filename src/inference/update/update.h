@@ -45,9 +45,9 @@ struct haploid_result {
     std::vector<double> copying;
 };
 
-// The classes by which the update is to go if it can (see haplotype_classes::serve), null for single states. To be asked
-// for update after update in their order, and never while one that goes by these classes is computed and Panel 0 has
-// changed: they are then made anew.
+// The classes by which the update is to go if it can (see haplotype_classes::serve), null for single states. To be
+// asked for update after update in their order, and never while one that goes by these classes is computed and Panel 0
+// has changed: they are then made anew.
 const haplotype_classes* serving_classes(const inference_inputs& in, const haploid_update& update,
                                          const conditioning_states& states, haplotype_classes& classes);
 

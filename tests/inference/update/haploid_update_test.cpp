@@ -203,7 +203,7 @@ class haploid_updates : public update_fixture {
     }
 
     slow::haploid_model plain;
-    haplotype_classes classes;  // of Panel 0
+    haplotype_classes classes;              // of Panel 0
     std::vector<haploid_request> requests;  // of the last update
 };
 

@@ -247,7 +247,11 @@ void update_passes::update_study_individuals() {
 
 void update_passes::record_known_study() {
     n_known_ = n_unknown_ = 0;
-    for (std::size_t i = 0; i < run_.plan.n_study; ++i) record_if_counted(member_of_study(i));
+    ordered_jobs jobs(run_.workers);
+    for (std::size_t i = 0; i < run_.plan.n_study; ++i) {
+        jobs.add([this, member = member_of_study(i)](std::size_t /*worker*/) { record_if_counted(member); });
+    }
+    jobs.take_all();
 }
 
 // The panels from whose reference the study is imputed, in their order.

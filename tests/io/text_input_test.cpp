@@ -13,7 +13,7 @@ class text_input_file : public ::testing::Test {
   protected:
     void SetUp() override { capture.open(log); }
     text_input open(const std::string& name, bool ahead = false) {
-        return text_input(log, name, "missing", "unopened", ahead);
+        return {log, input_file(log, name, "missing", "unopened"), "unopened", ahead};
     }
     std::vector<std::string> lines_of(const std::string& name, bool ahead = false) {
         text_input file = open(name, ahead);

@@ -4,12 +4,19 @@
 
 #include <fstream>
 #include <iosfwd>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
 // Ends the run with an exit status. Thrown after all has been said; caught in main.
 struct run_end {
     int status;
+};
+
+// What ends the run, as it is found by work that says nothing itself, since others may have to say something first: who
+// takes its result passes the words to fatal().
+struct run_fault : std::runtime_error {
+    using std::runtime_error::runtime_error;
 };
 
 class run_log {

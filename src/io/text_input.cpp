@@ -16,6 +16,8 @@ constexpr std::size_t initial_buffer = std::size_t{1} << 18;
 constexpr std::streamsize gzip_buffer = 1 << 16;
 constexpr std::streamsize text_buffer = 1 << 17;  // small ones make the decompressor copy its window often
 constexpr std::streamsize file_buffer = 1 << 16;
+// A block that is read ahead is what the decompressor hands out at once: a damaged file fails at the same byte.
+constexpr std::size_t blocks_ahead = 16;
 
 // The end of the chain.
 class file_source {
@@ -39,6 +41,11 @@ struct text_input::chain {
     explicit chain(input_file&& opened) : file(std::move(opened)) {}
     input_file file;
     boost::iostreams::filtering_istream stream;
+
+    std::size_t read(char* to, std::size_t n) {
+        stream.read(to, static_cast<std::streamsize>(n));
+        return static_cast<std::size_t>(stream.gcount());
+    }
 };
 
 text_input::~text_input() = default;
@@ -47,7 +54,7 @@ text_input::text_input(run_log& log, std::string name, std::string_view missing_
                        std::string_view unopened_message)
     : text_input(log, input_file(log, std::move(name), missing_message, unopened_message), unopened_message) {}
 
-text_input::text_input(run_log& log, input_file&& file, std::string_view unopened_message)
+text_input::text_input(run_log& log, input_file&& file, std::string_view unopened_message, bool ahead)
     : log_(log), name_(file.name()), chain_(std::make_unique<chain>(std::move(file))), buffer_(initial_buffer) {
     auto& stream = chain_->stream;
     if (is_gzipped(name_)) {
@@ -59,6 +66,9 @@ text_input::text_input(run_log& log, input_file&& file, std::string_view unopene
     if (!stream) log_.fatal(unopened_message);
     // Failures inside the chain come out as exceptions, so that no damaged file passes for a short one.
     stream.exceptions(std::ios_base::badbit);
+    if (!ahead || !is_gzipped(name_)) return;
+    const auto unpack = [from = chain_.get()](char* to, std::size_t n) { return from->read(to, n); };
+    ahead_ = std::make_unique<read_ahead>(unpack, text_buffer, blocks_ahead);
 }
 
 bool text_input::refill() {
@@ -69,13 +79,15 @@ bool text_input::refill() {
         begin_ = 0;
     }
     if (end_ == buffer_.size()) buffer_.resize(buffer_.size() * 2);
+    std::size_t n_read = 0;
     try {
-        chain_->stream.read(buffer_.data() + end_, static_cast<std::streamsize>(buffer_.size() - end_));
+        char* const to = buffer_.data() + end_;
+        const std::size_t n = buffer_.size() - end_;
+        n_read = ahead_ ? ahead_->read(to, n) : chain_->read(to, n);
     } catch (const std::exception& failure) {
         log_.fatal(concat("ERROR: The file [", name_, "] is damaged or cannot be read after line ", line_number_, " (",
                           failure.what(), ")."));
     }
-    const auto n_read = static_cast<std::size_t>(chain_->stream.gcount());
     end_ += n_read;
     if (n_read == 0) at_end_ = true;
     return n_read > 0;

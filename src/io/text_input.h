@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "io/input_file.h"
+#include "threads/read_ahead.h"
 
 class run_log;
 
@@ -16,8 +17,8 @@ class text_input {
     // Opens the file. The two messages are what the caller says when the file does not exist, and when it cannot be
     // opened (a directory counts as that); both end the run.
     text_input(run_log& log, std::string name, std::string_view missing_message, std::string_view unopened_message);
-    // Reads what has been opened.
-    text_input(run_log& log, input_file&& file, std::string_view unopened_message);
+    // Reads what has been opened. ahead: a thread of its own unpacks a gzip file.
+    text_input(run_log& log, input_file&& file, std::string_view unopened_message, bool ahead = false);
     ~text_input();
     text_input(const text_input&) = delete;
     text_input& operator=(const text_input&) = delete;
@@ -47,6 +48,7 @@ class text_input {
     run_log& log_;
     std::string name_;
     std::unique_ptr<chain> chain_;
+    std::unique_ptr<read_ahead> ahead_;  // of the chain, or null
     std::vector<char> buffer_;
     std::size_t begin_ = 0;  // the unread part of the buffer
     std::size_t end_ = 0;

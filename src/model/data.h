@@ -13,6 +13,7 @@
 #include "model/parameters.h"
 #include "model/run_plan.h"
 #include "model/site_table.h"
+#include "threads/worker_pool.h"
 
 struct data {
     // terminal: standard output; notes: standard error.
@@ -28,4 +29,5 @@ struct data {
     genetic_map map;
     copying_models models;
     accumulators acc;
+    worker_pool workers;  // of one, until the driver starts more
 };

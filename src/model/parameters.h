@@ -74,6 +74,7 @@ struct parameters {
     double prob_g_thresh = -1.0;                       // -prob_g_thresh
     std::int64_t seed = -1;                            // -seed
     int nind = 0;                                      // -nind
+    int threads = 1;                                   // -threads; 0: all that may be used
     int model = 10;                                    // -model
     int outdp = 3;                                     // -outdp
     std::vector<int> os_types;                         // -os (list)

@@ -34,7 +34,7 @@ class comparison {
 };
 
 // A quality figure with 3 decimals; -1 when it is undefined.
-inline void write_figure(result_file& file, const std::optional<double>& figure) {
+inline void write_figure(result_text& file, const std::optional<double>& figure) {
     if (figure) {
         file.fixed(*figure, 3);
     } else {

@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "io/text.h"
+#include "output/block_writing.h"
 #include "output/site_columns.h"
 
 bool prints_as_one(const genotype_triple& probs, double low, double high) {
@@ -20,7 +21,7 @@ void check_sums(const result_inputs& run, std::size_t s, triple_source source, s
     const snp& site = *run.sites.in_order[s];
     for (std::size_t i = 0; i < triples.size(); ++i) {
         if (!is_computed(source, site, i) || prints_as_one(triples[i], low, 1.0 - low)) continue;
-        run.log.fatal(
+        throw run_fault(
             concat("ERROR: The imputed genotype probabilities for the SNP at position ", run.sites.positions[s],
                    " do not sum to 1.0; this implies that there was a problem with the imputation. Please contact the "
                    "authors for assistance."));
@@ -29,29 +30,28 @@ void check_sums(const result_inputs& run, std::size_t s, triple_source source, s
 
 namespace {
 
-class main_writer {
+class main_formatter {
   public:
-    main_writer(const result_inputs& run, result_file& file)
-        : run_(run), file_(file), genotypes_(main_genotypes(run)), low_(smallest_printed(run.params.outdp)) {}
+    explicit main_formatter(const result_inputs& run)
+        : run_(run), genotypes_(main_genotypes(run)), low_(smallest_printed(run.params.outdp)) {}
 
-    void write(std::span<const std::size_t> block) {
+    void write(std::span<const std::size_t> block, result_text& lines) {
         genotypes_.load(block);
-        for (std::size_t j = 0; j < block.size(); ++j) write_line(j, block[j]);
+        for (std::size_t j = 0; j < block.size(); ++j) write_line(j, block[j], lines);
     }
 
   private:
-    void write_line(std::size_t j, std::size_t s) {
+    void write_line(std::size_t j, std::size_t s, result_text& lines) {
         const std::span<const genotype_triple> triples = genotypes_.triples(j);
         check_sums(run_, s, genotypes_.source(j), triples, low_);
         values_.clear();
         for (const genotype_triple& p : triples) values_.insert(values_.end(), p.begin(), p.end());
-        write_site_columns(file_, run_, s);
-        file_.probabilities(values_, run_.params.outdp, low_);
-        file_.end_line();
+        write_site_columns(lines, run_, s);
+        lines.probabilities(values_, run_.params.outdp, low_);
+        lines.end_line();
     }
 
     const result_inputs& run_;
-    result_file& file_;
     genotype_block genotypes_;
     double low_;
     std::vector<double> values_;  // of a line
@@ -62,8 +62,7 @@ class main_writer {
 void write_main_output(const result_inputs& run) {
     if (run.plan.sporadic_haploid_imputation) return;
     result_file file(run.log, run.name(""), run.params.o_gz);
-    main_writer writer(run, file);
     const auto selected =
         select_sites(run.sites, run.output_interval(), [&run](const snp& site) { return type_is_output(run, site); });
-    visit_blocks(selected, [&writer](std::span<const std::size_t> block) { writer.write(block); });
+    write_blocks<main_formatter>(run, file, selected);
 }

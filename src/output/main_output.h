@@ -16,7 +16,7 @@ void write_main_output(const result_inputs& run);
 // below low prints as 0, one above high as 1.
 bool prints_as_one(const genotype_triple& probs, double low, double high);
 
-// Ends the run at a triple of site s that was computed and does not sum to 1. triples: by study individual, of a
+// Throws a run_fault at a triple of site s that was computed and does not sum to 1. triples: by study individual, of a
 // source; low: the smallest value that is printed.
 void check_sums(const result_inputs& run, std::size_t s, triple_source source, std::span<const genotype_triple> triples,
                 double low);

@@ -1,6 +1,7 @@
 #pragma once
 
-// What the writers of results read: the rooms of a run, none of which they change, and the log for their messages. A
+// What the writers of results read: the rooms of a run, none of which they change; the log for their messages, and who
+// works beside. A
 // writer takes this struct and, where it has one, the object that it writes (haplotype confidences, copied states); the
 // driver makes one at the start of the iterations and passes it to all.
 
@@ -15,6 +16,7 @@
 #include "model/parameters.h"
 #include "model/run_plan.h"
 #include "model/site_table.h"
+#include "threads/worker_pool.h"
 
 struct result_inputs {
     const parameters& params;
@@ -23,6 +25,7 @@ struct result_inputs {
     const panel_array& panels;
     const accumulators& acc;
     run_log& log;
+    worker_pool& workers;
 
     // The interval of the main output, of the quality and of the count files.
     std::pair<long, long> output_interval() const;

@@ -7,7 +7,7 @@ const panel_labels& output_labels(const parameters& params, const snp& site, std
     return site.labels[study_only ? 2 : 1];
 }
 
-void write_site_columns(result_file& file, const snp& site, long position, const panel_labels& labels) {
+void write_site_columns(result_text& file, const snp& site, long position, const panel_labels& labels) {
     file.text(site.snp_id);
     file.character(' ');
     file.text(site.rs_id);
@@ -19,7 +19,7 @@ void write_site_columns(result_file& file, const snp& site, long position, const
     file.text(labels.a1);
 }
 
-void write_site_columns(result_file& file, const result_inputs& run, std::size_t s) {
+void write_site_columns(result_text& file, const result_inputs& run, std::size_t s) {
     const snp& site = *run.sites.in_order[s];
     write_site_columns(file, site, run.sites.positions[s], output_labels(run.params, site, site.type));
 }

@@ -13,9 +13,9 @@
 const panel_labels& output_labels(const parameters& params, const snp& site, std::size_t type);
 
 // SNP ID, rs ID, position and two labels, with blanks between and none after the last.
-void write_site_columns(result_file& file, const snp& site, long position, const panel_labels& labels);
+void write_site_columns(result_text& file, const snp& site, long position, const panel_labels& labels);
 // The same for a site by its index, with the labels of its type.
-void write_site_columns(result_file& file, const result_inputs& run, std::size_t s);
+void write_site_columns(result_text& file, const result_inputs& run, std::size_t s);
 
 // Whether sites of the type of this one are asked for (-os).
 inline bool type_is_output(const result_inputs& run, const snp& site) {

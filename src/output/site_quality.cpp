@@ -86,7 +86,7 @@ void quality_block::compare(genotype_block& genotypes, std::size_t j, const snp&
 }
 
 // Leaves the two homozygotes, scaled to sum to 1; without any chance of either, the frequency stands in.
-void quality_block::make_haploid(genotype_triple& p, const snp& site, long position) const {
+void quality_block::make_haploid(genotype_triple& p, const snp& site, long position) {
     const double sum = p[0] + p[2];
     p[1] = 0.0;
     if (sum > tolerance) {
@@ -96,8 +96,8 @@ void quality_block::make_haploid(genotype_triple& p, const snp& site, long posit
     }
     const double freq = site.labels[2].freq;
     if (freq < -1e-10 || freq > 1.0000000001) {
-        run_.log.fatal(concat("ERROR: Unexpected gens1 frequency of ", fixed_text(freq, 3), " at position ", position,
-                              ". Please contact the authors for assistance."));
+        throw run_fault(concat("ERROR: Unexpected gens1 frequency of ", fixed_text(freq, 3), " at position ", position,
+                               ". Please contact the authors for assistance."));
     }
     p[0] = 1.0 - freq;
     p[2] = freq;

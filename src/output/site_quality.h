@@ -46,7 +46,7 @@ class quality_block {
     // compared: with the figures of typed sites (-no_snp_qc_info clears).
     quality_block(const result_inputs& run, bool compared);
     void load(std::span<const std::size_t> sites);
-    // j counts the sites of the block. Ends the run if a haploid has no homozygous chance and the site no sound
+    // j counts the sites of the block. Throws a run_fault if a haploid has no homozygous chance and the site no sound
     // frequency.
     site_quality measure(std::size_t j);
 
@@ -54,7 +54,7 @@ class quality_block {
     void measure_genotypes(std::size_t j, const snp& site, long position, site_quality& quality);
     void compare(genotype_block& genotypes, std::size_t j, const snp& site, accuracy& result,
                  std::optional<double>* info);
-    void make_haploid(genotype_triple& p, const snp& site, long position) const;
+    static void make_haploid(genotype_triple& p, const snp& site, long position);
 
     const result_inputs& run_;
     genotype_block genotypes_;

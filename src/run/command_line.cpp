@@ -194,7 +194,8 @@ constexpr std::array option_table{
     flag("-show_haploid_copy_states", &p::show_haploid_copy_states, "write the states of imputation updates"),
     flag("-show_ref_copy_probs", &p::show_ref_copy_probs, "write copying probabilities of reference haplotypes"),
     flag("-show_all_copy_probs", &p::show_all_copy_probs, "write copying probabilities of all haplotypes"),
-    heading("Memory"),
+    heading("Time and memory"),
+    integer("-threads", &p::threads, "N  threads; 0: as many as the process may use [1]"),
     flag("-mem_save", &p::mem_save, "both of the following"),
     flag("-mem_save_1", &p::mem_save_1, "keep fewer forward values, compute the others again"),
     flag("-mem_save_2", &p::mem_save_2, "keep sampled haplotypes in temporary files"),
@@ -350,7 +351,7 @@ std::string help_text() {
            "Task       -phase, -prephase_g, -pgs, -os TYPE ...\n"
            "Model      -k N [80], -k_hap N [500], -iter N [30], -burnin N [10]\n"
            "Output     -o FILE              VCF or BCF by its name, else text; -o_gz\n"
-           "           -outdp N [3], -seed N\n"
+           "           -outdp N [3], -seed N, -threads N [1]\n"
            "\n"
            "orvide --help all tells all options, orvide --version the version.\n";
 }

@@ -29,11 +29,12 @@
 #include "run/passes.h"
 #include "run/process_input.h"
 #include "run/reports.h"
+#include "threads/processors.h"
 
 namespace {
 
 result_inputs results_of(data& run) {
-    return {run.params, run.plan, run.sites, run.panels, run.acc, run.log};
+    return {run.params, run.plan, run.sites, run.panels, run.acc, run.log, run.workers};
 }
 
 class iteration_loop {
@@ -57,6 +58,7 @@ class iteration_loop {
             progress_.start_iteration(it, run_.plan.n_iterations);
             run_one(now);
         }
+        passes_.finish_imputation();
         progress_.finish();
     }
     const update_passes& passes() const { return passes_; }
@@ -79,6 +81,7 @@ class iteration_loop {
     }
 
     void renew_parameters() {
+        passes_.finish_imputation();
         run_.log.stage("RESETTING PARAMETERS FOR \"SURROGATE FAMILY\" MODELING");
         set_model_parameters(run_.log, p_, run_.plan, run_.panels, true, run_.models, run_.sites);
     }
@@ -238,6 +241,7 @@ void finish(data& run, const update_passes& passes) {
 
 void impute(data& run) {
     process_input(run.log, run.params, run.plan, run.panels);
+    run.workers.start(run.params.threads == 0 ? usable_processors() : static_cast<std::size_t>(run.params.threads));
     print_nomenclature(run.log, run.params);
     print_files(run.log, run.params);
     read_data({run.params, run.plan, run.log, run.map, run.panels, run.sites});

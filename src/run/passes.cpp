@@ -28,7 +28,8 @@ update_passes::update_passes(data& run, progress_line& progress, distance_matrix
       in_(inputs_of(run)),
       chooser_(in_, std::move(distances)),
       imputed_(run.sites.size()),
-      diagnostics_(run.log, in_, run.sites.range(output_interval(run.params, run.plan))) {
+      diagnostics_(run.log, in_, run.sites.range(output_interval(run.params, run.plan))),
+      jobs_(run, in_) {
     if (run.params.show_diploid_copy_states) copy_states_.by_individual.resize(run.panels[2].n_ind);
     if (run.params.show_haploid_copy_states) {
         for (auto& records : copy_states_.by_haplotype) records.resize(run.panels[2].n_hap);
@@ -59,6 +60,10 @@ void update_passes::say_sweep(const std::string& words) {
     if (run_.params.verbose) run_.log.terminal_text(words);
 }
 
+void update_passes::say_haplotype(const haploid_update& update) {
+    say_sweep(concat(" [hap ", update.hap, "]"));
+}
+
 // To be called for every individual of the study in order.
 study_member update_passes::member_of_study(std::size_t ind) {
     const panel_data& study = run_.panels[2];
@@ -67,7 +72,7 @@ study_member update_passes::member_of_study(std::size_t ind) {
 }
 
 void update_passes::run_haploid(const haploid_update& update) {
-    say_sweep(concat(" [hap ", update.hap, "]"));
+    say_haplotype(update);
     update_haploid(in_, update, states_, work_, haploid_);
     haploid_draws_.add(haploid_.walk);
     diagnostics_.write_copying(update, states_, haploid_);
@@ -242,11 +247,28 @@ void update_passes::update_study_individuals() {
 
 void update_passes::record_known_study() {
     n_known_ = n_unknown_ = 0;
-    for (std::size_t i = 0; i < run_.plan.n_study; ++i) record_if_counted(member_of_study(i));
+    ordered_jobs jobs(run_.workers);
+    for (std::size_t i = 0; i < run_.plan.n_study; ++i) {
+        jobs.add([this, member = member_of_study(i)](std::size_t /*worker*/) { record_if_counted(member); });
+    }
+    jobs.take_all();
 }
 
-// Imputes an individual's haplotypes from one panel's reference.
-void update_passes::impute_individual(const study_member& member, std::size_t cond_panel) {
+// The panels from whose reference the study is imputed, in their order.
+std::vector<std::size_t> update_passes::imputing_panels() const {
+    const parameters& p = run_.params;
+    const std::array<bool, 4>& wanted = run_.plan.output_types;
+    std::vector<std::size_t> panels;
+    if (run_.panels[1].n_hap >= 1 && wanted[1]) panels.push_back(1);
+    const bool from_panel0 =
+        (wanted[0] || p.show_ref_copy_probs) && (!p.use_panel1_for_type0_imputation || now_.selfcheck || p.stage_one);
+    if (run_.panels[0].n_hap >= 1 && from_panel0) panels.push_back(0);
+    return panels;
+}
+
+// Calls visit(update) for an individual's haplotypes, which copy one panel's reference, when states_ are theirs.
+template <typename Visit>
+void update_passes::for_each_imputation(const study_member& member, std::size_t cond_panel, Visit visit) {
     const parameters& p = run_.params;
     const bool keep_out = now_.stored && !p.suppress_imputation_output;
     const bool sample_states = cond_panel == 0 && p.use_panel1_for_type0_imputation && p.stage_one;
@@ -265,29 +287,78 @@ void update_passes::impute_individual(const study_member& member, std::size_t co
         update.backward = update.allele_probs = !p.mc_impute && keep_out;
         update.selfcheck = !p.mc_impute && now_.selfcheck;
         chooser_.for_haplotype(2, cond_panel, update.hap, states_, record_of(records, update.hap));
-        run_haploid(update);
-        if (!p.mc_impute) record_alleles(in_, update, haploid_, imputed_);
+        update.classes = serving_classes(in_, update, states_, reference_classes_);
+        visit(update);
     }
 }
 
-void update_passes::impute_study_from_reference() {
+// Whether imputation draws no random numbers, writes no file as it goes, and ends no run.
+bool update_passes::imputes_beside() const {
     const parameters& p = run_.params;
+    const bool samples = p.mc_impute || (p.use_panel1_for_type0_imputation && p.stage_one);
+    const bool weighs_in_no_way = p.weight_imputed_gt > 3;
+    return !samples && !p.show_ref_copy_probs && !p.debug_weighting && !weighs_in_no_way;
+}
+
+// Whether nothing that imputation reads, other than the study, changes from iteration to iteration, and nobody reads
+// its sums between them.
+bool update_passes::study_alone_changes() const {
+    const parameters& p = run_.params;
+    const bool panels_change = run_.panels[0].needs_update || run_.panels[1].needs_update || run_.plan.hole_fill_to ||
+                               p.use_panel1_for_type0_imputation || is_given(p.hap_samp_in_h) ||
+                               is_given(p.hap_samp_in_g_ref) || is_given(p.hap_samp_in_g);
+    const bool sums_are_read =
+        p.counts_per_iter || p.counts_wt_per_iter || p.weight_imputed_gt >= 0 || run_.plan.tmp_haps;
+    return !panels_change && !sums_are_read;
+}
+
+void update_passes::impute_in_order(const study_member& member) {
+    const parameters& p = run_.params;
+    imputed_.log10_likelihood = {};
+    for (const std::size_t cond_panel : imputing_panels()) {
+        for_each_imputation(member, cond_panel, [&](const haploid_update& update) {
+            run_haploid(update);
+            if (!p.mc_impute) record_alleles(in_, update, haploid_, imputed_);
+        });
+    }
+    if (!now_.stored || p.suppress_imputation_output) return;
+    diagnostics_.write_imputed(member, imputed_);
+    record_imputed_individual(run_.log, in_, member, now_.stored_count, now_.selfcheck, imputed_, run_.acc);
+}
+
+void update_passes::impute_beside(const study_member& member) {
+    imputation_job job;
+    job.member = member;
+    job.recorded = now_.stored && !run_.params.suppress_imputation_output;
+    job.stored_count = now_.stored_count;
+    job.selfcheck = now_.selfcheck;
+    for (const std::size_t cond_panel : imputing_panels()) {
+        for_each_imputation(member, cond_panel, [&](const haploid_update& update) {
+            say_haplotype(update);
+            job.updates.push_back(update);
+            job.states.push_back(states_);
+        });
+    }
+    // Where the study is phased next, all wait for their turn beside it; else a few keep the workers busy.
+    const bool all_wait = run_.panels[2].needs_update && study_alone_changes();
+    jobs_.add(std::move(job), all_wait ? run_.plan.n_study : 4 * run_.workers.size());
+}
+
+void update_passes::impute_study_from_reference() {
+    finish_imputation();
     const std::array<bool, 4>& wanted = run_.plan.output_types;
-    const bool has_panel0 = run_.panels[0].n_hap >= 1, has_panel1 = run_.panels[1].n_hap >= 1;
-    const bool from_panel1 = has_panel1 && wanted[1];
-    const bool from_panel0 = has_panel0 && (wanted[0] || p.show_ref_copy_probs) &&
-                             (!p.use_panel1_for_type0_imputation || now_.selfcheck || p.stage_one);
-    const bool shown = (has_panel1 && wanted[1]) || (has_panel0 && wanted[0]);
+    const bool shown = (run_.panels[1].n_hap >= 1 && wanted[1]) || (run_.panels[0].n_hap >= 1 && wanted[0]);
+    const bool beside = imputes_beside();
     n_known_ = n_unknown_ = 0;
     diagnostics_.open_for_imputation(now_.it, now_.stored);
     for_each_member({"inf indiv", "individual"}, run_.plan.n_study, shown, [&](std::size_t i) {
         const study_member member = member_of_study(i);
-        imputed_.log10_likelihood = {};
-        if (from_panel1) impute_individual(member, 1);
-        if (from_panel0) impute_individual(member, 0);
-        if (!now_.stored || p.suppress_imputation_output) return;
-        diagnostics_.write_imputed(member, imputed_);
-        record_imputed_individual(run_.log, in_, member, now_.stored_count, now_.selfcheck, imputed_, run_.acc);
+        if (beside) {
+            impute_beside(member);
+        } else {
+            impute_in_order(member);
+        }
     });
     diagnostics_.close();
+    if (!study_alone_changes()) finish_imputation();
 }

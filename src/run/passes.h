@@ -26,6 +26,7 @@
 #include <string>
 #include <vector>
 
+#include "inference/haploid/haplotype_classes.h"
 #include "inference/inference_inputs.h"
 #include "inference/states/state_chooser.h"
 #include "inference/update/recording.h"
@@ -33,6 +34,7 @@
 #include "inference/update/workspace.h"
 #include "model/conditioning_states.h"
 #include "run/diagnostics.h"
+#include "run/imputation_jobs.h"
 #include "run/progress.h"
 
 struct data;
@@ -80,7 +82,10 @@ class update_passes {
     void update_study_individuals();
     // What stands for the pass over the study when nobody in it needs sampling.
     void record_known_study();
+    // Where nothing but the study changes it may go on until the next one, or until finish_imputation().
     void impute_study_from_reference();
+    // Returns when all that was imputed has been recorded.
+    void finish_imputation() { jobs_.finish(); }
 
     const draw_counts& haploid_draws() const { return haploid_draws_; }
     const draw_counts& diploid_draws() const { return diploid_draws_; }
@@ -96,6 +101,7 @@ class update_passes {
     template <typename Visit>
     void for_each_member(const member_words& words, std::size_t n_members, bool shown, Visit visit);
     void say_sweep(const std::string& words);
+    void say_haplotype(const haploid_update& update);
     study_member member_of_study(std::size_t ind);
 
     void run_haploid(const haploid_update& update);
@@ -105,7 +111,13 @@ class update_passes {
 
     void update_study_individual(const study_member& member);
     void record_if_counted(const study_member& member);
-    void impute_individual(const study_member& member, std::size_t cond_panel);
+    std::vector<std::size_t> imputing_panels() const;
+    template <typename Visit>
+    void for_each_imputation(const study_member& member, std::size_t cond_panel, Visit visit);
+    bool imputes_beside() const;
+    bool study_alone_changes() const;
+    void impute_in_order(const study_member& member);
+    void impute_beside(const study_member& member);
 
     data& run_;
     progress_line& progress_;
@@ -114,6 +126,7 @@ class update_passes {
     state_chooser chooser_;
     conditioning_states states_;
     sweep_workspace work_;
+    haplotype_classes reference_classes_;  // of Panel 0, at the sites of the study's models
     haploid_result haploid_;
     pair_result pair_;
     imputed_alleles imputed_;
@@ -122,4 +135,5 @@ class update_passes {
     copy_state_tables copy_states_;
     // Individuals met in the pass over the study, with known haplotypes and without.
     std::size_t n_known_ = 0, n_unknown_ = 0;
+    imputation_jobs jobs_;  // last, since they read the others
 };

@@ -68,6 +68,8 @@ bool report_faults(run_log& log, const command_line& line) {
 void run_guarded(data& run) {
     try {
         impute(run);
+    } catch (const run_fault& fault) {
+        run.log.fatal(fault.what());
     } catch (const std::bad_alloc&) {
         run.log.fatal("ERROR: The memory is exhausted.");
     } catch (const std::exception& failure) {

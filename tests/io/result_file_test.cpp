@@ -218,6 +218,17 @@ TEST_F(result, a_compressed_file_unpacks_to_the_same_text) {
     EXPECT_EQ(std::string("\x1f\x8b\x08\x00\x00\x00\x00\x00", 8), packed.substr(0, 8)) << "no name, no time";
 }
 
+TEST_F(result, lines_made_elsewhere_are_written_as_they_are) {
+    std::string text;
+    for (const std::string& line : many_lines()) text += line + "\n";
+    EXPECT_TRUE("head\n" + text + "end" == written([&text](result_file& f) {
+                    f.text("head");
+                    f.end_line();
+                    f.append(text);
+                    f.append("end");
+                }));
+}
+
 TEST_F(result, a_compressed_empty_file_is_a_whole_one) {
     { result_file file(log, capture.files.name("out.gz"), true); }
     EXPECT_GT(capture.files.read("out.gz").size(), 10U);

@@ -12,9 +12,11 @@ namespace {
 class text_input_file : public ::testing::Test {
   protected:
     void SetUp() override { capture.open(log); }
-    text_input open(const std::string& name) { return text_input(log, name, "missing", "unopened"); }
-    std::vector<std::string> lines_of(const std::string& name) {
-        text_input file = open(name);
+    text_input open(const std::string& name, bool ahead = false) {
+        return {log, input_file(log, name, "missing", "unopened"), "unopened", ahead};
+    }
+    std::vector<std::string> lines_of(const std::string& name, bool ahead = false) {
+        text_input file = open(name, ahead);
         std::vector<std::string> read;
         std::string_view line;
         while (file.next_line(line)) read.emplace_back(line);
@@ -36,6 +38,13 @@ class text_input_file : public ::testing::Test {
         const std::string words = "ERROR: The file [" + name + "] is damaged or cannot be read after line ";
         EXPECT_NE(std::string::npos, capture.terminal.str().find("\n" + words)) << file;
         EXPECT_NE(std::string::npos, capture.summary().find("\n" + words)) << file;
+        const std::string said = capture.terminal.str();
+        start_anew();
+        EXPECT_THROW(lines_of(name, true), run_end) << file;
+        EXPECT_EQ(said, capture.terminal.str()) << "read ahead";
+        start_anew();
+    }
+    void start_anew() {
         capture.open(log);
         capture.terminal.str("");
     }
@@ -159,6 +168,21 @@ TEST_F(text_input_file, truncated_second_member_is_found) {
     capture.files.write_compressed("whole.gz", many_lines());
     const std::string bytes = capture.files.read("whole.gz");
     expect_damaged("cut.gz", bytes + bytes.substr(0, bytes.size() - 20));
+}
+
+TEST_F(text_input_file, read_ahead_has_the_same_lines) {
+    const std::string packed = capture.files.write_compressed("f.gz", many_lines());
+    EXPECT_EQ(lines_of(packed), lines_of(packed, true));
+    const std::string plain = capture.files.write("f", "a\nb");
+    EXPECT_EQ((lines{"a", "b"}), lines_of(plain, true));
+    EXPECT_EQ(lines{}, lines_of(capture.files.write_compressed("empty.gz", ""), true));
+}
+
+TEST_F(text_input_file, read_ahead_may_be_left_in_the_middle) {
+    text_input file = open(capture.files.write_compressed("f.gz", many_lines()), true);
+    std::string_view line;
+    EXPECT_TRUE(file.next_line(line));
+    EXPECT_EQ(0U, line.find("line 0 "));
 }
 
 TEST_F(text_input_file, corrupt_gzip_is_found) {

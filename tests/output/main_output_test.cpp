@@ -1,5 +1,7 @@
 #include "output/main_output.h"
 
+#include <algorithm>
+
 #include "output_fixture.h"
 
 namespace {
@@ -335,6 +337,17 @@ TEST_F(main_output, impossible_sums_end_the_run) {
     allocate();
     add_sums(site, 0, 2.0, 1.0);
     expect_fatal(check_message(110), [&] { write_main_output(results); });
+}
+
+TEST_F(main_output, impossible_sums_end_the_run_behind_the_lines_before_them) {
+    workers.start(3);
+    give_study(1);
+    for (long position = 101; position < 190; ++position) add_site(position, 0);
+    allocate();
+    for (const std::size_t bad : {25U, 26U, 70U}) add_sums(*run.sites.in_order[bad], 0, 2.0, 1.0);
+    expect_fatal(check_message(126), [&] { write_main_output(results); });
+    const std::string text = text_of(path(""));
+    EXPECT_EQ(25, std::count(text.begin(), text.end(), '\n'));
 }
 
 }  // namespace

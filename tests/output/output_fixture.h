@@ -174,6 +174,7 @@ class output_fixture : public ::testing::Test {
         accumulators acc;
         run_log log;
     } run{{}, {}, {}, {}, {}, run_log{capture.terminal, capture.notes}};
-    const result_inputs results{run.params, run.plan, run.sites, run.panels, run.acc, run.log};
+    worker_pool workers;
+    const result_inputs results{run.params, run.plan, run.sites, run.panels, run.acc, run.log, workers};
     listed_draws draws;
 };

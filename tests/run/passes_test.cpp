@@ -187,6 +187,46 @@ TEST_F(passes, from_the_references_count_nothing_in_other_iterations) {
     for (std::size_t s = 0; s < n_sites; ++s) EXPECT_EQ(0.0, run.acc.gtype_acc[1].get(0, s));
 }
 
+// What impute_study_from_reference adds to the sums of Panel 2.
+std::vector<double> genotype_sums(const data& run) {
+    std::vector<double> sums;
+    for (std::size_t i = 0; i < 3; ++i) {
+        for (std::size_t s = 0; s < n_sites; ++s) {
+            for (const sum_table& table : run.acc.gtype_acc) sums.push_back(table.get(i, s));
+        }
+    }
+    return sums;
+}
+
+TEST_F(passes, from_the_references_add_the_same_whatever_the_threads) {
+    start(stored).impute_study_from_reference();
+    const std::vector<double> alone = genotype_sums(run);
+    const std::string words = said();
+    const double next = draws.next();
+    run.workers.start(3);
+    const seeded_draws again(7);
+    start(stored).impute_study_from_reference();
+    EXPECT_EQ(words, said());
+    EXPECT_EQ(next, draws.next());
+    EXPECT_EQ(alone, genotype_sums(run));
+}
+
+TEST_F(passes, from_the_references_go_by_the_alleles_that_the_study_had) {
+    run.panels[0].needs_update = run.panels[1].needs_update = false;
+    run.params.phase = true;
+    start(stored).impute_study_from_reference();
+    made->finish_imputation();
+    const std::vector<double> before = genotype_sums(run);
+    run.workers.start(2);
+    const seeded_draws again(7);
+    start(stored).impute_study_from_reference();
+    for (std::size_t h = 0; h < 6; ++h) {  // as phasing does
+        for (std::size_t s = 2; s < n_sites; s += 3) run.panels[2].haps.set(h, s, 1 - run.panels[2].haps.allele(h, s));
+    }
+    made->finish_imputation();
+    EXPECT_EQ(before, genotype_sums(run));
+}
+
 // --- what is known --------------------------------------------------------------------------------------------------
 
 TEST_F(passes, record_what_is_known_of_those_that_need_no_update) {

@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
 """Runs whole-run cases: command lines with their input, and everything that the binary must write.
 
-    run_cases.py --binary BINARY [--update] [--keep] [CASE ...]
+    run_cases.py --binary BINARY [--update] [--keep] [--extra OPTIONS] [CASE ...]
 
 Without CASE, all of tests/run/cases. --update writes what the binary does now into the cases, --keep leaves the working
-folders. README.md beside this file tells the format of a case.
+folders. --extra puts options that change nothing but the command line in front of those of every run, such as "-threads 3". README.md beside this file tells the format of a case.
 """
 import argparse
 import difflib
@@ -153,7 +153,12 @@ def read_tree(folder):
     return found
 
 
-def execute(case, binary, folder):
+def without_extra(data, extra):
+    """Bytes that tell the command line, without the added options."""
+    return data.replace(' '.join(['orvide'] + extra).encode('ascii'), b'orvide', 1) if extra else data
+
+
+def execute(case, binary, folder, extra):
     """Runs the command lines in the folder: [exit status], and (kind, name) -> lines of all that was written."""
     inputs = case.inputs()
     for name, data in inputs.items():
@@ -167,15 +172,16 @@ def execute(case, binary, folder):
     got = {}
     for i, run in enumerate(case.runs):
         tail = '' if i == 0 else str(i + 1)
-        done = subprocess.run(['orvide'] + run.arguments, executable=binary, cwd=folder, stdin=subprocess.DEVNULL,
+        done = subprocess.run(['orvide'] + extra + run.arguments, executable=binary, cwd=folder, stdin=subprocess.DEVNULL,
                               stdout=subprocess.PIPE, stderr=subprocess.PIPE, timeout=TIMEOUT, check=False)
         statuses.append(done.returncode)
-        got['stdout', tail] = escaped(done.stdout)
+        got['stdout', tail] = escaped(without_extra(done.stdout, extra))
         if done.stderr and not run.any_stderr:
             got['stderr', tail] = escaped(done.stderr)
     for name, data in sorted(read_tree(folder).items()):
         if name not in inputs:
-            got['file', name] = escaped(gzip.decompress(data) if name.endswith('.gz') else data)
+            text = gzip.decompress(data) if name.endswith('.gz') else data
+            got['file', name] = escaped(without_extra(text, extra))
         elif data != inputs[name]:
             got['changed input', name] = escaped(data)
     return statuses, got
@@ -237,8 +243,12 @@ def main():
     parser.add_argument('--binary', required=True)
     parser.add_argument('--update', action='store_true')
     parser.add_argument('--keep', action='store_true')
+    parser.add_argument('--extra', default='', metavar='OPTIONS')
     parser.add_argument('cases', metavar='CASE', nargs='*')
     options = parser.parse_args()
+    extra = shlex.split(options.extra)
+    if extra and options.update:
+        parser.error('--update stores what runs without --extra')
     binary = os.path.abspath(options.binary)
     folder = os.path.join(HERE, 'cases')
     paths = options.cases or sorted(os.path.join(folder, f) for f in os.listdir(folder) if f.endswith('.case'))
@@ -248,7 +258,7 @@ def main():
         case = Case(path)
         work = tempfile.mkdtemp(prefix='orvide_%s_' % case.name)
         try:
-            statuses, got = execute(case, binary, work)
+            statuses, got = execute(case, binary, work, extra)
         finally:
             if options.keep:
                 print('%s ran in %s' % (case.name, work))

@@ -36,10 +36,9 @@ haploid_problem make_problem(const inference_inputs& in, const haploid_update& u
 }
 
 // The posteriors, from classes of equal haplotypes. Returns false where single states must be looked at.
-bool impute_by_classes(const inference_inputs& in, const haploid_update& update, const conditioning_states& states,
-                       const haploid_problem& problem, sweep_workspace& work, haploid_result& result) {
-    haplotype_classes& classes = work.reference_classes[update.panel];
-    if (!classes.serve(in.panels[0].haps, model_of(in, update).site)) return false;
+bool impute_by_classes(const haploid_update& update, const conditioning_states& states, const haploid_problem& problem,
+                       sweep_workspace& work, haploid_result& result) {
+    const haplotype_classes& classes = *update.classes;
     const auto likelihood = haploid_forward_by_classes(problem, classes, states.hap, work.haploid, work.by_class);
     if (!likelihood) return false;
     result.log10_likelihood = *likelihood;
@@ -56,6 +55,20 @@ void find_kept_sites(const inference_inputs& in, const hmm_model& model, haploid
 
 }  // namespace
 
+const haplotype_classes* serving_classes(const inference_inputs& in, const haploid_update& update,
+                                         const conditioning_states& states, haplotype_classes& classes) {
+    const hmm_model& model = model_of(in, update);
+    haploid_result asked;
+    if (in.params.mem_save_1) {  // else the choice reads no requests
+        find_kept_sites(in, model, asked);
+        list_requests(in, update, asked);
+    }
+    const std::size_t n_states = in.n_states(0, update.panel, update.cond_panel);
+    const haploid_choice choice = choose_sweep(in.params, update, model, states, n_states, asked.requests);
+    const bool wanted = choice.sweep == haploid_sweep::classes;
+    return wanted && classes.serve(in.panels[0].haps, model.site) ? &classes : nullptr;
+}
+
 void update_haploid(const inference_inputs& in, const haploid_update& update, const conditioning_states& states,
                     sweep_workspace& work, haploid_result& result) {
     const hmm_model& model = model_of(in, update);
@@ -66,7 +79,7 @@ void update_haploid(const inference_inputs& in, const haploid_update& update, co
     if (update.sample || update.backward) list_requests(in, update, result);
     const haploid_choice choice = choose_sweep(in.params, update, model, states, problem.n_states, result.requests);
     problem.checkpoint_interval = choice.checkpoint_interval;
-    if (choice.sweep == haploid_sweep::classes && impute_by_classes(in, update, states, problem, work, result)) return;
+    if (update.classes != nullptr && impute_by_classes(update, states, problem, work, result)) return;
 
     set_alleles(in, states, model, work, problem);
     result.log10_likelihood = haploid_forward(problem, work.haploid);

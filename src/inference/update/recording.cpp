@@ -162,14 +162,14 @@ void record_alleles(const inference_inputs& in, const haploid_update& u, const h
     const std::size_t* sites = model_of(in, u).site.data();
     const site_traits* traits = in.sites.traits.data();
     const allele_weights* weights = result.walk.weights.data();
-    const packed_haplotypes& haps = in.panels[u.panel].haps;
+    const std::uint64_t* alleles = alleles_of(in, u);
     double* chance = imputed.chance[u.strand].data();
     double* chance_unseen = imputed.chance_unseen[u.cond_panel][u.strand].data();
     for (std::size_t v = result.first_kept; v < result.end_kept; ++v) {
         const std::size_t s = sites[v];
         if (!wanted.wanted(traits[s])) continue;
         if (wanted.without_own(traits[s])) {
-            const auto own = static_cast<std::size_t>(haps.allele(u.hap, s));
+            const std::size_t own = bits::get(alleles, s) ? 1 : 0;
             chance_unseen[s] = allele_one_chance_unseen(weights[v], M, own);
         } else {
             chance[s] = allele_one_chance(weights[v], M);
@@ -272,7 +272,7 @@ class member_recorder {
           stored_count_(stored_count),
           imputed_(imputed),
           acc_(acc),
-          haps_(in.panels[2].haps),
+          alleles_{alleles_of(0), alleles_of(1)},
           mc_impute_(in.params.mc_impute),
           keeps_bits_((mc_impute_ ? member.known || in.params.phase : in.params.phase && !member.known) &&
                       !in.plan.tmp_haps),
@@ -310,11 +310,16 @@ class member_recorder {
     }
 
   private:
+    const std::uint64_t* alleles_of(std::size_t strand) const {
+        if (strand == 1 && !m_.diploid) return nullptr;
+        return m_.alleles[strand] != nullptr ? m_.alleles[strand] : in_.panels[2].haps.row(m_.hap + strand);
+    }
+
     // The current alleles, under the individual's index where all have one.
     void store_bits(std::size_t s) {
         const std::size_t slot = mc_impute_ ? m_.ind : m_.slot;
-        acc_.mcmc_bits.set(slot, 0, s, stored_count_, haps_.allele(m_.hap, s) == 1);
-        if (m_.diploid) acc_.mcmc_bits.set(slot, 1, s, stored_count_, haps_.allele(m_.hap + 1, s) == 1);
+        acc_.mcmc_bits.set(slot, 0, s, stored_count_, bits::get(alleles_[0], s));
+        if (m_.diploid) acc_.mcmc_bits.set(slot, 1, s, stored_count_, bits::get(alleles_[1], s));
     }
 
     void count_sampled_genotype(std::size_t s) {
@@ -332,7 +337,7 @@ class member_recorder {
     const std::size_t stored_count_;
     const imputed_alleles& imputed_;
     accumulators& acc_;
-    const packed_haplotypes& haps_;
+    const std::array<const std::uint64_t*, 2> alleles_;
     const bool mc_impute_;
     const bool keeps_bits_;    // of typed sites
     const bool sums_alleles_;  // of imputed sites

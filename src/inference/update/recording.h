@@ -8,6 +8,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
 #include "inference/inference_inputs.h"
@@ -50,6 +51,8 @@ struct study_member {
     bool diploid = true;
     bool known = false;    // its haplotypes are known
     std::size_t slot = 0;  // its place among those with known haplotypes, or among the others
+    // The alleles of its haplotypes, by site of the store; null: those that the panel has now.
+    std::array<const std::uint64_t*, 2> alleles{};
 };
 
 // An individual that needs no update: its known genotypes and alleles, for certain.

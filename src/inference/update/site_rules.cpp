@@ -26,7 +26,7 @@ bool ref_allele_missing(const inference_inputs& in, std::size_t hap, std::size_t
 
 std::uint8_t observed_allele(const inference_inputs& in, const haploid_update& u, std::size_t s) {
     const site_traits& traits = in.traits(s);
-    const auto allele = [&] { return static_cast<std::uint8_t>(in.panels[u.panel].haps.allele(u.hap, s)); };
+    const auto allele = [&] { return static_cast<std::uint8_t>(bits::get(alleles_of(in, u), s)); };
     if (u.panel == 0) return ref_allele_missing(in, u.hap, s) ? unobserved : allele();
     if (u.panel == 1 && traits.panel1_placeholder) return unobserved;
     if (u.panel > u.cond_panel) return traits.type >= u.panel ? allele() : unobserved;
@@ -43,7 +43,7 @@ void list_observed(const inference_inputs& in, const haploid_update& u, std::vec
         return;
     }
     // The study haplotypes at all sites of the reference: the most frequent update.
-    const std::uint64_t* alleles = in.panels[2].haps.row(u.hap);
+    const std::uint64_t* alleles = alleles_of(in, u);
     const site_traits* traits = in.sites.traits.data();
     for (const std::size_t s : sites) {
         *out++ = traits[s].type >= 2 ? static_cast<std::uint8_t>(bits::get(alleles, s)) : unobserved;

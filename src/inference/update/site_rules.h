@@ -16,6 +16,10 @@ bool ref_allele_missing(const inference_inputs& in, std::size_t hap, std::size_t
 
 // --- one haplotype --------------------------------------------------------------------------------------------------
 
+// The haplotype's alleles in its own panel, by site of the store.
+inline const std::uint64_t* alleles_of(const inference_inputs& in, const haploid_update& update) {
+    return update.alleles != nullptr ? update.alleles : in.panels[update.panel].haps.row(update.hap);
+}
 // Observed allele at site s: 0, 1, or unobserved.
 std::uint8_t observed_allele(const inference_inputs& in, const haploid_update& update, std::size_t s);
 // The same at all visited sites.

@@ -5,10 +5,12 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <vector>
 
 #include "inference/haploid/haploid_model.h"
+#include "inference/haploid/haplotype_classes.h"
 #include "inference/inference_inputs.h"
 #include "inference/pairs/pair_model.h"
 #include "inference/update/workspace.h"
@@ -28,6 +30,9 @@ struct haploid_update {
     bool allele_probs = false;              // those of the haplotype's alleles
     bool selfcheck = false;                 // those of typed sites without their own observation
     bool stored = false;                    // the iteration counts
+    // The haplotype's alleles, by site of the store; null: those that its panel has now.
+    const std::uint64_t* alleles = nullptr;
+    const haplotype_classes* classes = nullptr;  // that serve its states; null: single states are looked at
 };
 
 struct haploid_result {
@@ -40,7 +45,13 @@ struct haploid_result {
     std::vector<double> copying;
 };
 
-// Result vectors keep their storage from update to update.
+// The classes by which the update is to go if it can (see haplotype_classes::serve), null for single states. To be
+// asked for update after update in their order, and never while one that goes by these classes is computed and Panel 0
+// has changed: they are then made anew.
+const haplotype_classes* serving_classes(const inference_inputs& in, const haploid_update& update,
+                                         const conditioning_states& states, haplotype_classes& classes);
+
+// Result vectors keep their storage from update to update. An update that samples nothing draws no random numbers.
 void update_haploid(const inference_inputs& in, const haploid_update& update, const conditioning_states& states,
                     sweep_workspace& work, haploid_result& result);
 

@@ -82,6 +82,7 @@ source_request request_for(const parameters& params, const run_plan& plan, std::
     request.words = std::move(words);
     request.missing_text = missing_text(option);
     request.option = std::move(option);
+    request.read_ahead = params.threads != 1;
     request.chromosome = params.chr;
     request.lower = plan.buffer_lower;
     request.upper = plan.buffer_upper;

@@ -10,7 +10,9 @@
 #include "model/parameters.h"
 
 hap_legend_pair::hap_legend_pair(run_log& log, const source_request& request, input_file&& alleles)
-    : log_(log), request_(request), alleles_(log, std::move(alleles), unopened_text(request.words, request.file)) {
+    : log_(log),
+      request_(request),
+      alleles_(log, std::move(alleles), unopened_text(request.words, request.file), request.read_ahead) {
     scan_first_line();
 }
 

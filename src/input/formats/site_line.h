@@ -22,7 +22,7 @@ template <typename Kind>
 class site_line_file : public Kind {
   public:
     site_line_file(run_log& log, const source_request& request, input_file&& file)
-        : file_(log, std::move(file), unopened_text(request.words, request.file)) {}
+        : file_(log, std::move(file), unopened_text(request.words, request.file), request.read_ahead) {}
 
     bool next(site_fields& site) override {
         std::string_view line;

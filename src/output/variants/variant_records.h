@@ -54,7 +54,8 @@ class variant_block {
     variant_block(const result_inputs& run, const phase_confidences& confidences);
     // At most sum_block::max_sites sites.
     void load(std::span<const std::size_t> sites);
-    // j counts the sites of the block. Valid until the next call. Ends the run at a computed triple that is none.
+    // j counts the sites of the block. Valid until the next call. Throws a run_fault at a computed triple that
+    // is none.
     variant_record record(std::size_t j);
 
   private:

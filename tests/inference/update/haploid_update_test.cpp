@@ -89,7 +89,7 @@ class haploid_updates : public update_fixture {
     }
 
     // Runs the update and the plain one with the same seed; compares everything.
-    void expect_update(const haploid_update& u, std::size_t K, int seed) {
+    void expect_update(haploid_update u, std::size_t K, int seed) {
         make_model(u, K);
         set_states(0, u.panel, u.cond_panel, K);
         double next = 0.0, plain_likelihood = 0.0;
@@ -126,6 +126,7 @@ class haploid_updates : public update_fixture {
         for (auto& cond : imputed.chance_unseen) {
             for (auto& chance : cond) chance.assign(n_sites, -1.0);
         }
+        u.classes = serving_classes(in, u, states, classes);
         update_haploid(in, u, states, work, result);
         requests = result.requests;
         record_haploid(in, u, result, run.panels[u.panel], run.acc);
@@ -202,6 +203,7 @@ class haploid_updates : public update_fixture {
     }
 
     slow::haploid_model plain;
+    haplotype_classes classes;              // of Panel 0
     std::vector<haploid_request> requests;  // of the last update
 };
 
@@ -264,7 +266,7 @@ TEST_F(haploid_updates, from_few_different_haplotypes_follow_their_rules) {
         reference.n_founders = 4;
         run.panels[0].haps = make_panel(source, reference);
         run.panels[0].n_hap = 60;
-        work.reference_classes = {};
+        classes = {};
         work.by_class = {};
         parameters& p = run.params;
         p.include_buffer_in_output = source.chance(0.3);

@@ -70,7 +70,9 @@ haplotype_reader::haplotype_reader(const input_rooms& rooms, reading_context& co
     source_->start(context_.exclude_flags);
     const std::vector<std::string>& rules = rooms.params.filt_rules_l;
     const std::vector<std::string>& names = source_->value_names();
-    if (!names.empty() && !rules.empty()) gate_.set_filter(legend_filter(rooms.log, rules, names));
+    // A text legend without further columns leaves the rules alone.
+    const bool has_values = !names.empty() || !source_->sample_ids().empty();
+    if (panel == 0 && has_values && !rules.empty()) gate_.set_filter(legend_filter(rooms.log, rules, names));
 }
 
 void haplotype_reader::settle_columns() {

@@ -47,6 +47,7 @@ class initial_reader {
     void read();
 
   private:
+    void settle_columns(const std::vector<bool>& exclude_flags);
     void read_site(const site_fields& site);
     // The entry that the site speaks of and whether its labels are crossed; nothing, with a warning, if there is none.
     snp* find_entry(const site_fields& site);
@@ -56,12 +57,11 @@ class initial_reader {
     void report() const;
 
     const input_rooms& rooms_;
-    const reading_context& context_;
     const panel_data& study_;
     std::unique_ptr<phased_source> source_;
     site_gate gate_;
-    std::vector<allele_pair> pairs_;               // of all columns
-    std::vector<std::optional<std::size_t>> map_;  // places among the people of -g by column; empty: they are the same
+    std::vector<allele_pair> pairs_;                  // of all columns
+    std::vector<std::optional<std::size_t>> places_;  // among the people of -g, by column
     bool swap_ = false;  // stands for the lines that follow when a line's labels fit in neither order
     std::size_t n_updated_ = 0, n_ignored_sites_ = 0, n_ignored_genotypes_ = 0;
     note_once skipped_;
@@ -69,16 +69,27 @@ class initial_reader {
 
 initial_reader::initial_reader(const input_rooms& rooms, reading_context& context)
     : rooms_(rooms),
-      context_(context),
       study_(rooms.panels[2]),
       source_(open_initial(rooms)),
       gate_(rooms, context, *source_, 2, "-hap_init_g", site_gate::content::first_phase),
       pairs_(source_->n_columns()) {
-    settle_contig(rooms, *source_, rooms.params.hap_init_g_file);
-    map_ = map_people(rooms, *source_, rooms.params.hap_init_g_file);
-    if (!map_.empty()) return;
-    check_against_sample_file(rooms.log, context.exclude_flags, pairs_.size(), "individuals", file_words);
-    check_against_genotypes(rooms.log, study_.n_ind, context.exclude_flags, pairs_.size(), file_words);
+    settle_columns(context.exclude_flags);
+}
+
+void initial_reader::settle_columns(const std::vector<bool>& exclude_flags) {
+    const std::string& file = rooms_.params.hap_init_g_file;
+    settle_contig(rooms_, *source_, file);
+    places_ = map_people(rooms_, *source_, file);
+    if (places_.empty()) {
+        check_against_sample_file(rooms_.log, exclude_flags, pairs_.size(), "individuals", file_words);
+        check_against_genotypes(rooms_.log, study_.n_ind, exclude_flags, pairs_.size(), file_words);
+        std::size_t n_kept = 0;
+        for (std::size_t column = 0; column < pairs_.size(); ++column) {
+            places_.emplace_back();
+            if (!is_dropped(exclude_flags, column)) places_.back() = n_kept++;
+        }
+    }
+    check_ploidies(rooms_, *source_, file, places_);
 }
 
 void initial_reader::read() {
@@ -119,11 +130,10 @@ void initial_reader::read_individuals(const site_fields& site, snp& entry) {
     allele_row alleles(study_.n_hap, missing_allele);
     std::vector<bool> init_flags(study_.n_ind, false);
     std::size_t next_hap = 0;
-    std::size_t k = 0;  // index among the kept individuals
     for (std::size_t column = 0; column < std::min(n_pairs, pairs_.size()); ++column) {
-        if (map_.empty() ? is_dropped(context_.exclude_flags, column) : !map_[column]) continue;
+        if (!places_[column]) continue;
         const allele_pair& pair = pairs_[column];
-        const std::size_t individual = map_.empty() ? k++ : *map_[column];
+        const std::size_t individual = *places_[column];
         if (source_->keeps_places()) next_hap = study_.first_hap(individual);
         refuse_female_without_allele(rooms_.log, study_, pair, column, individual);
         const bool haploid = study_.is_haploid(individual);

@@ -27,10 +27,12 @@ constexpr const char* file_words = "Panel 2 haplotypes file";
 void read_known_samples(const input_rooms& rooms, reading_context& context) {
     const parameters& params = rooms.params;
     if (!is_given(params.sample_known_haps_g_file)) return;
-    const bool g_has_samples = is_given(params.g_file) && is_given(params.sample_g_file);
+    // By a sample file, or by the file of -g itself.
+    const bool g_has_samples =
+        is_given(params.g_file) && (is_given(params.sample_g_file) || !rooms.panels[2].sample_ids[0].empty());
     // Exclusions act on the columns of -g; known haplotypes of an excluded person find no partner there.
     if (g_has_samples) context.exclude_samples[2].clear();
-    read_sample_file(rooms, context, params.sample_known_haps_g_file, 2, true, !is_given(params.sample_g_file));
+    read_sample_file(rooms, context, params.sample_known_haps_g_file, 2, true, !g_has_samples);
     if (!is_given(params.g_file)) rooms.panels[2].sample_ids = context.known_haps_ids;
     if (g_has_samples) {
         context.known_hap_index_map = map_known_haps_to_gtypes(context.known_haps_ids, rooms.panels[2].sample_ids);
@@ -72,6 +74,7 @@ class known_reader {
 
   private:
     void settle_columns();
+    void settle_places();
     // Finds the entry that the site updates; none when it becomes a new one, in whose way an entry may have been
     // erased.
     void settle_entry(site_content& content);
@@ -94,8 +97,9 @@ class known_reader {
     std::unique_ptr<phased_source> source_;
     site_gate gate_;
     genotype_rules rules_;
-    std::vector<allele_pair> pairs_;  // of all columns
-    std::vector<bool> haploid_;       // by individual of the study
+    std::vector<allele_pair> pairs_;                  // of all columns
+    std::vector<std::optional<std::size_t>> places_;  // among the people of the study, by column
+    std::vector<bool> haploid_;                       // by individual of the study
     std::size_t n_updated_ = 0, n_added_ = 0, n_replaced_ = 0;
 };
 
@@ -110,6 +114,7 @@ known_reader::known_reader(const input_rooms& rooms, reading_context& context)
     rules_.normalise = rooms.params.prob_g_norm;
     rules_.probability_threshold = rooms.params.prob_g_thresh;
     settle_columns();
+    settle_places();
     for (std::size_t i = 0; i < study_.n_ind; ++i) haploid_.push_back(study_.is_haploid(i));
 }
 
@@ -130,6 +135,18 @@ void known_reader::settle_columns() {
     } else if (context_.known_hap_index_map.empty()) {
         check_against_genotypes(rooms_.log, study_.n_ind, exclude_flags, pairs_.size(), file_words);
     }
+}
+
+void known_reader::settle_places() {
+    const std::vector<std::optional<std::size_t>>& map = context_.known_hap_index_map;
+    std::size_t n_kept = 0;
+    for (std::size_t column = 0; column < pairs_.size(); ++column) {
+        places_.emplace_back();
+        if (is_dropped(context_.exclude_flags, column)) continue;
+        places_.back() = map.empty() ? n_kept : map[n_kept];
+        ++n_kept;
+    }
+    check_ploidies(rooms_, *source_, rooms_.params.known_haps_g_file, places_);
 }
 
 void known_reader::read() {
@@ -186,13 +203,9 @@ void known_reader::read_individuals(site_content& content) {
     content.haps.assign(study_.n_hap, missing_allele);
     content.phase_flags.assign(study_.n_ind, false);
     content.haps_flags.assign(study_.n_ind, false);
-    const std::vector<std::optional<std::size_t>>& map = context_.known_hap_index_map;
-    std::size_t n_kept = 0;
     for (std::size_t column = 0; column < std::min(n_pairs, pairs_.size()); ++column) {
-        if (is_dropped(context_.exclude_flags, column)) continue;
-        const std::size_t kept = n_kept++;
-        if (!map.empty() && !map[kept]) continue;
-        const std::size_t individual = map.empty() ? kept : *map[kept];
+        if (!places_[column]) continue;
+        const std::size_t individual = *places_[column];
         refuse_female_without_allele(rooms_.log, study_, pairs_[column], column, individual);
         const known_alleles known = read_alleles(pairs_[column], column, haploid_[individual], content.site.position);
         content.haps_flags[individual] = true;

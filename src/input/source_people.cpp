@@ -107,6 +107,7 @@ class people_check {
             if (!is_kept(i)) continue;
             const int sex = panel.ploidy[kept++];
             if ((sex == male) == (ploidies_[i] == 1)) continue;
+            if (sex == male && rooms_.plan.chrx_diploid) continue;  // males count as diploid then
             rooms_.log.fatal(concat("ERROR: The sample ", ids_[i], " is marked as ", sex == male ? "male" : "female",
                                     " in the sample file and has ", ploidies_[i] == 1 ? "one allele" : "two alleles",
                                     " a site in the file [", file_name_, "]."));
@@ -127,8 +128,11 @@ class people_check {
     }
 
     void warn_of_shared_people() const {
-        const auto n = std::count_if(ids_.begin(), ids_.end(),
-                                     [this](const std::string& id) { return context_.study_ids.contains(id); });
+        id_set study = context_.study_ids;
+        for (const auto& ids : rooms_.panels[2].sample_ids) study.insert(ids.begin(), ids.end());
+        const std::size_t columns_each = has_haplotypes() ? 2 : 1;
+        std::size_t n = 0;
+        for (std::size_t i = 0; i < ids_.size(); ++i) n += is_kept(columns_each * i) && study.contains(ids_[i]) ? 1 : 0;
         if (n == 0) return;
         const std::string text =
             concat(n, n == 1 ? " person" : " people", " of the study ", n == 1 ? "is" : "are", " in Panel ", panel_,
@@ -179,6 +183,17 @@ std::vector<std::optional<std::size_t>> map_people(const input_rooms& rooms, con
     rooms.log.line(concat(" --found ", n, " of ", ids.size(), " people among those of -g by their IDs"));
     if (n == 0) rooms.log.fatal(concat("ERROR: Nobody of the file [", file_name, "] is among the people of -g."));
     return map;
+}
+
+void check_ploidies(const input_rooms& rooms, const site_source& source, std::string_view file_name,
+                    const std::vector<std::optional<std::size_t>>& places) {
+    const std::vector<std::uint8_t>& ploidies = source.ploidies();
+    for (std::size_t column = 0; column < ploidies.size(); ++column) {
+        if (!places[column] || ploidies[column] == (rooms.panels[2].is_haploid(*places[column]) ? 1 : 2)) continue;
+        rooms.log.fatal(concat("ERROR: The sample ", source.sample_ids()[column], " has ",
+                               ploidies[column] == 1 ? "one allele" : "two alleles", " a site in the file [", file_name,
+                               "] and ", ploidies[column] == 1 ? "two" : "one", " in the study."));
+    }
 }
 
 void report_remarks(run_log& log, const site_source& source) {

@@ -28,5 +28,10 @@ void settle_people(const input_rooms& rooms, reading_context& context, const sit
 std::vector<std::optional<std::size_t>> map_people(const input_rooms& rooms, const site_source& source,
                                                    std::string_view file_name);
 
+// Ends the run when a person of -known_haps_g or -hap_init_g has another number of alleles than in the study. places:
+// for each column the index among the people of the study, if there.
+void check_ploidies(const input_rooms& rooms, const site_source& source, std::string_view file_name,
+                    const std::vector<std::optional<std::size_t>>& places);
+
 // The remarks of the source, a line each.
 void report_remarks(run_log& log, const site_source& source);

@@ -41,6 +41,15 @@ TEST(command_line, keeps_texts_as_they_stand) {
     EXPECT_TRUE(p.active_flags.empty());
 }
 
+TEST(command_line, takes_a_lone_dash_for_standard_input) {
+    const command_line line = read({"-g", "-", "-h", "a", "-", "-l", "b"});
+    EXPECT_EQ("-", line.params.g_file);
+    EXPECT_EQ((texts{"a", "-"}), line.params.h_files);
+    EXPECT_EQ(texts{"b"}, line.params.l_files);
+    EXPECT_TRUE(line.unknown.empty());
+    EXPECT_TRUE(line.valueless.empty());
+}
+
 TEST(command_line, takes_the_last_of_two_values) {
     EXPECT_EQ("b", read({"-g", "a", "-g", "b"}).params.g_file);
     EXPECT_EQ(2, read({"-iter", "1", "-iter", "2"}).params.iter);

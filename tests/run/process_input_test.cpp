@@ -7,6 +7,7 @@
 #include "model/data.h"
 #include "run/process_input.h"
 #include "support/log_capture.h"
+#include "support/variant_files.h"
 
 namespace {
 
@@ -158,6 +159,73 @@ TEST_F(variant_settings, ask_for_allele_sums_where_haplotypes_are_known_and_writ
     EXPECT_FALSE(settle().known_hap_dosages);
     run.params.format_fields = "HDS";
     EXPECT_TRUE(settle().known_hap_dosages);
+}
+
+// Runs with panels and a study, of files that may be VCF.
+class formats_by_content : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        capture.open(run.log);
+        run.params.int_lower = 1000;
+        run.params.int_upper = 2000;
+        run.params.g_file = text;
+    }
+    void TearDown() override { run.log.close(); }
+    void process() { process_input(run.log, run.params, run.plan, run.panels); }
+    void give_panels(const std::vector<std::string>& h, const std::vector<std::string>& l) {
+        run.params.h_files = h;
+        run.params.l_files = l;
+    }
+    void expect_fatal(const std::string& words) {
+        expect_end(capture, words, 1, [this] { process(); });
+    }
+    log_capture capture;
+    data run{capture.terminal, capture.notes};
+    const std::string vcf = capture.files.write("a.txt", vcf_text("s", {called_record(100, "0|1")}));
+    const std::string text = capture.files.write("b.vcf", "0 1\n");
+    using texts = std::vector<std::string>;
+};
+
+TEST_F(formats_by_content, panels_of_vcf_need_no_legend) {
+    give_panels({vcf}, {});
+    process();
+    EXPECT_EQ(texts{"NULL"}, run.params.l_files);
+}
+
+TEST_F(formats_by_content, legend_is_that_of_the_panel_of_text) {
+    give_panels({vcf, text}, {"legend"});
+    process();
+    EXPECT_EQ((texts{"NULL", "legend"}), run.params.l_files);
+    give_panels({text, vcf}, {"legend"});
+    process();
+    EXPECT_EQ((texts{"legend", "NULL"}), run.params.l_files);
+    give_panels({text, "-"}, {"legend"});
+    process();
+    EXPECT_EQ((texts{"legend", "NULL"}), run.params.l_files);
+}
+
+TEST_F(formats_by_content, panels_of_text_and_legends_are_counted) {
+    const std::string words =
+        "ERROR: The number of haplotypes (-h) files must match the number of legend (-l) files on the command line.";
+    for (const texts& files : {texts{text}, texts{text, text}, texts{vcf, text}}) {
+        give_panels(files, {});
+        expect_fatal(words);
+        capture.open(run.log);
+    }
+    give_panels({vcf}, {"a", "b"});
+    expect_fatal(words);
+}
+
+TEST_F(formats_by_content, chromosome_x_needs_sexes_of_text_alone) {
+    give_panels({vcf}, {});
+    run.params.chrX = true;
+    run.params.g_file = run.params.g_ref_file = run.params.known_haps_g_file = vcf;
+    process();
+    EXPECT_TRUE(run.plan.chrx_haploid);
+    run.params.g_file = text;
+    expect_fatal(
+        "ERROR: When performing imputation on chromosome X, you must provide a sample file for each -g, -g_ref, and/or "
+        "-known_haps_g input file.");
 }
 
 }  // namespace

@@ -14,7 +14,7 @@ const bcf_fmt_t* find_genotypes(const bcf_hdr_t* header, bcf1_t* record) {
 }
 
 // The file has small little-endian numbers: (allele + 1) << 1, and 1 for a phase; an end mark at the place of an allele
-// that is not there.
+// that is not there. The mark of a missing value stands where a sample's fields end before this one.
 template <typename Integer>
 std::uint32_t load(const std::uint8_t* from) {
     std::uint32_t value = 0;
@@ -24,13 +24,15 @@ std::uint32_t load(const std::uint8_t* from) {
 
 template <typename Integer>
 int allele_of(std::uint32_t value) {
-    constexpr std::uint32_t end_mark = (std::uint32_t{1} << (8 * sizeof(Integer) - 1)) + 1;
+    constexpr std::uint32_t missing_mark = std::uint32_t{1} << (8 * sizeof(Integer) - 1);
+    constexpr std::uint32_t end_mark = missing_mark + 1;
     if (value == end_mark) return variant_call::absent;
+    if (value == missing_mark) return variant_call::missing;
     return static_cast<int>(value >> 1) - 1;
 }
 
 template <typename Integer>
-void decode(const bcf_fmt_t& field, std::span<variant_call> calls) {
+call_fault decode(const bcf_fmt_t& field, int n_alleles, std::span<variant_call> calls) {
     const std::uint8_t* from = field.p;
     for (variant_call& call : calls) {
         call = {allele_of<Integer>(load<Integer>(from)), variant_call::absent, false};
@@ -39,8 +41,11 @@ void decode(const bcf_fmt_t& field, std::span<variant_call> calls) {
             call.second = allele_of<Integer>(second);
             call.phased = call.second != variant_call::absent && (second & 1U) != 0;
         }
+        if (call.first == variant_call::absent) call.first = variant_call::missing;
+        if (std::max(call.first, call.second) >= n_alleles) return call_fault::unknown_allele;
         from += field.size;
     }
+    return call_fault::none;
 }
 
 // Four samples of two alleles as one number, the first allele in the lowest byte.
@@ -91,16 +96,14 @@ call_fault read_calls(const bcf_hdr_t* header, bcf1_t* record, std::span<variant
     const bcf_fmt_t* const field = find_genotypes(header, record);
     if (field == nullptr || field->p == nullptr || field->n == 0) return call_fault::no_genotypes;
     if (field->n > 2) return call_fault::too_many_alleles;
+    const int n_alleles = static_cast<int>(record->n_allele);
     switch (field->type) {
         case BCF_BT_INT8:
-            decode<std::int8_t>(*field, calls);
-            return call_fault::none;
+            return decode<std::int8_t>(*field, n_alleles, calls);
         case BCF_BT_INT16:
-            decode<std::int16_t>(*field, calls);
-            return call_fault::none;
+            return decode<std::int16_t>(*field, n_alleles, calls);
         case BCF_BT_INT32:
-            decode<std::int32_t>(*field, calls);
-            return call_fault::none;
+            return decode<std::int32_t>(*field, n_alleles, calls);
         default:
             return call_fault::no_genotypes;
     }

@@ -24,7 +24,7 @@ struct variant_call {
     int ploidy() const { return first < 0 && second < 0 ? 0 : second == absent ? 1 : 2; }
 };
 
-enum class call_fault { none, no_genotypes, too_many_alleles };
+enum class call_fault { none, no_genotypes, too_many_alleles, unknown_allele };
 
 // Fills the calls of all samples. The record is unpacked as far as it needs to be.
 call_fault read_calls(const bcf_hdr_t* header, bcf1_t* record, std::span<variant_call> calls);

@@ -147,6 +147,9 @@ void variant_genotypes::make_probabilities(field which, std::size_t sample, std:
     for (double& value : probabilities_) value *= scale;
     const double largest = *std::max_element(probabilities_.begin(), probabilities_.end());
     for (double& value : probabilities_) sum += value = std::pow(10.0, value - largest);
+    if (!std::isfinite(largest) || !std::isfinite(sum)) {
+        sites_.fail_at(sample, concat("The values of ", names[index(which)], " are no likelihoods"));
+    }
     for (double& value : probabilities_) value /= sum;
 }
 

@@ -30,7 +30,10 @@ void variant_haplotypes::start(const std::vector<bool>& dropped) {
 
 bool variant_haplotypes::read_alleles(allele_row& row) {
     any_missing_ = false;
-    if (!pack_phased_calls(sites_.header(), sites_.record(), sites_.allele(), ones_.data())) read_each();
+    // Where some are haploid each call is looked at, for it may have another number of alleles than it should.
+    const bool packed =
+        absent_.empty() && pack_phased_calls(sites_.header(), sites_.record(), sites_.allele(), ones_.data());
+    if (!packed) read_each();
     if (any_missing_ && !question_is_missing_) {
         missing_note_.say(*this, "a missing allele reads as allele 0 in this panel");
         any_missing_ = false;
@@ -54,8 +57,9 @@ void variant_haplotypes::read_each() {
         if (call.is_het() && !call.phased) {
             sites_.fail_at(i, "A reference panel needs phased genotypes, and the heterozygote is not phased");
         }
-        put(2 * i, call.first);
-        put(2 * i + 1, call.second);
+        const bool known = call.is_known();
+        put(2 * i, known ? call.first : variant_call::missing);
+        put(2 * i + 1, known ? call.second : variant_call::missing);
     }
 }
 

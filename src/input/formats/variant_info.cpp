@@ -1,7 +1,8 @@
 #include "input/formats/variant_info.h"
 
 #include <cstddef>
-#include <memory>
+#include <cstdint>
+#include <cstdlib>
 #include <string_view>
 
 #include "io/text.h"
@@ -27,7 +28,7 @@ struct value_buffer {
     value_buffer() = default;
     value_buffer(const value_buffer&) = delete;
     value_buffer& operator=(const value_buffer&) = delete;
-    ~value_buffer() { free(values); }
+    ~value_buffer() { std::free(values); }
 };
 
 // The place of the site's value among n of them: the only one, one for each ALT, or one for each allele.
@@ -85,6 +86,7 @@ std::string value_text(const bcf_hdr_t* header, bcf1_t* record, const std::strin
 
 variant_info::variant_info(const bcf_hdr_t* header) {
     for (int id = 0; id < header->n[BCF_DT_ID]; ++id) {
+        if (header->id[BCF_DT_ID][id].val == nullptr) continue;  // BCF may leave numbers out
         if (bcf_hdr_idinfo_exists(header, BCF_HL_INFO, id) && is_scalar(header, id)) {
             names_.emplace_back(header->id[BCF_DT_ID][id].key);
         }

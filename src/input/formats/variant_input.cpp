@@ -74,6 +74,7 @@ void variant_input::read_header() {
         if (repeated.empty()) refuse_damaged();
         log_.fatal(concat("ERROR: The header of the file [", name_, "] names the sample ", repeated, " twice."));
     }
+    one_contig_ = header_->n[BCF_DT_CTG] == 1;
     const int n = bcf_hdr_nsamples(header_.get());
     for (int i = 0; i < n; ++i) samples_.emplace_back(header_->samples[i]);
     if (samples_.empty()) {
@@ -170,6 +171,18 @@ void variant_input::refuse_several(const std::vector<std::string>& contigs) cons
                       listed(contigs), ". Choose one of them by -chr."));
 }
 
+void variant_input::refuse_further(const std::string& contig) {
+    std::vector<std::string> found{contig_, contig};
+    const hts_record record(bcf_init());
+    std::string next_contig;
+    long position = 0;
+    while (take(record.get(), next_contig, position)) {
+        if (position < lower_ || position > upper_) continue;
+        if (std::find(found.begin(), found.end(), next_contig) == found.end()) found.push_back(next_contig);
+    }
+    refuse_several(found);
+}
+
 void variant_input::refuse_absent(const std::vector<std::string>& contigs) const {
     log_.fatal(concat("ERROR: The file [", name_, "] has no chromosome ", chromosome_, " (-chr)",
                       contigs.empty() ? std::string() : concat("; it has: ", listed(contigs)), "."));
@@ -180,7 +193,7 @@ void variant_input::refuse_damaged() const {
         concat("ERROR: The file [", name_, "] is damaged or cut off",
                header_ ? concat(", after ", last_contig_.empty() ? "its header"
                                                                  : last_contig_ + ":" + std::to_string(last_position_))
-                       : std::string(", in its header"),
+                       : concat(", in its header", is_regular_ ? "" : ", or the header names a sample twice"),
                "."));
 }
 
@@ -199,9 +212,15 @@ bool variant_input::next_indexed(bcf1_t* record) {
         const long position = record->pos + 1;
         last_contig_ = contig_;
         last_position_ = position;
-        if (position >= lower_ && position <= upper_) return true;
+        if (position < lower_ || position > upper_) continue;
+        check_samples(record);
+        return true;
     }
     return false;
+}
+
+void variant_input::check_samples(const bcf1_t* record) const {
+    if (record->n_sample != samples_.size()) refuse_damaged();
 }
 
 bool variant_input::take(bcf1_t* record, std::string& contig, long& position) {
@@ -237,7 +256,7 @@ void variant_input::parse(bcf1_t* record) {
 
 bool variant_input::next_in_file(bcf1_t* record) {
     // A chromosome that was named, or is the only one, is not looked for behind its region.
-    const bool one_contig = !chromosome_.empty() || header_->n[BCF_DT_CTG] <= 1;
+    const bool one_contig = !chromosome_.empty() || one_contig_;
     std::string contig;
     long position = 0;
     while (!(behind_region_ && one_contig) && take(record, contig, position)) {
@@ -245,6 +264,7 @@ bool variant_input::next_in_file(bcf1_t* record) {
         check_order(contig, position);
         if (!is_wanted(contig, position)) continue;
         if (file_->format.format != bcf) parse(record);
+        check_samples(record);
         return true;
     }
     if (!behind_region_ && file_->format.compression == bgzf && file_->fp.bgzf->no_eof_block != 0) refuse_damaged();
@@ -274,7 +294,7 @@ bool variant_input::is_wanted(const std::string& contig, long position) {
     }
     if (position > upper_ && (contig == contig_ || !chromosome_.empty())) behind_region_ = true;
     if (position < lower_ || position > upper_) return false;
-    if (contig != contig_ && !contig_.empty()) refuse_several({contig_, contig});
+    if (contig != contig_ && !contig_.empty()) refuse_further(contig);
     contig_ = contig;
     return true;
 }

@@ -56,8 +56,12 @@ class variant_input {
     void parse(bcf1_t* record);
     // Whether a record of the file is inside the region; notes its place for the order.
     bool is_wanted(const std::string& contig, long position);
+    // Ends the run when the record is not one of the header's samples.
+    void check_samples(const bcf1_t* record) const;
     void check_order(const std::string& contig, long position);
     [[noreturn]] void refuse_several(const std::vector<std::string>& contigs) const;
+    // The same, when the file has been read as far as a second chromosome: reads on to the end for those behind.
+    [[noreturn]] void refuse_further(const std::string& contig);
     [[noreturn]] void refuse_absent(const std::vector<std::string>& contigs) const;
     [[noreturn]] void refuse_damaged() const;
     std::string place(const bcf1_t* record) const;
@@ -67,6 +71,7 @@ class variant_input {
     std::string name_, chromosome_;
     long lower_, upper_;
     bool is_regular_;
+    bool one_contig_ = false;  // the header names no other
     hts_file file_;
     hts_header header_;
     std::vector<std::string> samples_;

@@ -24,12 +24,14 @@ bool is_x(const contig_info& contig) {
     return is_same_contig(contig.name, "X") || is_same_contig(contig.name, "23");
 }
 
-// The boundary between two positions of the chromosome.
-const boundary* find_boundary(const contig_info& contig, long left, long right) {
-    if (!is_x(contig)) return nullptr;
-    const auto found = std::find_if(boundaries.begin(), boundaries.end(),
-                                    [&](const boundary& at) { return left <= at.left && at.left < right; });
-    return found == boundaries.end() ? nullptr : &*found;
+// The boundaries between two positions of the chromosome in words; both builds may have one there.
+std::string boundaries_between(const contig_info& contig, long left, long right) {
+    std::string text;
+    if (!is_x(contig)) return text;
+    for (const boundary& at : boundaries) {
+        if (left <= at.left && at.left < right) text += (text.empty() ? "" : " or ") + std::string(at.words);
+    }
+    return text;
 }
 
 // Whether an ALT is an allele that somebody may carry.
@@ -71,8 +73,10 @@ void variant_sites::settle_ploidies() {
 
 // Left of the interval the records may lie in another region of chromosome X.
 bool variant_sites::ploidies_are_settled(long position) const {
-    if (position < request_.interval_lower && find_boundary(contig(), request_.lower, request_.interval_lower))
+    if (position < request_.interval_lower &&
+        !boundaries_between(contig(), request_.lower, request_.interval_lower).empty()) {
         return false;
+    }
     return std::find(ploidies_.begin(), ploidies_.end(), unknown_ploidy) == ploidies_.end();
 }
 
@@ -92,22 +96,20 @@ bool variant_sites::agrees(std::span<const variant_call> calls) const {
 
 std::size_t variant_sites::merge_ploidies() {
     std::fill(ploidies_.begin(), ploidies_.end(), unknown_ploidy);
-    long right = 0;
     for (std::size_t i = ahead_.size(); i-- > 0;) {
         bcf1_t* const record = ahead_[i].get();
         const long position = record->pos + 1;
         if (read_calls(file_.header(), record, calls_) == call_fault::none) {
-            const boundary* const at = find_boundary(contig(), position, right);
-            if (at != nullptr && position < request_.interval_lower && !agrees(calls_)) {
+            const std::string crossed = boundaries_between(contig(), position, request_.interval_lower);
+            if (!crossed.empty() && !agrees(calls_)) {
                 file_.note(
                     record,
-                    concat(at->words,
+                    concat(crossed,
                            "; what lies left of it is left out, since people have another number of alleles there"));
                 return i + 1;
             }
             learn(calls_);
         }
-        right = position;
     }
     return 0;
 }
@@ -119,18 +121,20 @@ bool variant_sites::next_record() {
         record_ = std::move(ahead_.front());
         ahead_.pop_front();
     }
-    if (bcf_unpack(record_.get(), BCF_UN_STR) != 0) fail("The record cannot be read");
-    previous_position_ = position_;
+    if (bcf_unpack(record_.get(), BCF_UN_STR) != 0 || record_->n_allele == 0) fail("The record cannot be read");
+    if (record_->pos + 1 != position_) at_position_.clear();
     position_ = record_->pos + 1;
-    if (position_ != previous_position_) at_position_.clear();
     allele_ = 0;
     have_calls_ = false;
-    if (const boundary* const at = find_boundary(contig(), previous_position_, position_);
-        at != nullptr && position_ > request_.interval_upper && !agrees(calls())) {
-        note(concat(at->words,
-                    "; what lies right of it is left out, since people have another number of alleles there"));
+    return !leaves_region_of_x();
+}
+
+bool variant_sites::leaves_region_of_x() {
+    const std::string crossed = boundaries_between(contig(), request_.interval_upper, position_);
+    if (crossed.empty() || read_calls(file_.header(), record_.get(), calls_) != call_fault::none || agrees(calls_)) {
         return false;
     }
+    note(concat(crossed, "; what lies right of it is left out, since people have another number of alleles there"));
     return true;
 }
 
@@ -172,6 +176,8 @@ std::span<const variant_call> variant_sites::calls() {
             fail("There are no genotypes (GT)");
         case call_fault::too_many_alleles:
             fail("There are genotypes of more than two alleles");
+        case call_fault::unknown_allele:
+            fail("There are genotypes of alleles that the record does not name");
         case call_fault::none:
             break;
     }
@@ -195,8 +201,8 @@ void variant_sites::check_ploidies() {
 void variant_sites::refuse_change(std::size_t sample, int ploidy) {
     std::string text = concat("The person has ", ploidy == 1 ? "one allele" : "two alleles", " here and ",
                               ploidy == 1 ? "two" : "one", " elsewhere in the region");
-    if (const boundary* const at = find_boundary(contig(), previous_position_, position_)) {
-        text += concat("; ", at->words, ": choose -int and -buffer so that the region does not cross it");
+    if (const std::string crossed = boundaries_between(contig(), request_.lower, position_); !crossed.empty()) {
+        text += concat("; ", crossed, ": choose -int and -buffer so that the region does not cross it");
     }
     fail_at(sample, text);
 }

@@ -47,6 +47,9 @@ class variant_sites {
 
   private:
     bool next_record();
+    // Whether the record in hand lies behind the interval and a boundary of a pseudoautosomal region, where people have
+    // another number of alleles.
+    bool leaves_region_of_x();
     bool take_allele(site_fields& site);
     bool is_repeated(std::string_view ref, std::string_view alt);
     void settle_ploidies();
@@ -69,7 +72,7 @@ class variant_sites {
     std::vector<std::uint8_t> ploidies_;
     std::vector<variant_call> calls_;
     bool have_calls_ = false;
-    long position_ = 0, previous_position_ = 0;
+    long position_ = 0;
     std::set<std::pair<std::string, std::string>> at_position_;  // REF and ALT of the sites at this position
     std::size_t n_half_ = 0, n_without_alt_ = 0, n_repeated_ = 0;
 };

@@ -52,10 +52,9 @@ TEST_F(blocks, end_the_run_behind_what_comes_before_a_fault) {
     run.params.pgs = true;
     for (const std::size_t n_threads : {1U, 4U}) {
         workers.start(n_threads);
-        capture.terminal.str("");
-        capture.open(run.log);
         expect_fatal("ERROR: site 90", [&] { written(999); });
         EXPECT_EQ(numbers(90), capture.files.read("out"));
+        capture.open(run.log);
     }
 }
 

@@ -21,5 +21,5 @@ using hts_file = std::unique_ptr<htsFile, hts_object_end>;
 using hts_header = std::unique_ptr<bcf_hdr_t, hts_object_end>;
 using hts_record = std::unique_ptr<bcf1_t, hts_object_end>;
 using hts_index = std::unique_ptr<hts_idx_t, hts_object_end>;
-using tbx_index = std::unique_ptr<tbx_t, hts_object_end>;
+using tabix_index = std::unique_ptr<tbx_t, hts_object_end>;
 using hts_iterator = std::unique_ptr<hts_itr_t, hts_object_end>;

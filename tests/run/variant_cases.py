@@ -3,9 +3,9 @@
 
     variant_cases.py --binary BINARY [CASE ...]
 
-Taken are the cases that end well and have genotypes, haplotypes with a legend, or haplotypes of people. Each runs twice: all of
-these files become VCF text, compressed VCF with an index or BCF with an index, in turn from case to case; then the panels of
-haplotypes alone, the study staying text. (Without bgzip and bcftools: VCF text, or VCF through gzip.) Files keep their names,
+Taken are the cases that have genotypes, haplotypes with a legend, or haplotypes of people, neither read nor write VCF, and end
+well. Each runs twice: all of these files become VCF text, compressed VCF with an index or BCF with an index, in turn from case
+to case; then the panels of haplotypes alone, the study staying text. (Without bgzip and bcftools: VCF text, or VCF through gzip.) Files keep their names,
 for a format is told by content. Put aside is what VCF does not hold, the first ID of a site, and what only it tells: lines of
 the log about people, fields and fit of the sites.
 """
@@ -27,7 +27,6 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 
 # Why the results of a case are not the same.
 HALF_CALLS = 'pairs of which one allele is missing are half calls in VCF, of which both are missing'
-NAMES = 'the VCF that it writes names the chromosome, the people and the IDs of its input'
 FIRST_ID = 'it uses the first of the two IDs of a site'
 NOT_COMPARED = {
     'fill_holes': HALF_CALLS,
@@ -40,11 +39,6 @@ NOT_COMPARED = {
     'snp_exclusion': FIRST_ID,
     'snp_exclusion_imputed': FIRST_ID,
     'split_site_pgs': 'its people are diploid in one run and haploid in the other',
-    'vcf_chrx': NAMES,
-    'vcf_format_fields': NAMES,
-    'vcf_output': NAMES,
-    'vcf_pgs_two_panels': NAMES,
-    'vcf_prephase': NAMES,
     'warn_duplicate_position': 'equal sites of VCF are one site with a warning of its own (vcf_in_equal_sites)',
     'warn_known_star_of_male': 'a haploid call of VCF has no phase',
     'warn_merged_gen_odd_panel0': 'an odd number of haplotypes, of which people of VCF have two each',
@@ -205,8 +199,12 @@ def differences(case, binary, style, panels_only):
 
 
 def is_suitable(case):
-    """Whether a case has such files and ends well."""
+    """Whether a case has such files, neither reads nor writes VCF, and ends well."""
     options = {option for run in case.runs for option in option_values(run.arguments)}
+    if any(data.startswith(b'##fileformat=VCF') for data in case.inputs().values()):
+        return False
+    if any(re.search(r'\.(vcf|bcf)(\.gz)?$', name) for kind, name in case.sections if kind == 'file'):
+        return False
     return bool(options & {'-g', '-h', '-known_haps_g', '-g_ref'}) and all(run.status == 0 for run in case.runs) and \
         '--help' not in options
 

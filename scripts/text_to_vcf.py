@@ -69,6 +69,8 @@ def of_genotypes(arguments):
     fields = arguments.fields.split(',')
     for row in lines_of(arguments.gen):
         values = [float(v) for v in row[5:]]
+        if len(values) % 3:
+            raise ValueError('%d probabilities are not three a person' % len(values))
         triples = [values[i:i + 3] for i in range(0, len(values), 3)]
         calls = [genotype_fields(t, fields, arguments.threshold, haploid)
                  for t, haploid in zip(triples, haploid_people(arguments, len(triples)))]

@@ -1,6 +1,6 @@
 #pragma once
 
-// Objects of htslib that end with their owner.
+// Objects of htslib that end with their owner, and what has to be known of their values.
 
 #include <htslib/hts.h>
 #include <htslib/tbx.h>
@@ -17,9 +17,14 @@ struct hts_object_end {
     void operator()(hts_itr_t* iterator) const { hts_itr_destroy(iterator); }
 };
 
+// Whether the values of a field are numbers. The library ends the program when it is asked for the numbers of others.
+inline bool are_numbers(int type) {
+    return type == BCF_BT_INT8 || type == BCF_BT_INT16 || type == BCF_BT_INT32 || type == BCF_BT_FLOAT;
+}
+
 using hts_file = std::unique_ptr<htsFile, hts_object_end>;
 using hts_header = std::unique_ptr<bcf_hdr_t, hts_object_end>;
 using hts_record = std::unique_ptr<bcf1_t, hts_object_end>;
 using hts_index = std::unique_ptr<hts_idx_t, hts_object_end>;
-using hts_tbx = std::unique_ptr<tbx_t, hts_object_end>;
+using tabix_index = std::unique_ptr<tbx_t, hts_object_end>;
 using hts_iterator = std::unique_ptr<hts_itr_t, hts_object_end>;

@@ -36,6 +36,15 @@ fit compare(const panel_labels& study, const panel_labels& reference) {
     return flipped ? fit::flipped : fit::neither;
 }
 
+// A site of the reference at the same position; null when there is none.
+const panel_labels* reference_at(const site_table& sites, long position) {
+    const auto range = sites.store.equal_range(position);
+    for (auto at = range.first; at != range.second; ++at) {
+        if (const auto panel = reference_panel(at->second)) return &at->second.labels[*panel];
+    }
+    return nullptr;
+}
+
 std::size_t count_common(const site_table& sites) {
     std::size_t n = 0;
     for (const auto& [position, site] : sites.store) n += site.type == 2 ? 1 : 0;
@@ -48,12 +57,15 @@ typed_site_census::typed_site_census(const site_table& sites) {
     for (const auto& [position, site] : sites.store) {
         count(site);
         const std::optional<std::size_t> reference = reference_panel(site);
-        if (site.in_panel(2) && !reference) show(study_only_, site_text(position, site.labels[2]));
-        if (!site.in_panel(2) && reference) show(reference_only_, site_text(position, site.labels[*reference]));
-        if (site.type == 2 && reference && compare(site.labels[2], site.labels[*reference]) == fit::neither) {
-            show(differing_, concat(site_text(position, site.labels[2]), " against ", site.labels[*reference].a0, "/",
-                                    site.labels[*reference].a1));
+        if (!site.in_panel(2)) {
+            if (reference) show(reference_only_, site_text(position, site.labels[*reference]));
+            continue;
         }
+        if (!reference) show(study_only_, site_text(position, site.labels[2]));
+        const panel_labels* const other = reference ? &site.labels[*reference] : reference_at(sites, position);
+        if (other == nullptr || compare(site.labels[2], *other) != fit::neither) continue;
+        ++n_differing_;
+        show(differing_, concat(site_text(position, site.labels[2]), " against ", other->a0, "/", other->a1));
     }
 }
 
@@ -87,7 +99,10 @@ std::string typed_site_census::cause(std::size_t n_left) const {
     if (n_common_ == 0 && reference_only_.empty()) {
         return "The reference has no site in the region: look at -chr and -int.";
     }
-    if (n_common_ <= n_left) {
+    if (study_only_.empty() && n_common_ <= n_left) {
+        return "The study has only one site in the region: look at -chr and -int.";
+    }
+    if (differing_.empty() || (n_common_ <= n_left && 2 * n_differing_ <= n_study_)) {
         return concat("The positions of study and reference differ; are they of the same genome build? The study has ",
                       joined(study_only_), "; the reference has ", joined(reference_only_), ".");
     }

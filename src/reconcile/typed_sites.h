@@ -22,7 +22,8 @@ class typed_site_census {
     [[noreturn]] void refuse(run_log& log, std::size_t n_left) const;
     std::string cause(std::size_t n_left) const;
 
-    std::size_t n_study_ = 0, n_common_ = 0, n_swapped_ = 0, n_flipped_ = 0;
-    // The first sites of the study that the reference lacks, of the reference that the study lacks, and of both.
+    std::size_t n_study_ = 0, n_common_ = 0, n_swapped_ = 0, n_flipped_ = 0, n_differing_ = 0;
+    // The first sites of the study that the reference lacks, of the reference that the study lacks, and those at whose
+    // position both have alleles that do not fit.
     std::vector<std::string> study_only_, reference_only_, differing_;
 };

@@ -218,9 +218,14 @@ const option* find_option(const std::string& entry) {
     return nullptr;
 }
 
-bool takes_file(const std::string& entry) {
-    const option* const row = find_option(entry);
-    return row != nullptr && (row->kind == option_kind::text || row->kind == option_kind::texts);
+// Whether a lone dash is the file, or one of the files, of the option before it.
+bool stands_for_file(const std::vector<std::string>& entries, std::size_t i) {
+    if (!is_standard_input(entries[i])) return false;
+    std::size_t at = i;
+    while (at > 0 && (at == i || is_standard_input(entries[at]) || !entries[at].starts_with('-'))) --at;
+    const option* const row = find_option(entries[at]);
+    if (row == nullptr) return false;
+    return row->kind == option_kind::texts || (row->kind == option_kind::text && at + 1 == i);
 }
 
 class scan {
@@ -247,8 +252,9 @@ class scan {
 
     std::vector<std::string> list(std::size_t i) const {
         std::vector<std::string> values;
-        for (++i; i < entries_.size() && (!entries_[i].starts_with('-') || is_standard_input(entries_[i])); ++i)
+        for (++i; i < entries_.size() && (!entries_[i].starts_with('-') || stands_for_file(entries_, i)); ++i) {
             values.push_back(entries_[i]);
+        }
         return values;
     }
 
@@ -324,7 +330,7 @@ command_line read_command_line(const std::vector<std::string>& entries) {
             result.wants_all_help = i + 1 < entries.size() && entries[i + 1] == "all";
         } else if (entries[i] == "--version") {
             result.wants_version = true;
-        } else if (is_standard_input(entries[i]) && i > 0 && takes_file(entries[i - 1])) {
+        } else if (stands_for_file(entries, i)) {
             continue;
         } else if (entries[i].starts_with('-')) {
             pass.take(i);

@@ -89,6 +89,32 @@ TEST_F(typed_sites, name_the_labels_that_differ) {
         110);
 }
 
+TEST_F(typed_sites, name_the_labels_that_differ_at_positions_of_both) {
+    add(100, "AC", "");
+    add(100, "", "AG");
+    add(110, "AC", "");
+    expect_refusal(
+        "none is left in the region, too few to impute from. The positions of study and reference differ; are they of "
+        "the "
+        "same genome build? The study has 100 A/C, 110 A/C; the reference has 100 A/G.");
+    capture.open(run.log);
+    add(120, "AC", "");
+    add(120, "", "AT");
+    expect_refusal(
+        "none is left in the region, too few to impute from. The alleles of study and reference differ: 100 A/C "
+        "against "
+        "A/G, 120 A/C against A/T.");
+}
+
+TEST_F(typed_sites, name_a_study_of_one_site) {
+    add(100, "AC", "AC");
+    add(110, "", "AG");
+    expect_refusal(
+        "only one is left in the region, too few to impute from. The study has only one site in the region: look at "
+        "-chr "
+        "and -int.");
+}
+
 TEST_F(typed_sites, name_the_file_that_has_none) {
     add(100, "", "AC");
     expect_refusal(

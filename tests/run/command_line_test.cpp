@@ -46,8 +46,17 @@ TEST(command_line, takes_a_lone_dash_for_standard_input) {
     EXPECT_EQ("-", line.params.g_file);
     EXPECT_EQ((texts{"a", "-"}), line.params.h_files);
     EXPECT_EQ(texts{"b"}, line.params.l_files);
+    EXPECT_EQ((texts{"-", "a"}), read({"-h", "-", "a"}).params.h_files);
     EXPECT_TRUE(line.unknown.empty());
     EXPECT_TRUE(line.valueless.empty());
+}
+
+TEST(command_line, does_not_know_a_lone_dash_elsewhere) {
+    EXPECT_EQ(texts{"-"}, read({"-g", "a", "-"}).unknown);
+    EXPECT_EQ(texts{"-"}, read({"-"}).unknown);
+    const command_line line = read({"-k_hap", "5", "-"});
+    EXPECT_EQ(numbers{5}, line.params.k_hap);
+    EXPECT_EQ(texts{"-"}, line.unknown);
 }
 
 TEST(command_line, takes_the_last_of_two_values) {

@@ -34,8 +34,17 @@ variant_genotypes::variant_genotypes(run_log& log, const source_request& request
                                     : std::vector{field::gp, field::gt};
 }
 
+// The library ends the program at values of another type than the header says.
+void variant_genotypes::check_type(const char* name) const {
+    const bcf_fmt_t* const found =
+        bcf_get_fmt(const_cast<bcf_hdr_t*>(sites_.header()), sites_.record(), name);  // NOLINT
+    if (found == nullptr || are_numbers(found->type)) return;
+    sites_.fail(concat("The field ", name, " is not of the type that it should have"));
+}
+
 // Fills the values of the record in hand; false where it has no such field.
 bool variant_genotypes::fetch(field which) {
+    check_type(names[index(which)]);
     const auto get = [&](auto type, int kind) {
         decltype(type)* buffer = nullptr;
         int size = 0;

@@ -21,6 +21,7 @@ class variant_genotypes final : public variant_source<genotype_source> {
     // In the order in which they are looked for: probabilities, log10 likelihoods, phred-scaled likelihoods, calls.
     enum class field { gp, gl, pl, gt };
 
+    void check_type(const char* name) const;
     bool fetch(field which);
     void take_calls(std::span<probability_triple> triples);
     void take_values(field which, std::span<probability_triple> triples);

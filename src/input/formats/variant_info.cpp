@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "io/hts_objects.h"
 #include "io/text.h"
 
 namespace {
@@ -70,7 +71,11 @@ std::string value_text(const bcf_hdr_t* header, bcf1_t* record, const std::strin
     const int id = bcf_hdr_id2int(header, BCF_DT_ID, name.c_str());
     const int number = number_of(header, id);
     const int place = place_of(number, allele);
-    switch (bcf_hdr_id2type(header, BCF_HL_INFO, id)) {
+    const int type = static_cast<int>(bcf_hdr_id2type(header, BCF_HL_INFO, id));
+    const bcf_info_t* const info = bcf_get_info(header, record, name.c_str());
+    const bool is_number = type == BCF_HT_INT || type == BCF_HT_REAL;
+    if (info != nullptr && is_number && !are_numbers(info->type)) return ".";
+    switch (type) {
         case BCF_HT_FLAG:
             return bcf_get_info_flag(header, record, name.c_str(), nullptr, nullptr) == 1 ? "1" : "0";
         case BCF_HT_INT:

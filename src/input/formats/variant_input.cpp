@@ -248,6 +248,12 @@ bool variant_input::take(bcf1_t* record, std::string& contig, long& position) {
 }
 
 void variant_input::parse(bcf1_t* record) {
+    // The library passes over what stands behind the last sample.
+    const auto n_columns = 1 + static_cast<std::size_t>(std::count(line_.s, line_.s + line_.l, '\t'));
+    const std::size_t n_wanted = 9 + samples_.size();
+    if (n_columns != n_wanted) {
+        fail(nullptr, concat("There are ", n_columns, " columns in place of ", n_wanted));
+    }
     if (vcf_parse(&line_, header_.get(), record) != 0 ||
         (record->errcode & ~(BCF_ERR_CTG_UNDEF | BCF_ERR_TAG_UNDEF)) != 0) {
         fail(nullptr, "The record cannot be read");

@@ -78,7 +78,7 @@ class variant_input {
     std::string contig_;
     // With an index: of BCF, or of compressed VCF.
     hts_index bcf_index_;
-    hts_tbx vcf_index_;
+    tabix_index vcf_index_;
     hts_iterator iterator_;
     // Without one.
     std::set<std::string> seen_;  // chromosomes so far

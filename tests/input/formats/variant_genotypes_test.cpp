@@ -134,4 +134,21 @@ TEST_F(variant_genotype_source, field_of_another_type_is_refused) {
                  [&] { source.read_triples(row); });
 }
 
+// The header of a BCF file may say another type than its records have.
+TEST_F(variant_genotype_source, values_of_another_type_than_the_header_says_are_refused) {
+    std::string bytes =
+        file_text(write_bcf(capture.files, "a.bcf",
+                            vcf_text("s", {record("C", "GP", "a,b,c")},
+                                     "##contig=<ID=20>\n##FORMAT=<ID=GP,Number=G,Type=String,Description=\"\">\n"),
+                            "wbu"));
+    const std::string said = "Type=String,Description=\"\"";
+    bytes.replace(bytes.find(said), said.size(), "Type=Float,Description=\"x\"");
+    auto source = open_request<variant_genotypes>(request_of(capture.files.write("data", bytes)));
+    site_fields site;
+    ASSERT_TRUE(source.next(site));
+    triple_list row(1);
+    expect_fatal("ERROR: The field GP is not of the type that it should have" + in_record("20:150"),
+                 [&] { source.read_triples(row); });
+}
+
 }  // namespace

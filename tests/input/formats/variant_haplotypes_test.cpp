@@ -28,7 +28,7 @@ class variant_haplotype_source : public variant_fixture {
         }
         return all;
     }
-    std::vector<std::string> rows(const std::vector<std::string>& records, bool question_is_missing = true) {
+    std::vector<std::string> rows_of(const std::vector<std::string>& records, bool question_is_missing = true) {
         source_request request = request_for_records("a b c", records);
         request.question_is_missing = question_is_missing;
         return rows(request);
@@ -38,20 +38,21 @@ class variant_haplotype_source : public variant_fixture {
 };
 
 TEST_F(variant_haplotype_source, people_have_two_columns) {
-    EXPECT_EQ((texts{"011100"}), rows({called_record(150, "0|1 1|1 0/0")}));
+    EXPECT_EQ((texts{"011100"}), rows_of({called_record(150, "0|1 1|1 0/0")}));
     EXPECT_TRUE(absent.empty());
 }
 
 TEST_F(variant_haplotype_source, each_allele_is_taken_against_all_others) {
-    EXPECT_EQ((texts{"010010", "001100"}), rows({"20 150 . A C,T . . . GT 0|1 2|2 1|0"}));
+    EXPECT_EQ((texts{"010010", "001100"}), rows_of({"20 150 . A C,T . . . GT 0|1 2|2 1|0"}));
 }
 
 TEST_F(variant_haplotype_source, missing_alleles_are_missing_whatever_the_dots) {
-    EXPECT_EQ((texts{"000111", "??01??"}), rows({called_record(140, "0|0 0|1 1|1"), called_record(150, ". 0|1 .|1")}));
+    EXPECT_EQ((texts{"000111", "??01??"}),
+              rows_of({called_record(140, "0|0 0|1 1|1"), called_record(150, ". 0|1 .|1")}));
 }
 
 TEST_F(variant_haplotype_source, missing_alleles_read_as_0_where_the_panel_knows_none) {
-    EXPECT_EQ((texts{"000100"}), rows({called_record(150, "./. 0|1 .|.")}, false));
+    EXPECT_EQ((texts{"000100"}), rows_of({called_record(150, "./. 0|1 .|.")}, false));
     EXPECT_THAT(notes(), ::testing::EndsWith(note_of("20:150", "a missing allele reads as allele 0 in this panel")));
 }
 
@@ -59,7 +60,7 @@ TEST_F(variant_haplotype_source, unphased_heterozygotes_are_refused) {
     expect_fatal(
         "ERROR: A reference panel needs phased genotypes, and the heterozygote is not phased, for the sample b" +
             in_record("20:150"),
-        [this] { rows({called_record(150, "0|1 0/1 0|0")}); });
+        [this] { rows_of({called_record(150, "0|1 0/1 0|0")}); });
 }
 
 TEST_F(variant_haplotype_source, second_haplotype_of_a_haploid_person_is_absent) {
@@ -72,7 +73,7 @@ TEST_F(variant_haplotype_source, haploid_person_who_becomes_diploid_is_refused) 
     expect_fatal("ERROR: The person has two alleles here and one elsewhere in the region, for the sample a" +
                      in_record("20:160"),
                  [this] {
-                     rows({called_record(150, "1 0|1 1|1"), called_record(160, "1|0 0|1 1|1")});
+                     rows_of({called_record(150, "1 0|1 1|1"), called_record(160, "1|0 0|1 1|1")});
                  });
 }
 
@@ -80,7 +81,7 @@ TEST_F(variant_haplotype_source, diploid_person_who_becomes_haploid_is_refused) 
     expect_fatal(
         "ERROR: The person has one allele here and two elsewhere in the region, for the sample a" + in_record("20:160"),
         [this] {
-            rows({called_record(150, "1|0 0|1 1|1"), called_record(160, "1 0|1 1|1")});
+            rows_of({called_record(150, "1|0 0|1 1|1"), called_record(160, "1 0|1 1|1")});
         });
 }
 

@@ -60,7 +60,7 @@ std::string text_value(const bcf_hdr_t* header, bcf1_t* record, const char* name
     value_buffer<char> buffer;
     const int n = bcf_get_info_string(header, record, name, &buffer.values, &buffer.n);
     if (n <= 0) return ".";
-    const std::string text(buffer.values);
+    std::string text(buffer.values);
     if (!is_list) return text;
     std::vector<std::string> pieces;
     strsplit(text, ',', pieces);

@@ -108,7 +108,7 @@ def info_rows(counts):
 def frequency_section(study):
     section = Section('frequencies', 'Study against panel')
     checked = sum(run.summary.checked_labels for run in study.imputed)
-    section.text = ['By the labels of their alleles, %s of %s typed sites were brought to the strand of the panel, and %s were '
+    section.text = ['By the labels of their alleles, %s of %s typed sites (buffers included) were brought to the strand of the panel, and %s were '
                     'removed because their alleles disagree.' % (number(sum(run.summary.flipped for run in study.imputed)),
                                                                  number(checked), number(sum(run.summary.removed for run in study.imputed)))]
     if study.pairs:
@@ -147,8 +147,8 @@ def sample_section(people):
     if not people:
         section.text = ['No run wrote quality by person.']
         return section
-    section.text = ['How well masked genotypes of each person come back, over all runs. Outliers are more than five robust standard '
-                    'deviations and more than one percent below the middle: other ancestry than the panel, a bad sample, a mix-up.']
+    section.text = ['How well masked genotypes of each person come back, over all runs. Outliers are more than five standard '
+                    'deviations (of people and of the number of sites) and more than one percent below the middle: other ancestry than the panel, a bad sample, a mix-up.']
     section.pictures = [figures.samples(people)]
     far = [person for person in people if person.stands_out]
     for caption, chosen, is_open in ((list_caption('Outliers', len(far)), far[:LISTED], bool(far)), ('All people', people, False)):

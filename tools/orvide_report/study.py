@@ -145,6 +145,7 @@ class SampleQuality:
     name: str
     concordance: float
     r2: float
+    sites: float  # masked ones
     stands_out: bool = False
 
 
@@ -171,17 +172,20 @@ def sample_quality(study):
     means = numpy.where(weights > 0, sums / numpy.maximum(weights, 1), -1)
     if len(names) != means.shape[1]:
         names = ['person %d' % (i + 1) for i in range(means.shape[1])]
-    people = [SampleQuality(name, float(c), float(r)) for name, c, r in zip(names, means[0], means[1])]
+    people = [SampleQuality(name, *map(float, values)) for name, *values in zip(names, *means, weights[0])]
     mark_outliers(people)
     return people
 
 
 def mark_outliers(people):
-    """Far below the middle: more than five robust standard deviations and more than a hundredth."""
+    """Far below the middle: by more than five standard deviations, those of people (robust) and of few sites, and by more than a
+    hundredth."""
     values = numpy.array([person.concordance for person in people])
     middle = numpy.median(values)
-    spread = 1.4826 * numpy.median(numpy.abs(values - middle))
+    people_spread = 1.4826 * numpy.median(numpy.abs(values - middle))
+    mean = min(1.0, max(0.0, float(values.mean())))
     for person in people:
+        spread = math.hypot(people_spread, math.sqrt(mean * (1 - mean) / max(1, person.sites)))
         person.stands_out = bool(middle - person.concordance > max(5 * spread, 0.01))
 
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "chromosome/phase_votes.h"
-#include "output/variants/hts_objects.h"
+#include "io/hts_objects.h"
 
 class run_log;
 

@@ -30,7 +30,8 @@ constexpr std::string_view help =
     "  -h FILE             reference haplotypes, for the estimates of time and memory\n"
     "  -l FILE             their legend, when they are text\n"
     "  -chr NAME           the chromosome, of files that hold several\n"
-    "  -max_kb N           longest chunk in kilobases (5000)\n"
+    "  -max_kb N           longest chunk in kilobases (5000); the outermost ones reach a twentieth of it beyond their\n"
+    "                      typed sites\n"
     "  -min_typed N        typed sites that a chunk should have (100)\n"
     "  -gap_kb N           a longer stretch without typed sites, such as a centromere, is not crossed (1000)\n"
     "  -buffer KB          buffer of the runs, for the estimates (250)\n"
@@ -83,7 +84,7 @@ genetic_map read_map(run_log& log, const std::string& name) {
     } catch (const run_end&) {
         const std::vector<std::string> lines = filled_lines(said.str());
         const std::string& text = lines.back();  // the reason
-        log.fatal(text.starts_with("ERROR:") ? text : "ERROR: " + text);
+        log.fatal(text.starts_with("ERROR:") ? text : concat("ERROR: ", text));
     }
 }
 
@@ -107,6 +108,7 @@ plan_inputs read_inputs(run_log& log, const word_options& options) {
     if (options.has("-l") && !options.has("-h")) log.fatal("ERROR: The option -l needs -h.");
     plan_inputs inputs;
     inputs.limits.longest = 1000 * options.number(log, "-max_kb", 5000, 1);
+    inputs.limits.edge = inputs.limits.longest / 20;
     inputs.limits.min_typed = static_cast<std::size_t>(options.number(log, "-min_typed", 100, 1));
     inputs.limits.gap = 1000 * options.number(log, "-gap_kb", 1000, 1);
     inputs.buffer = 1000 * options.number(log, "-buffer", 250, 0);

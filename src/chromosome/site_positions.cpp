@@ -4,11 +4,11 @@
 
 #include <string_view>
 
+#include "io/hts_objects.h"
 #include "io/input_file.h"
 #include "io/run_log.h"
 #include "io/text.h"
 #include "io/text_input.h"
-#include "output/variants/hts_objects.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/../src"
 
-declare -A rank=([run]=6 [reconcile]=5 [inference]=5 [output]=5 [input]=4 [params]=3 [model]=2 [random]=1 [io]=1 [threads]=0)
+declare -A rank=([run]=6 [chromosome]=6 [reconcile]=5 [inference]=5 [output]=5 [input]=4 [params]=3 [model]=2 [random]=1 [io]=1 [threads]=0)
 found=0
 while IFS=: read -r file line include; do
     from=${file%%/*}

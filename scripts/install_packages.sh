@@ -10,7 +10,8 @@ packages=(g++ cmake ninja-build libboost-iostreams-dev zlib1g-dev libhts-dev pyt
 if [[ ${1:-} == --program ]]; then
     shift
 else
-    packages+=(libgtest-dev libgmock-dev libbenchmark-dev clang-format clang-tidy bcftools plink2 python3-pysam)
+    packages+=(libgtest-dev libgmock-dev libbenchmark-dev clang-format clang-tidy bcftools plink2 python3-pysam
+        python3-matplotlib python3-jinja2 chromium)
 fi
 packages+=("$@")
 

@@ -1,0 +1,44 @@
+#pragma once
+
+// A phased VCF or BCF file, record by record, and what ligation does with a record.
+
+#include <htslib/vcf.h>
+
+#include <string>
+#include <vector>
+
+#include "chromosome/phase_votes.h"
+#include "io/hts_objects.h"
+
+class run_log;
+
+class phased_file {
+  public:
+    // Opens the file and reads its header; ends the command when it cannot.
+    phased_file(run_log& log, std::string name);
+
+    const std::string& name() const { return name_; }
+    bcf_hdr_t* header() const { return header_.get(); }
+    std::vector<std::string> samples() const;
+    // The next record, unpacked; null behind the last one. Ends the command at a damaged file and where two records are
+    // not in order or are the same site.
+    hts_record next();
+
+  private:
+    void check_order(const bcf1_t* record);
+
+    run_log& log_;
+    std::string name_;
+    hts_file file_;
+    hts_header header_;
+    std::string last_contig_, last_site_;
+    hts_pos_t last_position_ = -1;
+    std::vector<std::string> sites_here_;  // at the last position
+};
+
+// Alleles of a site in one word: REF, then ALT.
+std::string alleles_of(const bcf1_t* record);
+// The genotypes of all people. A haploid one has one allele, which is no heterozygote.
+std::vector<phased_pair> genotypes_of(const bcf_hdr_t* header, bcf1_t* record);
+// Exchanges the haplotypes of some people: the alleles of phased genotypes in GT, and the values in HDS.
+void turn_haplotypes(const bcf_hdr_t* header, bcf1_t* record, const std::vector<bool>& turned);

@@ -1,0 +1,57 @@
+import argparse
+import os
+import sys
+from pathlib import Path
+
+from orvide_report.errors import ReportError
+
+DESCRIPTION = """\
+Makes one self-contained HTML page from what runs of orvide wrote: for one run, for the chunks of a chromosome, or for a
+study. OUT is what was given to -o. Of each run OUT_summary is read and OUT_info, and where they are there
+OUT_info_by_sample, OUT_warnings, OUT_samples, OUT_haps_confidence[.gz] and OUT_benchmark (time and memory: a table with a
+header and the columns s and max_rss, in seconds and MB). Runs are grouped into chromosomes by their option -chr, else by
+a word such as chr20 in OUT, and ordered by position. A run with -prephase_g gives its phasing, time and warnings only."""
+
+
+def parse(arguments):
+    parser = argparse.ArgumentParser(prog='orvide-report', description=DESCRIPTION,
+                                     formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument('runs', metavar='OUT', nargs='+', help='the -o name of a run')
+    parser.add_argument('-o', '--output', metavar='FILE', default='orvide_report.html', help='the page (default: %(default)s)')
+    parser.add_argument('--title', default='Imputation report', help='its title (default: %(default)s)')
+    parser.add_argument('--panel', action='store_true',
+                        help='compare allele frequencies of study and panel; reads the first -h file of each run again')
+    return parser.parse_args(arguments)
+
+
+def write_whole(path, text):
+    """Writes beside the file first, so that no half page is left behind."""
+    path = Path(path)
+    part = path.with_name(path.name + '.part')
+    try:
+        part.write_text(text, encoding='utf-8')
+        os.replace(part, path)
+    except OSError as failure:
+        raise ReportError('cannot write [%s]: %s' % (path, failure.strerror)) from failure
+
+
+def make(options):
+    # Imported here, so that --help works, and a missing package is told, without them.
+    try:
+        from orvide_report.page import make_page
+    except ModuleNotFoundError as missing:
+        raise ReportError('the Python package %s is missing: install it (Debian: python3-matplotlib python3-jinja2)'
+                          % missing.name) from missing
+    from orvide_report.study import read_study
+    write_whole(options.output, make_page(read_study(options.runs, options.panel), options.title))
+
+
+def main(arguments=None):
+    options = parse(arguments)
+    try:
+        make(options)
+    except ReportError as error:
+        print('ERROR: %s' % error, file=sys.stderr)
+        return 1
+    print('orvide-report: wrote %s' % options.output)
+    return 0

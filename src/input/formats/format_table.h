@@ -25,7 +25,7 @@ struct source_request {
     bool one_haplotype = false;        // phased: individuals have one allele each
     bool question_is_missing = false;  // haplotypes: "?" is a missing allele; otherwise it reads as 0
     bool further_values = false;       // haplotypes: sites may have values beside their names
-    bool read_ahead = false;           // unpack a file of text beside the work on what was read
+    bool read_ahead = false;           // unpack a file beside the work on what was read
 
     // Formats that hold several chromosomes or have an index read no more than this: base pairs, both ends included.
     std::string option;                                        // that names the file, as in "-g"

@@ -56,6 +56,7 @@ variant_input::variant_input(run_log& log, const source_request& request, input_
     hts_set_log_level(HTS_LOG_OFF);  // what the library has to say comes out as our own messages
     file_.reset(hts_hopen(file.release(), name_.c_str(), "r"));
     if (!file_) refuse_damaged();
+    if (request.read_ahead) hts_set_threads(file_.get(), 1);
     check_end_mark();
     read_header();
     if (load_index()) {

@@ -11,7 +11,7 @@ if [[ ${1:-} == --program ]]; then
     shift
 else
     packages+=(libgtest-dev libgmock-dev libbenchmark-dev clang-format clang-tidy bcftools plink2 python3-pysam
-        python3-matplotlib python3-jinja2 chromium)
+        python3-matplotlib python3-jinja2 chromium snakemake parallel)
 fi
 packages+=("$@")
 

@@ -8,11 +8,11 @@
 
 namespace {
 
-constexpr std::size_t stretch_sites = 16;
+constexpr std::size_t stretch_sites = 24;
 
 // How many candidates each side of a mark offers, where a stretch takes about so many.
 std::size_t neighbours_for(std::size_t n_wanted, std::size_t n_turns) {
-    return 4 + 4 * ((n_wanted + n_turns - 1) / n_turns);
+    return 2 + 2 * ((n_wanted + n_turns - 1) / n_turns);
 }
 
 bool is_own(const match_target& target, std::size_t panel, std::size_t hap) {
@@ -21,6 +21,11 @@ bool is_own(const match_target& target, std::size_t panel, std::size_t hap) {
 
 bool by_place(const matched_haplotype& x, const matched_haplotype& y) {
     return std::tie(x.panel, x.hap) < std::tie(y.panel, y.hap);
+}
+
+// The order of the heaps.
+bool is_worse(const matched_haplotype& x, const matched_haplotype& y) {
+    return x.length != y.length ? x.length < y.length : by_place(y, x);
 }
 
 }  // namespace
@@ -70,22 +75,22 @@ void local_matches::add_neighbours(const match_target& target, const std::uint64
 }
 
 void local_matches::fill_turn(const match_target& target, const std::uint64_t* alleles, std::size_t mark, std::size_t n,
-                              std::vector<matched_haplotype>& best) const {
-    best.clear();
+                              std::vector<matched_haplotype>& heap) const {
+    heap.clear();
     for (std::size_t p = target.first_panel; p <= target.last_panel; ++p) {
         for (const match_side side : {match_side::left, match_side::right}) {
-            add_neighbours(target, alleles, p, side, mark, n, best);
+            add_neighbours(target, alleles, p, side, mark, n, heap);
         }
     }
-    std::sort(best.begin(), best.end(), [](const matched_haplotype& x, const matched_haplotype& y) {
-        return x.length != y.length ? x.length > y.length : by_place(x, y);
-    });
+    std::make_heap(heap.begin(), heap.end(), is_worse);
 }
 
 // Whether there was one to take.
-bool local_matches::take_next(turn& t, std::vector<matched_haplotype>& chosen) {
-    while (t.next < t.best.size()) {
-        const matched_haplotype& best = t.best[t.next++];
+bool local_matches::take_next(std::vector<matched_haplotype>& heap, std::vector<matched_haplotype>& chosen) {
+    while (!heap.empty()) {
+        std::pop_heap(heap.begin(), heap.end(), is_worse);
+        const matched_haplotype best = heap.back();
+        heap.pop_back();
         if (std::exchange(taken_[best.panel][best.hap], 1) != 0) continue;
         chosen.push_back(best);
         return true;
@@ -101,9 +106,7 @@ void local_matches::choose(const haplotypes_by_panel& haps, const match_target& 
     for (std::size_t h = 0; h < target.n_hap; ++h) {
         cut_row(haps[target.panel]->row(target.hap + h), sites_, alleles_.data());
         for (std::size_t mark = 0; mark < n_stretches_; ++mark) {
-            turn& t = turns_[h * n_stretches_ + mark];
-            t.next = 0;
-            fill_turn(target, alleles_.data(), mark, n_neighbours, t.best);
+            fill_turn(target, alleles_.data(), mark, n_neighbours, turns_[h * n_stretches_ + mark]);
         }
     }
     const auto n_turns = static_cast<int>(turns_.size());

@@ -25,7 +25,7 @@ struct matched_haplotype {
 class local_matches {
   public:
     // sites: those at which haplotypes are compared, indices of the store, ascending. They are parted into stretches
-    // of some 16, with a mark in the middle of each.
+    // of some 24, with a mark in the middle of each.
     void set_sites(std::vector<std::size_t> sites);
     bool ready() const { return ready_; }
     std::size_t n_stretches() const { return n_stretches_; }
@@ -40,17 +40,12 @@ class local_matches {
                 std::vector<matched_haplotype>& chosen);
 
   private:
-    // What a stretch of one of the target's haplotypes may take.
-    struct turn {
-        std::vector<matched_haplotype> best;  // the longest match first
-        std::size_t next = 0;
-    };
     void refresh(const haplotypes_by_panel& haps, const match_target& target);
     void fill_turn(const match_target& target, const std::uint64_t* alleles, std::size_t mark, std::size_t n,
-                   std::vector<matched_haplotype>& best) const;
+                   std::vector<matched_haplotype>& heap) const;
     void add_neighbours(const match_target& target, const std::uint64_t* alleles, std::size_t panel, match_side side,
                         std::size_t mark, std::size_t n, std::vector<matched_haplotype>& found) const;
-    bool take_next(turn& t, std::vector<matched_haplotype>& chosen);
+    bool take_next(std::vector<matched_haplotype>& heap, std::vector<matched_haplotype>& chosen);
 
     bool ready_ = false;
     std::size_t n_stretches_ = 0;
@@ -58,7 +53,8 @@ class local_matches {
     std::array<match_orders, 3> orders_;  // by panel
     std::array<bool, 3> current_{};       // the orders are those of this iteration
     std::vector<std::uint64_t> alleles_;  // of the haplotype in hand, at the sites
-    std::vector<turn> turns_;             // [haplotype of the target][stretch]
+    // [haplotype of the target][stretch]: what it may take, a heap with the longest match on top.
+    std::vector<std::vector<matched_haplotype>> turns_;
     std::vector<int> sequence_;
     std::array<std::vector<std::uint8_t>, 3> taken_;  // by panel and haplotype, 0 or 1
 };

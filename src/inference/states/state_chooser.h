@@ -17,7 +17,7 @@ class state_chooser {
     state_chooser(const inference_inputs& in, distance_matrix distances) : in_(in), distances_(std::move(distances)) {}
 
     // late: states are chosen by similarity from this iteration on, at random before it. first: it is the first one.
-    void start_iteration(bool late, bool first);
+    void start_iteration(bool late, bool first = false);
 
     // All of them fill states. A record gets what was chosen by similarity; it may be null.
 

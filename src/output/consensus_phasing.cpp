@@ -1,5 +1,6 @@
 #include "output/consensus_phasing.h"
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <optional>
@@ -219,6 +220,14 @@ void phase_against_known(study_phasing& phasing, bool by_samples, const person& 
     phasing.set_alleles(who, s, one_first ? 1 : 0, one_first ? 0 : 1);
 }
 
+// What a chance of a phase is worth: the states of an iteration are chosen for the phase at hand, so that iterations
+// repeat each other, and chances are too sure. The power makes confidences true on panels of known phase (docs/recipes.md).
+double tempered(double chance) {
+    constexpr double power = 0.7;
+    const double yes = std::pow(chance, power), no = std::pow(1.0 - chance, power);
+    return yes / (yes + no);
+}
+
 // The last two heterozygotes of an individual that were phased by sums, as the frame of those that follow.
 class summed_frame {
   public:
@@ -235,7 +244,7 @@ class summed_frame {
         before_ = last_;
         last_ = first_allele == 1 ? 1.0 : -1.0;
     }
-    // Of a heterozygote: the first allele that agrees best with the frame, and the chance that this is its phase
+    // Of a heterozygote: the first allele that agrees best with the frame, and how sure it is as its phase
     // relative to the one before it. The second one before carries the phase over a site that has none to tell, such as
     // a wrong genotype.
     std::pair<int, double> phase(std::size_t het) const {
@@ -243,7 +252,8 @@ class summed_frame {
         const double with_previous = sums_->with_previous[het] / n * last_;
         const double with_second = sums_->with_second[het] / n * before_;
         const bool one = with_previous + with_second >= 0.0;
-        return {one ? 1 : 0, 0.5 + 0.5 * (one ? with_previous : -with_previous)};
+        const double chance = 0.5 + 0.5 * (one ? with_previous : -with_previous);
+        return {one ? 1 : 0, tempered(std::clamp(chance, 0.0, 1.0))};
     }
 
   private:

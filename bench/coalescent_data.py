@@ -5,11 +5,16 @@ Constant population of 10,000 diploid people, mutation rate 1.25e-8 a base pair 
 simulated haplotypes become the reference, the others are joined in pairs to the people of the study. Typed sites are
 frequent ones, spread evenly. Files in the folder: map.txt, ref.hap.gz, ref.legend.gz, study.gen.gz (unphased typed
 genotypes), study.haps.gz (the same, phased), truth.gen.gz (all sites).
+
+With --errors the reference has one allele in 5,000 wrong and one switch between the haplotypes of a person and Mb, and the
+study 0.2 % of its genotypes; truth.gen.gz has none of these, and study.haps.gz has stars at the wrong genotypes, whose phase
+cannot be right or wrong.
 """
 import argparse
 import gzip
 import math
 import os
+import random
 import shutil
 import subprocess
 import sys
@@ -18,6 +23,9 @@ EFFECTIVE_SIZE = 10000
 MUTATION_RATE = 1.25e-8
 RECOMBINATION_RATE = 1e-8
 FIRST_POSITION = 1000000
+WRONG_ALLELES = 1 / 5000  # of the reference
+SWITCHES = 1e-6           # of a reference person, a base pair
+WRONG_GENOTYPES = 0.002   # of the study
 GENOTYPES = {'00': '1 0 0', '01': '0 1 0', '10': '0 1 0', '11': '0 0 1'}
 
 
@@ -46,22 +54,63 @@ def expected_length(options):
     return int(1.15 * options.sites / per_base) + 1
 
 
-def study_line(position, alleles, people, phased):
+def study_line(position, alleles, people, phased, stars=frozenset()):
+    """stars: people whose phase is not known."""
     start = 'SNP%d rs%d %d A G ' % (position, position, position)
     if phased:
-        return start + ' '.join(alleles)
+        return start + ' '.join(a + ('*' if h // 2 in stars else '') for h, a in enumerate(alleles))
     return start + ' '.join(GENOTYPES[alleles[2 * i:2 * i + 2]] for i in range(people))
+
+
+class ReferenceErrors:
+    """Puts wrong alleles and switches of phase into a reference, site by site in order."""
+
+    def __init__(self, n_haplotypes, seed):
+        self.draw = random.Random(seed)
+        self.switched = [False] * (n_haplotypes // 2)
+        self.last = FIRST_POSITION
+
+    def spoil(self, position, alleles):
+        alleles = list(alleles)
+        chance = SWITCHES * (position - self.last)
+        self.last = position
+        for i, switched in enumerate(self.switched):
+            self.switched[i] = switched ^ (self.draw.random() < chance)
+            if self.switched[i]:
+                alleles[2 * i], alleles[2 * i + 1] = alleles[2 * i + 1], alleles[2 * i]
+        for h, allele in enumerate(alleles):
+            if self.draw.random() < WRONG_ALLELES:
+                alleles[h] = '1' if allele == '0' else '0'
+        return ''.join(alleles)
+
+
+def spoil_study(typed, people, seed):
+    """Sites of the study with wrong genotypes: [(position, alleles, people with a wrong genotype)]."""
+    draw = random.Random(seed)
+    sites = []
+    for position, alleles, _ in typed:
+        pairs = [alleles[2 * i:2 * i + 2] for i in range(people)]
+        wrong = {i for i in range(people) if draw.random() < WRONG_GENOTYPES}
+        for i in sorted(wrong):
+            pairs[i] = draw.choice([pair for pair in ('00', '01', '11') if GENOTYPES[pair] != GENOTYPES[pairs[i]]])
+        sites.append((position, ''.join(pairs), wrong))
+    return sites
 
 
 def write_reference(options, folder):
     """Writes the panel. Returns [(position, study alleles, reference frequency)]."""
     sites = []
+    errors = ReferenceErrors(options.reference, options.seed) if options.errors else None
     with gzip.open(os.path.join(folder, 'ref.hap.gz'), 'wt', compresslevel=6) as panel:
         for position, alleles in simulated_sites(options.reference + 2 * options.people, expected_length(options),
                                                  options.seed):
+            if len(sites) == options.sites:
+                continue  # to the end of what is simulated
             reference = alleles[:options.reference]
+            if errors:
+                reference = errors.spoil(position, reference)
             carriers = reference.count('1')
-            if len(sites) < options.sites and 0 < carriers < options.reference:
+            if 0 < carriers < options.reference:
                 panel.write(' '.join(reference) + '\n')
                 sites.append((position, alleles[options.reference:], carriers / options.reference))
     if len(sites) < options.sites:
@@ -82,6 +131,7 @@ def main():
     parser.add_argument('--people', metavar='N', type=int, default=100, help='people of the study')
     parser.add_argument('--sites', metavar='N', type=int, default=10000, help='sites of the reference')
     parser.add_argument('--typed', metavar='N', type=int, default=900, help='sites that the study typed')
+    parser.add_argument('--errors', action='store_true', help='wrong alleles, switches and genotypes as in real data')
     options = parser.parse_args()
     if shutil.which('scrm') is None:
         sys.exit('coalescent_data.py: scrm is missing; it is a Debian package')
@@ -98,10 +148,14 @@ def main():
     write_lines(options.folder, 'map.txt', ['position COMBINED_rate(cM/Mb) Genetic_Map(cM)'] +
                 ['%d %.6f %.8f' % (p, RECOMBINATION_RATE * 1e8, (p - FIRST_POSITION) * RECOMBINATION_RATE * 100)
                  for p in (*range(FIRST_POSITION, end, 5000), end)])
-    for name, chosen, phased in (('study.gen.gz', typed, False), ('study.haps.gz', typed, True),
-                                 ('truth.gen.gz', sites, False)):
+    study = [(position, alleles, frozenset()) for position, alleles, _ in typed]
+    if options.errors:
+        study = spoil_study(typed, options.people, options.seed)
+    write_lines(options.folder, 'truth.gen.gz',
+                [study_line(position, alleles, options.people, False) for position, alleles, _ in sites])
+    for name, phased in (('study.gen.gz', False), ('study.haps.gz', True)):
         write_lines(options.folder, name,
-                    [study_line(position, alleles, options.people, phased) for position, alleles, _ in chosen])
+                    [study_line(position, alleles, options.people, phased, wrong) for position, alleles, wrong in study])
 
 
 if __name__ == '__main__':

@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "model/phase_sums.h"
+
 // A table [rows][sites], of which only some sites have a column.
 class sum_table {
   public:
@@ -85,6 +87,8 @@ struct accumulators {
     std::vector<int> last_sampled_gtype;
     // Rows: the individuals without known haplotypes in order, or all individuals under -mc_impute.
     sample_bits mcmc_bits;
+    // By study individual, where the consensus of phases is made from them; else empty.
+    std::vector<phase_sums> phase;
     // [cond_panel][individual] under -weight_imputed_gt.
     std::array<std::vector<double>, 2> weight_base;
     std::array<std::vector<double>, 2> weight_sum;

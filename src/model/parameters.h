@@ -31,6 +31,7 @@ struct parameters {
     std::string strand_h_file = "NULL";             // -strand_h
     std::string o_file = "./test.orvide2";          // -o
     std::string format_fields = "NULL";             // -format_fields
+    std::string preset = "NULL";                    // -preset
     std::string i_file = "NULL";                    // -i
     std::string r_file = "NULL";                    // -r
     std::string w_file = "NULL";                    // -w
@@ -84,6 +85,7 @@ struct parameters {
     int informed_burnin = -1;     // -informed_burnin
     int thin = 1;                 // -thin
     int k = 80;                   // -k
+    int local_states = 0;         // -local_states (percent)
     std::vector<int> k_hap{500};  // -k_hap (list)
     int weight_imputed_gt = -1;   // -weight_imputed_gt
     int weight_panel = -1;

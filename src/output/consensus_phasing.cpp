@@ -1,7 +1,10 @@
 #include "output/consensus_phasing.h"
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
+#include <optional>
+#include <utility>
 
 #include "io/text.h"
 #include "output/posterior_genotypes.h"
@@ -142,6 +145,11 @@ class study_phasing {
         if (!who.haploid) haps_.set(who.first_hap + 1, s, second);
     }
 
+    // What the paths told of his phase; null without such sums.
+    const phase_sums* sums_of(const person& who) const {
+        return run_.acc.phase.empty() ? nullptr : &run_.acc.phase[who.index];
+    }
+
   private:
     std::size_t n_iterations() const { return run_.plan.stored_iters.size(); }
 
@@ -212,11 +220,54 @@ void phase_against_known(study_phasing& phasing, bool by_samples, const person& 
     phasing.set_alleles(who, s, one_first ? 1 : 0, one_first ? 0 : 1);
 }
 
-// Phases the heterozygotes of one individual, each against the one before.
+// What a chance of a phase is worth: the states of an iteration are chosen for the phase at hand, so that iterations
+// repeat each other, and chances are too sure. The power makes confidences true on panels of known phase (docs/recipes.md).
+double tempered(double chance) {
+    constexpr double power = 0.7;
+    const double yes = std::pow(chance, power), no = std::pow(1.0 - chance, power);
+    return yes / (yes + no);
+}
+
+// The last two heterozygotes of an individual that were phased by sums, as the frame of those that follow.
+class summed_frame {
+  public:
+    explicit summed_frame(const phase_sums* sums) : sums_(sums) {}
+
+    // The heterozygote at a site, if it has sums. Sites ascend from call to call.
+    std::optional<std::size_t> find(std::size_t s) {
+        if (sums_ == nullptr) return std::nullopt;
+        while (next_ < sums_->site.size() && sums_->site[next_] < s) ++next_;
+        return next_ < sums_->site.size() && sums_->site[next_] == s ? std::optional(next_) : std::nullopt;
+    }
+    bool empty() const { return last_ == 0.0; }
+    void append(int first_allele) {
+        before_ = last_;
+        last_ = first_allele == 1 ? 1.0 : -1.0;
+    }
+    // Of a heterozygote: the first allele that agrees best with the frame, and how sure it is as its phase
+    // relative to the one before it. The second one before carries the phase over a site that has none to tell, such as
+    // a wrong genotype.
+    std::pair<int, double> phase(std::size_t het) const {
+        const auto n = static_cast<double>(sums_->n_paths);
+        const double with_previous = sums_->with_previous[het] / n * last_;
+        const double with_second = sums_->with_second[het] / n * before_;
+        const bool one = with_previous + with_second >= 0.0;
+        const double chance = 0.5 + 0.5 * (one ? with_previous : -with_previous);
+        return {one ? 1 : 0, tempered(std::clamp(chance, 0.0, 1.0))};
+    }
+
+  private:
+    const phase_sums* sums_;
+    std::size_t next_ = 0;
+    double last_ = 0.0, before_ = 0.0;  // 1 where the first allele is 1, -1 where it is 0, 0 for none
+};
+
+// Phases the heterozygotes of one individual, each against the one before. Where there are sums, heterozygotes that
+// have none (genotypes that were missing) stand by themselves against the last one that has.
 class pairwise_phasing {
   public:
     pairwise_phasing(study_phasing& phasing, phase_confidences& confidences, const person& who, std::size_t slot)
-        : phasing_(phasing), confidences_(confidences), who_(who), slot_(slot) {}
+        : phasing_(phasing), confidences_(confidences), who_(who), slot_(slot), frame_(phasing.sums_of(who)) {}
 
     void visit(std::size_t s) {
         const int genotype = phasing_.consensus_genotype(who_, s);
@@ -225,12 +276,24 @@ class pairwise_phasing {
             return;  // without a phase call
         }
         phasing_.load_samples(who_, s, current_);
-        if (first_) {
+        const std::optional<std::size_t> summed = frame_.find(s);
+        const int carried = carried_;
+        if (summed && !frame_.empty()) {
+            const auto [allele, confidence] = frame_.phase(*summed);
+            settle(s, allele, confidence);
+        } else if (first_) {
             settle(s, 0, 1.0);
         } else {
             follow_previous(s);
         }
         first_ = false;
+        if (summed) {
+            frame_.append(settled_);
+            carried_ = settled_;
+        } else if (!frame_.empty()) {
+            carried_ = carried;
+            return;
+        }
         std::swap(previous_, current_);
     }
 
@@ -238,6 +301,7 @@ class pairwise_phasing {
     void settle(std::size_t s, int first_allele, double confidence) {
         phasing_.set_alleles(who_, s, first_allele, 1 - first_allele);
         confidences_[s][slot_] = confidence;
+        settled_ = first_allele;
     }
 
     void follow_previous(std::size_t s) {
@@ -264,7 +328,9 @@ class pairwise_phasing {
     std::size_t slot_;
     bool first_ = true;
     int carried_ = 0;  // first allele at the last heterozygote that the iterations settled
+    int settled_ = 0;  // first allele at the last heterozygote
     sampled_pair previous_, current_;
+    summed_frame frame_;
 };
 
 }  // namespace

@@ -21,8 +21,9 @@ constexpr double no_phase_call = -1.0;
 // those. Ends the run at a triple that is none, as phase_pairwise does.
 void phase_fixed(const result_inputs& run, packed_haplotypes& haps, sample_bits& samples);
 
-// For the others: each heterozygote takes the phase relative to the one before that most iterations have. Empty when
-// there are none.
+// For the others: each heterozygote takes the phase relative to the one before that most iterations have; or, where
+// sums of what the paths tell are at hand (phase_sums.h), that which agrees best with the two before. Empty when there
+// are none.
 phase_confidences phase_pairwise(const result_inputs& run, packed_haplotypes& haps, sample_bits& samples);
 
 // Index of the largest value; values that tie within 1e-10 are drawn from with equal chance, by one uniform draw. A

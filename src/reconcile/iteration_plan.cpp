@@ -33,6 +33,7 @@ std::vector<int> list_selfchecks(const std::vector<int>& stored, double share) {
 std::optional<int> first_informed(const parameters& params, const run_plan& plan) {
     if (params.random_cond) return std::nullopt;
     int informed = std::min(params.informed_burnin, plan.burnin);
+    if (informed == -1 && params.local_states > 0) informed = plan.burnin;
     if (informed == -1) informed = static_cast<int>(std::floor(plan.burnin * 0.6666666666666666 + 0.5));
     return plan.burnin - informed;
 }

@@ -8,6 +8,7 @@
 
 #include "io/input_file.h"
 #include "io/text.h"
+#include "run/presets.h"
 
 namespace {
 
@@ -121,11 +122,13 @@ constexpr std::array option_table{
     clearing_flag("-no_remove", &p::remove_excluded, "keep SNPs whose alleles do not agree"),
     flag("-strict_allele_matching", &p::strict_allele_matching, "accepted without effect"),
     heading("The Markov chain"),
+    text("-preset", &p::preset, "NAME  settings for fast, balanced or accurate work [none]"),
     integer("-iter", &p::iter, "N  iterations [30]"),
     integer("-burnin", &p::burnin, "N  iterations before results count [10]"),
     integer("-informed_burnin", &p::informed_burnin, "N  burn-in iterations with informed states [2/3 of -burnin]"),
     integer("-thin", &p::thin, "N  use every N-th iteration [1]"),
     integer("-k", &p::k, "N  states for phasing [80]"),
+    integer("-local_states", &p::local_states, "P  percent of the states for phasing chosen by local matches [0]"),
     option{"-k_hap", option_kind::state_counts, &p::k_hap, false, {}, "N [N]  states for imputation [500]"},
     option{"-seed", option_kind::seed, {}, false, {}, "N  seed of the random numbers [from the time]"},
     flag("-random_cond", &p::random_cond, "choose conditioning states at random"),
@@ -313,6 +316,16 @@ class scan {
     command_line& result_;
 };
 
+// Takes the options that a preset stands for, so that those of the command line can replace them; the last one counts.
+void take_preset(const std::vector<std::string>& entries, command_line& result) {
+    std::vector<std::string> words;
+    for (std::size_t i = 0; i + 1 < entries.size(); ++i) {
+        if (entries[i] == "-preset") words = preset_options(entries[i + 1]);
+    }
+    scan pass(words, result);
+    for (std::size_t i = 0; i < words.size(); i += 2) pass.take(i);
+}
+
 }  // namespace
 
 command_line read_command_line(const std::vector<std::string>& entries) {
@@ -323,6 +336,7 @@ command_line read_command_line(const std::vector<std::string>& entries) {
         result.echo_text += " " + entries[i];
         if (i > 0) result.params.command_text += " " + entries[i];
     }
+    take_preset(entries, result);
     scan pass(entries, result);
     for (std::size_t i = 0; i < entries.size(); ++i) {
         if (entries[i] == "--help") {

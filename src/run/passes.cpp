@@ -38,7 +38,7 @@ update_passes::update_passes(data& run, progress_line& progress, distance_matrix
 
 void update_passes::start_iteration(const iteration& now) {
     now_ = now;
-    chooser_.start_iteration(now.late);
+    chooser_.start_iteration(now.late, now.it == 0);
 }
 
 // --- what the passes share ------------------------------------------------------------------------------------------
@@ -220,6 +220,7 @@ void update_passes::update_study_individual(const study_member& member) {
     update.genotype_probs = genotype_probs;
     update.stored = now_.stored;
     update.weighted = weighted;
+    update.sums_phase = now_.stored && !member.known && !run_.acc.phase.empty();
     run_pair(update);
     if (!weighted) return;
     if (p.weight_imputed_gt == 3) run_.acc.dip_like[member.ind] = pair_.log10_likelihood;

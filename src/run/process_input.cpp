@@ -10,6 +10,7 @@
 #include "io/input_file.h"
 #include "io/text.h"
 #include "output/variants/variant_format.h"
+#include "run/presets.h"
 #include "run/process_input.h"
 
 namespace {
@@ -139,6 +140,26 @@ class input_check {
                 "files.");
         }
         if (p_.thin < 1) log_.fatal("ERROR: The -thin value must be at least 1.");
+        check_preset();
+        check_local_states();
+    }
+
+    void check_preset() {
+        if (!is_given(p_.preset) || !preset_options(p_.preset).empty()) return;
+        log_.fatal(concat("ERROR: There is no -preset ", p_.preset, "; choose ", preset_names(), "."));
+    }
+
+    void check_local_states() {
+        if (p_.local_states < 0 || p_.local_states > 100) {
+            log_.fatal(concat("ERROR: The -local_states value (", p_.local_states,
+                              ") is a percentage: it must be from 0 to 100."));
+        }
+        if (p_.local_states == 0) return;
+        if (p_.random_cond || is_given(p_.distances_file) || is_given(p_.distances_by_hap_file)) {
+            log_.fatal(
+                "ERROR: You cannot use -local_states together with -random_cond, -distances or -distances_by_hap: they "
+                "choose the states in another way. Set -local_states 0 beside a -preset.");
+        }
     }
 
     // Files of a format that names its sites have no legend; in its place stands "NULL". What comes through a pipe

@@ -4,6 +4,7 @@
 
 #include "io/text.h"
 #include "output/variants/variant_format.h"
+#include "run/presets.h"
 #include "run/reports.h"
 
 void print_nomenclature(run_log& log, const parameters& params) {
@@ -127,6 +128,18 @@ void print_files(run_log& log, const parameters& params) {
                output_rows(params, params.panel0_given(), params.panel1_given()));
 }
 
+namespace {
+
+// What a preset stands for, options given beside it being told by the lines that follow.
+void print_preset(run_log& log, const parameters& params) {
+    if (!is_given(params.preset)) return;
+    std::string text = concat("                      preset: ", params.preset, ", which stands for");
+    for (const std::string& word : preset_options(params.preset)) text += " " + word;
+    log.line(text);
+}
+
+}  // namespace
+
 void print_params(run_log& log, const parameters& params, const run_plan& plan, const panel_array& panels,
                   const copying_models& models) {
     log.header("----------------", " Run parameters ");
@@ -146,6 +159,7 @@ void print_params(run_log& log, const parameters& params, const run_plan& plan, 
     log.line(concat("                      buffer: ", default_text(params.buffer_kb), " kb"));
     log.line(concat("                          Ne: ", default_text(params.Ne)));
     log.line(concat("           input call thresh: ", fixed_text(params.call_thresh, 3)));
+    print_preset(log, params);
     log.line(concat("     burn-in MCMC iterations: ", plan.burnin));
     if (params.thin >= 2) log.line(concat("      MCMC thinning interval: ", params.thin));
     log.line(concat("       total MCMC iterations: ", plan.n_iterations, " (", plan.stored_iters.size(),
@@ -154,6 +168,7 @@ void print_params(run_log& log, const parameters& params, const run_plan& plan, 
         std::string text = "      HMM states for phasing: ";
         if (g_ref) text += concat(models.k_states[1][1][1], " [Panel 1]; ");
         if (is_given(params.g_file)) text += concat(models.k_states[1][2][2], " [Panel 2]");
+        if (params.local_states > 0) text += concat("; ", params.local_states, " % by local matches");
         log.line(text);
     }
     if (params.panel0_given() || g_ref) {

@@ -1,5 +1,6 @@
 #include "output/consensus_phasing.h"
 
+#include <cmath>
 #include <limits>
 
 #include "output_fixture.h"
@@ -485,5 +486,55 @@ TEST_F(consensus_phasing, impossible_sums_end_the_run) {
     add_sums(site, 0, std::numeric_limits<double>::quiet_NaN(), 1.0);
     expect_fatal(sum_message("ordered individual 1", "phase_fixed"), [&] { fixed(); });
 }
+
+// --- by sums ------------------------------------------------------------------------------------------------------
+
+TEST_F(consensus_phasing, sums_decide_and_tell_the_confidence) {
+    give_study(1);
+    for (const long position : {110, 120, 130}) add_genotypes(add_site(position, 2), {1});
+    allocate();
+    run.acc.phase = {{{0, 1, 2}, {0.0, 1.0, -1.8}, {0.0, 0.0, 0.0}, 2}};
+    pairwise();
+    const std::array sites{run.sites.in_order[0], run.sites.in_order[1], run.sites.in_order[2]};
+    EXPECT_EQ("01", alleles_of(2, *sites[0]));
+    EXPECT_EQ("01", alleles_of(2, *sites[1]));
+    EXPECT_EQ("10", alleles_of(2, *sites[2]));
+    EXPECT_EQ(1.0, certainty(*sites[0]));
+    const auto tempered = [](double p) { return std::pow(p, 0.7) / (std::pow(p, 0.7) + std::pow(1.0 - p, 0.7)); };
+    EXPECT_DOUBLE_EQ(tempered(0.75), certainty(*sites[1]));
+    EXPECT_DOUBLE_EQ(tempered(0.95), certainty(*sites[2]));
+}
+
+// The second site tells nothing, such as a wrong genotype; the third follows the first one.
+TEST_F(consensus_phasing, sums_carry_the_phase_over_a_site_that_has_none) {
+    give_study(1);
+    for (const long position : {110, 120, 130}) add_genotypes(add_site(position, 2), {1});
+    allocate();
+    run.acc.phase = {{{0, 1, 2}, {0.0, -0.01, -0.01}, {0.0, 0.0, -0.9}, 1}};
+    pairwise();
+    EXPECT_EQ("01", alleles_of(2, *run.sites.in_order[0]));
+    EXPECT_EQ("10", alleles_of(2, *run.sites.in_order[1]));
+    EXPECT_EQ("10", alleles_of(2, *run.sites.in_order[2]));
+    EXPECT_NEAR(0.4965, certainty(*run.sites.in_order[2]), 1e-4) << "relative to the one before";
+}
+
+TEST_F(consensus_phasing, heterozygotes_without_sums_follow_the_last_one_that_has_some_by_samples) {
+    give_study(1);
+    for (const int genotype : {1, 3, 1}) {
+        add_genotypes(add_site(110 + 10 * static_cast<long>(run.sites.store.size()), 2), {genotype});
+    }
+    allocate();
+    run.acc.phase = {{{0, 2}, {0.0, 2.0}, {0.0, 0.0}, 2}};
+    for (std::size_t it = 0; it < 2; ++it) {
+        run.acc.mcmc_bits.set(0, 1, 0, it, true);
+        run.acc.mcmc_bits.set(0, 0, 1, it, true);
+        run.acc.mcmc_bits.set(0, 1, 2, it, true);
+    }
+    pairwise();
+    EXPECT_EQ("01", alleles_of(2, *run.sites.in_order[0]));
+    EXPECT_EQ("10", alleles_of(2, *run.sites.in_order[1]));
+    EXPECT_EQ("01", alleles_of(2, *run.sites.in_order[2])) << "not turned by the one between";
+}
+
 
 }  // namespace

@@ -123,4 +123,14 @@ TEST_F(iteration_plan, is_never_informed_under_random_states) {
     EXPECT_EQ(std::nullopt, plan.informed_start_iter);
 }
 
+TEST_F(iteration_plan, local_states_need_no_random_ones_first) {
+    params.local_states = 50;
+    make(30, 10);
+    EXPECT_EQ(0, plan.informed_start_iter);
+    params.informed_burnin = 4;
+    make(30, 10);
+    EXPECT_EQ(6, plan.informed_start_iter) << "unless they are asked for";
+}
+
+
 }  // namespace

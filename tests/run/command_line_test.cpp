@@ -271,4 +271,28 @@ TEST(full_help, ends_with_help_and_version) {
     EXPECT_EQ(0U, lines.back().find("  --version "));
 }
 
+// --- presets --------------------------------------------------------------------------------------------------------
+
+TEST(command_line, takes_the_options_that_a_preset_stands_for) {
+    const command_line line = read({"-preset", "fast", "-seed", "3"});
+    EXPECT_EQ("fast", line.params.preset);
+    EXPECT_EQ(100, line.params.local_states);
+    EXPECT_EQ(40, line.params.k);
+    EXPECT_EQ(10, line.params.iter);
+    EXPECT_TRUE(line.unknown.empty());
+    EXPECT_EQ("Command-line input: bin/orvide -preset fast -seed 3", line.echo_text);
+}
+
+TEST(command_line, lets_an_option_before_or_behind_a_preset_win) {
+    EXPECT_EQ(7, read({"-k", "7", "-preset", "fast"}).params.k);
+    EXPECT_EQ(7, read({"-preset", "fast", "-k", "7"}).params.k);
+    EXPECT_EQ(0, read({"-preset", "balanced", "-local_states", "0"}).params.local_states);
+}
+
+TEST(command_line, keeps_the_defaults_beside_a_preset_that_is_none) {
+    EXPECT_EQ(30, read({"-preset", "best"}).params.iter);
+    EXPECT_EQ(texts{"-preset"}, read({"-preset"}).valueless);
+}
+
+
 }  // namespace

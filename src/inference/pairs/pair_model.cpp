@@ -277,6 +277,7 @@ class pair_walker {
             p = w1 / (w1 + w2);
         }
         const double u = Random::RNG->Next();
+        r_.order_kept[v] = u > p ? 1.0 - 2.0 * p : 2.0 * p - 1.0;
         if (u > p) return {k2_, k1_};
         return {k1_, k2_};
     }
@@ -288,6 +289,7 @@ class pair_walker {
         const double u = Random::RNG->Next();
         const double p00 = p_.pr_00[x][y], p01 = p_.pr_01[x][y], p10 = p_.pr_10[x][y];
         if (requests_[v].heterozygous) {
+            r_.first_is_one[v] = (p10 - p01) / (p10 + p01);
             r_.alleles[v] =
                 u > p01 / (p01 + p10) ? std::array<std::uint8_t, 2>{1, 0} : std::array<std::uint8_t, 2>{0, 1};
         } else if (u <= p00) {
@@ -382,6 +384,8 @@ void pair_walk(const pair_problem& problem, pair_tables& tables, const pair_walk
     results.state.assign(options.sample ? problem.n_sites : 0, {no_state, no_state});
     results.alleles.resize(problem.n_sites);
     results.weights.resize(problem.n_sites);
+    results.order_kept.assign(problem.n_sites, 1.0);
+    results.first_is_one.assign(problem.n_sites, 0.0);
     results.stay_count = results.switch_count = 0;
     if (problem.n_sites > 0) pair_walker(problem, tables, options, requests, results).run();
 }

@@ -20,8 +20,8 @@ struct candidate_pool {
 candidate_pool make_pool(const panel_array& panels, const state_target& target) {
     candidate_pool pool;
     pool.first_panel = target.cond_panel > target.panel ? target.cond_panel : 0;
-    pool.last_panel = target.cond_panel;
-    if (target.panel == target.cond_panel && target.hap) {
+    pool.last_panel = target.cond_panel - (target.lower_panels_only ? 1 : 0);
+    if (target.panel == pool.last_panel && target.hap) {
         pool.own_panel = target.panel;
         pool.own_first = *target.hap;
         pool.n_own = target.n_hap;
@@ -140,6 +140,32 @@ void list_figures(const panel_array& panels, const state_target& target, const c
     });
 }
 
+// Lists the local matches, as many as shall be states: by panel and index, fewer if no more are found.
+void match_locally(const inference_inputs& in, const state_target& target, const candidate_pool& pool, std::size_t K,
+                   hole_alleles holes, choice_workspace& work) {
+    work.matched.clear();
+    const std::size_t n_local = K * target.percent_local / 100;
+    if (n_local == 0) return;
+    local_matches& matches = work.matches[target.panel];
+    if (!matches.ready()) matches.set_sites(counted_sites(in, target, holes));
+    matches.choose(haplotypes_of(in.panels),
+                   {target.panel, *target.hap, target.n_hap, pool.first_panel, pool.last_panel}, n_local, work.matched);
+}
+
+// Leaves the local matches nearer than everybody else.
+void put_matches_first(const panel_array& panels, const candidate_pool& pool, choice_workspace& work) {
+    for (int& figure : work.figures) ++figure;
+    std::size_t first = 0;  // of the panel's candidates
+    auto match = work.matched.begin();
+    for (std::size_t p = pool.first_panel; p <= pool.last_panel; ++p) {
+        for (; match != work.matched.end() && match->panel == p; ++match) {
+            const bool behind_own = p == pool.own_panel && match->hap > pool.own_first;
+            work.figures[first + match->hap - (behind_own ? pool.n_own : 0)] = 0;
+        }
+        first += panels[p].n_hap - (p == pool.own_panel ? pool.n_own : 0);
+    }
+}
+
 }  // namespace
 
 void choose_informed_conditioning_states(const inference_inputs& in, const state_target& target, hole_alleles holes,
@@ -161,8 +187,14 @@ void choose_informed_conditioning_states(const inference_inputs& in, const state
         for_each_candidate(in.panels, pool, [&](std::size_t p, std::size_t h) { keep_state(p, h, 0, 0); });
         return;
     }
+    match_locally(in, target, pool, K, holes, work);
+    if (work.matched.size() == K && record == nullptr) {
+        for (const matched_haplotype& match : work.matched) states.add(match.panel, match.hap);
+        return;
+    }
     count_mismatches(in, target, pool, holes, work);
     list_figures(in.panels, target, pool, work);
+    if (!work.matched.empty()) put_matches_first(in.panels, pool, work);
     select_nearest(work.figures, K, work.keep);
     take_marked(in.panels, pool, work.keep, [&](std::size_t p, std::size_t h) {
         keep_state(p, h, work.ham_dist_a[p][h], target.n_hap == 2 ? work.ham_dist_b[p][h] : 0);

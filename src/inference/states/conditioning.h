@@ -20,6 +20,8 @@ struct state_target {
                                  // lies above panel
     std::optional<std::size_t> hap;  // the first haplotype; none: any, nobody is left out
     std::size_t n_hap = 1;           // 1 or 2; left out of the candidates if cond_panel is panel
+    std::size_t percent_local = 0;   // of the states, chosen by local matches where an informed choice is made
+    bool lower_panels_only = false;  // the candidates are those of the panels below panel, which is cond_panel
 };
 
 void choose_random_conditioning_states(const inference_inputs& in, const state_target& target,
@@ -28,7 +30,8 @@ void choose_random_conditioning_states(const inference_inputs& in, const state_t
 // How alleles are compared at the holes of the panel that is being filled.
 enum class hole_alleles { known, not_known };  // not known yet: no mismatch
 
-// The nearest by numbers of mismatches, those with the nearer haplotype of two. Adds the states and their distances to
+// The nearest by numbers of mismatches, those with the nearer haplotype of two; beside the local matches, if a share of
+// the states is theirs (local_matches.h). Adds the states and their distances to
 // the record, if there is one; distances of 0 where all were taken.
 void choose_informed_conditioning_states(const inference_inputs& in, const state_target& target, hole_alleles holes,
                                          choice_workspace& work, conditioning_states& states,

@@ -16,8 +16,8 @@ class state_chooser {
     // distances: of -distances or -distances_by_hap, empty without.
     state_chooser(const inference_inputs& in, distance_matrix distances) : in_(in), distances_(std::move(distances)) {}
 
-    // late: states are chosen by similarity from this iteration on, at random before it.
-    void start_iteration(bool late) { late_ = late; }
+    // late: states are chosen by similarity from this iteration on, at random before it. first: it is the first one.
+    void start_iteration(bool late, bool first = false);
 
     // All of them fill states. A record gets what was chosen by similarity; it may be null.
 
@@ -46,5 +46,9 @@ class state_chooser {
     const inference_inputs& in_;
     distance_matrix distances_;
     choice_workspace work_;
-    bool late_ = false;
+    // Whether two haplotypes of a panel copy the panels below alone, where there are local matches: while phases are
+    // still random, people of the same panel would keep each other wrong.
+    bool copies_lower_panels(std::size_t panel) const;
+
+    bool late_ = false, first_ = false;
 };

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <optional>
 
+#include "inference/pairs/phase_paths.h"
 #include "inference/update/posteriors.h"
 #include "inference/update/site_rules.h"
 
@@ -184,6 +185,21 @@ void record_holes(const inference_inputs& in, const hole_update& u, const haploi
     }
 }
 
+namespace {
+
+void record_phase(const hmm_model& model, const pair_result& result, phase_sums& sums) {
+    if (sums.site.empty()) {
+        for (std::size_t v = 0; v < model.n_sites(); ++v) {
+            if (result.requests[v].heterozygous) sums.site.push_back(model.site[v]);
+        }
+        sums.with_previous.assign(sums.site.size(), 0.0);
+        sums.with_second.assign(sums.site.size(), 0.0);
+    }
+    add_phase_agreement(result.requests, result.walk, sums);
+}
+
+}  // namespace
+
 void record_pair(const inference_inputs& in, const pair_update& u, const pair_result& result, panel_data& panel,
                  accumulators& acc) {
     const hmm_model& model = model_of(in, u);
@@ -200,6 +216,7 @@ void record_pair(const inference_inputs& in, const pair_update& u, const pair_re
         acc.tallies[s].count(x + y == 1 ? 0 : 1, 1);
         acc.tallies[s].advance();
     }
+    if (u.sums_phase) record_phase(model, result, acc.phase[u.ind]);
     if (!u.backward || !u.genotype_probs) return;
     posterior_sums sums(in, u.panel, u.ind, u.known_slot, acc);
     for (std::size_t v = 0; v < model.n_sites(); ++v) {

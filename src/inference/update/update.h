@@ -73,7 +73,8 @@ struct pair_update {
     bool backward = false;
     bool genotype_probs = false;
     bool stored = false;
-    bool weighted = false;  // the likelihood is wanted
+    bool weighted = false;    // the likelihood is wanted
+    bool sums_phase = false;  // what the path tells of the phase is wanted
 };
 
 struct pair_result {

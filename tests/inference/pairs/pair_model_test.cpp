@@ -415,6 +415,39 @@ TEST(unordered_pairs, of_one_state_still_take_the_draw_of_the_order) {
     EXPECT_EQ(0, results.switch_count);
 }
 
+// The order of two states follows from who stays and who moves on the way to the site to the right.
+TEST(unordered_pairs, tell_how_sure_the_order_of_a_path_is) {
+    input_source source(33);
+    std::size_t n_sure = 0, n_open = 0;
+    for (int i = 0; i < 20; ++i) {
+        const unordered_case c = random_case<unordered_case>(source, 5, 12, 1e-2, 0.1);
+        const pair_problem p = c.problem();
+        pair_tables tables;
+        pair_results results;
+        seeded_draws draws(i);
+        pair_forward(p, tables);
+        pair_walk(p, tables, {true, false, false, false}, c.requests, results);
+        for (std::size_t v = 0; v + 1 < p.n_sites; ++v) {
+            const auto [a, b] = results.state[v];
+            const auto [x, y] = results.state[v + 1];
+            const diploid_gap& gap = p.gap[v + 1];
+            const double kept = gap.hap(a != x) * gap.hap(b != y), turned = gap.hap(b != x) * gap.hap(a != y);
+            const bool open = a == b || x == y;
+            const double expected = open ? 0.0 : (kept - turned) / (kept + turned);
+            EXPECT_NEAR(expected, results.order_kept[v], 1e-12);
+            ++(open ? n_open : n_sure);
+        }
+        for (std::size_t v = 0; v < p.n_sites; ++v) {
+            if (!c.requests[v].heterozygous) continue;
+            const std::size_t a = p.allele(v, results.state[v][0]), b = p.allele(v, results.state[v][1]);
+            const double p01 = p.pr_01[a][b], p10 = p.pr_10[a][b];
+            EXPECT_NEAR((p10 - p01) / (p10 + p01), results.first_is_one[v], 1e-12);
+        }
+    }
+    EXPECT_GT(n_sure, 0U);
+    EXPECT_GT(n_open, 0U);
+}
+
 TEST(unordered_pairs, tell_no_allele_one_where_only_00_can_be_seen) {
     input_source source(32);
     unordered_case c = random_case<unordered_case>(source, 3, 6, 0.0, 0.0);

@@ -164,4 +164,42 @@ TEST_F(choosing, of_a_haplotype_to_be_filled_takes_another_panel_alone) {
     EXPECT_EQ((std::vector<std::size_t>{2}), states.panel);
 }
 
+TEST_F(choosing, local_states_leave_the_study_out_of_the_first_iteration) {
+    run.params.local_states = 100;
+    run.panels[2].haps.set(2, 0, 1);  // the other individual: all alike but for one site
+    for (std::size_t s = 0; s < 20; ++s) run.panels[2].haps.set(3, s, 1);
+    set_states(1, 2, 2, 3);
+    const inference_inputs in = run.inputs();
+    state_chooser chooser(in, {});
+    chooser.start_iteration(true, true);
+    chooser.for_individual(2, 0, states, nullptr);
+    EXPECT_EQ((std::vector<std::size_t>{0, 0, 0}), states.panel);
+    chooser.start_iteration(true);
+    chooser.for_individual(2, 0, states, nullptr);
+    ASSERT_EQ(3U, states.size());
+    EXPECT_EQ(2U, states.panel.back());
+    EXPECT_EQ(3, states.hap.back()) << "like the first haplotype";
+    set_states(1, 2, 2, 9);
+    chooser.start_iteration(true, true);
+    chooser.for_individual(2, 0, states, nullptr);
+    EXPECT_EQ(9U, states.size()) << "the reference is too small";
+}
+
+TEST_F(choosing, local_states_share_with_the_nearest_and_are_recorded) {
+    run.params.local_states = 50;
+    set_states(1, 2, 2, 4);
+    const inference_inputs in = run.inputs();
+    state_chooser chooser(in, {});
+    chooser.start_iteration(true);
+    chooser.for_individual(2, 0, states, &record);
+    EXPECT_EQ((haps{0, 2, 5, 7}), states.hap);
+    EXPECT_EQ((std::vector<std::size_t>{0, 2, 5, 7}), record.hap);
+    EXPECT_EQ((std::vector<int>{0, 10, 0, 10}), record.dist_a);
+    run.params.local_states = 100;
+    record = {};
+    chooser.for_individual(2, 0, states, &record);
+    EXPECT_EQ(4U, record.dist_b.size());
+}
+
+
 }  // namespace

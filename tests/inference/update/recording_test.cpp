@@ -495,6 +495,29 @@ TEST_F(counts, of_a_site_without_genotypes_are_its_alleles) {
 // --- draws of missing genotypes -------------------------------------------------------------------------------------
 
 // Sampled missing genotypes of the study, tallied by missing entry.
+TEST_F(counts, sum_what_paths_tell_of_the_phase) {
+    run.models.chains[1][2][2].site = {typed, typed_too};
+    run.acc.phase.resize(3);
+    pair_update u;
+    u.ind = 1;
+    u.hap = 2;
+    u.panel = 2;
+    u.stored = u.sums_phase = true;
+    pair_result result;
+    result.requests = {{true, true, false}, {true, true, false}};
+    result.walk.alleles = {{{0, 1}, {1, 0}}};
+    result.walk.order_kept = {0.5, 1.0};
+    result.walk.first_is_one = {-1.0, 0.75};
+    for (int i = 0; i < 2; ++i) record_pair(run.inputs(), u, result, run.panels[2], run.acc);
+    EXPECT_EQ((std::vector<std::size_t>{typed, typed_too}), run.acc.phase[1].site);
+    EXPECT_EQ((std::vector<double>{0.0, -0.75}), run.acc.phase[1].with_previous);
+    EXPECT_EQ(2U, run.acc.phase[1].n_paths);
+    EXPECT_TRUE(run.acc.phase[0].site.empty());
+    u.sums_phase = false;
+    record_pair(run.inputs(), u, result, run.panels[2], run.acc);
+    EXPECT_EQ(2U, run.acc.phase[1].n_paths);
+}
+
 class missing_tallies : public sampled_counts {
   protected:
     void SetUp() override {

@@ -5,6 +5,7 @@
 
 #include "chromosome/ligation.h"
 #include "chromosome/word_options.h"
+#include "io/file_target.h"
 #include "io/run_log.h"
 #include "io/text.h"
 
@@ -39,7 +40,9 @@ void check(run_log& log, const word_options& options) {
         log.fatal(concat("ERROR: The name [", options.value("-o"), "] must end in .vcf.gz, .bcf or .vcf."));
     }
     if (options.loose().empty()) log.fatal("ERROR: Files to be joined are needed.");
-    if (std::ranges::find(options.loose(), options.value("-o")) != options.loose().end()) {
+    const file_target output = target_of(options.value("-o"));
+    const auto is_output = [&output](const std::string& name) { return same_file(target_of(name), output); };
+    if (std::ranges::any_of(options.loose(), is_output)) {
         log.fatal(concat("ERROR: The file [", options.value("-o"), "] cannot be read and written at once."));
     }
 }

@@ -1,6 +1,5 @@
 #include "io/result_file.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <boost/iostreams/categories.hpp>
@@ -53,10 +52,10 @@ struct result_file::chain {
     boost::iostreams::filtering_ostream stream;
 };
 
-result_file::result_file(run_log& log, std::string name, bool gzipped) : log_(log), name_(std::move(name)) {
-    const int descriptor = ::open(name_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-    if (descriptor < 0) {
-        failed(concat("cannot write [", name_, "]: ", std::strerror(errno)));
+result_file::result_file(run_log& log, std::string name, bool gzipped)
+    : log_(log), name_(std::move(name)), file_(name_), n_exceptions_(std::uncaught_exceptions()) {
+    if (file_.error() != 0) {
+        failed(concat("cannot write [", name_, "]: ", std::strerror(file_.error())));
         return;
     }
     chain_ = std::make_unique<chain>();
@@ -64,12 +63,13 @@ result_file::result_file(run_log& log, std::string name, bool gzipped) : log_(lo
         // Defaults: level -1, method 8, window bits 15, memory level 8; no name, comment or time.
         chain_->stream.push(boost::iostreams::gzip_compressor(boost::iostreams::gzip_params(), 4096));
     }
-    chain_->stream.push(descriptor_sink(descriptor, write_error_), 1 << 16);
+    chain_->stream.push(descriptor_sink(file_.descriptor(), write_error_), 1 << 16);
     chain_->stream.exceptions(std::ios_base::badbit | std::ios_base::failbit);
     open_ = true;
 }
 
 result_file::~result_file() {
+    if (std::uncaught_exceptions() > n_exceptions_ && !keeps_beginning_) failed_ = true;
     close();
 }
 
@@ -118,4 +118,7 @@ void result_file::close() {
         failed(concat("cannot write [", name_, "] to its end: ", failure.what()));
     }
     report_write_error();
+    if (failed_) return;
+    const int error = file_.publish();
+    if (error != 0) failed(concat("cannot write [", name_, "]: ", std::strerror(error)));
 }

@@ -1,8 +1,12 @@
 #include "output/temporary_haplotypes.h"
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 
+#include "io/removal_list.h"
 #include "io/text.h"
 #include "io/text_input.h"
 #include "output/haplotype_strings.h"
@@ -82,14 +86,16 @@ void allocate_samples(const result_inputs& run, const std::vector<std::size_t>& 
     samples.allocate(n_slots, column, selected.size(), run.plan.stored_iters.size());
 }
 
+// Whether the files stand in a directory that the program made for them.
+bool has_own_directory(const result_inputs& run) {
+    return is_given(run.params.mem_save_dir);
+}
+
 void remove_directory(const result_inputs& run) {
     const std::string& directory = run.params.mem_save_dir;
-    std::error_code error;
-    std::filesystem::remove_all(directory, error);
-    if (std::filesystem::exists(directory, error)) {
-        run.log.warn(
-            concat("WARNING: The temporary sampled haplotypes directory could not be deleted: [", directory, "]"));
-    }
+    for (const int iter : run.plan.stored_iters) unlink(tmp_name(run, iter).c_str());
+    if (rmdir(directory.c_str()) == 0) return;
+    run.log.warn(concat("WARNING: The temporary sampled haplotypes directory could not be deleted: [", directory, "]"));
 }
 
 void remove_tmp_file(const result_inputs& run, const std::string& name) {
@@ -120,7 +126,21 @@ void load_temporary_haplotypes(const result_inputs& run, sample_bits& samples) {
     for (const int iter : run.plan.stored_iters) read_temporary_haplotypes(run, iter, samples);
 }
 
+void place_temporary_haplotypes(run_log& log, parameters& params) {
+    if (is_given(params.mem_save_str)) return;
+    const char* const chosen = std::getenv("TMPDIR");
+    const std::string pattern = concat(chosen != nullptr && *chosen != '\0' ? chosen : "/tmp", "/orvide_XXXXXX");
+    std::string directory = pattern;
+    if (mkdtemp(directory.data()) == nullptr) {
+        log.fatal(concat("ERROR: Failed to create -mem_save directory [", pattern, "]."));
+    }
+    removal_list::add(directory);
+    params.mem_save_dir = directory + "/";
+    params.mem_save_str = params.mem_save_dir + "sampled_haps";
+}
+
 void write_temporary_haplotypes(const result_inputs& run, int iter) {
+    if (has_own_directory(run)) removal_list::add(tmp_name(run, iter));
     write_haplotype_strings(run, tmp_name(run, iter), 2, tmp_sites(run), false);
 }
 

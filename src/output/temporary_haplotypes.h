@@ -5,6 +5,11 @@
 
 #include "output/result_inputs.h"
 
+// Makes a directory for the files, which only the user may enter, below TMPDIR or else /tmp, unless -mem_save_str says
+// where they go; completes the names. Ends the run if that fails. However the run ends, directory and files are
+// removed.
+void place_temporary_haplotypes(run_log& log, parameters& params);
+
 // (output_current_haps_to_tmp) iter counts from 0.
 void write_temporary_haplotypes(const result_inputs& run, int iter);
 

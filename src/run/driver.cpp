@@ -6,6 +6,7 @@
 #include <iostream>
 
 #include "input/readers.h"
+#include "io/signals.h"
 #include "io/text.h"
 #include "model/data.h"
 #include "output/allele_probabilities.h"
@@ -26,6 +27,7 @@
 #include "params/state_counts.h"
 #include "reconcile/setup.h"
 #include "run/driver.h"
+#include "run/file_checks.h"
 #include "run/passes.h"
 #include "run/process_input.h"
 #include "run/reports.h"
@@ -237,13 +239,20 @@ void finish(data& run, const update_passes& passes) {
     run.log.close();
 }
 
+void start_workers(data& run) {
+    const signals_held hold;  // the workers take none, so that this thread is the one to wait or to end
+    run.workers.start(run.params.threads == 0 ? usable_processors() : static_cast<std::size_t>(run.params.threads));
+}
+
 }  // namespace
 
 void impute(data& run) {
     process_input(run.log, run.params, run.plan, run.panels);
-    run.workers.start(run.params.threads == 0 ? usable_processors() : static_cast<std::size_t>(run.params.threads));
+    if (run.plan.tmp_haps) place_temporary_haplotypes(run.log, run.params);
+    start_workers(run);
     print_nomenclature(run.log, run.params);
     print_files(run.log, run.params);
+    require_output_places(run.log, run.params, run.plan);
     read_data({run.params, run.plan, run.log, run.map, run.panels, run.sites});
     set_state_counts(run.params, run.panels, run.models);
     const type_counts n_of_type = setup_panels(run.log, run.params, run.plan, run.panels, run.sites);

@@ -32,6 +32,8 @@ constexpr const char* region_too_long =
     " regions longer than 7 Mb. To do this, you should include the -allow_large_regions flag"
     " in your command-line call to ORVIDE2.";
 
+constexpr int most_decimals = 1074;  // no number of double precision has more
+
 bool exists(const std::string& name) {
     struct stat status {};
     return stat(name.c_str(), &status) == 0;
@@ -140,6 +142,9 @@ class input_check {
                 "files.");
         }
         if (p_.thin < 1) log_.fatal("ERROR: The -thin value must be at least 1.");
+        if (p_.outdp < 0 || p_.outdp > most_decimals) {
+            log_.fatal(concat("ERROR: The -outdp value (", p_.outdp, ") must be from 0 to ", most_decimals, "."));
+        }
         check_preset();
         check_local_states();
     }
@@ -520,20 +525,7 @@ class input_check {
                 "WARNING: You supplied a -mem_save_str, but the program does not need this kind of file under the "
                 "current command-line settings. This option will be ignored.");
         }
-        if (!plan_.tmp_haps) return;
-        if (is_given(p_.mem_save_str)) {
-            p_.remove_mem_save_dir = false;
-            return;
-        }
-        std::string piece = last_piece(p_.o_file);
-        if (piece.ends_with(".gz")) piece.resize(piece.size() - 3);
-        p_.mem_save_dir = "/tmp/" + piece + "_tmp_files/";
-        const int status = mkdir(p_.mem_save_dir.c_str(), 0777);
-        if (!exists(p_.mem_save_dir)) {
-            log_.fatal(concat("ERROR: Failed to create -mem_save directory [", p_.mem_save_dir, "]."));
-        }
-        if (status != 0) log_.note(concat("note: the directory [", p_.mem_save_dir, "] exists already"));
-        p_.mem_save_str = p_.mem_save_dir + "sampled_haps";
+        if (is_given(p_.mem_save_str)) p_.remove_mem_save_dir = false;
     }
 
     run_log& log_;

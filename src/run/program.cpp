@@ -4,13 +4,17 @@
 #include <ctime>
 #include <exception>
 #include <new>
+#include <optional>
 #include <ostream>
 
+#include "io/output_lock.h"
+#include "io/removal_list.h"
 #include "io/text.h"
 #include "model/data.h"
 #include "random/random.h"
 #include "run/command_line.h"
 #include "run/driver.h"
+#include "run/file_checks.h"
 
 namespace {
 
@@ -64,6 +68,16 @@ bool report_faults(run_log& log, const command_line& line) {
     return !line.unknown.empty() || !line.valueless.empty();
 }
 
+// Why the run must not begin, if it must not: it would overwrite data, or another run is at its output.
+std::optional<std::string> find_refusal(const parameters& params, std::optional<output_lock>& lock) {
+    std::optional<std::string> refusal = find_overwriting(params);
+    if (refusal) return refusal;
+    lock.emplace(params.o_file);
+    if (!lock->is_refused()) return std::nullopt;
+    return concat("ERROR: Another run is writing to [", params.o_file,
+                  "] now. Nothing has been written. Please wait for its end, or give another name with -o.");
+}
+
 // What stands between a prepared run and its end; a failure that nobody foresaw ends as a fatal message.
 void run_guarded(data& run) {
     try {
@@ -96,9 +110,12 @@ int run_program(const std::vector<std::string>& entries, std::ostream& terminal,
     complete_names(line.params);
 
     data run(terminal, notes);
+    std::optional<output_lock> lock;
     try {
-        run.log.open(line.params.r_file, line.params.w_file);
+        const std::optional<std::string> refusal = find_refusal(line.params, lock);
+        if (!refusal) run.log.open(line.params.r_file, line.params.w_file);
         print_banner(run.log, line);
+        if (refusal) run.log.fatal(*refusal);
         if (report_faults(run.log, line)) {
             run.log.close();
             return 1;
@@ -106,6 +123,7 @@ int run_program(const std::vector<std::string>& entries, std::ostream& terminal,
         run.params = line.params;
         run_guarded(run);
     } catch (const run_end& end) {
+        removal_list::remove_all();
         return end.status == 0 && run.log.any_result_failed() ? 1 : end.status;
     }
     terminal << '\n' << "Have a nice day!" << std::endl;

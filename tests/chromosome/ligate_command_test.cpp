@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <sstream>
 
 #include "support/temporary_folder.h"
@@ -156,6 +157,11 @@ TEST_F(ligate_command, tells_what_is_wrong_on_its_command_line) {
     EXPECT_NE(notes.str().find("ERROR: The name [x.txt] must end in .vcf.gz, .bcf or .vcf."), std::string::npos);
     EXPECT_EQ(run_ligate_command({"-o", a, a}, seams, notes), 1);
     EXPECT_NE(notes.str().find("cannot be read and written at once"), std::string::npos);
+    notes.str("");
+    const std::string link = a + ".link.vcf";
+    std::filesystem::create_symlink(a, link);
+    EXPECT_EQ(run_ligate_command({"-o", link, a}, seams, notes), 1);
+    EXPECT_NE(notes.str().find("[" + link + "] cannot be read and written at once"), std::string::npos);
     EXPECT_EQ(run_ligate_command({"-o", "x.vcf"}, seams, notes), 1);
     EXPECT_NE(notes.str().find("ERROR: Files to be joined are needed."), std::string::npos);
     EXPECT_EQ(run_ligate_command({"--help"}, seams, notes), 0);

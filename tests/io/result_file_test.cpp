@@ -276,6 +276,31 @@ TEST_F(result, a_folder_cannot_be_written) {
     EXPECT_TRUE(log.any_result_failed());
 }
 
+TEST_F(result, an_exception_leaves_the_older_file) {
+    capture.files.write("out", "old");
+    try {
+        result_file file(log, capture.files.name("out"), false);
+        file.text("new");
+        file.end_line();
+        throw run_end{1};
+    } catch (const run_end&) {
+    }
+    EXPECT_EQ("old", capture.files.read("out"));
+    EXPECT_EQ("", capture.notes.str());
+    EXPECT_FALSE(log.any_result_failed());
+}
+
+TEST_F(result, an_exception_leaves_the_beginning_that_shall_be_kept) {
+    try {
+        result_file file(log, capture.files.name("out"), false);
+        file.keep_beginning();
+        file.text("new");
+        throw run_end{1};
+    } catch (const run_end&) {
+    }
+    EXPECT_EQ("new", capture.files.read("out"));
+}
+
 TEST_F(result, a_full_disk_is_named_once) {
     if (!has_full_disk()) GTEST_SKIP();
     for (const bool gzipped : {false, true}) {

@@ -1,5 +1,11 @@
 #include "output/temporary_haplotypes.h"
 
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <optional>
+
+#include "io/removal_list.h"
 #include "output/consensus_phasing.h"
 #include "output_fixture.h"
 
@@ -229,6 +235,61 @@ TEST_F(temporary_haplotypes, temporary_file_with_a_string_of_another_length_ends
                  [&] { read_temporary_haplotypes(results, 1, run.acc.mcmc_bits); });
 }
 
+// --- directory
+// --------------------------------------------------------------------------------------------------------
+
+// With TMPDIR set to a value, or not at all.
+class temporary_place : public temporary_haplotypes {
+  protected:
+    void TearDown() override { restore(); }
+    void choose(const char* value) {
+        if (!changed_ && std::getenv("TMPDIR") != nullptr) before_ = std::getenv("TMPDIR");
+        changed_ = true;
+        value == nullptr ? unsetenv("TMPDIR") : setenv("TMPDIR", value, 1);
+    }
+
+  private:
+    void restore() {
+        if (changed_) before_ ? setenv("TMPDIR", before_->c_str(), 1) : unsetenv("TMPDIR");
+    }
+    std::optional<std::string> before_;
+    bool changed_ = false;
+};
+
+TEST_F(temporary_place, is_a_new_directory_that_only_the_user_may_enter) {
+    choose(file("").c_str());
+    place_temporary_haplotypes(run.log, run.params);
+    const std::string first = run.params.mem_save_dir;
+    EXPECT_EQ(first.find(file("")), 0U);
+    EXPECT_EQ(run.params.mem_save_str, first + "sampled_haps");
+    EXPECT_EQ(std::filesystem::status(first).permissions(), std::filesystem::perms::owner_all);
+    run.params.mem_save_str = "NULL";
+    place_temporary_haplotypes(run.log, run.params);
+    EXPECT_NE(run.params.mem_save_dir, first);
+    removal_list::remove_all();  // as a run that fails does
+    EXPECT_FALSE(exists(first));
+}
+
+TEST_F(temporary_place, is_below_tmp_without_tmpdir) {
+    choose(nullptr);
+    place_temporary_haplotypes(run.log, run.params);
+    EXPECT_EQ(run.params.mem_save_dir.find("/tmp/orvide_"), 0U);
+    removal_list::remove_all();
+}
+
+TEST_F(temporary_place, of_the_users_own_names_is_left_alone) {
+    run.params.mem_save_str = "t";
+    place_temporary_haplotypes(run.log, run.params);
+    EXPECT_EQ(run.params.mem_save_str, "t");
+    EXPECT_EQ(run.params.mem_save_dir, "NULL");
+}
+
+TEST_F(temporary_place, that_cannot_be_made_ends_the_run) {
+    choose(file("nowhere").c_str());
+    expect_fatal("ERROR: Failed to create -mem_save directory [" + file("nowhere") + "/orvide_XXXXXX].",
+                 [&] { place_temporary_haplotypes(run.log, run.params); });
+}
+
 // --- removal ------------------------------------------------------------------------------------------------------
 
 TEST_F(temporary_haplotypes, directory_of_the_program_is_removed_whole) {
@@ -246,6 +307,17 @@ TEST_F(temporary_haplotypes, directory_that_stays_is_warned_of) {
     run.params.mem_save_dir = "/proc/self/";
     remove_temporary_haplotypes(results);
     EXPECT_EQ(warnings(), "WARNING: The temporary sampled haplotypes directory could not be deleted: [/proc/self/]\n");
+}
+
+TEST_F(temporary_haplotypes, file_of_somebody_else_in_the_directory_stays) {
+    use_tmp_files();
+    const std::string stranger = run.params.mem_save_dir + "x";
+    std::ofstream(stranger) << "text";
+    write_tmp(2, "x\n");
+    remove_temporary_haplotypes(results);
+    EXPECT_TRUE(exists(stranger));
+    EXPECT_FALSE(exists(tmp_name(2)));
+    EXPECT_NE(warnings(), "");
 }
 
 TEST_F(temporary_haplotypes, files_of_the_stored_iterations_are_removed_one_by_one) {

@@ -61,6 +61,7 @@ class Run:
         self.arguments = arguments
         self.status = None
         self.any_stderr = False
+        self.environment = {}
 
 
 class Case:
@@ -101,6 +102,9 @@ class Case:
             self.runs.append(Run(shlex.split(value)))
         elif key == 'status' and self.runs:
             self.runs[-1].status = int(value)
+        elif key == 'env' and self.runs:
+            name, _, content = value.partition('=')
+            self.runs[-1].environment[name] = content
         elif key == 'stderr' and value == 'any' and self.runs:
             self.runs[-1].any_stderr = True
         else:
@@ -172,8 +176,9 @@ def execute(case, binary, folder, extra):
     got = {}
     for i, run in enumerate(case.runs):
         tail = '' if i == 0 else str(i + 1)
-        done = subprocess.run(['orvide'] + extra + run.arguments, executable=binary, cwd=folder, stdin=subprocess.DEVNULL,
-                              stdout=subprocess.PIPE, stderr=subprocess.PIPE, timeout=TIMEOUT, check=False)
+        done = subprocess.run(['orvide'] + extra + run.arguments, executable=binary, cwd=folder, env={**os.environ, **run.environment},
+                              stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                              timeout=TIMEOUT, check=False)
         statuses.append(done.returncode)
         got['stdout', tail] = escaped(without_extra(done.stdout, extra))
         if done.stderr and not run.any_stderr:

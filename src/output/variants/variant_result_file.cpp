@@ -9,8 +9,11 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <exception>
+#include <utility>
 
 #include "io/run_log.h"
+#include "io/signals.h"
 #include "io/text.h"
 
 namespace {
@@ -36,30 +39,33 @@ const char* open_mode(variant_format format) {
 }  // namespace
 
 variant_result_file::variant_result_file(run_log& log, std::string name, variant_format format, bcf_hdr_t* header)
-    : log_(log), name_(std::move(name)), format_(format), header_(header) {
+    : log_(log),
+      name_(std::move(name)),
+      format_(format),
+      header_(header),
+      pending_(name_),
+      n_exceptions_(std::uncaught_exceptions()) {
     hts_set_log_level(HTS_LOG_OFF);  // messages are our own
-    const int descriptor = ::open(name_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-    if (descriptor < 0) {
-        failed(concat("cannot write [", name_, "]: ", std::strerror(errno)));
+    if (pending_.error() != 0) {
+        failed(concat("cannot write [", name_, "]: ", std::strerror(pending_.error())));
         return;
     }
-    // An index of another kind that an earlier file left would be taken for the one of this file.
-    for (const char* ending : {".tbi", ".csi"}) std::remove((name_ + ending).c_str());
-    open(descriptor);
+    open();
 }
 
 variant_result_file::~variant_result_file() {
+    if (std::uncaught_exceptions() > n_exceptions_) failed_ = true;
     close();
 }
 
-void variant_result_file::open(int descriptor) {
+void variant_result_file::open() {
     errno = 0;
-    hFILE* const stream = hdopen(descriptor, "w");
+    hFILE* const stream = hdopen(pending_.descriptor(), "w");
     file_.reset(stream == nullptr ? nullptr : hts_hopen(stream, name_.c_str(), open_mode(format_)));
     if (!file_) {
         const std::string error = error_text();
         if (stream == nullptr) {
-            ::close(descriptor);
+            ::close(pending_.descriptor());
         } else {
             hclose_abruptly(stream);
         }
@@ -67,12 +73,24 @@ void variant_result_file::open(int descriptor) {
         return;
     }
     if (format_ != variant_format::bcf) file_->format.format = vcf;
-    if (format_ == variant_format::vcf_gz) index_name_ = name_ + ".tbi";
-    if (format_ == variant_format::bcf) index_name_ = name_ + ".csi";
-    const int min_shift = format_ == variant_format::bcf ? csi_min_shift : 0;  // 0: an index of the kind .tbi
-    if (bcf_hdr_write(file_.get(), header_) != 0 ||
-        (!index_name_.empty() && bcf_idx_init(file_.get(), header_, min_shift, index_name_.c_str()) != 0)) {
+    if (bcf_hdr_write(file_.get(), header_) != 0)
         failed(concat("cannot write [", name_, "] to its end: ", error_text()));
+    if (format_ == variant_format::vcf_gz) open_index(name_ + ".tbi", 0);
+    if (format_ == variant_format::bcf) open_index(name_ + ".csi", csi_min_shift);
+}
+
+// min_shift: bits of the smallest bin; 0 for an index of the kind .tbi.
+void variant_result_file::open_index(std::string name, int min_shift) {
+    index_name_ = std::move(name);
+    pending_index_.emplace(index_name_);
+    if (pending_index_->error() != 0) {
+        failed(concat("cannot write [", index_name_, "]: ", std::strerror(pending_index_->error())));
+        return;
+    }
+    ::close(pending_index_->descriptor());  // htslib opens it by its name
+    errno = 0;
+    if (bcf_idx_init(file_.get(), header_, min_shift, pending_index_->path().c_str()) != 0) {
+        failed(concat("cannot write [", index_name_, "]: ", error_text()));
     }
 }
 
@@ -119,10 +137,31 @@ void variant_result_file::close() {
     } else if (!index_good) {
         failed(concat("cannot write [", index_name_, "]: ", index_error));
     }
-    if (index_name_.empty()) return;
     if (failed_) {
-        std::remove(index_name_.c_str());  // better none than one of a broken file
-    } else {
-        utimensat(AT_FDCWD, index_name_.c_str(), nullptr, 0);  // not older than the file that was closed after it
+        pending_index_.reset();
+        return;
+    }
+    const signals_held hold;  // none shall find the one without the other
+    publish();
+}
+
+void variant_result_file::publish() {
+    const int error = pending_.publish();
+    if (error != 0) {
+        failed(concat("cannot write [", name_, "]: ", std::strerror(error)));
+        return;
+    }
+    const int index_error = pending_index_ ? pending_index_->publish() : 0;
+    if (index_error != 0) failed(concat("cannot write [", index_name_, "]: ", std::strerror(index_error)));
+    remove_other_indexes();
+    if (failed_ || index_name_.empty()) return;
+    utimensat(AT_FDCWD, index_name_.c_str(), nullptr, 0);  // not older than the file that was closed after it
+}
+
+// An index that an earlier file left would be taken for the one of this file.
+void variant_result_file::remove_other_indexes() {
+    for (const char* ending : {".tbi", ".csi"}) {
+        const std::string name = name_ + ending;
+        if (failed_ || name != index_name_) std::remove(name.c_str());
     }
 }

@@ -1,20 +1,23 @@
 #pragma once
 
-// A file in VCF or BCF with its index, whose failures are reported when it is opened, written or closed.
+// A file in VCF or BCF with its index, whose failures are reported when it is opened, written or closed. Both appear
+// under their names when they are whole.
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "io/hts_objects.h"
+#include "io/pending_file.h"
 #include "output/variants/variant_format.h"
 
 class run_log;
 
 class variant_result_file {
   public:
-    // Opens the file for writing, truncating it, and removes indexes of an earlier file of the name. A failure is named
-    // on standard error, what is written is lost, and the run will end with status 1. The header outlives the file.
+    // Opens the file for writing. A failure is named on standard error, what is written is lost, an older file of the
+    // name stays, and the run will end with status 1. The header outlives the file.
     variant_result_file(run_log& log, std::string name, variant_format format, bcf_hdr_t* header);
     variant_result_file(const variant_result_file&) = delete;
     variant_result_file& operator=(const variant_result_file&) = delete;
@@ -24,11 +27,16 @@ class variant_result_file {
     void write_line(std::string_view line, long position, std::size_t n_bases);
     // One record of BCF; a null record is a failure.
     void write_record(bcf1_t* record);
-    // Writes the index and closes; failures are reported. Done by the destructor if it was not called.
+    // Writes the index, closes, puts both under their names, and removes indexes that an older file of the name left;
+    // failures are reported. Done by the destructor if it was not called; but if an exception ends the writing, nothing
+    // is left of the file.
     void close();
 
   private:
-    void open(int descriptor);
+    void open();
+    void open_index(std::string name, int min_shift);
+    void publish();
+    void remove_other_indexes();
     bool write_text(std::string_view text);
     void failed(std::string_view what);
 
@@ -36,7 +44,10 @@ class variant_result_file {
     const std::string name_;
     const variant_format format_;
     bcf_hdr_t* header_;
+    pending_file pending_;
+    const int n_exceptions_;  // on their way when the file was opened
     std::string index_name_;  // empty for plain text
+    std::optional<pending_file> pending_index_;
     hts_file file_;
     bool failed_ = false;
 };

@@ -135,6 +135,25 @@ TEST_F(variant_result_on_disk, index_that_cannot_be_written_is_named) {
     EXPECT_EQ(notes(), "orvide: cannot write [" + name + ".csi]: Is a directory\n");
 }
 
+TEST_F(variant_result_on_disk, exception_leaves_the_older_file_and_its_index) {
+    for (const auto& [name, index, format] :
+         {std::tuple(file("x.bcf"), file("x.bcf.csi"), variant_format::bcf),
+          std::tuple(file("x.vcf.gz"), file("x.vcf.gz.tbi"), variant_format::vcf_gz)}) {
+        std::ofstream(name) << "old";
+        std::ofstream(index) << "old index";
+        try {
+            variant_result_file out(run.log, name, format, header.get());
+            write_one(out, format, 110);
+            EXPECT_EQ(file_text(name), "old");
+            throw run_end{1};
+        } catch (const run_end&) {
+        }
+        EXPECT_EQ(file_text(name), "old");
+        EXPECT_EQ(file_text(index), "old index");
+    }
+    EXPECT_EQ(notes(), "");
+}
+
 TEST_F(variant_result_on_disk, record_that_could_not_be_made_is_a_failure) {
     const std::string name = file("x.bcf");
     {

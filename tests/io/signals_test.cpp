@@ -1,0 +1,80 @@
+#include "io/signals.h"
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <functional>
+
+#include "io/removal_list.h"
+#include "support/temporary_folder.h"
+
+namespace {
+
+// How a process ends that does this.
+int status_of(const std::function<void()>& action) {
+    const pid_t child = fork();
+    if (child == 0) {
+        action();
+        _exit(7);
+    }
+    int status = -1;
+    EXPECT_EQ(child, waitpid(child, &status, 0));
+    return status;
+}
+
+TEST(signals, that_end_the_run_remove_what_is_listed) {
+    const temporary_folder files;
+    for (const int signal : {SIGHUP, SIGINT, SIGTERM, SIGXCPU}) {
+        files.write("a", "text");
+        const int status = status_of([&] {
+            install_signal_handlers();
+            removal_list::add(files.name("a"));
+            raise(signal);
+        });
+        EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == signal) << status;
+        EXPECT_FALSE(files.has("a")) << signal;
+    }
+}
+
+TEST(signals, that_were_ignored_stay_so) {
+    const int status = status_of([] {
+        signal(SIGHUP, SIG_IGN);
+        install_signal_handlers();
+        raise(SIGHUP);
+    });
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 7) << status;
+}
+
+TEST(signals, of_a_broken_pipe_and_of_a_file_too_large_do_not_end_the_run) {
+    const int status = status_of([] {
+        install_signal_handlers();
+        raise(SIGPIPE);
+        raise(SIGXFSZ);
+    });
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 7) << status;
+}
+
+TEST(signals, wait_while_they_are_held) {
+    const temporary_folder files;
+    const int status = status_of([&] {
+        install_signal_handlers();
+        const signals_held hold;
+        raise(SIGTERM);
+        files.write("done", "");
+        _exit(7);
+    });
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 7) << status;
+    EXPECT_TRUE(files.has("done"));
+    const int later = status_of([] {
+        install_signal_handlers();
+        {
+            const signals_held hold;
+            raise(SIGTERM);
+        }
+    });
+    EXPECT_TRUE(WIFSIGNALED(later) && WTERMSIG(later) == SIGTERM) << later;
+}
+
+}  // namespace

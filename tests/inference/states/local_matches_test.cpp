@@ -156,6 +156,9 @@ TEST_F(choice_by_matches, agrees_with_the_plain_search) {
 TEST_F(choice_by_matches, takes_for_each_stretch_who_matches_there) {
     make({40, 0, 2}, 96);
     EXPECT_EQ(4U, matches.n_stretches());
+    for (std::size_t h = 0; h < 40; ++h) {
+        for (std::size_t s = 0; s < 96; ++s) panels[0].set(h, s, source.integer(0, 1));
+    }
     for (std::size_t i = 0; i < 4; ++i) {
         for (std::size_t strand = 0; strand < 2; ++strand) {
             const std::size_t like = 10 + 2 * i + strand;

@@ -201,5 +201,4 @@ TEST_F(choosing, local_states_share_with_the_nearest_and_are_recorded) {
     EXPECT_EQ(4U, record.dist_b.size());
 }
 
-
 }  // namespace

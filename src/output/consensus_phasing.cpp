@@ -221,7 +221,8 @@ void phase_against_known(study_phasing& phasing, bool by_samples, const person& 
 }
 
 // What a chance of a phase is worth: the states of an iteration are chosen for the phase at hand, so that iterations
-// repeat each other, and chances are too sure. The power makes confidences true on panels of known phase (docs/recipes.md).
+// repeat each other, and chances are too sure. The power makes confidences true on panels of known phase
+// (docs/recipes.md).
 double tempered(double chance) {
     constexpr double power = 0.7;
     const double yes = std::pow(chance, power), no = std::pow(1.0 - chance, power);

@@ -536,5 +536,4 @@ TEST_F(consensus_phasing, heterozygotes_without_sums_follow_the_last_one_that_ha
     EXPECT_EQ("01", alleles_of(2, *run.sites.in_order[2])) << "not turned by the one between";
 }
 
-
 }  // namespace

@@ -132,5 +132,4 @@ TEST_F(iteration_plan, local_states_need_no_random_ones_first) {
     EXPECT_EQ(6, plan.informed_start_iter) << "unless they are asked for";
 }
 
-
 }  // namespace

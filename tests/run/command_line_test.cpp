@@ -294,5 +294,4 @@ TEST(command_line, keeps_the_defaults_beside_a_preset_that_is_none) {
     EXPECT_EQ(texts{"-preset"}, read({"-preset"}).valueless);
 }
 
-
 }  // namespace

@@ -315,11 +315,11 @@ TEST_F(parameter_report, tells_what_a_preset_stands_for_and_the_share_of_local_s
     params.g_file = "g";
     params.local_states = 60;
     const std::string text = said([this] { print_params(log, params, plan, panels, models); });
-    EXPECT_NE(text.find("\n                      preset: fast, which stands for -local_states 100 -k 40 -iter 10 -burnin "
-                        "3\n     burn-in"),
-              std::string::npos);
+    EXPECT_NE(
+        text.find("\n                      preset: fast, which stands for -local_states 100 -k 40 -iter 10 -burnin "
+                  "3\n     burn-in"),
+        std::string::npos);
     EXPECT_NE(text.find("\n      HMM states for phasing: 18 [Panel 2]; 60 % by local matches\n"), std::string::npos);
 }
-
 
 }  // namespace

@@ -38,8 +38,8 @@ class phase_of_a_path : public ::testing::Test {
             }
             for (const double a : {-1.0, 1.0}) {
                 for (const double b : {-1.0, 1.0}) {
-                    sum += chance * 0.5 * (1.0 + a * walk.first_is_one[from]) * 0.5 * (1.0 + b * walk.first_is_one[to]) *
-                           sign * a * b;
+                    sum += chance * 0.5 * (1.0 + a * walk.first_is_one[from]) * 0.5 *
+                           (1.0 + b * walk.first_is_one[to]) * sign * a * b;
                 }
             }
         }
@@ -61,7 +61,9 @@ TEST_F(phase_of_a_path, is_the_sum_over_all_orders_of_the_states) {
     EXPECT_EQ(0.0, sums.with_second[1]);
     for (std::size_t i = 1; i < hets.size(); ++i) {
         EXPECT_NEAR(slow_agreement(hets[i - 1], hets[i]), sums.with_previous[i], 1e-14);
-        if (i > 1) { EXPECT_NEAR(slow_agreement(hets[i - 2], hets[i]), sums.with_second[i], 1e-14); }
+        if (i > 1) {
+            EXPECT_NEAR(slow_agreement(hets[i - 2], hets[i]), sums.with_second[i], 1e-14);
+        }
     }
 }
 

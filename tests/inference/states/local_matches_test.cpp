@@ -60,24 +60,22 @@ class choice_by_matches : public ::testing::Test {
         return static_cast<std::size_t>(std::mismatch(a.begin(), a.end(), b.begin()).first - a.begin());
     }
 
-    // The n candidates of a panel that match furthest on one side; of equally far ones first those that stand before the
-    // target in the order of alleles, and the closest of those.
+    // The n candidates of a panel that match furthest on one side; of equally far ones first those that stand before
+    // the target in the order of alleles, and the closest of those.
     std::vector<place> slow_neighbours(const match_target& target, place own, std::size_t panel, match_side side,
                                        std::size_t mark, std::size_t n) const {
         std::vector<place> order;
         for (std::size_t h = 0; h < panels[panel].n_hap(); ++h) order.emplace_back(panel, h);
-        std::stable_sort(order.begin(), order.end(), [&](place x, place y) {
-            return alleles_from(x, side, mark) < alleles_from(y, side, mark);
-        });
+        std::stable_sort(order.begin(), order.end(),
+                         [&](place x, place y) { return alleles_from(x, side, mark) < alleles_from(y, side, mark); });
         const std::string text = alleles_from(own, side, mark);
-        const auto first_below = std::find_if(order.begin(), order.end(),
-                                              [&](place x) { return alleles_from(x, side, mark) >= text; });
+        const auto first_below =
+            std::find_if(order.begin(), order.end(), [&](place x) { return alleles_from(x, side, mark) >= text; });
         std::vector<place> reached(order.begin(), first_below);
         std::reverse(reached.begin(), reached.end());
         reached.insert(reached.end(), first_below, order.end());
-        std::stable_sort(reached.begin(), reached.end(), [&](place x, place y) {
-            return length(own, x, side, mark) > length(own, y, side, mark);
-        });
+        std::stable_sort(reached.begin(), reached.end(),
+                         [&](place x, place y) { return length(own, x, side, mark) > length(own, y, side, mark); });
         std::vector<place> found;
         for (const place x : reached) {
             const bool is_own = panel == target.panel && x.second >= target.hap && x.second < target.hap + target.n_hap;
@@ -156,6 +154,9 @@ TEST_F(choice_by_matches, agrees_with_the_plain_search) {
 TEST_F(choice_by_matches, takes_for_each_stretch_who_matches_there) {
     make({40, 0, 2}, 96);
     EXPECT_EQ(4U, matches.n_stretches());
+    for (std::size_t h = 0; h < 40; ++h) {
+        for (std::size_t s = 0; s < 96; ++s) panels[0].set(h, s, source.integer(0, 1));
+    }
     for (std::size_t i = 0; i < 4; ++i) {
         for (std::size_t strand = 0; strand < 2; ++strand) {
             const std::size_t like = 10 + 2 * i + strand;

@@ -166,8 +166,8 @@ TEST_F(choosing, of_a_haplotype_to_be_filled_takes_another_panel_alone) {
 
 TEST_F(choosing, local_states_leave_the_study_out_of_the_first_iteration) {
     run.params.local_states = 100;
-    run.panels[2].haps.set(2, 0, 1);  // the other individual: all alike but for one site
-    for (std::size_t s = 0; s < 20; ++s) run.panels[2].haps.set(3, s, 1);
+    for (std::size_t s = 0; s < 20; ++s) run.panels[2].haps.set(3, s, 1);  // of the other individual
+    for (const std::size_t h : {0U, 5U}) run.panels[0].haps.set(h, 10, 0);
     set_states(1, 2, 2, 3);
     const inference_inputs in = run.inputs();
     state_chooser chooser(in, {});
@@ -200,6 +200,5 @@ TEST_F(choosing, local_states_share_with_the_nearest_and_are_recorded) {
     chooser.for_individual(2, 0, states, &record);
     EXPECT_EQ(4U, record.dist_b.size());
 }
-
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "output/main_output.h"
 
 #include <algorithm>
+#include <filesystem>
 
 #include "output_fixture.h"
 

@@ -16,7 +16,7 @@ constexpr std::string_view help =
     "\n"
     "Joins phased VCF or BCF files of neighbouring chunks that overlap, in the order of their positions, to one file:\n"
     ".vcf.gz or .bcf with an index, or .vcf. In an overlap the haplotypes of a person in the later file are exchanged\n"
-    "when most of his heterozygotes there say so.\n"
+    "when his heterozygotes next to its middle say so.\n"
     "\n"
     "  -o FILE      the joined file\n"
     "  -allow_gaps  joins files that do not overlap, too, as on both sides of a centromere; the phase across is "

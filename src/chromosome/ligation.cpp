@@ -3,7 +3,6 @@
 #include <htslib/vcf.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <deque>
 #include <memory>
 
@@ -135,16 +134,17 @@ class joiner {
     // Finds who is turned, and writes both halves of the overlap.
     void settle(seam& result, phased_file& next, std::deque<hts_record>& before, std::deque<hts_record>& after) {
         check_sites(next, before, after);
-        phase_votes votes(samples_.size());
-        for (std::size_t i = 0; i < before.size(); ++i) {
-            votes.add(genotypes_of(current_->header(), before[i].get()), genotypes_of(next.header(), after[i].get()));
-        }
         result.n_sites = before.size();
         if (!before.empty()) {
             result.lower = position_of(before.front());
             result.upper = position_of(before.back());
         }
         const long middle = result.lower + (result.upper - result.lower) / 2;
+        phase_votes votes(samples_.size());
+        for (std::size_t i = 0; i < before.size(); ++i) {
+            votes.add(genotypes_of(current_->header(), before[i].get()), genotypes_of(next.header(), after[i].get()),
+                      position_of(before[i]) > middle);
+        }
         for (hts_record& record : before) {
             if (position_of(record) <= middle) write(*current_, record);
         }
@@ -181,13 +181,7 @@ class joiner {
 
 void ligate(run_log& log, const std::vector<std::string>& inputs, const std::string& output,
             const ligation_options& options, const std::function<void(const seam&)>& tell) {
-    try {
-        joiner chunks(log, inputs.front(), output, options);
-        for (std::size_t i = 1; i < inputs.size(); ++i) tell(chunks.join(inputs[i]));
-        chunks.finish();
-    } catch (const run_end&) {
-        // Better none than one that ends in the middle.
-        for (const char* ending : {"", ".tbi", ".csi"}) std::remove((output + ending).c_str());
-        throw;
-    }
+    joiner chunks(log, inputs.front(), output, options);
+    for (std::size_t i = 1; i < inputs.size(); ++i) tell(chunks.join(inputs[i]));
+    chunks.finish();
 }

@@ -18,7 +18,7 @@ struct seam {
     long lower = 0, upper = 0;    // first and last position of the overlap; 0 when there is none
     std::size_t n_sites = 0;      // in the overlap
     std::size_t n_counted = 0;    // heterozygotes that told
-    std::size_t n_agreeing = 0;   // of them, with the majority of their person
+    std::size_t n_agreeing = 0;   // of them, with the decision for their person
     std::size_t n_turned = 0;     // people
     std::size_t n_undecided = 0;  // people whose phase across the seam is not known
 };

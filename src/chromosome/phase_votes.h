@@ -16,21 +16,31 @@ struct phased_pair {
     bool is_phased_heterozygote() const { return is_phased && a >= 0 && b >= 0 && a != b; }
 };
 
+// Those next to the middle of the overlap, where one chunk takes over from the other, decide: up to five on each side.
+// In this way a switch error elsewhere in the overlap does not turn what follows. Without a majority all of the overlap
+// decide.
 class phase_votes {
   public:
-    explicit phase_votes(std::size_t n_people) : same_(n_people), turned_(n_people) {}
+    explicit phase_votes(std::size_t n_people) : people_(n_people) {}
 
     // Counts the genotypes of one site, by person; those that are no phased heterozygotes of the same two alleles in
-    // both do not count.
-    void add(std::span<const phased_pair> before, std::span<const phased_pair> after);
+    // both do not count. Sites come in order.
+    void add(std::span<const phased_pair> before, std::span<const phased_pair> after, bool is_behind_middle);
 
     // Whether the later chunk stands the other way round; not so without a majority.
-    bool is_turned(std::size_t person) const { return turned_[person] > same_[person]; }
-    bool is_undecided(std::size_t person) const { return turned_[person] == same_[person]; }
-    // Heterozygotes that counted, and those that agree with the majority of their person.
+    bool is_turned(std::size_t person) const { return balance(person) < 0; }
+    bool is_undecided(std::size_t person) const { return balance(person) == 0; }
+    // Heterozygotes that counted, and those that agree with the decision for their person.
     std::size_t n_counted() const;
     std::size_t n_agreeing() const;
 
   private:
-    std::vector<std::size_t> same_, turned_;
+    // Of one person: whether each heterozygote has the same phase in both.
+    struct heterozygotes {
+        std::vector<bool> left, right;  // of the middle
+    };
+    // How many more heterozygotes that decide have the same phase than the other one.
+    std::ptrdiff_t balance(std::size_t person) const;
+
+    std::vector<heterozygotes> people_;
 };

@@ -47,7 +47,7 @@ TEST_F(plan_command, reads_variants_and_estimates_costs_with_a_panel) {
     const std::string legend = files.write("l", "id position a0 a1\nx 850000 A G\ny 950000 A G\nz 1900000 A G\n");
     const std::string haplotypes = files.write("h", "0 1 0 1\n0 1 1 1\n0 0 0 1\n");
     EXPECT_EQ(run({"-m", map, "-g", study, "-chr", "7", "-h", haplotypes, "-l", legend, "-min_typed", "1"}), 0);
-    EXPECT_EQ(table.str(), header + "7\t1\t1\t650000\t1150000\t1\t2\t0.500\t0\t15\t0\t15\n");
+    EXPECT_EQ(table.str(), header + "7\t1\t1\t650000\t1150000\t1\t2\t0.500\t0\t30\t0\t30\n");
     notes.str("");
     table.str("");
     expect_error({"-m", map, "-g", study},

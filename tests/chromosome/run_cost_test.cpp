@@ -21,6 +21,7 @@ TEST(run_cost, memory_is_at_least_what_was_measured) {
     EXPECT_GT(imputation_cost({5000, 10000, 900, 100}).megabytes, 51.8);
     EXPECT_GT(imputation_cost({1000, 10000, 900, 200}).megabytes, 58.7);
     EXPECT_GT(imputation_cost({2000, 30000, 1800, 100}).megabytes, 115.6);
+    EXPECT_GT(imputation_cost({5000, 23500, 1990, 200}).megabytes, 204.4);  // VCF
     EXPECT_GT(imputation_cost({50000, 10000, 900, 100}).megabytes, 169);
     EXPECT_GT(phasing_cost({5000, 10000, 900, 100}).megabytes, 15.9);
     EXPECT_GT(phasing_cost({1000, 10000, 900, 200}).megabytes, 17.9);

@@ -139,6 +139,23 @@ class Content(Runs):
         self.assertIn('Density plot of the allele frequency in the study', page)
         self.assertNotIn('Density plot of the allele frequency in the study', self.tables(self.name(0)))
 
+    @unittest.skipUnless(shutil.which('bcftools'), 'bcftools is missing')
+    def test_panel_frequencies_of_text_and_variants_are_the_same(self):
+        from orvide_report.panel import text_frequencies, variant_frequencies
+        wanted = {int(line.split()[2]) for line in (self.folder / 'c0_info').read_text().splitlines()[1:]}
+        text = text_frequencies(str(EXAMPLES / 'ref.hap.gz'), str(EXAMPLES / 'ref.legend.gz'), wanted)
+        self.assertEqual(variant_frequencies(str(EXAMPLES / 'panel.vcf.gz'), wanted, '20'), text)
+        self.assertEqual(variant_frequencies(str(EXAMPLES / 'panel.vcf.gz'), wanted, ''), text)
+        self.assertEqual(len(text), len(wanted))
+
+    @unittest.skipUnless(shutil.which('bcftools'), 'bcftools is missing')
+    def test_a_panel_that_is_no_variant_file(self):
+        spoilt = self.copy(0)
+        (self.own / 'panel.vcf').write_text('nothing')
+        text = Path(spoilt + '_summary').read_text()
+        Path(spoilt + '_summary').write_text(re.sub(r'-h \S+ -l \S+', '-h %s' % (self.own / 'panel.vcf'), text))
+        self.assert_error(['--panel', spoilt], 'cannot read the panel', 'panel.vcf')
+
     def test_lists_a_site_with_exchanged_alleles(self):
         spoilt = self.copy(0)
         info = Path(spoilt + '_info')

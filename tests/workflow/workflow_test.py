@@ -20,7 +20,7 @@ EXAMPLES = TOP / 'examples'
 def missing(*programs):
     """What is not there of the programs, or of the packages of the report."""
     absent = [name for name in programs if shutil.which(name) is None]
-    return ' '.join(absent + [name for name in ('matplotlib', 'jinja2', 'pysam') if importlib.util.find_spec(name) is None])
+    return ' '.join(absent + [name for name in ('matplotlib', 'jinja2') if importlib.util.find_spec(name) is None])
 
 
 class Folder(unittest.TestCase):

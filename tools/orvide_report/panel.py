@@ -1,5 +1,7 @@
 """Allele frequencies of reference panels at typed sites."""
 import gzip
+import subprocess
+import tempfile
 from pathlib import Path
 
 from orvide_report.errors import ReportError
@@ -29,34 +31,38 @@ def text_frequencies(haplotypes, legend, wanted):
     return found
 
 
-def record_frequency(record):
-    """(frequency of the first alternative allele, alleles) of a VCF record."""
-    ones = zeros = 0
-    for sample in record.samples.values():
-        for allele in sample.allele_indices or ():
-            ones += allele == 1
-            zeros += allele == 0
-    return (ones / (ones + zeros), ones + zeros) if ones + zeros else None
+def run_bcftools(commands):
+    """What the last of some commands of bcftools says, each reading what the one before writes."""
+    stages = []
+    try:
+        for words in commands:
+            stages.append(subprocess.Popen(['bcftools', *words], stdin=stages[-1].stdout if stages else subprocess.DEVNULL,
+                                           stdout=subprocess.PIPE, stderr=subprocess.PIPE))
+    except FileNotFoundError as missing:
+        raise ReportError('--panel with a panel in VCF or BCF needs bcftools (Debian: apt install bcftools)') from missing
+    for stage in stages[:-1]:
+        stage.stdout.close()  # the next one has it
+    said = stages[-1].communicate()[0].decode('utf-8', 'replace')
+    for stage, words in zip(stages, commands):
+        complaint = '' if stage is stages[-1] else stage.stderr.read().decode('utf-8', 'replace').strip()
+        stage.stderr.close()
+        if stage.wait():
+            raise ReportError('cannot read the panel: bcftools %s: %s' % (' '.join(words[:1] + words[-1:]), complaint))
+    return said
 
 
 def variant_frequencies(path, wanted, chromosome):
-    try:
-        import pysam
-    except ModuleNotFoundError as missing:
-        raise ReportError('--panel with the VCF or BCF panel [%s] needs the Python package pysam (Debian: python3-pysam)'
-                          % path) from missing
-    pysam.set_verbosity(0)
+    with tempfile.NamedTemporaryFile('w', suffix='.tsv') as positions:
+        positions.writelines('%s\t%d\n' % (chromosome, position) for position in sorted(wanted))
+        positions.flush()
+        targets = ['-T', positions.name] if chromosome else []
+        said = run_bcftools([['view', '--no-version', '-Ou', *targets, path], ['+fill-AN-AC', '-Ou'],
+                             ['query', '-f', '%POS\t%REF\t%ALT{0}\t%AC{0}\t%AN\n']])
     found = {}
-    try:
-        with pysam.VariantFile(path) as records:
-            chosen = records.fetch(chromosome, min(wanted) - 1, max(wanted)) if chromosome and records.index else records
-            for record in chosen:
-                if record.pos in wanted and record.alts and (not chromosome or record.chrom == chromosome):
-                    frequency = record_frequency(record)
-                    if frequency:
-                        found[record.pos, record.ref, record.alts[0]] = frequency
-    except (OSError, ValueError) as failure:
-        raise ReportError('cannot read the panel [%s]: %s' % (path, failure)) from failure
+    for line in said.splitlines():
+        position, ref, alt, carriers, alleles = line.split('\t')
+        if int(position) in wanted and alleles.isdigit() and int(alleles) > 0 and carriers.isdigit():
+            found[int(position), ref, alt] = (int(carriers) / int(alleles), int(alleles))
     return found
 
 

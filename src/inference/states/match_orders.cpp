@@ -12,44 +12,11 @@ void cut_row(const std::uint64_t* from, const std::vector<std::size_t>& sites, s
     }
 }
 
-namespace {
-
-// Number of sites from first on, before end, up to the first one at which two rows differ.
-std::size_t equal_upwards(const std::uint64_t* x, const std::uint64_t* y, std::size_t first, std::size_t end) {
-    for (std::size_t i = first; i < end;) {
-        const std::size_t w = i / bits::word_bits;
-        const std::uint64_t differ = (x[w] ^ y[w]) >> (i % bits::word_bits);
-        if (differ != 0) return std::min(i + static_cast<std::size_t>(std::countr_zero(differ)), end) - first;
-        i = (w + 1) * bits::word_bits;
-    }
-    return end - first;
-}
-
-// The same from the site before end on, down to site 0.
-std::size_t equal_downwards(const std::uint64_t* x, const std::uint64_t* y, std::size_t end) {
-    for (std::size_t i = end; i > 0;) {
-        const std::size_t w = (i - 1) / bits::word_bits;
-        const std::size_t n_bits = i - w * bits::word_bits;
-        const std::uint64_t differ = (x[w] ^ y[w]) << (bits::word_bits - n_bits);
-        if (differ != 0) return end - i + static_cast<std::size_t>(std::countl_zero(differ));
-        i = w * bits::word_bits;
-    }
-    return end;
-}
-
-}  // namespace
-
 void match_orders::set_sites(std::vector<std::size_t> sites, std::vector<std::size_t> marks) {
     sites_ = std::move(sites);
     marks_ = std::move(marks);
     words_ = bits::words_for(sites_.size());
     n_changes_ = 0;
-}
-
-std::size_t match_orders::match_length(const std::uint64_t* alleles, std::size_t hap, match_side side,
-                                       std::size_t mark) const {
-    return side == match_side::left ? equal_downwards(alleles, row(hap), marks_[mark])
-                                    : equal_upwards(alleles, row(hap), marks_[mark], sites_.size());
 }
 
 std::size_t match_orders::place_of(const std::uint64_t* alleles, match_side side, std::size_t mark) const {

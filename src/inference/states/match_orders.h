@@ -4,12 +4,41 @@
 // the sites: sorted by their alleles left of the mark, read away from it, and by those right of it. Next to the place
 // of a haplotype in such an order stand those that match it furthest.
 
+#include <algorithm>
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
 
 #include "model/packed_haplotypes.h"
+
+namespace bits {
+
+// Number of sites from first on, before end, up to the first one at which two rows differ.
+inline std::size_t equal_upwards(const std::uint64_t* x, const std::uint64_t* y, std::size_t first, std::size_t end) {
+    for (std::size_t i = first; i < end;) {
+        const std::size_t w = i / bits::word_bits;
+        const std::uint64_t differ = (x[w] ^ y[w]) >> (i % bits::word_bits);
+        if (differ != 0) return std::min(i + static_cast<std::size_t>(std::countr_zero(differ)), end) - first;
+        i = (w + 1) * bits::word_bits;
+    }
+    return end - first;
+}
+
+// The same from the site before end on, down to site 0.
+inline std::size_t equal_downwards(const std::uint64_t* x, const std::uint64_t* y, std::size_t end) {
+    for (std::size_t i = end; i > 0;) {
+        const std::size_t w = (i - 1) / bits::word_bits;
+        const std::size_t n_bits = i - w * bits::word_bits;
+        const std::uint64_t differ = (x[w] ^ y[w]) << (bits::word_bits - n_bits);
+        if (differ != 0) return end - i + static_cast<std::size_t>(std::countl_zero(differ));
+        i = w * bits::word_bits;
+    }
+    return end;
+}
+
+}  // namespace bits
 
 // Reading direction from a mark: the sites before it, the last one first, or those from it on.
 enum class match_side { left, right };
@@ -29,7 +58,10 @@ class match_orders {
     // The place of alleles (bits by site) in an order: how many haplotypes stand before them.
     std::size_t place_of(const std::uint64_t* alleles, match_side side, std::size_t mark) const;
     // Number of sites from a mark on that a haplotype matches without a mismatch.
-    std::size_t match_length(const std::uint64_t* alleles, std::size_t hap, match_side side, std::size_t mark) const;
+    std::size_t match_length(const std::uint64_t* alleles, std::size_t hap, match_side side, std::size_t mark) const {
+        return side == match_side::left ? bits::equal_downwards(alleles, row(hap), marks_[mark])
+                                        : bits::equal_upwards(alleles, row(hap), marks_[mark], sites_.size());
+    }
 
   private:
     const std::uint64_t* row(std::size_t hap) const { return rows_.data() + hap * words_; }

@@ -67,6 +67,7 @@ else
 fi
 if step "sanitizer build" scripts/build.sh sanitize -DORVIDE_TESTS=ON; then
     # The same tests as ctest runs, without a process for each: sanitized programs start slowly.
+    export LSAN_OPTIONS=suppressions=$PWD/tests/support/leaks.txt:print_suppressions=0
     step "sanitizer unit tests" build/sanitize/tests/orvide_tests --gtest_brief=1
     step "sanitizer whole runs" python3 tests/run/run_cases.py --binary build/sanitize/orvide
 fi

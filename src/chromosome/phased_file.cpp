@@ -75,6 +75,7 @@ hts_record phased_file::next() {
             concat("ERROR: The file [", name_, "] is damaged or cut off behind position ", last_position_ + 1, "."));
     }
     check_order(record.get());
+    check_types(record.get());
     return record;
 }
 
@@ -96,6 +97,16 @@ void phased_file::check_order(const bcf1_t* record) {
     sites_here_.push_back(alleles);
     last_contig_ = contig;
     last_position_ = record->pos;
+}
+
+// The library ends the program when it is asked for the numbers of a field of texts.
+void phased_file::check_types(bcf1_t* record) const {
+    for (const char* name : {"GT", "HDS"}) {
+        const bcf_fmt_t* const field = find_format(header(), record, name);
+        if (field == nullptr || are_numbers(field->type)) continue;
+        log_.fatal(concat("ERROR: The field ", name, " of the file [", name_,
+                          "] is not of the type that it should have, ", "at position ", record->pos + 1, "."));
+    }
 }
 
 std::string alleles_of(const bcf1_t* record) {

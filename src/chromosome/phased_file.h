@@ -20,18 +20,19 @@ class phased_file {
     const std::string& name() const { return name_; }
     bcf_hdr_t* header() const { return header_.get(); }
     std::vector<std::string> samples() const;
-    // The next record, unpacked; null behind the last one. Ends the command at a damaged file and where two records are
-    // not in order or are the same site.
+    // The next record, unpacked; null behind the last one. Ends the command at a damaged file, where two records are
+    // not in order or are the same site, and at a field of another type than it should have.
     hts_record next();
 
   private:
     void check_order(const bcf1_t* record);
+    void check_types(bcf1_t* record) const;
 
     run_log& log_;
     std::string name_;
     hts_file file_;
     hts_header header_;
-    std::string last_contig_, last_site_;
+    std::string last_contig_;
     hts_pos_t last_position_ = -1;
     std::vector<std::string> sites_here_;  // at the last position
 };

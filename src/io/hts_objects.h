@@ -6,6 +6,7 @@
 #include <htslib/tbx.h>
 #include <htslib/vcf.h>
 
+#include <array>
 #include <memory>
 
 struct hts_object_end {
@@ -16,6 +17,15 @@ struct hts_object_end {
     void operator()(tbx_t* index) const { tbx_destroy(index); }
     void operator()(hts_itr_t* iterator) const { hts_itr_destroy(iterator); }
 };
+
+// A field of the genotypes; null where the record has none of the name. The library searches in a header that it does
+// not change.
+inline const bcf_fmt_t* find_format(const bcf_hdr_t* header, bcf1_t* record, const char* name) {
+    return bcf_get_fmt(const_cast<bcf_hdr_t*>(header), record, name);  // NOLINT
+}
+
+// Endings of the names of indexes.
+constexpr std::array<const char*, 2> index_endings{".csi", ".tbi"};
 
 // Whether the values of a field are numbers. The library ends the program when it is asked for the numbers of others.
 inline bool are_numbers(int type) {

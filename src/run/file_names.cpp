@@ -2,15 +2,14 @@
 
 #include <algorithm>
 #include <array>
-#include <filesystem>
 #include <utility>
 
+#include "input/announce.h"
+#include "io/hts_objects.h"
 #include "io/text.h"
 #include "output/variants/variant_format.h"
 
 namespace {
-
-constexpr std::array index_endings{".tbi", ".csi"};
 
 struct named_input {
     const char* option;
@@ -54,11 +53,6 @@ constexpr std::array sampled_inputs{
     named_input{"-hap_samp_in_h", &parameters::hap_samp_in_h},
 };
 
-bool exists(const std::string& name) {
-    std::error_code error;
-    return std::filesystem::exists(name, error);
-}
-
 class input_table {
   public:
     explicit input_table(const parameters& params) : p_(params) {}
@@ -80,7 +74,7 @@ class input_table {
 
   private:
     void add_existing(const std::string& name, const char* option) {
-        if (exists(name)) files_.push_back({name, "", option});
+        if (file_exists(name)) files_.push_back({name, "", option});
     }
     // process_input lets it stand for the file that the sampled haplotypes replace.
     bool is_sampled_stem(const std::string& name) const {

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <utility>
 
+#include "input/announce.h"
 #include "io/input_file.h"
 #include "io/text.h"
 #include "output/variants/variant_format.h"
@@ -33,11 +34,6 @@ constexpr const char* region_too_long =
     " in your command-line call to ORVIDE2.";
 
 constexpr int most_decimals = 1074;  // no number of double precision has more
-
-bool exists(const std::string& name) {
-    struct stat status {};
-    return stat(name.c_str(), &status) == 0;
-}
 
 std::string last_piece(const std::string& path) {
     // As a split at "/" gives it: a trailing "/" leaves no empty piece.
@@ -208,7 +204,7 @@ class input_check {
             }
         }
         if (is_given(p_.hap_samp_dir)) {
-            if (!exists(p_.hap_samp_dir)) {
+            if (!file_exists(p_.hap_samp_dir)) {
                 log_.fatal(concat("ERROR: The -hap_samp_dir you provided [", p_.hap_samp_dir,
                                   "] does not exist. Please check the name, create the directory if necessary, and "
                                   "try again."));
@@ -299,7 +295,7 @@ class input_check {
     bool sampled_files_exist(const std::string& name) const {
         const auto either = [&name](int iteration) {
             const std::string file = concat(name, "_hapsamp", iteration);
-            return exists(file) || exists(file + ".gz");
+            return file_exists(file) || file_exists(file + ".gz");
         };
         return either(1) && either(p_.iter);
     }

@@ -149,6 +149,15 @@ TEST_F(ligate_command, refuses_files_that_are_wrong_in_themselves) {
     expect_error({files.name("n.vcf")}, "The file [" + files.name("n.vcf") + "] has no samples.");
 }
 
+TEST_F(ligate_command, refuses_dosages_that_are_texts) {
+    const std::string name = chunk("texts.vcf", "10 0|1:0.1,0.9 0|0:0,0\n", "7", "a\tb", "GT:HDS");
+    std::string text = files.read("texts.vcf");
+    text.replace(text.find("Type=Float"), 10, "Type=String");
+    files.write("texts.vcf", text);
+    expect_error({name},
+                 "The field HDS of the file [" + name + "] is not of the type that it should have, at position 10.");
+}
+
 TEST_F(ligate_command, tells_what_is_wrong_on_its_command_line) {
     const auto a = chunk("a.vcf", "10 0|1 0|1");
     EXPECT_EQ(run_ligate_command({a}, seams, notes), 1);

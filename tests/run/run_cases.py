@@ -162,9 +162,8 @@ def without_extra(data, extra):
     return data.replace(' '.join(['orvide'] + extra).encode('ascii'), b'orvide', 1) if extra else data
 
 
-def execute(case, binary, folder, extra):
-    """Runs the command lines in the folder: [exit status], and (kind, name) -> lines of all that was written."""
-    inputs = case.inputs()
+def lay_out(case, inputs, folder):
+    """Writes the inputs of a case (name -> bytes) and makes its directories."""
     for name, data in inputs.items():
         os.makedirs(os.path.dirname(os.path.join(folder, name)), exist_ok=True)
         with open(os.path.join(folder, name), 'wb') as f:
@@ -172,6 +171,12 @@ def execute(case, binary, folder, extra):
     for kind, name in case.sections:
         if kind == 'directory':
             os.makedirs(os.path.join(folder, name))
+
+
+def execute(case, binary, folder, extra):
+    """Runs the command lines in the folder: [exit status], and (kind, name) -> lines of all that was written."""
+    inputs = case.inputs()
+    lay_out(case, inputs, folder)
     statuses = []
     got = {}
     for i, run in enumerate(case.runs):

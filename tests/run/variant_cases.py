@@ -150,16 +150,6 @@ def converted(conversion, arguments, panels_only):
     return [text for option, texts in values.items() for text in ([option] if option else []) + texts]
 
 
-def lay_out(case, folder):
-    for name, data in case.inputs().items():
-        os.makedirs(os.path.dirname(os.path.join(folder, name)), exist_ok=True)
-        with open(os.path.join(folder, name), 'wb') as f:
-            f.write(data)
-    for kind, name in case.sections:
-        if kind == 'directory':
-            os.makedirs(os.path.join(folder, name))
-
-
 def compared(lines, first_ids):
     """What of a result must be equal."""
     kept = []
@@ -175,7 +165,7 @@ def differences(case, binary, style, panels_only):
     """Lines that tell what differs; none when all is equal."""
     folder = tempfile.mkdtemp(prefix='orvide_%s_' % case.name)
     try:
-        lay_out(case, folder)
+        run_cases.lay_out(case, case.inputs(), folder)
         conversion = Conversion(folder, style)
         for run in case.runs:
             arguments = converted(conversion, run.arguments, panels_only)

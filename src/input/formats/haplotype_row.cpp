@@ -1,8 +1,6 @@
 #include "input/formats/haplotype_row.h"
 
 #include <algorithm>
-#include <bit>
-#include <cstring>
 
 #include "io/text.h"
 
@@ -10,14 +8,6 @@ namespace {
 
 constexpr bool is_separator(char c) {
     return c == ' ' || c == '\t';
-}
-
-// Eight characters as one number, the first one in the lowest byte.
-std::uint64_t load_characters(const char* from) {
-    std::uint64_t word = 0;
-    std::memcpy(&word, from, sizeof word);
-    if constexpr (std::endian::native == std::endian::big) word = __builtin_bswap64(word);
-    return word;
 }
 
 // "a b c d " with digits 0 and 1 gives the bits a, b, c, d, from the lowest one; 16 when the text has another shape.
@@ -94,7 +84,7 @@ bool haplotype_row_reader::read_characters(std::string_view line, allele_row& ro
     begin_row();
     const std::size_t n_fours = (n_columns_ - 1) / 4;  // the last column has no separator behind it
     for (std::size_t i = 0; i < n_fours; ++i) {
-        const unsigned four = pack_four(load_characters(line.data() + 8 * i));
+        const unsigned four = pack_four(load_eight(line.data() + 8 * i));
         if (four <= 15) {
             ones_[i / 16] |= std::uint64_t{four} << (4 * (i % 16));
         } else if (!put_four(line, 4 * i)) {
@@ -141,7 +131,7 @@ void pack_characters(std::string_view characters, std::uint64_t* words) {
     std::fill_n(words, bits::words_for(characters.size()), 0);
     std::size_t i = 0;
     for (; i + 8 <= characters.size(); i += 8) {
-        const std::uint64_t differs = load_characters(characters.data() + i) ^ 0x3030303030303030ULL;
+        const std::uint64_t differs = load_eight(characters.data() + i) ^ 0x3030303030303030ULL;
         if ((differs & ~0x0101010101010101ULL) != 0) {  // neither 0 nor 1 somewhere
             for (std::size_t j = i; j < i + 8; ++j) bits::set(words, j, characters[j] != '0');
             continue;

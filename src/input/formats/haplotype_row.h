@@ -2,12 +2,22 @@
 
 // Packs the alleles of one line of text into bits.
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 #include <vector>
 
 #include "model/allele_row.h"
+
+// Eight bytes as one number, the first one in the lowest byte.
+inline std::uint64_t load_eight(const void* from) {
+    std::uint64_t word = 0;
+    std::memcpy(&word, from, sizeof word);
+    if constexpr (std::endian::native == std::endian::big) word = __builtin_bswap64(word);
+    return word;
+}
 
 // Lines of a haplotype file: one field a column, exactly "0" or "1". The usual shape, one digit and one blank a column,
 // is packed a word at a time.

@@ -1,17 +1,12 @@
 #include "input/formats/variant_calls.h"
 
 #include <algorithm>
-#include <bit>
-#include <cstring>
 
+#include "input/formats/haplotype_row.h"
+#include "io/hts_objects.h"
 #include "model/allele_row.h"
 
 namespace {
-
-const bcf_fmt_t* find_genotypes(const bcf_hdr_t* header, bcf1_t* record) {
-    // The field is searched by the library in a header that it does not change.
-    return bcf_get_fmt(const_cast<bcf_hdr_t*>(header), record, "GT");  // NOLINT
-}
 
 // The file has small little-endian numbers: (allele + 1) << 1, and 1 for a phase; an end mark at the place of an allele
 // that is not there. The mark of a missing value stands where a sample's fields end before this one.
@@ -48,18 +43,11 @@ call_fault decode(const bcf_fmt_t& field, int n_alleles, std::span<variant_call>
     return call_fault::none;
 }
 
-// Four samples of two alleles as one number, the first allele in the lowest byte.
-std::uint64_t load_eight(const std::uint8_t* from) {
-    std::uint64_t word = 0;
-    std::memcpy(&word, from, sizeof word);
-    if constexpr (std::endian::native == std::endian::big) word = __builtin_bswap64(word);
-    return word;
-}
-
 constexpr std::uint64_t every_byte = 0x0101010101010101ULL;
 constexpr std::uint64_t second_bytes = 0x0100010001000100ULL;
 
-// Whether all eight alleles are 0 or 1, and each second one is phased or equal to the first.
+// Of four samples with two alleles each, as load_eight gives them: whether all eight alleles are 0 or 1, and each
+// second one is phased or equal to the first.
 bool are_plain(std::uint64_t word) {
     const bool known = (word & (every_byte * 0xf8)) == 0 && (((word >> 1) ^ (word >> 2)) & every_byte) == every_byte;
     const std::uint64_t differ = ((word >> 2) ^ (word << 6)) & second_bytes;
@@ -93,7 +81,7 @@ bool pack_bytes(const std::uint8_t* from, std::size_t n, std::uint64_t* ones) {
 }  // namespace
 
 call_fault read_calls(const bcf_hdr_t* header, bcf1_t* record, std::span<variant_call> calls) {
-    const bcf_fmt_t* const field = find_genotypes(header, record);
+    const bcf_fmt_t* const field = find_format(header, record, "GT");
     if (field == nullptr || field->p == nullptr || field->n == 0) return call_fault::no_genotypes;
     if (field->n > 2) return call_fault::too_many_alleles;
     const int n_alleles = static_cast<int>(record->n_allele);
@@ -112,7 +100,7 @@ call_fault read_calls(const bcf_hdr_t* header, bcf1_t* record, std::span<variant
 // Only where the allele is the first ALT of two alleles are the bytes its bits.
 bool pack_phased_calls(const bcf_hdr_t* header, bcf1_t* record, int allele, std::uint64_t* ones) {
     if (allele != 1 || record->n_allele != 2) return false;
-    const bcf_fmt_t* const field = find_genotypes(header, record);
+    const bcf_fmt_t* const field = find_format(header, record, "GT");
     if (field == nullptr || field->p == nullptr || field->n != 2 || field->type != BCF_BT_INT8) return false;
     return pack_bytes(field->p, 2 * record->n_sample, ones);
 }

@@ -36,8 +36,7 @@ variant_genotypes::variant_genotypes(run_log& log, const source_request& request
 
 // The library ends the program at values of another type than the header says.
 void variant_genotypes::check_type(const char* name) const {
-    const bcf_fmt_t* const found =
-        bcf_get_fmt(const_cast<bcf_hdr_t*>(sites_.header()), sites_.record(), name);  // NOLINT
+    const bcf_fmt_t* const found = find_format(sites_.header(), sites_.record(), name);
     if (found == nullptr || are_numbers(found->type)) return;
     sites_.fail(concat("The field ", name, " is not of the type that it should have"));
 }
@@ -72,7 +71,7 @@ bool variant_genotypes::fetch(field which) {
 }
 
 void variant_genotypes::read_triples(std::span<probability_triple> triples) {
-    has_gt_ = bcf_get_fmt(const_cast<bcf_hdr_t*>(sites_.header()), sites_.record(), "GT") != nullptr;  // NOLINT
+    has_gt_ = find_format(sites_.header(), sites_.record(), "GT") != nullptr;
     for (const field which : fields_) {
         if (which != field::gt && !fetch(which)) continue;
         ++n_sites_[index(which)];

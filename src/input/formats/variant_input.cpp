@@ -5,7 +5,6 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <array>
 #include <utility>
 
 #include "io/run_log.h"
@@ -13,8 +12,6 @@
 #include "model/parameters.h"
 
 namespace {
-
-constexpr std::array<const char*, 2> index_endings{".csi", ".tbi"};
 
 std::string listed(const std::vector<std::string>& names) {
     constexpr std::size_t most = 30;

@@ -59,6 +59,7 @@ void variant_sites::settle_ploidies() {
     while (ahead_.size() < most_records_ahead) {
         hts_record record(bcf_init());
         if (!file_.next(record.get())) break;
+        if (ahead_.empty()) contig_ = file_.contig();
         ahead_.push_back(std::move(record));
         if (read_calls(file_.header(), ahead_.back().get(), calls_) == call_fault::none) learn(calls_);
         if (ploidies_are_settled(ahead_.back()->pos + 1)) break;
@@ -74,7 +75,7 @@ void variant_sites::settle_ploidies() {
 // Left of the interval the records may lie in another region of chromosome X.
 bool variant_sites::ploidies_are_settled(long position) const {
     if (position < request_.interval_lower &&
-        !boundaries_between(contig(), request_.lower, request_.interval_lower).empty()) {
+        !boundaries_between(contig_, request_.lower, request_.interval_lower).empty()) {
         return false;
     }
     return std::find(ploidies_.begin(), ploidies_.end(), unknown_ploidy) == ploidies_.end();
@@ -100,7 +101,7 @@ std::size_t variant_sites::merge_ploidies() {
         bcf1_t* const record = ahead_[i].get();
         const long position = record->pos + 1;
         if (read_calls(file_.header(), record, calls_) == call_fault::none) {
-            const std::string crossed = boundaries_between(contig(), position, request_.interval_lower);
+            const std::string crossed = boundaries_between(contig_, position, request_.interval_lower);
             if (!crossed.empty() && !agrees(calls_)) {
                 file_.note(
                     record,
@@ -130,7 +131,7 @@ bool variant_sites::next_record() {
 }
 
 bool variant_sites::leaves_region_of_x() {
-    const std::string crossed = boundaries_between(contig(), request_.interval_upper, position_);
+    const std::string crossed = boundaries_between(contig_, request_.interval_upper, position_);
     if (crossed.empty() || read_calls(file_.header(), record_.get(), calls_) != call_fault::none || agrees(calls_)) {
         return false;
     }
@@ -156,7 +157,7 @@ bool variant_sites::take_allele(site_fields& site) {
     const std::string_view alt = record_->d.allele[allele_];
     if (!is_allele(alt) || is_repeated(ref, alt)) return false;
     id_ = record_->d.id;
-    if (id_.empty() || id_ == ".") id_ = concat(file_.contig().name, ":", position_, ":", ref, ":", alt);
+    if (id_.empty() || id_ == ".") id_ = concat(contig_.name, ":", position_, ":", ref, ":", alt);
     site = {"---", id_, position_, ref, alt};
     return true;
 }
@@ -164,7 +165,7 @@ bool variant_sites::take_allele(site_fields& site) {
 bool variant_sites::is_repeated(std::string_view ref, std::string_view alt) {
     if (at_position_.emplace(ref, alt).second) return false;
     ++n_repeated_;
-    log_.warn(concat("WARNING: The site ", file_.contig().name, ":", position_, " ", ref, " ", alt,
+    log_.warn(concat("WARNING: The site ", contig_.name, ":", position_, " ", ref, " ", alt,
                      " occurs more than once in the file [", request_.file, "]; the first one counts."));
     return true;
 }
@@ -201,7 +202,7 @@ void variant_sites::check_ploidies() {
 void variant_sites::refuse_change(std::size_t sample, int ploidy) {
     std::string text = concat("The person has ", ploidy == 1 ? "one allele" : "two alleles", " here and ",
                               ploidy == 1 ? "two" : "one", " elsewhere in the region");
-    if (const std::string crossed = boundaries_between(contig(), request_.lower, position_); !crossed.empty()) {
+    if (const std::string crossed = boundaries_between(contig_, request_.lower, position_); !crossed.empty()) {
         text += concat("; ", crossed, ": choose -int and -buffer so that the region does not cross it");
     }
     fail_at(sample, text);

@@ -30,7 +30,7 @@ class variant_sites {
     const bcf_hdr_t* header() const { return file_.header(); }
     const std::vector<std::string>& samples() const { return file_.samples(); }
     const std::vector<std::uint8_t>& ploidies() const { return ploidies_; }
-    contig_info contig() const { return file_.contig(); }
+    const contig_info& contig() const { return contig_; }
     // The called genotypes of the record in hand, by sample; ends the run where there are none, or where a person has
     // another number of alleles than before. A genotype of which one allele only is known is missing and is counted.
     std::span<const variant_call> calls();
@@ -65,6 +65,7 @@ class variant_sites {
     source_request request_;
     variant_input file_;
     variant_info info_;
+    contig_info contig_;            // from the first record of the region on
     std::deque<hts_record> ahead_;  // records that were read before their turn
     hts_record record_;
     int allele_ = 0;

@@ -160,7 +160,7 @@ void variant_result_file::publish() {
 
 // An index that an earlier file left would be taken for the one of this file.
 void variant_result_file::remove_other_indexes() {
-    for (const char* ending : {".tbi", ".csi"}) {
+    for (const char* ending : index_endings) {
         const std::string name = name_ + ending;
         if (failed_ || name != index_name_) std::remove(name.c_str());
     }

@@ -88,6 +88,11 @@ void run_log::note(std::string_view text) {
     notes_ << "orvide: " << text << std::endl;
 }
 
+void run_log::odd_input(std::string_view text) {
+    if (strict_) fatal(concat("ERROR: ", text));
+    note(concat("note: ", text));
+}
+
 void run_log::result_failed(std::string_view text) {
     note(text);
     result_failed_ = true;

@@ -54,6 +54,11 @@ class run_log {
 
     // A line "orvide: ..." on standard error.
     void note(std::string_view text);
+    // Odd input that has a meaning all the same: a note of what was taken for what; from set_strict(true) on, the error that
+    // ends the run. A sentence or several, which begin with a capital and end with a full stop.
+    void odd_input(std::string_view text);
+    void set_strict(bool strict) { strict_ = strict; }
+    bool is_strict() const { return strict_; }
     // A note about a result that could not be written: the run will end with status 1.
     void result_failed(std::string_view text);
     bool any_result_failed() const { return result_failed_; }
@@ -70,5 +75,6 @@ class run_log {
     std::string warnings_name_;
     bool warnings_on_ = false;
     bool result_failed_ = false;
+    bool strict_ = false;
     int warning_count_ = 0;
 };

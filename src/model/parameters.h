@@ -146,6 +146,7 @@ struct parameters {
     bool keep_buffer_ref_snps = false;
     bool strict_allele_matching = false;  // -strict_allele_matching
     bool verbose = false;                 // -verbose
+    bool strict = false;                  // -strict
     bool use_old_code = false;            // -use_old_code
 
     bool panel0_given() const { return !h_files.empty(); }

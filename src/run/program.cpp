@@ -110,6 +110,7 @@ int run_program(const std::vector<std::string>& entries, std::ostream& terminal,
     complete_names(line.params);
 
     data run(terminal, notes);
+    run.log.set_strict(line.params.strict);
     std::optional<output_lock> lock;
     try {
         const std::optional<std::string> refusal = find_refusal(line.params, lock);

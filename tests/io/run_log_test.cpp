@@ -133,6 +133,16 @@ TEST_F(run_channels, notes_go_to_standard_error_alone) {
     EXPECT_FALSE(log.any_result_failed());
 }
 
+TEST_F(run_channels, odd_input_is_noted_and_under_strict_it_is_an_error) {
+    capture.open(log);
+    log.odd_input("[x] was taken as 0.");
+    EXPECT_EQ("orvide: note: [x] was taken as 0.\n", capture.notes.str());
+    expect_both("");
+    log.set_strict(true);
+    EXPECT_THROW(log.odd_input("[y] was taken as 0."), run_end);
+    expect_both("\nERROR: [y] was taken as 0.\n\n");
+}
+
 TEST_F(run_channels, a_failed_result_is_noted_and_remembered) {
     log.result_failed("cannot write [x]");
     EXPECT_EQ("orvide: cannot write [x]\n", capture.notes.str());

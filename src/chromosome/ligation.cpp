@@ -6,7 +6,7 @@
 #include <deque>
 #include <memory>
 
-#include "chromosome/phase_votes.h"
+#include "chromosome/overlap_phase.h"
 #include "chromosome/phased_file.h"
 #include "io/run_log.h"
 #include "io/text.h"
@@ -84,8 +84,8 @@ class joiner {
                           "-allow_gaps joins them all the same."));
     }
 
-    void write(phased_file& file, hts_record& record) {
-        if (std::ranges::find(turned_, true) != turned_.end()) turn_haplotypes(file.header(), record.get(), turned_);
+    void write(phased_file& file, hts_record& record, const std::vector<bool>& turned) {
+        if (std::ranges::find(turned, true) != turned.end()) turn_haplotypes(file.header(), record.get(), turned);
         if (bcf_translate(header_.get(), file.header(), record.get()) != 0) {
             log_.fatal(concat("ERROR: A record of [", file.name(), "] at ", position_of(record),
                               " has a field that the first file does not declare."));
@@ -95,7 +95,7 @@ class joiner {
     }
 
     void advance() {
-        write(*current_, head_);
+        write(*current_, head_, turned_);
         head_ = current_->next();
     }
 
@@ -131,7 +131,7 @@ class joiner {
         }
     }
 
-    // Finds who is turned, and writes both halves of the overlap.
+    // Finds who is turned where, and writes both halves of the overlap.
     void settle(seam& result, phased_file& next, std::deque<hts_record>& before, std::deque<hts_record>& after) {
         check_sites(next, before, after);
         result.n_sites = before.size();
@@ -140,28 +140,36 @@ class joiner {
             result.upper = position_of(before.back());
         }
         const long middle = result.lower + (result.upper - result.lower) / 2;
-        phase_votes votes(samples_.size());
+        overlap_phase phase(samples_.size());
         for (std::size_t i = 0; i < before.size(); ++i) {
-            votes.add(genotypes_of(current_->header(), before[i].get()), genotypes_of(next.header(), after[i].get()),
+            phase.add(genotypes_of(current_->header(), before[i].get()), genotypes_of(next.header(), after[i].get()),
                       position_of(before[i]) > middle);
         }
-        for (hts_record& record : before) {
-            if (position_of(record) <= middle) write(*current_, record);
+        phase.settle();
+        for (std::size_t i = 0; i < before.size(); ++i) {
+            const bool is_behind = position_of(before[i]) > middle;
+            phased_file& file = is_behind ? next : *current_;
+            hts_record& record = is_behind ? after[i] : before[i];
+            set_confidences(file.header(), record.get(), phase.confidences(i));
+            write(file, record, combined(is_behind ? phase.turned_after(i) : phase.turned_before(i)));
         }
-        count(result, votes);
-        for (hts_record& record : after) {
-            if (position_of(record) > middle) write(next, record);
-        }
+        count(result, phase);
     }
 
-    // The later file is turned relative to the earlier one, which may be turned itself.
-    void count(seam& result, const phase_votes& votes) {
-        result.n_counted = votes.n_counted();
-        result.n_agreeing = votes.n_agreeing();
+    // Relative to the first file, who is turned relative to the current one.
+    std::vector<bool> combined(const std::vector<bool>& turned) const {
+        std::vector<bool> sum(turned_.size());
+        for (std::size_t i = 0; i < sum.size(); ++i) sum[i] = turned_[i] != turned[i];
+        return sum;
+    }
+
+    void count(seam& result, const overlap_phase& phase) {
+        result.n_counted = phase.n_counted();
+        result.n_agreeing = phase.n_agreeing();
         for (std::size_t i = 0; i < turned_.size(); ++i) {
-            if (votes.is_turned(i)) turned_[i] = !turned_[i];
-            if (votes.is_turned(i)) ++result.n_turned;
-            if (votes.is_undecided(i)) ++result.n_undecided;
+            if (phase.is_turned(i)) turned_[i] = !turned_[i];
+            if (phase.is_turned(i)) ++result.n_turned;
+            if (phase.is_undecided(i)) ++result.n_undecided;
         }
     }
 

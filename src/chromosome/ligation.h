@@ -1,8 +1,8 @@
 #pragma once
 
-// Joins phased files of neighbouring chunks. In an overlap each person's haplotypes of the later file are exchanged
-// when most of the heterozygotes that both files have phased say so; the earlier file gives the sites up to the middle
-// of the overlap, the later one those behind it.
+// Joins phased files of neighbouring chunks. In an overlap the heterozygotes that both files have phased tell how each
+// person's haplotypes go on (overlap_phase); the earlier file gives all else of the sites up to the middle of the
+// overlap, the later one of those behind it.
 
 #include <cstddef>
 #include <functional>

@@ -101,7 +101,7 @@ void phased_file::check_order(const bcf1_t* record) {
 
 // The library ends the program when it is asked for the numbers of a field of texts.
 void phased_file::check_types(bcf1_t* record) const {
-    for (const char* name : {"GT", "HDS"}) {
+    for (const char* name : {"GT", "HDS", "PQ"}) {
         const bcf_fmt_t* const field = find_format(header(), record, name);
         if (field == nullptr || are_numbers(field->type)) continue;
         log_.fatal(concat("ERROR: The field ", name, " of the file [", name_,
@@ -117,8 +117,13 @@ std::string alleles_of(const bcf1_t* record) {
 
 std::vector<phased_pair> genotypes_of(const bcf_hdr_t* header, bcf1_t* record) {
     const field_values<std::int32_t> alleles(header, record, "GT", BCF_HT_INT);
+    const field_values<std::int32_t> confidences(header, record, "PQ", BCF_HT_INT);
     std::vector<phased_pair> pairs(people_of(header));
-    for (std::size_t i = 0; i < pairs.size(); ++i) pairs[i] = pair_of(alleles.of(i, pairs.size()));
+    for (std::size_t i = 0; i < pairs.size(); ++i) {
+        pairs[i] = pair_of(alleles.of(i, pairs.size()));
+        const std::span<const std::int32_t> told = confidences.of(i, pairs.size());
+        if (!told.empty()) pairs[i].confidence = std::max(told[0], -1);  // missing ones lie below 0
+    }
     return pairs;
 }
 
@@ -143,4 +148,14 @@ void turn_haplotypes(const bcf_hdr_t* header, bcf1_t* record, const std::vector<
     if (!dosages.all().empty()) {
         bcf_update_format_float(header, record, "HDS", dosages.all().data(), static_cast<int>(dosages.all().size()));
     }
+}
+
+void set_confidences(const bcf_hdr_t* header, bcf1_t* record, const std::vector<int>& confidences) {
+    if (std::ranges::all_of(confidences, [](int confidence) { return confidence < 0; })) return;
+    const field_values<std::int32_t> values(header, record, "PQ", BCF_HT_INT);
+    if (values.all().empty()) return;
+    for (std::size_t i = 0; i < confidences.size(); ++i) {
+        if (confidences[i] >= 0) values.of(i, confidences.size())[0] = confidences[i];
+    }
+    bcf_update_format_int32(header, record, "PQ", values.all().data(), static_cast<int>(values.all().size()));
 }

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "chromosome/phase_votes.h"
+#include "chromosome/overlap_phase.h"
 #include "io/hts_objects.h"
 
 class run_log;
@@ -39,7 +39,9 @@ class phased_file {
 
 // Alleles of a site in one word: REF, then ALT.
 std::string alleles_of(const bcf1_t* record);
-// The genotypes of all people. A haploid one has one allele, which is no heterozygote.
+// The genotypes of all people, with the confidence in PQ. A haploid one has one allele, which is no heterozygote.
 std::vector<phased_pair> genotypes_of(const bcf_hdr_t* header, bcf1_t* record);
 // Exchanges the haplotypes of some people: the alleles of phased genotypes in GT, and the values in HDS.
 void turn_haplotypes(const bcf_hdr_t* header, bcf1_t* record, const std::vector<bool>& turned);
+// Writes the confidences that are at least 0, by person, into PQ, if the record has it.
+void set_confidences(const bcf_hdr_t* header, bcf1_t* record, const std::vector<int>& confidences);

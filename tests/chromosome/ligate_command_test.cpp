@@ -16,6 +16,7 @@ struct ligate_command : testing::Test {
         "##fileformat=VCFv4.2\n##FILTER=<ID=PASS,Description=\"All filters "
         "passed\">\n##contig=<ID=7>\n##contig=<ID=8>\n"
         "##FORMAT=<ID=GT,Number=1,Type=String,Description=\"genotype\">\n"
+        "##FORMAT=<ID=PQ,Number=1,Type=Integer,Description=\"confidence\">\n"
         "##FORMAT=<ID=HDS,Number=.,Type=Float,Description=\"dosages\">\n";
 
     // Lines of "position genotype genotype".
@@ -87,6 +88,15 @@ TEST_F(ligate_command, exchanges_the_dosages_of_haplotypes_too) {
     const auto b = chunk("b.vcf", "10 1|0:1,0 0|0:0,0 20 1|0:0.9,0.1 0|0:0,0", "7", "a\tb", "GT:HDS");
     EXPECT_EQ(run({a, b}), 0);
     EXPECT_EQ(joined(), "10 0|1:0,1 0|0:0,0; 20 0|1:0.1,0.9 0|0:0,0; ");
+}
+
+TEST_F(ligate_command, follows_the_chunk_that_is_more_confident_and_tells_by_how_much) {
+    const auto a =
+        chunk("a.vcf", "10 0|1:99 0|0:. 20 0|1:99 0|0:. 30 1|0:4 0|0:. 40 1|0:70 0|0:.", "7", "a\tb", "GT:PQ");
+    const auto b =
+        chunk("b.vcf", "20 0|1:99 0|0:. 30 0|1:60 0|0:. 40 0|1:50 0|0:. 50 0|1:20 0|0:.", "7", "a\tb", "GT:PQ");
+    EXPECT_EQ(run({a, b}), 0);
+    EXPECT_EQ(joined(), "10 0|1:99 0|0:.; 20 0|1:99 0|0:.; 30 0|1:56 0|0:.; 40 0|1:50 0|0:.; 50 0|1:20 0|0:.; ");
 }
 
 TEST_F(ligate_command, leaves_unphased_missing_and_haploid_genotypes_as_they_are) {

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Configures and builds one preset (release, debug, sanitize, tsan, coverage, package) in build/<preset>.
+# Configures and builds one preset (release, debug, sanitize, tsan, coverage, fuzz, package) in build/<preset>.
 #
 # usage: scripts/build.sh PRESET [CMAKE OPTION ...]
 #

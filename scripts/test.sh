@@ -74,4 +74,9 @@ fi
 if step "thread sanitizer build" scripts/build.sh tsan; then
     step "thread sanitizer whole runs" python3 tests/run/run_cases.py --binary build/tsan/orvide --extra "-threads 3"
 fi
+if command -v clang++ >/dev/null; then
+    step "fuzzing, 30 seconds" scripts/fuzz.sh 30
+else
+    skip "fuzzing, 30 seconds" "clang++ is not installed"
+fi
 finish

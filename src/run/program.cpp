@@ -16,6 +16,7 @@
 #include "run/driver.h"
 #include "run/file_checks.h"
 #include "run/help.h"
+#include "run/older_results.h"
 
 namespace {
 
@@ -84,6 +85,9 @@ std::optional<std::string> find_refusal(const parameters& params, std::optional<
 void run_guarded(data& run) {
     try {
         impute(run);
+    } catch (const run_end& end) {
+        if (end.status == 0) remove_older_results(run.log, run.params, run.plan);
+        throw;
     } catch (const run_fault& fault) {
         run.log.fatal(fault.what());
     } catch (const std::bad_alloc&) {

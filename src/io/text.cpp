@@ -198,22 +198,31 @@ std::size_t character_length(std::string_view text) {
     return n == 2 && byte(0) == first_of_two && byte(1) < first_after_controls ? 0 : n;
 }
 
+std::string shown(std::string_view text, std::size_t longest, bool lines) {
+    constexpr const char* digits = "0123456789abcdef";
+    std::string result;
+    while (!text.empty()) {
+        if (result.size() >= longest) return result + "...";
+        const std::size_t n = lines && text[0] == '\n' ? 1 : character_length(text);
+        if (n > 0) {
+            result += text.substr(0, n);
+        } else {
+            const auto byte = static_cast<unsigned char>(text[0]);
+            result += {'\\', 'x', digits[byte >> 4U], digits[byte & 15U]};
+        }
+        text.remove_prefix(n > 0 ? n : 1);
+    }
+    return result;
+}
+
 }  // namespace
 
 std::string printable(std::string_view text) {
     constexpr std::size_t longest = 200;
-    constexpr const char* digits = "0123456789abcdef";
-    std::string shown;
-    while (!text.empty()) {
-        if (shown.size() >= longest) return shown + "...";
-        const std::size_t n = character_length(text);
-        if (n > 0) {
-            shown += text.substr(0, n);
-        } else {
-            const auto byte = static_cast<unsigned char>(text[0]);
-            shown += {'\\', 'x', digits[byte >> 4U], digits[byte & 15U]};
-        }
-        text.remove_prefix(n > 0 ? n : 1);
-    }
-    return shown;
+    return shown(text, longest, false);
+}
+
+std::string printable_lines(std::string_view text) {
+    constexpr std::size_t longest = 10000;
+    return shown(text, longest, true);
 }

@@ -67,6 +67,8 @@ std::string default_text(double value);
 // What a message shows of a text from outside: bytes that are no text, or would move the cursor, as \xNN; of a long
 // text the beginning, with "..." behind it. UTF-8 stays.
 std::string printable(std::string_view text);
+// The same of each line of a message, which may be some pages long.
+std::string printable_lines(std::string_view text);
 
 // Joins the pieces of a message; numbers as a stream prints integers.
 template <typename... Pieces>

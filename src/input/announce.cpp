@@ -2,6 +2,8 @@
 
 #include <sys/stat.h>
 
+#include <cerrno>
+
 #include "io/input_file.h"
 #include "io/run_log.h"
 #include "io/text.h"
@@ -12,7 +14,9 @@ bool file_exists(const std::string& name) {
 }
 
 void require_file(run_log& log, const std::string& name, std::string_view message) {
-    if (!is_standard_input(name) && !file_exists(name)) log.fatal(message);
+    if (is_standard_input(name) || file_exists(name)) return;
+    note_unopened(log, name, errno);
+    log.fatal(message);
 }
 
 void print_file_name(run_log& log, const std::string& name) {

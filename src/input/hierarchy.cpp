@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "input/empty_region.h"
 #include "input/hole_preparation.h"
 #include "input/readers.h"
 #include "input/site_placement.h"
@@ -143,6 +144,7 @@ void hierarchy_pass::report() const {
 void close_reading(const input_rooms& rooms) {
     site_store& store = rooms.sites.store;
     if (store.empty()) {
+        rooms.log.odd_input(empty_region_text(rooms));
         rooms.log.fatal(
             "There are no SNPs in the imputation interval, so there is nothing for ORVIDE2 to analyze; the program "
             "will quit now.",

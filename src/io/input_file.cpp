@@ -7,11 +7,13 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstring>
 #include <ios>
 #include <system_error>
 #include <utility>
 
 #include "io/run_log.h"
+#include "io/text.h"
 
 namespace {
 
@@ -37,11 +39,20 @@ input_file::input_file(run_log& log, std::string name, std::string_view missing_
     : name_(std::move(name)) {
     struct stat status {};
     const bool standard = is_standard_input(name_);
-    if ((standard ? fstat(STDIN_FILENO, &status) : stat(name_.c_str(), &status)) != 0) log.fatal(missing_message);
-    if (S_ISDIR(status.st_mode)) log.fatal(unopened_message);
+    if ((standard ? fstat(STDIN_FILENO, &status) : stat(name_.c_str(), &status)) != 0) {
+        note_unopened(log, name_, errno);
+        log.fatal(missing_message);
+    }
+    if (S_ISDIR(status.st_mode)) {
+        note_unopened(log, name_, EISDIR);
+        log.fatal(unopened_message);
+    }
     is_regular_ = S_ISREG(status.st_mode) && !standard;
     stream_ = open_stream(name_);
-    if (stream_ == nullptr) log.fatal(unopened_message);
+    if (stream_ == nullptr) {
+        note_unopened(log, name_, errno);
+        log.fatal(unopened_message);
+    }
 }
 
 input_file::input_file(input_file&& other) noexcept
@@ -63,6 +74,14 @@ std::size_t input_file::read(char* to, std::size_t n) {
 
 hFILE* input_file::release() {
     return std::exchange(stream_, nullptr);
+}
+
+void note_unopened(run_log& log, const std::string& name, int error) {
+    if (name == "NULL") {
+        log.note("note: No file is named by the option, or NULL, which stands for none.");
+    } else {
+        log.note(concat("note: [", name, "]: ", std::strerror(error), "."));
+    }
 }
 
 bool is_pipe(const std::string& name) {

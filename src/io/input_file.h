@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "io/file_kind.h"
+
 struct hFILE;
 class run_log;
 
@@ -29,6 +31,9 @@ class input_file {
     // Whether its content is VCF, plain or compressed, or BCF. Nothing is taken from the input.
     bool holds_variants() const;
 
+    // What kind of file it is by its first bytes. Nothing is taken from the input.
+    file_kind kind() const { return kind_of(stream_); }
+
     // The next bytes, as many as there are up to n; 0 at the end. Throws std::ios_base::failure when reading fails.
     std::size_t read(char* to, std::size_t n);
     // Gives the stream away, to be closed by the taker.
@@ -39,6 +44,10 @@ class input_file {
     hFILE* stream_ = nullptr;
     bool is_regular_ = false;
 };
+
+// Says on standard error why a file that the run is about to refuse is not there or cannot be opened: its name, and the
+// system's words for the error number.
+void note_unopened(run_log& log, const std::string& name, int error);
 
 // Whether what comes under a name can be read once only: standard input, or a pipe.
 bool is_pipe(const std::string& name);

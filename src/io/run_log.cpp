@@ -75,17 +75,17 @@ void run_log::fatal(std::string_view text, int status) {
 
 void run_log::fatal(std::string_view terminal, std::string_view summary, int status) {
     terminal_line("");
-    terminal_line(terminal);
+    terminal_line(printable_lines(terminal));
     terminal_line("");
     summary_line("");
-    summary_line(summary);
+    summary_line(printable_lines(summary));
     summary_line("");
     close();
     throw run_end{status};
 }
 
 void run_log::note(std::string_view text) {
-    notes_ << "orvide: " << text << std::endl;
+    notes_ << "orvide: " << printable_lines(text) << std::endl;
 }
 
 void run_log::odd_input(std::string_view text) {

@@ -180,3 +180,49 @@ std::string default_text(double value) {
     const int n = std::snprintf(buffer.data(), buffer.size(), "%g", value);
     return std::string(buffer.data(), static_cast<std::size_t>(n));
 }
+
+namespace {
+
+// The bytes of the character of UTF-8 at the start of a text; 0 if there is none, or one that controls a terminal.
+std::size_t character_length(std::string_view text) {
+    const auto byte = [text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+    constexpr unsigned first_printable = 0x20, deletes = 0x7f, first_of_two = 0xc2, first_of_three = 0xe0,
+                       first_of_four = 0xf0, last_of_four = 0xf4, first_after_controls = 0xa0;
+    if (byte(0) < deletes) return byte(0) >= first_printable ? 1 : 0;
+    if (byte(0) < first_of_two || byte(0) > last_of_four) return 0;
+    const std::size_t n = byte(0) < first_of_three ? 2 : byte(0) < first_of_four ? 3 : 4;
+    if (text.size() < n) return 0;
+    for (std::size_t i = 1; i < n; ++i) {
+        if ((byte(i) & 0xc0U) != 0x80U) return 0;
+    }
+    return n == 2 && byte(0) == first_of_two && byte(1) < first_after_controls ? 0 : n;
+}
+
+std::string shown(std::string_view text, std::size_t longest, bool lines) {
+    constexpr const char* digits = "0123456789abcdef";
+    std::string result;
+    while (!text.empty()) {
+        if (result.size() >= longest) return result + "...";
+        const std::size_t n = lines && text[0] == '\n' ? 1 : character_length(text);
+        if (n > 0) {
+            result += text.substr(0, n);
+        } else {
+            const auto byte = static_cast<unsigned char>(text[0]);
+            result += {'\\', 'x', digits[byte >> 4U], digits[byte & 15U]};
+        }
+        text.remove_prefix(n > 0 ? n : 1);
+    }
+    return result;
+}
+
+}  // namespace
+
+std::string printable(std::string_view text) {
+    constexpr std::size_t longest = 200;
+    return shown(text, longest, false);
+}
+
+std::string printable_lines(std::string_view text) {
+    constexpr std::size_t longest = 10000;
+    return shown(text, longest, true);
+}

@@ -64,6 +64,12 @@ bool parse_leading_double(std::string_view field, double& value);
 std::string fixed_text(double value, int decimals);
 std::string default_text(double value);
 
+// What a message shows of a text from outside: bytes that are no text, or would move the cursor, as \xNN; of a long
+// text the beginning, with "..." behind it. UTF-8 stays.
+std::string printable(std::string_view text);
+// The same of each line of a message, which may be some pages long.
+std::string printable_lines(std::string_view text);
+
 // Joins the pieces of a message; numbers as a stream prints integers.
 template <typename... Pieces>
 std::string concat(const Pieces&... pieces) {

@@ -56,6 +56,7 @@ text_input::text_input(run_log& log, std::string name, std::string_view missing_
 
 text_input::text_input(run_log& log, input_file&& file, std::string_view unopened_message, bool ahead)
     : log_(log), name_(file.name()), chain_(std::make_unique<chain>(std::move(file))), buffer_(initial_buffer) {
+    check_kind();
     auto& stream = chain_->stream;
     if (is_gzipped(name_)) {
         boost::iostreams::gzip_params params;
@@ -69,6 +70,14 @@ text_input::text_input(run_log& log, input_file&& file, std::string_view unopene
     if (!ahead || !is_gzipped(name_)) return;
     const auto unpack = [from = chain_.get()](char* to, std::size_t n) { return from->read(to, n); };
     ahead_ = std::make_unique<read_ahead>(unpack, text_buffer, blocks_ahead);
+}
+
+void text_input::check_kind() const {
+    const file_kind kind = chain_->file.kind();
+    const std::string refusal = why_not_text(kind, name_);
+    if (!refusal.empty()) log_.fatal(refusal);
+    const std::string odd_name = odd_name_text(kind, name_, chain_->file.is_regular());
+    if (!odd_name.empty()) log_.odd_input(odd_name);
 }
 
 bool text_input::refill() {

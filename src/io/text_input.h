@@ -43,6 +43,8 @@ class text_input {
     // The filter chain; its library stays out of this header.
     struct chain;
 
+    // Ends the run when the file is of a kind that is no text.
+    void check_kind() const;
     bool refill();
 
     run_log& log_;

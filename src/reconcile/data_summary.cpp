@@ -95,6 +95,17 @@ std::string no_common_sites(const char* versus) {
         " you tried to impute in a region that contains very few SNPs in one or both panels.");
 }
 
+std::string no_results_text(const site_counts& counts) {
+    const std::size_t n = site_counts::sum(counts.analysis);
+    const std::size_t n_buffer = site_counts::sum(counts.upstream) + site_counts::sum(counts.downstream);
+    if (n == 0) {
+        return concat("There are no results: the -int interval itself has no SNP, its -buffer has ", n_buffer,
+                      ". Please check -int.");
+    }
+    return concat("There are no results: none of the ", n,
+                  " SNPs of the -int interval is of a type that is written. Please check -os.");
+}
+
 bool one_reference_panel(const parameters& params) {
     const bool genotype_panel = is_given(params.g_ref_file);
     return genotype_panel ? params.h_files.empty() : params.h_files.size() == 1;
@@ -102,7 +113,10 @@ bool one_reference_panel(const parameters& params) {
 
 void stop_if_useless(run_log& log, const parameters& params, const run_plan& plan, const site_counts& counts) {
     if (counts.n_study < 1 && !params.merge_ref_panels) log.fatal(no_study_sites);
-    if (site_counts::sum(counts.output) < 1) log.fatal(no_output_sites, 0);
+    if (site_counts::sum(counts.output) < 1) {
+        log.odd_input(no_results_text(counts));
+        log.fatal(no_output_sites, 0);
+    }
     if (one_reference_panel(params) && plan.fill_holes && !counts.any_observed) {
         log.fatal(no_common_sites("vs."), no_common_sites("vs"), 1);
     }

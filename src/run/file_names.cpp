@@ -89,12 +89,17 @@ class input_table {
 class output_table {
   public:
     output_table(const parameters& params, const run_plan& plan)
-        : p_(params), plan_(plan), gz_(params.o_gz ? ".gz" : ""), files_(log_files(params)) {}
+        : p_(params), plan_(plan), gz_(params.o_gz ? ".gz" : "") {}
 
     std::vector<run_file> all() {
+        files_ = log_files(p_);
         if (is_given(p_.sample_g_file) || is_given(p_.sample_known_haps_g_file)) {
             add_beside_output("_samples", "list of people");
         }
+        return results();
+    }
+
+    std::vector<run_file> results() {
         add_sampled();
         for (int it = 1; it <= p_.iter; ++it) add_iteration(it);
         if (p_.suppress_imputation_output) {
@@ -194,4 +199,8 @@ std::vector<run_file> log_files(const parameters& params) {
 
 std::vector<run_file> output_files(const parameters& params, const run_plan& plan) {
     return output_table(params, plan).all();
+}
+
+std::vector<run_file> result_files(const parameters& params, const run_plan& plan) {
+    return output_table(params, plan).results();
 }

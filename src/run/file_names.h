@@ -24,3 +24,6 @@ std::vector<run_file> log_files(const parameters& params);
 // All that the run may leave or write on its way, one entry a file, the logs first. For settings that process_input has
 // completed, and the plan that it has made.
 std::vector<run_file> output_files(const parameters& params, const run_plan& plan);
+
+// Those of them that appear when they are whole: without the logs and the list of people.
+std::vector<run_file> result_files(const parameters& params, const run_plan& plan);

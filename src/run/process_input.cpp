@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cmath>
 #include <utility>
 
@@ -205,6 +206,7 @@ class input_check {
         }
         if (is_given(p_.hap_samp_dir)) {
             if (!file_exists(p_.hap_samp_dir)) {
+                note_unopened(log_, p_.hap_samp_dir, errno);
                 log_.fatal(concat("ERROR: The -hap_samp_dir you provided [", p_.hap_samp_dir,
                                   "] does not exist. Please check the name, create the directory if necessary, and "
                                   "try again."));
@@ -499,10 +501,19 @@ class input_check {
         if (plan_.n_panels <= 3 && types[plan_.n_panels]) p_.store_input_probs[1] = true;
         p_.store_input_probs_ref = p_.prob_g_ref;
         plan_.variants = choose_variant_fields(log_, p_);
+        note_compressed_name();
         plan_.known_hap_dosages =
             plan_.variants && (plan_.variants->gt || plan_.variants->hds) && is_given(p_.known_haps_g_file);
         plan_.store_sampled_haps =
             is_given(p_.hap_samp_out_g) || is_given(p_.hap_samp_out_g_ref) || is_given(p_.hap_samp_out_h);
+    }
+
+    void note_compressed_name() {
+        if (plan_.variants || !is_gzipped(p_.o_file)) return;
+        const std::string name = p_.o_file.substr(0, p_.o_file.size() - 3);
+        log_.odd_input(concat("The name of the main output [", p_.o_file, "] ends in .gz, ",
+                              p_.o_gz ? "and -o_gz adds another .gz to it" : "but without -o_gz it is plain text",
+                              ". Please write -o ", name, " -o_gz for a compressed [", p_.o_file, "]."));
     }
 
     void settle_temporaries() {

@@ -15,6 +15,8 @@
 #include "run/command_line.h"
 #include "run/driver.h"
 #include "run/file_checks.h"
+#include "run/help.h"
+#include "run/older_results.h"
 
 namespace {
 
@@ -57,6 +59,7 @@ bool report_faults(run_log& log, const command_line& line) {
         log.line("ERROR: The following command-line options were not recognized:");
         for (std::size_t i = 0; i < line.unknown.size(); ++i) log.line(concat(i + 1, ". <", line.unknown[i], ">"));
         log.line("");
+        for (const std::string& hint : line.unknown_hints) log.note(concat("note: ", hint));
     }
     if (!line.valueless.empty()) {
         log.line("");
@@ -82,6 +85,9 @@ std::optional<std::string> find_refusal(const parameters& params, std::optional<
 void run_guarded(data& run) {
     try {
         impute(run);
+    } catch (const run_end& end) {
+        if (end.status == 0) remove_older_results(run.log, run.params, run.plan);
+        throw;
     } catch (const run_fault& fault) {
         run.log.fatal(fault.what());
     } catch (const std::bad_alloc&) {
@@ -121,6 +127,7 @@ int run_program(const std::vector<std::string>& entries, std::ostream& terminal,
             run.log.close();
             return 1;
         }
+        for (const std::string& text : line.odd_words) run.log.odd_input(text);
         run.params = line.params;
         run_guarded(run);
     } catch (const run_end& end) {

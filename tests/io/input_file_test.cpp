@@ -56,8 +56,11 @@ TEST_F(input_files, are_read_to_their_end) {
 
 TEST_F(input_files, that_are_absent_or_directories_end_the_run) {
     expect_end(capture, "missing", 1, [this] { open(files().name("none")); });
+    EXPECT_EQ("orvide: note: [" + files().name("none") + "]: No such file or directory.\n", capture.notes.str());
     capture.open(log);
+    capture.notes.str("");
     expect_end(capture, "unopened", 1, [this] { open(files().name(".")); });
+    EXPECT_EQ("orvide: note: [" + files().name(".") + "]: Is a directory.\n", capture.notes.str());
 }
 
 TEST_F(input_files, tell_variants_by_content_and_not_by_name) {

@@ -200,4 +200,12 @@ TEST_F(run_channels, closing_twice_or_before_opening_says_nothing) {
     EXPECT_EQ("", capture.notes.str());
 }
 
+TEST_F(run_channels, messages_show_bytes_that_would_move_the_cursor) {
+    capture.open(log);
+    log.note("[\x1b[2J]");
+    EXPECT_EQ("orvide: [\\x1b[2J]\n", capture.notes.str());
+    EXPECT_THROW(log.fatal("ERROR: two\nlines \r"), run_end);
+    expect_both("\nERROR: two\nlines \\x0d\n\n");
+}
+
 }  // namespace

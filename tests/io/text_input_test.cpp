@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "io/text.h"
 #include "support/log_capture.h"
 
 namespace {
@@ -131,6 +132,14 @@ TEST_F(text_input_file, compressed_file_without_the_suffix_is_read_as_bytes) {
     std::string joined;
     for (const std::string& line : lines_of(name)) joined += line + "\n";
     EXPECT_EQ(bytes, joined.substr(0, bytes.size()));
+    EXPECT_EQ(0U, capture.notes.str().find("orvide: note: The file [" + name + "] is compressed by gzip"));
+}
+
+TEST_F(text_input_file, that_is_no_text_is_refused) {
+    expect_end(capture,
+               concat("ERROR: The file [", capture.files.name("f"),
+                      "] is a zstd file, where text is read. Please unpack it (zstd -d)."),
+               1, [this] { open(capture.files.write("f", "\x28\xb5\x2f\xfd")); });
 }
 
 TEST_F(text_input_file, name_that_is_only_the_suffix_is_plain) {
@@ -200,7 +209,10 @@ TEST_F(text_input_file, wrong_checksum_is_found) {
 }
 
 TEST_F(text_input_file, plain_text_under_a_gz_name_is_refused) {
-    expect_damaged("plain.gz", "a\nb\n");
+    expect_end(capture,
+               concat("ERROR: The file [", capture.files.name("plain.gz"),
+                      "] is not compressed, but its name ends in .gz. Please rename it, or compress it."),
+               1, [this] { open(capture.files.write("plain.gz", "a\nb\n")); });
 }
 
 TEST_F(text_input_file, failure_names_line_and_file) {

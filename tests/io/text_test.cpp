@@ -340,4 +340,20 @@ TEST(concat, joins_texts_characters_and_integers) {
     EXPECT_EQ("c", concat('c'));
 }
 
+TEST(printable, leaves_text_as_it_is) {
+    EXPECT_EQ("a b\\[1]", printable("a b\\[1]"));
+    EXPECT_EQ("\u2013 \u00e9 \U0001f9ec", printable("\u2013 \u00e9 \U0001f9ec"));
+}
+
+TEST(printable, shows_other_bytes_by_their_numbers) {
+    EXPECT_EQ("\\x1b[0m\\x0d\\x7f\\x00", printable(std::string_view("\x1b[0m\r\x7f\0", 7)));
+    EXPECT_EQ("\\xff\\x80\\xe2\\x80", printable("\xff\x80\xe2\x80"));
+    EXPECT_EQ("\\xc2\\x9b", printable("\xc2\x9b")) << "a control character in two bytes";
+}
+
+TEST(printable, cuts_a_long_text) {
+    EXPECT_EQ(std::string(200, 'a') + "...", printable(std::string(201, 'a')));
+    EXPECT_EQ(std::string(200, 'a'), printable(std::string(200, 'a')));
+}
+
 }  // namespace

@@ -179,7 +179,10 @@ def execute(case, binary, folder, extra):
     lay_out(case, inputs, folder)
     statuses = []
     got = {}
+    given = extra
     for i, run in enumerate(case.runs):
+        # An option that the case gives itself is not given twice.
+        extra = [] if set(given) & set(run.arguments) else given
         tail = '' if i == 0 else str(i + 1)
         done = subprocess.run(['orvide'] + extra + run.arguments, executable=binary, cwd=folder, env={**os.environ, **run.environment},
                               stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
@@ -191,7 +194,7 @@ def execute(case, binary, folder, extra):
     for name, data in sorted(read_tree(folder).items()):
         if name not in inputs:
             text = gzip.decompress(data) if name.endswith('.gz') else data
-            got['file', name] = escaped(without_extra(text, extra))
+            got['file', name] = escaped(without_extra(text, given))
         elif data != inputs[name]:
             got['changed input', name] = escaped(data)
     return statuses, got

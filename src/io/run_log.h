@@ -54,8 +54,8 @@ class run_log {
 
     // A line "orvide: ..." on standard error.
     void note(std::string_view text);
-    // Odd input that has a meaning all the same: a note of what was taken for what; from set_strict(true) on, the error that
-    // ends the run. A sentence or several, which begin with a capital and end with a full stop.
+    // Odd input that has a meaning all the same: a note of what was taken for what; from set_strict(true) on, the error
+    // that ends the run. A sentence or several, which begin with a capital and end with a full stop.
     void odd_input(std::string_view text);
     void set_strict(bool strict) { strict_ = strict; }
     bool is_strict() const { return strict_; }

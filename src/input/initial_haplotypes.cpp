@@ -139,7 +139,10 @@ void initial_reader::read_individuals(const site_fields& site, snp& entry) {
         const bool haploid = study_.is_haploid(individual);
         if (!is_phased_allele(pair.first) || (!haploid && !is_phased_allele(pair.second))) {
             if (!source_->keeps_places()) {
-                skipped_.say(*source_, "an individual without two alleles 0 or 1 is skipped; those behind it move up");
+                skipped_.odd(*source_,
+                             concat("Person ", column + 1, " has '", pair.first, " ", pair.second,
+                                    "' in place of two alleles 0 or 1"),
+                             "the person is skipped, and the alleles of those behind it stand one person further left");
             }
             continue;
         }

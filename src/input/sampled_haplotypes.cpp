@@ -133,7 +133,7 @@ void sampled_reader::read_haplotypes(std::string_view characters, snp& record) {
             concat("There are ", characters.size() < length_ ? "fewer" : "more", " haplotypes than in the first line"));
     }
     if (characters.find_first_not_of(males_possible() ? "01-" : "01") != std::string_view::npos) {
-        odd_character_.say(*source_, "a haplotype is neither 0 nor 1 and reads as 1");
+        odd_character_.odd(*source_, "A haplotype is neither 0 nor 1", "it reads as 1");
     }
     if (all_chosen_) {
         pack_characters(characters, words_.data());

@@ -40,6 +40,8 @@ class site_source {
     [[noreturn]] virtual void fail(std::string_view what) const = 0;
     // One line on standard error: what, and where the source stands.
     virtual void note(std::string_view what) const = 0;
+    // Odd input (run_log::odd_input): what, where the source stands, and for what it is taken.
+    virtual void odd(std::string_view what, std::string_view taken) const = 0;
 
     // Names of the further values that a site has (legend_cols), by which filter rules may drop it.
     virtual const std::vector<std::string>& value_names() const {

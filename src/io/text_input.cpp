@@ -145,6 +145,10 @@ void text_input::fail(std::string_view what) const {
     log_.fatal(concat("ERROR: ", what, ", in line ", line_number_, " of the file [", name_, "]."));
 }
 
+void text_input::odd(std::string_view what, std::string_view taken) const {
+    log_.odd_input(concat(what, ", in line ", line_number_, " of the file [", name_, "]: ", taken, "."));
+}
+
 void text_input::note(std::string_view what) const {
     log_.note(concat("note: [", name_, "], line ", line_number_, ": ", what));
 }

@@ -38,6 +38,8 @@ class text_input {
     [[noreturn]] void fail(std::string_view what) const;
     // One line on standard error: what, with file and line.
     void note(std::string_view what) const;
+    // Odd input (run_log::odd_input): what, with line and file, and for what it is taken.
+    void odd(std::string_view what, std::string_view taken) const;
 
   private:
     // The filter chain; its library stays out of this header.

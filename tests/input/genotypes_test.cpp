@@ -177,10 +177,10 @@ TEST_F(genotype_file, snp_without_data_stays_for_counts) {
 TEST_F(genotype_file, probabilities_keep_triples_and_take_a_draw_a_snp) {
     run.params.prob_g = true;
     const listed_draws draws({0.3, 0.6});
-    read("s1 r1 150 A C 0.5 0.5 0\ns2 r2 160 A C 0 0.5 1.5\n");
+    read("s1 r1 150 A C 0.5 0.5 0\ns2 r2 160 A C 0 0.25 0.5\n");
     EXPECT_EQ(2U, draws.n_taken());
     EXPECT_TRUE(site_at(150).gtypes[2].empty());
-    EXPECT_EQ((std::vector<float>{0, 0.5F, 1.5F}), site_at(160).gtype_probs[2]);  // not normalised
+    EXPECT_EQ((std::vector<float>{0, 0.25F, 0.5F}), site_at(160).gtype_probs[2]);  // not normalised
     EXPECT_EQ("22", text_of(site_at(150).haps[2]));
     EXPECT_GT(site_at(150).labels[2].freq, 0.0);
 }
@@ -189,7 +189,7 @@ TEST_F(genotype_file, probabilities_above_a_threshold_give_the_frequency) {
     run.params.prob_g = true;
     run.params.prob_g_thresh = 0.8;
     const listed_draws draws;
-    read("s1 r1 150 A C 0 0.5 3.5 0.5 0.25 0.25\n");
+    read("s1 r1 150 A C 0 0.0625 0.4375 0.5 0.25 0.25\n");
     EXPECT_EQ((std::vector<float>{0, 0.125F, 0.875F, 0.5F, 0.25F, 0.25F}), site_at(150).gtype_probs[2]);
     EXPECT_DOUBLE_EQ(1.875 / 2.0, site_at(150).labels[2].freq);
 }
@@ -200,25 +200,20 @@ TEST_F(genotype_file, probabilities_under_a_threshold_of_zero_give_none) {
     EXPECT_NE(std::string::npos, read("s1 r1 150 A C 0 0 1\n").find("   --1 SNPs excluded for having no data\n"));
 }
 
-TEST_F(genotype_file, short_line_reads_as_zeros_with_one_note) {
-    read("s1 r1 150 A C 0 1 0 0 1 0\ns2 r2 160 A C 0 1 0 1\ns3 r3 170 A C 0 1\n");
-    EXPECT_EQ("10", text_of(site_at(160).gtypes[2]));
-    EXPECT_EQ("13", text_of(site_at(170).gtypes[2]));
-    EXPECT_EQ("orvide: note: [" + name +
-                  "], line 2: the line has fewer genotypes than the first one; what is missing reads as zeros\n",
-              notes());
-}
-
-TEST_F(genotype_file, long_line_is_refused) {
+TEST_F(genotype_file, short_line_and_long_one_are_refused) {
+    expect_refused("s1 r1 150 A C 0 1 0 0 1 0\ns2 r2 160 A C 0 1 0 1\n",
+                   "ERROR: There are fewer genotypes than in the first line: the line ends at person 2 of 2, in line 2 of "
+                   "the file [" +
+                       files().name("gen") + "].");
     expect_refused(
         "s1 r1 150 A C 0 1 0\ns2 r2 160 A C 0 1 0 1\n",
         "ERROR: There are more genotypes than in the first line, in line 2 of the file [" + files().name("gen") + "].");
 }
 
 TEST_F(genotype_file, field_that_is_no_number_is_refused) {
-    expect_refused(
-        "s1 r1 150 A C 0 1 0\ns2 r2 160 A C 0 1x 0\n",
-        "ERROR: The genotype field '1x' is not a number, in line 2 of the file [" + files().name("gen") + "].");
+    expect_refused("s1 r1 150 A C 0 1 0\ns2 r2 160 A C 0 1x 0\n",
+                   "ERROR: The genotype field '1x' of person 1 is not a number, in line 2 of the file [" +
+                       files().name("gen") + "].");
     expect_refused("s1 r1 here A C 0 1 0\n",
                    "ERROR: The position 'here' is not a number, in line 1 of the file [" + files().name("gen") + "].");
     expect_refused("s1 r1 150 A\n", "ERROR: There are fewer fields than a SNP needs, in line 1 of the file [" +

@@ -280,14 +280,16 @@ TEST_F(haplotype_pair, haplotypes_may_end_before_the_legend) {
     EXPECT_EQ(
         stage() + " --detected 2 haplotypes\n" + read_line(2) + " --excluded 1 SNPs, leaving 1 SNPs for analysis\n",
         read("0 1\n", "r1 110 A C\nr2 120 A C\nr3 130 A C\n"));
-    EXPECT_EQ("orvide: note: [" + hap + "], line 1: the file ends before its legend does\n", notes());
+    EXPECT_EQ("orvide: note: The haplotypes end before their legend, in line 1 of the file [" + hap +
+                  "]: what begins with site 2 of the legend [" + leg + "] is left out.\n",
+              notes());
 }
 
-TEST_F(haplotype_pair, haplotypes_behind_the_legend_are_noted) {
-    read("0 1\n0 1\n", "r1 110 A C\n");
-    EXPECT_EQ("orvide: note: [" + hap +
-                  "], line 2: the file goes on behind the last line of its legend; the rest is not read\n",
-              notes());
+TEST_F(haplotype_pair, haplotypes_behind_the_legend_are_refused) {
+    expect_refused("0 1\n0 1\n", header + "r1 110 A C\n",
+                   "ERROR: There are more lines than sites in the legend [" + leg +
+                       "], which has 1; both must have one for each site in the same order, in line 2 of the file [" +
+                       hap + "].");
 }
 
 TEST_F(haplotype_pair, ragged_lines_are_refused) {
@@ -394,7 +396,9 @@ TEST_F(haplotype_pair, panel1_reads_a_question_mark_as_zero_with_a_note) {
     read("? 1 ?\n? 1 1\n", "r1 110 A C\nr2 120 A C\n", 1);
     EXPECT_EQ("010", text_of(site_at(110).haps[1]));
     EXPECT_DOUBLE_EQ(1.0 / 3.0, site_at(110).labels[1].freq);
-    EXPECT_EQ("orvide: note: [" + hap + "], line 1: '?' reads as allele 0 in this panel\n", notes());
+    EXPECT_EQ(
+        "orvide: note: There is a '?', in line 1 of the file [" + hap + "]: it reads as allele 0 in this panel.\n",
+        notes());
 }
 
 TEST_F(haplotype_pair, panel1_needs_type_1_put_out_for_new_sites) {

@@ -117,8 +117,9 @@ TEST_F(initial_haplotypes_file, people_behind_a_skipped_one_move_up) {
     read("s r 150 A C ? ? 0 1 1 0 1 1\n");
     EXPECT_EQ("01101122", haps());
     EXPECT_EQ("0111", init());
-    EXPECT_EQ("orvide: note: [" + files().name("init") +
-                  "], line 1: an individual without two alleles 0 or 1 is skipped; those behind it move up\n",
+    EXPECT_EQ("orvide: note: Person 1 has '? ?' in place of two alleles 0 or 1, in line 1 of the file [" +
+                  files().name("init") +
+                  "]: the person is skipped, and the alleles of those behind it stand one person further left.\n",
               notes());
 }
 

@@ -98,8 +98,9 @@ TEST_F(sampled_haplotypes_file, chrx_needs_the_sexes) {
 TEST_F(sampled_haplotypes_file, other_characters_read_as_one_with_a_note) {
     read("s r 150 A C 0x?0\n");
     EXPECT_EQ("0110", text_of(site_at(150).haps[2]));
-    EXPECT_EQ("orvide: note: [" + base + "_hapsamp1], line 1: a haplotype is neither 0 nor 1 and reads as 1\n",
-              notes());
+    EXPECT_EQ(
+        "orvide: note: A haplotype is neither 0 nor 1, in line 1 of the file [" + base + "_hapsamp1]: it reads as 1.\n",
+        notes());
 }
 
 TEST_F(sampled_haplotypes_file, exclusions_and_duplicates_are_as_in_genotypes) {

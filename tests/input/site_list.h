@@ -18,6 +18,9 @@ class site_list : public site_source {
     }
     [[noreturn]] void fail(std::string_view what) const override { log_.fatal("site list: " + std::string(what)); }
     void note(std::string_view what) const override { log_.note("site list: " + std::string(what)); }
+    void odd(std::string_view what, std::string_view taken) const override {
+        log_.odd_input("Site list: " + std::string(what) + ": " + std::string(taken));
+    }
     std::vector<std::string> values() override { return values_of_sites.at(n_taken - 1); }
 
     std::size_t n_taken = 0;

@@ -19,6 +19,7 @@ class told_source : public site_source {
     bool next(site_fields& /*site*/) override { return false; }
     [[noreturn]] void fail(std::string_view /*what*/) const override { throw run_end{1}; }
     void note(std::string_view /*what*/) const override {}
+    void odd(std::string_view /*what*/, std::string_view /*taken*/) const override {}
     const texts& sample_ids() const override { return ids; }
     const std::vector<std::uint8_t>& ploidies() const override { return alleles; }
     contig_info contig() const override { return place; }

@@ -44,6 +44,11 @@ void hap_legend_pair::read_header() {
         log_.fatal(concat("ERROR: The ", request_.legend_words, " [", request_.legend, "] ", what,
                           " Please review the documentation and try again."));
     };
+    long position = 0;
+    if (header.size() >= 2 && parse_long(header[1], position)) {
+        legend_->fail(concat("The second word of the first line is the number ", header[1],
+                             "; expected is a header such as 'id position a0 a1'"));
+    }
     if (!request_.further_values && header.size() != 4) {
         refuse("does not conform to the required four-column format.");
     }
@@ -56,11 +61,13 @@ bool hap_legend_pair::next(site_fields& site) {
     if (alleles_pending_) next_alleles(line);
     if (!legend_->next_filled_line(line)) {
         if (alleles_.next_filled_line(line)) {
-            alleles_.note("the file goes on behind the last line of its legend; the rest is not read");
+            alleles_.fail(concat("There are more lines than sites in the legend [", request_.legend, "], which has ",
+                                 n_sites_, "; both must have one for each site in the same order"));
         }
         return false;
     }
     site = take_site(*legend_, line, false, value_text_);
+    ++n_sites_;
     alleles_pending_ = true;
     return true;
 }
@@ -74,7 +81,8 @@ std::vector<std::string> hap_legend_pair::values() {
 bool hap_legend_pair::next_alleles(std::string_view& line) {
     alleles_pending_ = false;
     if (alleles_.next_filled_line(line)) return true;
-    short_file_.say(alleles_, "the file ends before its legend does");
+    short_file_.odd(alleles_, "The haplotypes end before their legend",
+                    concat("what begins with site ", n_sites_, " of the legend [", request_.legend, "] is left out"));
     return false;
 }
 
@@ -93,6 +101,6 @@ bool hap_legend_pair::read_alleles(allele_row& row) {
         case outcome::good:
             break;
     }
-    if (rows_->question_seen()) question_.say(alleles_, "'?' reads as allele 0 in this panel");
+    if (rows_->question_seen()) question_.odd(alleles_, "There is a '?'", "it reads as allele 0 in this panel");
     return true;
 }

@@ -1,7 +1,8 @@
 #pragma once
 
 // Haplotypes of a panel as two files of text: the alleles, a line a site and a field a haplotype, and the legend, which
-// begins with a header and names the site of each line.
+// begins with a header and names the site of each line. A header that is data, and alleles behind the last site of the
+// legend, end the run; alleles that end before the legend are odd input and end the reading.
 
 #include <optional>
 
@@ -20,6 +21,7 @@ class hap_legend_pair final : public haplotype_source {
     bool next(site_fields& site) override;
     [[noreturn]] void fail(std::string_view what) const override { legend_->fail(what); }
     void note(std::string_view what) const override { legend_->note(what); }
+    void odd(std::string_view what, std::string_view taken) const override { legend_->odd(what, taken); }
     // The fifth column of the legend and on.
     const std::vector<std::string>& value_names() const override { return value_names_; }
     std::vector<std::string> values() override;
@@ -45,6 +47,7 @@ class hap_legend_pair final : public haplotype_source {
     std::optional<haplotype_row_reader> rows_;
     std::vector<std::string> value_names_;
     std::string_view value_text_;
+    std::size_t n_sites_ = 0;       // of the legend so far
     bool alleles_pending_ = false;  // the line of alleles of the site in hand has not been taken
     note_once short_file_, question_;
 };

@@ -11,6 +11,11 @@ class haps_file final : public site_line_file<phased_source> {
     std::size_t read_pairs(std::span<allele_pair> pairs) override;
 
   private:
+    // Ends the run when the lines so far have the shape of genotypes: three numbers a person, one of them 1.
+    void check_shape();
+
     std::size_t n_columns_ = 0;
+    std::size_t n_lines_ = 0, n_triples_ = 0, n_genotypes_ = 0;  // until the shape is told
+    bool shape_told_ = false;
     bool one_haplotype_;
 };

@@ -53,7 +53,7 @@ bool number_scanner::next_digits(probability_triple& triple) {
     if (end_ - c < 5 || !is_separator(c[1]) || !is_separator(c[3]) || (end_ - c > 5 && !is_separator(c[5])))
         return false;
     const int a = c[0] - '0', b = c[2] - '0', d = c[4] - '0';
-    if (((a | b | d) & ~1) != 0) return false;
+    if (((a | b | d) & ~1) != 0 || a + b + d > 1) return false;
     triple = {static_cast<float>(a), static_cast<float>(b), static_cast<float>(d)};
     next_ += 5;
     return true;

@@ -13,7 +13,8 @@ class number_scanner {
     explicit number_scanner(std::string_view line) : next_(line.data()), end_(line.data() + line.size()) {}
     enum class outcome { number, end, bad };
     outcome next(double& value);
-    // Takes three numbers at once when they are digits 0 and 1 with one blank or tab between; else takes nothing.
+    // Takes three numbers at once when they are digits, at most one of them 1 and the others 0, with one blank or tab
+    // between; else takes nothing.
     bool next_digits(probability_triple& triple);
     // The field that was no number.
     std::string_view bad_field() const { return bad_field_; }

@@ -32,6 +32,7 @@ class site_line_file : public Kind {
     }
     [[noreturn]] void fail(std::string_view what) const override { file_.fail(what); }
     void note(std::string_view what) const override { file_.note(what); }
+    void odd(std::string_view what, std::string_view taken) const override { file_.odd(what, taken); }
 
   protected:
     // The line that next will take; empty when there is none.

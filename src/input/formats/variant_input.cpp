@@ -323,6 +323,10 @@ void variant_input::fail(const bcf1_t* record, std::string_view what) const {
     log_.fatal(concat("ERROR: ", what, ", in ", place(record), " of the file [", name_, "]."));
 }
 
+void variant_input::odd(const bcf1_t* record, std::string_view what, std::string_view taken) const {
+    log_.odd_input(concat(what, ", in ", place(record), " of the file [", name_, "]: ", taken, "."));
+}
+
 void variant_input::note(const bcf1_t* record, std::string_view what) const {
     log_.note(concat("note: [", name_, "], ", place(record), ": ", what));
 }

@@ -40,6 +40,8 @@ class variant_input {
     [[noreturn]] void fail(const bcf1_t* record, std::string_view what) const;
     // One line on standard error, with record and file.
     void note(const bcf1_t* record, std::string_view what) const;
+    // Odd input (run_log::odd_input), with the place, and for what it is taken.
+    void odd(const bcf1_t* record, std::string_view what, std::string_view taken) const;
 
   private:
     void read_header();

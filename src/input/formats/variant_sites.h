@@ -40,6 +40,7 @@ class variant_sites {
 
     [[noreturn]] void fail(std::string_view what) const { file_.fail(record_.get(), what); }
     void note(std::string_view what) const { file_.note(record_.get(), what); }
+    void odd(std::string_view what, std::string_view taken) const { file_.odd(record_.get(), what, taken); }
     // Ends the run over the genotype of one sample.
     [[noreturn]] void fail_at(std::size_t sample, std::string_view what) const;
     // What was left out, a line each.
@@ -88,6 +89,7 @@ class variant_source : public Kind {
     bool next(site_fields& site) override { return sites_.next(site); }
     [[noreturn]] void fail(std::string_view what) const override { sites_.fail(what); }
     void note(std::string_view what) const override { sites_.note(what); }
+    void odd(std::string_view what, std::string_view taken) const override { sites_.odd(what, taken); }
     const std::vector<std::string>& value_names() const override { return sites_.info_names(); }
     std::vector<std::string> values() override { return sites_.info_values(); }
     const std::vector<std::string>& sample_ids() const override { return sites_.samples(); }

@@ -51,24 +51,58 @@ TEST_F(gen, columns_come_in_threes) {
                  [this] { open<gen_file>("s r 150 A C 1 0\n"); });
 }
 
-TEST_F(gen, short_site_reads_as_zeros_with_a_note_and_a_long_one_is_refused) {
-    gen_file source = open<gen_file>("s r 150 A C 1 0 0 1 0 0\ns r 160 A C 0 1\ns r 170 A C 0 1 0 0 1 0 0\n");
+TEST_F(gen, short_site_and_long_one_are_refused) {
+    gen_file source =
+        open<gen_file>("s r 150 A C 1 0 0 1 0 0\ns r 160 A C 0 1 0 0 1\ns r 170 A C 0 1 0 0 1 0 0\ns r 180 A C\n");
+    site_fields site;
+    const auto refuses = [&](const std::string& text, int line) {
+        source.next(site);
+        expect_fatal(text + in_line(line), [&] { read(source); });
+    };
+    source.next(site);
+    refuses("ERROR: There are fewer genotypes than in the first line: the line ends at person 2 of 2", 2);
+    refuses("ERROR: There are more genotypes than in the first line", 3);
+    refuses("ERROR: There are fewer genotypes than in the first line: the line ends at person 1 of 2", 4);
+}
+
+TEST_F(gen, values_that_are_no_probabilities_are_refused) {
+    const std::string expected = "; expected are three probabilities from 0 to 1 that sum to 1 at most";
+    const auto refuses = [&](const std::string& genotype, const std::string& said) {
+        gen_file source = open<gen_file>("s r 150 A C 0 1 0 " + genotype + "\n");
+        site_fields site;
+        source.next(site);
+        expect_fatal("ERROR: The genotype of person 2 is " + said + expected + in_line(1), [&] { read(source); });
+    };
+    refuses("-0.001 1 0", "-0.001 1 0");
+    refuses("0 0 1.001", "0 0 1.001");
+    refuses("0.021 1 0", "0.021 1 0");
+    refuses("0.5 0.5 0.03", "0.5 0.5 0.03");
+    refuses("2 0 0", "2 0 0");
+}
+
+TEST_F(gen, haplotypes_in_place_of_genotypes_are_named) {
+    gen_file source = open<gen_file>("s r 150 A C 0 1 0 1 1 0\n");
     site_fields site;
     source.next(site);
+    expect_fatal(
+        "ERROR: The genotype of person 2 is 1 1 0; expected are three probabilities from 0 to 1 that sum to 1 at "
+        "most; haplotypes are read by -known_haps_g" +
+            in_line(1),
+        [&] { read(source); });
+}
+
+TEST_F(gen, rounded_probabilities_may_sum_to_a_little_more_or_less_than_one) {
+    gen_file source = open<gen_file>("s r 150 A C 0.02 1 0 0.5 0.25 0\n");
+    site_fields site;
     source.next(site);
-    EXPECT_EQ((triples{{0, 1, 0}, {0, 0, 0}}), read(source));
-    EXPECT_EQ("orvide: note: [" + capture.files.name("data") +
-                  "], line 2: the line has fewer genotypes than the first one; what is missing reads as zeros\n",
-              capture.notes.str());
-    source.next(site);
-    expect_fatal("ERROR: There are more genotypes than in the first line" + in_line(3), [&] { read(source); });
+    EXPECT_EQ((triples{{0.02F, 1, 0}, {0.5F, 0.25F, 0}}), read(source));
 }
 
 TEST_F(gen, field_that_is_no_number_is_refused) {
     gen_file source = open<gen_file>("s r 150 A C 1 x 0\n");
     site_fields site;
     source.next(site);
-    expect_fatal("ERROR: The genotype field 'x' is not a number" + in_line(1), [&] { read(source); });
+    expect_fatal("ERROR: The genotype field 'x' of person 1 is not a number" + in_line(1), [&] { read(source); });
 }
 
 TEST_F(gen, labels_may_be_lacking_but_a_position_not) {

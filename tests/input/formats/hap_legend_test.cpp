@@ -62,7 +62,8 @@ TEST_F(hap_legend, question_mark_is_missing_or_reads_as_zero_with_a_note) {
     second->start({});
     second->next(site);
     EXPECT_EQ("01", read(*second));
-    EXPECT_EQ("orvide: note: [" + capture.files.name("data") + "], line 1: '?' reads as allele 0 in this panel\n",
+    EXPECT_EQ("orvide: note: There is a '?', in line 1 of the file [" + capture.files.name("data") +
+                  "]: it reads as allele 0 in this panel.\n",
               capture.notes.str());
 }
 
@@ -91,21 +92,33 @@ TEST_F(hap_legend, header_has_four_columns_or_more_where_they_are_allowed) {
     }());
 }
 
-TEST_F(hap_legend, files_of_different_lengths_are_noted) {
+TEST_F(hap_legend, header_that_is_data_is_refused) {
+    expect_fatal(
+        "ERROR: The second word of the first line is the number 110; expected is a header such as 'id position "
+        "a0 a1', in line 1 of the file [" +
+            capture.files.name("legend") + "].",
+        [&] { open("0\n", "r1 110 A C\nr2 120 A C\n")->start({}); });
+}
+
+TEST_F(hap_legend, alleles_that_go_on_behind_the_legend_are_refused) {
     const auto longer = open("0\n1\n0\n", header + "r1 110 A C\nr2 120 A C\n");
     longer->start({});
-    while (longer->next(site)) {
-    }
-    EXPECT_EQ("orvide: note: [" + capture.files.name("data") +
-                  "], line 3: the file goes on behind the last line of its legend; the rest is not read\n",
-              capture.notes.str());
-    capture.notes.str("");
+    longer->next(site);
+    longer->next(site);
+    expect_fatal("ERROR: There are more lines than sites in the legend [" + capture.files.name("legend") +
+                     "], which has 2; both must have one for each site in the same order" + in_line(3),
+                 [&] { longer->next(site); });
+}
+
+TEST_F(hap_legend, alleles_that_end_before_the_legend_are_odd) {
     const auto shorter = open("0\n", header + "r1 110 A C\nr2 120 A C\n");
     shorter->start({});
     shorter->next(site);
     shorter->next(site);
     EXPECT_EQ("end", read(*shorter));
-    EXPECT_EQ("orvide: note: [" + capture.files.name("data") + "], line 1: the file ends before its legend does\n",
+    EXPECT_EQ("orvide: note: The haplotypes end before their legend, in line 1 of the file [" +
+                  capture.files.name("data") + "]: what begins with site 2 of the legend [" +
+                  capture.files.name("legend") + "] is left out.\n",
               capture.notes.str());
 }
 

@@ -54,6 +54,35 @@ TEST_F(haps, ragged_sites_say_how_many_pairs_they_have) {
     EXPECT_EQ(3U, n);
 }
 
+TEST_F(haps, genotypes_in_place_of_haplotypes_are_refused) {
+    std::string lines;
+    for (int i = 0; i < 4; ++i) {  // 20 people as genotypes: 60 fields, which would be 30 people
+        lines += "s r 150 A C";
+        for (int person = 0; person < 20; ++person) lines += (person + i) % 5 == 0 ? " 0 1 0" : " 1 0 0";
+        lines += "\n";
+    }
+    haps_file source = open<haps_file>(lines);
+    EXPECT_EQ(30U, source.n_columns());
+    for (int i = 0; i < 3; ++i) read(source, n);
+    expect_fatal(
+        "ERROR: The lines so far hold genotypes, three numbers a person with a single 1; expected are haplotypes, "
+        "two alleles a person; genotypes are read by -g" +
+            in_line(4),
+        [&] { read(source, n); });
+}
+
+TEST_F(haps, haplotypes_of_rare_alleles_are_no_genotypes) {
+    std::string lines;
+    for (int i = 0; i < 40; ++i) {
+        lines += "s r 150 A C";
+        for (int column = 0; column < 60; ++column) lines += (column + i) % 7 == 0 ? " 1" : " 0";
+        lines += "\n";
+    }
+    haps_file source = open<haps_file>(lines);
+    for (int i = 0; i < 40; ++i) read(source, n);
+    EXPECT_EQ(30U, n);
+}
+
 TEST_F(haps, odd_number_of_fields_is_refused) {
     expect_fatal("ERROR: The data file [" + capture.files.name("data") +
                      "] does not contain a valid number of columns. Please review the documentation and try again.",

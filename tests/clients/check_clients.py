@@ -65,7 +65,11 @@ class Runs:
         files = ['-m', 'map.txt', '-h', 'ref.hap.gz', '-l', 'ref.legend.gz'] + (['-g', 'study.gen.gz'] if study else [])
         files = [os.path.join(EXAMPLES, word) if not word.startswith('-') else word for word in files]
         sample = ['-sample_g', os.path.join(EXAMPLES, 'study.sample')]
-        quiet(self.binary, *files, *sample, *REGION, *SHORT, '-chr', '20', *options, '-o', name)
+        given = [*files, *sample, *REGION, *SHORT, '-chr', '20']
+        for option in {'-int', '-sample_g', '-chr', '-seed'} & set(options):  # an option that is given twice is noted
+            at = given.index(option)
+            del given[at:at + (3 if option == '-int' else 2)]
+        quiet(self.binary, *given, *options, '-o', name)
         return name
 
     def both(self, name, *options):

@@ -200,11 +200,19 @@ TEST_F(genotype_file, probabilities_under_a_threshold_of_zero_give_none) {
     EXPECT_NE(std::string::npos, read("s1 r1 150 A C 0 0 1\n").find("   --1 SNPs excluded for having no data\n"));
 }
 
-TEST_F(genotype_file, short_line_and_long_one_are_refused) {
-    expect_refused("s1 r1 150 A C 0 1 0 0 1 0\ns2 r2 160 A C 0 1 0 1\n",
-                   "ERROR: There are fewer genotypes than in the first line: the line ends at person 2 of 2, in line 2 of "
-                   "the file [" +
-                       files().name("gen") + "].");
+TEST_F(genotype_file, short_line_reads_as_zeros_with_one_note) {
+    read("s1 r1 150 A C 0 1 0 0 1 0\ns2 r2 160 A C 0 1 0 1\ns3 r3 170 A C 0 1\n");
+    EXPECT_EQ("10", text_of(site_at(160).gtypes[2]));
+    EXPECT_EQ("13", text_of(site_at(170).gtypes[2]));
+    EXPECT_EQ(
+        "orvide: note: There are fewer genotypes than in the first line: the line ends at person 2 of 2, in line 2 of "
+        "the "
+        "file [" +
+            name + "]: what is missing reads as zeros.\n",
+        notes());
+}
+
+TEST_F(genotype_file, long_line_is_refused) {
     expect_refused(
         "s1 r1 150 A C 0 1 0\ns2 r2 160 A C 0 1 0 1\n",
         "ERROR: There are more genotypes than in the first line, in line 2 of the file [" + files().name("gen") + "].");

@@ -33,7 +33,7 @@ NOT_COMPARED = {
     'fill_holes_by_distances': HALF_CALLS,
     'fill_holes_two_panels': HALF_CALLS,
     'note_short_genotype_line': 'a line of text that is too short',
-    'note_short_haplotype_file': 'a file of text that ends before its legend',
+    'h_ends_before_legend': 'a file of text that ends before its legend',
     'odd_words': 'an option that is given twice',
     'pgs_miss_reference': HALF_CALLS,
     'random_cond_reference': HALF_CALLS,

@@ -31,19 +31,22 @@ void gen_file::refuse_triple(std::size_t column, const probability_triple& tripl
     fail(text);
 }
 
-void gen_file::read_triple(number_scanner& numbers, std::size_t column, probability_triple& triple) const {
+void gen_file::read_triple(number_scanner& numbers, std::size_t column, probability_triple& triple) {
     if (numbers.next_digits(triple)) return;
     double sum = 0.0;
     bool in_range = true;
     for (float& value : triple) {
-        double number = 0.0;
+        double number = 0.0;  // what the line lacks reads as zero
         switch (numbers.next(number)) {
             case number_scanner::outcome::bad:
                 fail(concat("The genotype field '", numbers.bad_field(), "' of person ", column + 1,
                             " is not a number"));
             case number_scanner::outcome::end:
-                fail(concat("There are fewer genotypes than in the first line: the line ends at person ", column + 1,
-                            " of ", n_columns_));
+                short_line_.odd(*this,
+                                concat("There are fewer genotypes than in the first line: the line ends at person ",
+                                       column + 1, " of ", n_columns_),
+                                "what is missing reads as zeros");
+                break;
             case number_scanner::outcome::number:
                 break;
         }

@@ -1,10 +1,11 @@
 #pragma once
 
 // Genotypes as text: a line a site, three probabilities an individual behind the site's five fields. A probability
-// below 0 or above 1, three that sum to more than 1.02, and a line with fewer or more of them than the first one end
-// the run.
+// below 0 or above 1, three that sum to more than 1.02, and a line with more of them than the first one end the run; a
+// line with fewer is odd input.
 
 #include "input/formats/site_line.h"
+#include "input/note_once.h"
 
 class number_scanner;
 
@@ -15,8 +16,9 @@ class gen_file final : public site_line_file<genotype_source> {
     void read_triples(std::span<probability_triple> triples) override;
 
   private:
-    void read_triple(number_scanner& numbers, std::size_t column, probability_triple& triple) const;
+    void read_triple(number_scanner& numbers, std::size_t column, probability_triple& triple);
     [[noreturn]] void refuse_triple(std::size_t column, const probability_triple& triple) const;
 
     std::size_t n_columns_ = 0;
+    note_once short_line_;
 };

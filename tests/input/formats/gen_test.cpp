@@ -51,18 +51,28 @@ TEST_F(gen, columns_come_in_threes) {
                  [this] { open<gen_file>("s r 150 A C 1 0\n"); });
 }
 
-TEST_F(gen, short_site_and_long_one_are_refused) {
-    gen_file source =
-        open<gen_file>("s r 150 A C 1 0 0 1 0 0\ns r 160 A C 0 1 0 0 1\ns r 170 A C 0 1 0 0 1 0 0\ns r 180 A C\n");
+TEST_F(gen, short_site_reads_as_zeros_with_a_note_and_a_long_one_is_refused) {
+    gen_file source = open<gen_file>("s r 150 A C 1 0 0 1 0 0\ns r 160 A C 0 1\ns r 170 A C 0 1 0 0 1 0 0\n");
     site_fields site;
-    const auto refuses = [&](const std::string& text, int line) {
-        source.next(site);
-        expect_fatal(text + in_line(line), [&] { read(source); });
-    };
     source.next(site);
-    refuses("ERROR: There are fewer genotypes than in the first line: the line ends at person 2 of 2", 2);
-    refuses("ERROR: There are more genotypes than in the first line", 3);
-    refuses("ERROR: There are fewer genotypes than in the first line: the line ends at person 1 of 2", 4);
+    source.next(site);
+    EXPECT_EQ((triples{{0, 1, 0}, {0, 0, 0}}), read(source));
+    EXPECT_EQ("orvide: note: There are fewer genotypes than in the first line: the line ends at person 1 of 2" +
+                  in_line(2).substr(0, in_line(2).size() - 1) + ": what is missing reads as zeros.\n",
+              capture.notes.str());
+    source.next(site);
+    expect_fatal("ERROR: There are more genotypes than in the first line" + in_line(3), [&] { read(source); });
+}
+
+TEST_F(gen, short_site_is_refused_under_strict) {
+    log.set_strict(true);
+    gen_file source = open<gen_file>("s r 150 A C 1 0 0 1 0 0\ns r 160 A C 0 1 0 0 1\n");
+    site_fields site;
+    source.next(site);
+    source.next(site);
+    expect_fatal("ERROR: There are fewer genotypes than in the first line: the line ends at person 2 of 2" +
+                     in_line(2).substr(0, in_line(2).size() - 1) + ": what is missing reads as zeros.",
+                 [&] { read(source); });
 }
 
 TEST_F(gen, values_that_are_no_probabilities_are_refused) {

@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
-"""Makes the man page docs/orvide.1 from docs/options.md.
+"""Makes the man pages: docs/orvide.1 from docs/options.md, those of the other commands from what they tell of themselves.
 
-    make_man_page.py                  writes docs/orvide.1
-    make_man_page.py --check BINARY   fails when docs/orvide.1 is not what would be written, or when docs/options.md and the
+    make_man_page.py BINARY           writes docs/orvide*.1; the other commands stand beside BINARY and in tools/
+    make_man_page.py --check BINARY   fails when a page is not what would be written, or when docs/options.md and the
                                       options that BINARY --help all prints are not the same
 """
+import os
 import re
 import subprocess
 import sys
@@ -13,6 +14,11 @@ from pathlib import Path
 TOP = Path(__file__).resolve().parent.parent
 SOURCE = TOP / 'docs' / 'options.md'
 PAGE = TOP / 'docs' / 'orvide.1'
+COMMANDS = {
+    'orvide-plan': 'parts a chromosome into chunks for runs of orvide',
+    'orvide-ligate': 'joins phased chunks of a chromosome',
+    'orvide-report': 'makes a page of what runs of orvide wrote',
+}
 ITEM = re.compile(r'- `([^`]+)`: (.*)', re.DOTALL)
 
 
@@ -71,25 +77,52 @@ def make_page(text):
     return '\n'.join(lines) + '\n'
 
 
+def help_of(command, binary):
+    """The lines that a command prints for --help."""
+    path = TOP / 'tools' / command if command == 'orvide-report' else Path(binary).with_name(command)
+    words = ['/usr/bin/python3', path] if command == 'orvide-report' else [path]
+    environment = dict(os.environ, COLUMNS='100', PYTHONDONTWRITEBYTECODE='1')
+    return subprocess.run([*words, '--help'], stdout=subprocess.PIPE, check=True, text=True, env=environment).stdout.splitlines()
+
+
+def make_command_page(command, lines):
+    """The first paragraph is the synopsis; all else stands as it is printed."""
+    end = lines.index('')
+    head = ['.\\" Made from %s --help by scripts/make_man_page.py.' % command,
+            '.TH %s 1 "" "ORVIDE %s" "User Commands"' % (command.upper(), version()),
+            '.SH NAME', '%s \\- %s' % (command.replace('-', '\\-'), COMMANDS[command]), '.SH SYNOPSIS']
+    synopsis = ' '.join(line.strip() for line in lines[:end]).replace('usage: ', '')
+    body = [roff(line) for line in lines[end + 1:]]
+    return '\n'.join([*head, roff(synopsis), '.SH DESCRIPTION', '.nf', *body, '.fi',
+                      '.SH SEE ALSO', '.BR orvide (1)']) + '\n'
+
+
+def pages(binary):
+    """(path, text) of all man pages."""
+    yield PAGE, make_page(SOURCE.read_text())
+    for command in COMMANDS:
+        yield PAGE.with_name(command + '.1'), make_command_page(command, help_of(command, binary))
+
+
 def check(binary):
-    faults = []
-    if not PAGE.exists() or PAGE.read_text() != make_page(SOURCE.read_text()):
-        faults.append('docs/orvide.1 is not what docs/options.md gives; run scripts/make_man_page.py')
+    faults = ['docs/%s is not what would be written; run scripts/make_man_page.py' % path.name
+              for path, text in pages(binary) if not path.exists() or path.read_text() != text]
     printed = subprocess.run([binary, '--help', 'all'], stdout=subprocess.PIPE, check=True, text=True).stdout
     accepted = set(re.findall(r'^ +(-\S+)', printed, re.MULTILINE))
     told = set(re.findall(r'^- `(-[^ `]+)', SOURCE.read_text(), re.MULTILINE))
     faults += ['docs/options.md does not tell of ' + name for name in sorted(accepted - told)]
     faults += ['the binary does not know ' + name for name in sorted(told - accepted)]
-    print('\n'.join(faults) or 'docs: %d options told, man page up to date' % len(told))
+    print('\n'.join(faults) or 'docs: %d options told, man pages up to date' % len(told))
     return 1 if faults else 0
 
 
 def main():
     if sys.argv[1:2] == ['--check'] and len(sys.argv) == 3:
         return check(sys.argv[2])
-    if len(sys.argv) > 1:
+    if len(sys.argv) != 2:
         sys.exit(__doc__)
-    PAGE.write_text(make_page(SOURCE.read_text()))
+    for path, text in pages(sys.argv[1]):
+        path.write_text(text)
     return 0
 
 

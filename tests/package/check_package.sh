@@ -30,7 +30,7 @@ fail() {
 }
 root=$folder/root/usr
 data=$root/share/doc/orvide/examples
-for file in bin/orvide share/man/man1/orvide.1 share/man/man1/orvide-plan.1 share/man/man1/orvide-ligate.1
+for file in bin/orvide share/man/man1/orvide.1 share/man/man1/orvide-plan.1 share/man/man1/orvide-ligate.1 \
     share/man/man1/orvide-report.1 share/doc/orvide/README.md share/doc/orvide/tutorial.md; do
     [[ -e $root/$file || -e $root/$file.gz ]] || fail "the package has no $file"
 done

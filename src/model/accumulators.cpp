@@ -3,7 +3,7 @@
 void sum_table::allocate(std::size_t n_rows, const std::vector<int>& column, std::size_t n_columns) {
     column_ = column;
     n_columns_ = n_columns;
-    values_.assign(n_rows * n_columns, 0.0);
+    values_ = zeroed_array<double>(n_rows * n_columns);
 }
 
 void sample_bits::allocate(std::size_t n_slots, const std::vector<int>& column, std::size_t n_columns,

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "model/phase_sums.h"
+#include "model/zeroed_array.h"
 
 // A table [rows][sites], of which only some sites have a column.
 class sum_table {
@@ -32,7 +33,7 @@ class sum_table {
     }
     std::size_t n_columns_ = 0;
     std::vector<int> column_;
-    std::vector<double> values_;
+    zeroed_array<double> values_;
 };
 
 // One bit per stored iteration for the sampled allele of each haplotype of a slot (mcmc_bits).

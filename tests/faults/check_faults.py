@@ -243,6 +243,14 @@ class LongRun(Folder):
             self.assertEqual(os.listdir(os.path.join(self.folder, 'tmp')), [])
             self.assertEqual(sorted(set(self.written()) - {'out_samples'}), ['out_summary', 'out_warnings'])
 
+    def test_signals_are_the_last_line_of_a_strict_summary(self):
+        process = self.start_waiting('-strict')
+        process.send_signal(signal.SIGTERM)
+        self.assertEqual(process.wait(TIMEOUT), -signal.SIGTERM)
+        os.close(self.writer)
+        os.remove(os.path.join(self.folder, 'pipe'))
+        self.assertTrue(self.written()['out_summary'].endswith(b'\n\nfailed: ended by signal 15\n'))
+
 
 class Channels(Folder):
     def expect_results(self, arguments):

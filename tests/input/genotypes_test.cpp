@@ -201,10 +201,11 @@ TEST_F(genotype_file, probabilities_under_a_threshold_of_zero_give_none) {
 }
 
 TEST_F(genotype_file, short_line_and_long_one_are_refused) {
-    expect_refused("s1 r1 150 A C 0 1 0 0 1 0\ns2 r2 160 A C 0 1 0 1\n",
-                   "ERROR: There are fewer genotypes than in the first line: the line ends at person 2 of 2, in line 2 of "
-                   "the file [" +
-                       files().name("gen") + "].");
+    expect_refused(
+        "s1 r1 150 A C 0 1 0 0 1 0\ns2 r2 160 A C 0 1 0 1\n",
+        "ERROR: There are fewer genotypes than in the first line: the line ends at person 2 of 2, in line 2 of "
+        "the file [" +
+            files().name("gen") + "].");
     expect_refused(
         "s1 r1 150 A C 0 1 0\ns2 r2 160 A C 0 1 0 1\n",
         "ERROR: There are more genotypes than in the first line, in line 2 of the file [" + files().name("gen") + "].");

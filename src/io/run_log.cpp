@@ -1,9 +1,14 @@
 #include "io/run_log.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstring>
 #include <ostream>
+#include <utility>
 
+#include "io/last_words.h"
 #include "io/text.h"
 
 run_log::run_log(std::ostream& terminal, std::ostream& notes) : terminal_(terminal), notes_(notes) {}
@@ -20,6 +25,23 @@ void run_log::open(const std::string& summary_name, const std::string& warnings_
     warnings_on_ = warnings_name != "NULL";
     open_one(summary_file, summary_name);
     if (warnings_on_) open_one(warnings_file, warnings_name);
+    if (strict_) open_last_words();
+}
+
+void run_log::open_last_words() {
+    if (!summary_file) return;
+    last_words_ = ::open(summary_name_.c_str(), O_WRONLY | O_APPEND | O_NONBLOCK | O_CLOEXEC);
+    last_words::leave_in(last_words_);
+}
+
+void run_log::write_last_line(std::string_view failure) {
+    constexpr std::string_view error_mark = "ERROR: ";
+    if (!strict_ || !summary_file.is_open()) return;
+    if (failure.empty() && result_failed_) failure = "a result could not be written; standard error names it";
+    if (failure.starts_with(error_mark)) failure.remove_prefix(error_mark.size());
+    const std::string first_line = printable_lines(failure.substr(0, failure.find('\n')));
+    summary_line("");
+    summary_line(failure.empty() ? "finished" : "failed: " + first_line);
 }
 
 void run_log::close_one(std::ofstream& file, const std::string& name) {
@@ -29,7 +51,10 @@ void run_log::close_one(std::ofstream& file, const std::string& name) {
     if (!file) result_failed(concat("cannot write [", name, "] to its end: ", std::strerror(errno != 0 ? errno : EIO)));
 }
 
-void run_log::close() {
+void run_log::close(std::string_view failure) {
+    last_words::leave_in(-1);
+    if (last_words_ >= 0) ::close(std::exchange(last_words_, -1));
+    write_last_line(failure);
     close_one(summary_file, summary_name_);
     if (warnings_on_) close_one(warnings_file, warnings_name_);
 }
@@ -79,8 +104,8 @@ void run_log::fatal(std::string_view terminal, std::string_view summary, int sta
     terminal_line("");
     summary_line("");
     summary_line(printable_lines(summary));
-    summary_line("");
-    close();
+    if (!strict_) summary_line("");
+    close(status == 0 ? std::string_view() : summary);
     throw run_end{status};
 }
 

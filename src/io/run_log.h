@@ -26,8 +26,9 @@ class run_log {
     // Opens the summary file, and the warnings file unless its name is "NULL", which turns warnings off. A file that
     // cannot be opened loses its lines and is named on standard error.
     void open(const std::string& summary_name, const std::string& warnings_name);
-    // Closes both; a file that could not be written to its end is named on standard error.
-    void close();
+    // Closes both; a file that could not be written to its end is named on standard error. From set_strict(true) on,
+    // the last line of the summary says "finished", or "failed: " with the failure, or with that of a result.
+    void close(std::string_view failure = {});
 
     // One line on terminal and summary, ended and flushed.
     void line(std::string_view text);
@@ -64,6 +65,9 @@ class run_log {
     bool any_result_failed() const { return result_failed_; }
 
   private:
+    // Where a signal leaves its line.
+    void open_last_words();
+    void write_last_line(std::string_view failure);
     void open_one(std::ofstream& file, const std::string& name);
     void close_one(std::ofstream& file, const std::string& name);
 
@@ -77,4 +81,5 @@ class run_log {
     bool result_failed_ = false;
     bool strict_ = false;
     int warning_count_ = 0;
+    int last_words_ = -1;  // a descriptor of the summary, or none
 };

@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include "io/last_words.h"
 #include "io/removal_list.h"
 
 namespace {
@@ -11,6 +12,7 @@ constexpr std::array ending_signals{SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGXCPU};
 // The signal comes again when the handler returns, and then does what it does without a handler.
 void clean_and_end(int signal) {
     removal_list::remove_all();
+    last_words::say(signal);
     raise(signal);
 }
 

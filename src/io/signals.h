@@ -1,6 +1,7 @@
 #pragma once
 
-// What signals do to a run: those that end it remove first what it must not leave behind, and a pipe that nobody reads
+// What signals do to a run: those that end it remove first what it must not leave behind
+// and say so in the summary of a strict run, and a pipe that nobody reads
 // or a file that grows too large is a failed write.
 
 #include <csignal>

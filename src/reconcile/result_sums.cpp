@@ -34,7 +34,9 @@ struct columns {
     }
 };
 
-void allocate_sums(const sized_run& run, accumulators& acc) {
+// Calls give(table, rows, columns) for each table of sums that the run needs.
+template <typename Give>
+void give_sums(const sized_run& run, accumulators& acc, Give give) {
     const parameters& p = run.params;
     const std::size_t n_ind = run.panels[2].n_ind, n_known = run.n_known();
     const bool posterior_genotypes = p.pgs || p.pgs_miss || p.pgs_prob;
@@ -42,20 +44,20 @@ void allocate_sums(const sized_run& run, accumulators& acc) {
         const columns cols(run, [&](const snp& s) {
             return (run.is_imputed(s) && !p.mc_impute) || (run.is_study_site(s) && posterior_genotypes);
         });
-        for (sum_table& table : acc.gtype_acc) table.allocate(n_ind, cols.column, cols.n);
+        for (sum_table& table : acc.gtype_acc) give(table, n_ind, cols);
     }
     const bool known_typed = p.print_allele_probs || p.phase, known_imputed = p.phase || run.plan.known_hap_dosages;
     if (n_known > 0 && (known_typed || known_imputed)) {
         const columns cols(run, [&](const snp& s) {
             return (known_typed && run.is_study_site(s)) || (known_imputed && run.is_imputed(s));
         });
-        for (sum_table& table : acc.gtype_acc2) table.allocate(n_known, cols.column, cols.n);
+        for (sum_table& table : acc.gtype_acc2) give(table, n_known, cols);
     }
     if (!run.plan.selfcheck_iters.empty()) {
         const columns cols(run, [&](const snp& s) { return s.type == 2; });
         for (std::size_t cond = 0; cond < 2; ++cond) {
             if (!run.plan.output_types[cond] && p.weight_panel != static_cast<int>(cond)) continue;
-            for (sum_table& table : acc.gtype_acc3[cond]) table.allocate(n_ind, cols.column, cols.n);
+            for (sum_table& table : acc.gtype_acc3[cond]) give(table, n_ind, cols);
         }
     }
 }
@@ -88,6 +90,11 @@ void allocate_tallies(const sized_run& run, accumulators& acc) {
     }
 }
 
+// Without results there are still the count files, which hold what phasing sums.
+bool has_sums(const parameters& params) {
+    return !params.suppress_imputation_output || params.counts_wt_per_iter;
+}
+
 void allocate_samples(const sized_run& run, accumulators& acc) {
     const parameters& p = run.params;
     const std::size_t n_ind = run.panels[2].n_ind;
@@ -111,8 +118,30 @@ void allocate_samples(const sized_run& run, accumulators& acc) {
 void allocate_results(const parameters& params, const run_plan& plan, const panel_array& panels,
                       const site_table& sites, std::pair<long, long> interval, accumulators& acc) {
     const sized_run run{params, plan, panels, sites, interval};
-    // Without results there are still the count files, which hold what phasing sums.
-    if (!params.suppress_imputation_output || params.counts_wt_per_iter) allocate_sums(run, acc);
+    if (has_sums(params)) {
+        give_sums(run, acc, [](sum_table& table, std::size_t n_rows, const columns& cols) {
+            table.allocate(n_rows, cols.column, cols.n);
+        });
+    }
     allocate_tallies(run, acc);
     allocate_samples(run, acc);
+}
+
+std::size_t bytes_of_results(const parameters& params, const run_plan& plan, const panel_array& panels,
+                             const site_table& sites, std::pair<long, long> interval) {
+    const sized_run run{params, plan, panels, sites, interval};
+    const std::size_t n_ind = panels[2].n_ind;
+    std::size_t n_bytes = 0;
+    accumulators unused;
+    if (has_sums(params)) {
+        give_sums(run, unused, [&n_bytes](sum_table& /*table*/, std::size_t n_rows, const columns& cols) {
+            n_bytes += n_rows * cols.n * sizeof(double) + cols.column.size() * sizeof(int);
+        });
+    }
+    if (params.mc_impute) n_bytes += 2 * n_ind * sites.size() * sizeof(int);
+    if (params.phase && !plan.tmp_haps) {
+        const columns cols(run, [&](const snp& s) { return s.top_panel >= 2 || params.mc_impute; });
+        n_bytes += 2 * n_ind * cols.n * sizeof(std::uint64_t) * ((plan.stored_iters.size() + 63) / 64);
+    }
+    return n_bytes;
 }

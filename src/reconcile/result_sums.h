@@ -11,3 +11,7 @@
 // Allocates the sums that the run's results need, at the sites that they need.
 void allocate_results(const parameters& params, const run_plan& plan, const panel_array& panels,
                       const site_table& sites, std::pair<long, long> interval, accumulators& acc);
+
+// About as many bytes as this takes, before anything is allocated. For a plan whose iterations are listed.
+std::size_t bytes_of_results(const parameters& params, const run_plan& plan, const panel_array& panels,
+                             const site_table& sites, std::pair<long, long> interval);

@@ -28,9 +28,11 @@
 #include "reconcile/setup.h"
 #include "run/driver.h"
 #include "run/file_checks.h"
+#include "run/memory_check.h"
 #include "run/passes.h"
 #include "run/process_input.h"
 #include "run/reports.h"
+#include "run/space_check.h"
 #include "threads/processors.h"
 
 namespace {
@@ -258,6 +260,8 @@ void impute(data& run) {
     const type_counts n_of_type = setup_panels(run.log, run.params, run.plan, run.panels, run.sites);
     const bool no_iterations = run.plan.n_iterations == 0 && run.plan.burnin == 0;
     if (no_iterations && run.plan.store_sampled_haps) write_sampled_haplotypes(results_of(run), -1);
+    require_memory(run);
+    require_space(run);
     setup_models(run.log, run.params, n_of_type, run.plan, run.panels, run.sites, run.models, run.acc);
     print_params(run.log, run.params, run.plan, run.panels, run.models);
     check_variant_output(results_of(run));

@@ -124,7 +124,7 @@ int run_program(const std::vector<std::string>& entries, std::ostream& terminal,
         print_banner(run.log, line);
         if (refusal) run.log.fatal(*refusal);
         if (report_faults(run.log, line)) {
-            run.log.close();
+            run.log.close("the command line has faults");
             return 1;
         }
         for (const std::string& text : line.odd_words) run.log.odd_input(text);

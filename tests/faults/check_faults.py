@@ -144,10 +144,39 @@ class LimitedFiles(Folder):
             TINY + ['-o', 'out', '-r', '/dev/null', '-no_warn', '-no_sample_qc_info'],
             preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (100, 100)))
         self.assertEqual(status, 1)
-        self.assertEqual(err, b'orvide: cannot write [out] to its end: File too large\n'
-                              b'orvide: cannot write [out_info] to its end: File too large\n')
+        self.assertRegex(err, br'^orvide: note: The main output \[out\] may take .*\n'
+                              br'orvide: cannot write \[out\] to its end: File too large\n'
+                              br'orvide: cannot write \[out_info\] to its end: File too large\n')
         self.assertEqual(self.written().get('out'), OLD)
         self.assertNotIn('out_info', self.written())
+
+
+class LimitsThatAreForeseen(Folder):
+    """2,000 people at 5,000 sites: 160 MB for the sums, at least 60 MB of text."""
+    ARGUMENTS = '-m map.txt -h p.hap -l p.legend -g p.gen -int 1000 7000 -buffer 1 -iter 3 -burnin 1 -seed 1 -o out'.split()
+
+    def setUp(self):
+        super().setUp()
+        self.write('p.legend', ('id position a0 a1\n' + ''.join('r%d %d A C\n' % (p, p) for p in range(1001, 6001))).encode())
+        self.write('p.hap', b'0 1 0 1 1 0 0 1\n' * 5000)
+        self.write('p.gen', ''.join('S%d r%d %d A C%s\n' % (p, p, p, ' 1 0 0 0 1 0' * 1000) for p in (2000, 3000, 4000)).encode())
+
+    def refused(self, limit, bytes_allowed):
+        status, out, err = self.run_to_end(self.ARGUMENTS, preexec_fn=lambda: resource.setrlimit(limit, (bytes_allowed,) * 2))
+        self.assertEqual(1, status, out + err)
+        self.assertNotIn(b'MCMC iteration', out)
+        self.assertEqual({'out' + log for log in LOGS}, {name for name in self.written() if name.startswith('out')})
+        return out.decode()
+
+    def test_memory(self):
+        said = self.refused(resource.RLIMIT_AS, 110 << 20)
+        self.assertRegex(said, r'ERROR: This run needs about \d+ MB of memory, 161 MB of them for the results of 2000 people at '
+                               r'5000 SNPs; the limit of addresses \(ulimit -v\) is 116 MB\. ')
+
+    def test_space(self):
+        said = self.refused(resource.RLIMIT_FSIZE, 10 << 20)
+        self.assertIn('ERROR: The main output [out] takes at least 60 MB, there is room for 11 MB under the limit of a '
+                      "file's size (ulimit -f). ", said)
 
 
 class LongRun(Folder):
@@ -213,6 +242,14 @@ class LongRun(Folder):
             os.remove(os.path.join(self.folder, 'pipe'))
             self.assertEqual(os.listdir(os.path.join(self.folder, 'tmp')), [])
             self.assertEqual(sorted(set(self.written()) - {'out_samples'}), ['out_summary', 'out_warnings'])
+
+    def test_signals_are_the_last_line_of_a_strict_summary(self):
+        process = self.start_waiting('-strict')
+        process.send_signal(signal.SIGTERM)
+        self.assertEqual(process.wait(TIMEOUT), -signal.SIGTERM)
+        os.close(self.writer)
+        os.remove(os.path.join(self.folder, 'pipe'))
+        self.assertTrue(self.written()['out_summary'].endswith(b'\n\nfailed: ended by signal 15\n'))
 
 
 class Channels(Folder):

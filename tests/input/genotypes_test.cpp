@@ -206,8 +206,7 @@ TEST_F(genotype_file, short_line_reads_as_zeros_with_one_note) {
     EXPECT_EQ("13", text_of(site_at(170).gtypes[2]));
     EXPECT_EQ(
         "orvide: note: There are fewer genotypes than in the first line: the line ends at person 2 of 2, in line 2 of "
-        "the "
-        "file [" +
+        "the file [" +
             name + "]: what is missing reads as zeros.\n",
         notes());
 }

@@ -208,4 +208,28 @@ TEST_F(run_channels, messages_show_bytes_that_would_move_the_cursor) {
     expect_both("\nERROR: two\nlines \\x0d\n\n");
 }
 
+TEST_F(run_channels, summary_of_a_strict_run_ends_with_how_it_ended) {
+    log.set_strict(true);
+    capture.open(log);
+    log.line("text");
+    log.close();
+    EXPECT_EQ("text\n\nfinished\n", capture.summary());
+
+    capture.open(log);
+    EXPECT_THROW(log.fatal("ERROR: It does not fit.\nTry again."), run_end);
+    EXPECT_EQ("\nERROR: It does not fit.\nTry again.\n\nfailed: It does not fit.\n", capture.summary());
+
+    capture.open(log);
+    log.result_failed("cannot write [x]");
+    log.close();
+    EXPECT_EQ("\nfailed: a result could not be written; standard error names it\n", capture.summary());
+}
+
+TEST_F(run_channels, summary_of_another_run_has_no_such_line) {
+    capture.open(log);
+    log.line("text");
+    log.close("failure");
+    EXPECT_EQ("text\n", capture.summary());
+}
+
 }  // namespace

@@ -1,5 +1,6 @@
 #include "io/signals.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -7,6 +8,7 @@
 #include <csignal>
 #include <functional>
 
+#include "io/last_words.h"
 #include "io/removal_list.h"
 #include "support/temporary_folder.h"
 
@@ -35,6 +37,27 @@ TEST(signals, that_end_the_run_remove_what_is_listed) {
         });
         EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == signal) << status;
         EXPECT_FALSE(files.has("a")) << signal;
+    }
+}
+
+TEST(signals, that_end_the_run_leave_a_line_where_one_is_wanted) {
+    const temporary_folder files;
+    for (const auto& [signal, line] :
+         {std::pair(SIGHUP, "\nfailed: ended by signal 1\n"), std::pair(SIGTERM, "\nfailed: ended by signal 15\n")}) {
+        files.write("summary", "text");
+        status_of([&, ending = signal] {
+            install_signal_handlers();
+            last_words::leave_in(open(files.name("summary").c_str(), O_WRONLY | O_APPEND));
+            raise(ending);
+        });
+        EXPECT_EQ(std::string("text") + line, files.read("summary"));
+        status_of([&, ending = signal] {
+            install_signal_handlers();
+            last_words::leave_in(open(files.name("summary").c_str(), O_WRONLY | O_APPEND));
+            last_words::leave_in(-1);
+            raise(ending);
+        });
+        EXPECT_EQ(std::string("text") + line, files.read("summary")) << "taken back";
     }
 }
 

@@ -49,6 +49,16 @@ TEST_F(result_sums, of_genotypes_are_kept_where_they_are_imputed) {
     EXPECT_TRUE(run.acc.weight_sum[0].empty());
 }
 
+TEST_F(result_sums, take_as_many_bytes_as_is_told) {
+    give_sites();
+    set_up();
+    const std::size_t columns = 5 * sizeof(int), sums = 3 * 2 * sizeof(double);  // five sites; three people, two sites
+    EXPECT_EQ(2 * (columns + sums),
+              bytes_of_results(run.params, run.plan, run.panels, run.sites, haps_interval(run.params, run.plan)));
+    run.params.suppress_imputation_output = true;
+    EXPECT_EQ(0U, bytes_of_results(run.params, run.plan, run.panels, run.sites, haps_interval(run.params, run.plan)));
+}
+
 TEST_F(result_sums, of_genotypes_follow_the_types_of_the_output) {
     give_sites();
     run.plan.output_types[0] = false;

@@ -59,7 +59,7 @@ class Workflow(Folder):
         self.assertEqual(len(plan), 2)
         name = 'results/imputed/panel/chr20/002.vcf.gz'
         before = (self.folder / name).read_bytes()
-        self.call('orvide', '-known_haps_g', 'results/phased/chr20.vcf.gz', '-use_prephased_g', '-h', EXAMPLES / 'panel.vcf.gz', '-m',
+        self.call('orvide', '-strict', '-known_haps_g', 'results/phased/chr20.vcf.gz', '-use_prephased_g', '-h', EXAMPLES / 'panel.vcf.gz', '-m',
                   EXAMPLES / 'map.txt', '-chr', '20', '-int', plan[1][3], plan[1][4], '-buffer', '50', '-allow_large_regions', '-seed', '1',
                   '-threads', '1', '-o', name)
         self.assertEqual((self.folder / name).read_bytes(), before)

@@ -1,0 +1,71 @@
+#include "run/memory_check.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "io/run_log.h"
+#include "io/text.h"
+#include "model/data.h"
+#include "model/intervals.h"
+#include "reconcile/iteration_plan.h"
+#include "reconcile/result_sums.h"
+
+namespace {
+
+// Fitted to runs of 28 to 158 MB on simulated data, of which docs/performance.md tells the peaks.
+constexpr double classes_a_panel_bit = 1.0;  // haplotypes by classes, and what sorts them, take as much as the panels
+constexpr double tables_a_root_of_sites = 1.5;
+constexpr double bytes_of_program = 2e6;
+
+constexpr double least_share = 0.8, largest_share = 1.2;  // of what is to come, if the estimate is wrong
+
+std::string megabytes(double bytes) {
+    return fixed_text(std::ceil(bytes / 1e6), 0) + " MB";
+}
+
+double panel_bytes(const panel_array& panels, std::size_t n_sites) {
+    constexpr double bits = 8.0;
+    double n_hap = 0.0;
+    for (const panel_data& panel : panels) n_hap += static_cast<double>(panel.haps.n_hap());
+    return n_hap * static_cast<double>(n_sites) / bits;
+}
+
+// The tables of pairs of states that a sweep keeps.
+double table_bytes(const data& run) {
+    if (!run.panels[2].needs_update && !run.panels[1].needs_update) return 0.0;
+    const double k = std::max(run.models.k_states[1][2][2], run.models.k_states[1][1][1]);
+    std::size_t n_typed = 0;
+    for (const snp* site : run.sites.in_order) n_typed += site->in_panel(2) ? 1 : 0;
+    return tables_a_root_of_sites * std::sqrt(static_cast<double>(n_typed)) * k * (k + 1) / 2.0 * sizeof(double);
+}
+
+}  // namespace
+
+memory_need memory_to_come(const data& run) {
+    run_plan plan = run.plan;
+    plan_iterations(run.params, plan);
+    const double other =
+        classes_a_panel_bit * panel_bytes(run.panels, run.sites.size()) + table_bytes(run) + bytes_of_program;
+    return {bytes_of_results(run.params, plan, run.panels, run.sites, haps_interval(run.params, plan)),
+            static_cast<std::size_t>(other)};
+}
+
+void compare_memory(run_log& log, const memory_need& need, const std::vector<memory_limit>& limits,
+                    const std::string& content) {
+    const auto to_come = static_cast<double>(need.sums + need.other);
+    for (const memory_limit& limit : limits) {
+        const auto used = static_cast<double>(limit.used), bytes = static_cast<double>(limit.bytes);
+        if (used + largest_share * to_come <= bytes) continue;
+        const std::string text = concat(
+            "his run needs about ", megabytes(used + to_come), " of memory, ",
+            megabytes(static_cast<double>(need.sums)), " of them for the results of ", content, "; ", limit.what,
+            " is ", megabytes(bytes), ". A shorter -int or fewer people a run need less, with -phase also -mem_save.");
+        if (used + least_share * to_come > bytes) log.fatal("ERROR: T" + text);
+        log.note("note: T" + text);
+    }
+}
+
+void require_memory(data& run) {
+    const std::string content = concat(run.panels[2].n_ind, " people at ", run.sites.size(), " SNPs");
+    compare_memory(run.log, memory_to_come(run), memory_limits(), content);
+}

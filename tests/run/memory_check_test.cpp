@@ -1,0 +1,47 @@
+#include "run/memory_check.h"
+
+#include <gtest/gtest.h>
+
+#include "support/log_capture.h"
+
+namespace {
+
+class memory_check : public ::testing::Test {
+  protected:
+    void SetUp() override { capture.open(log); }
+    // 100 MB to come, 40 MB in use.
+    void compare(std::size_t megabytes) {
+        compare_memory(log, {90000000, 10000000}, {{"the limit of the control group", megabytes * 1000000, 40000000}},
+                       "10 people at 20 SNPs");
+    }
+    log_capture capture;
+    run_log log{capture.terminal, capture.notes};
+};
+
+TEST_F(memory_check, says_nothing_where_there_is_enough) {
+    compare(160);
+    compare_memory(log, {90000000, 10000000}, {}, "");
+    EXPECT_EQ("", capture.notes.str());
+}
+
+TEST_F(memory_check, notes_a_limit_that_the_estimate_comes_near) {
+    for (const std::size_t megabytes : {159, 121}) {
+        compare(megabytes);
+        EXPECT_EQ(0U,
+                  capture.notes.str().find("orvide: note: This run needs about 140 MB of memory, 90 MB of them for "
+                                           "the results of 10 people at 20 SNPs; the limit of the control group is " +
+                                           std::to_string(megabytes) + " MB. "));
+        capture.notes.str("");
+    }
+}
+
+TEST_F(memory_check, ends_the_run_where_the_estimate_is_far_above) {
+    expect_end(
+        capture,
+        "ERROR: This run needs about 140 MB of memory, 90 MB of them for the results of 10 people at 20 SNPs; the "
+        "limit of the control group is 119 MB. A shorter -int or fewer people a run need less, with -phase also "
+        "-mem_save.",
+        1, [this] { compare(119); });
+}
+
+}  // namespace

@@ -95,6 +95,7 @@ complete -c orvide -o no_snp_qc_info -d 'leave the comparison columns out of the
 complete -c orvide -o no_sample_qc_info -d 'no quality file by sample'
 complete -c orvide -o no_warn -d 'no warnings'
 complete -c orvide -o verbose -d 'print progress'
+complete -c orvide -o allow_unlike_frequencies -d 'go on when allele frequencies of study and reference do not go together'
 complete -c orvide -o strict -d 'end with an error where odd input would be noted'
 complete -c orvide -o suppress_imputation_output -d 'no imputation results'
 complete -c orvide -o include_buffer_in_output -d 'write the buffer region too'

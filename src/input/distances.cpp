@@ -28,7 +28,7 @@ void read_row(run_log& log, const text_input& file, std::string_view line, std::
         if (i == row.size()) log.fatal(wrong_size);
         row[i++] = value;
     }
-    if (i < row.size()) note.say(file, "the row has fewer numbers than the matrix has columns; the others are 0");
+    if (i < row.size()) note.odd(file, "The row has fewer numbers than the matrix has columns", "the others are 0");
 }
 
 }  // namespace
@@ -49,6 +49,6 @@ std::vector<std::vector<double>> read_distances(run_log& log, const parameters& 
         if (i == n) log.fatal(wrong_size);
         read_row(log, file, line, distances[i++], short_row);
     }
-    if (i < n) file.note("the file has fewer lines than the matrix has rows; the others are 0");
+    if (i < n) file.odd("There are fewer lines than the matrix has rows", "the others are 0");
     return distances;
 }

@@ -26,9 +26,17 @@ text_input open_map(run_log& log, const std::string& name) {
 }
 
 void check_header(run_log& log, text_input& file) {
-    std::string_view line;
+    std::string_view line, first;
     if (!file.next_line(line)) line = {};
-    if (count_fields(line) == 3) return;
+    if (count_fields(line) == 3) {
+        long position = 0;
+        field_scanner(line).next(first);
+        if (parse_long(first, position)) {
+            file.odd("There are numbers in place of a header",
+                     "the line counts as the header, and its point is left out");
+        }
+        return;
+    }
     log.fatal(concat("ERROR: The genetic map file [", file.name(),
                      "] does not conform to the required three-column format. Please review the online documentation "
                      "and try again."));
@@ -42,7 +50,8 @@ void read_point(const text_input& file, std::string_view line, map_point& point,
     fields.next(rate);
     fields.next(cM);
     if (!parse_long(position, point.position) || !parse_double(cM, point.cM)) {
-        unread.say(file, "the line does not hold position, rate and map position; values of the line before stand in");
+        unread.odd(file, "The line does not hold the numbers position, rate and map position",
+                   "values of the line before stand in, here and in what follows");
     }
 }
 
@@ -61,9 +70,38 @@ void check_order(run_log& log, const map_point& last, const map_point& point) {
     }
 }
 
+// Points that are kept are compared with the last one left of the region alone, so that a stretch in the region may be
+// out of order; it stays so.
+void note_disorder(const text_input& file, const genetic_map& map, const map_point& point, double scaled,
+                   note_once& disorder) {
+    if (map.positions.empty() || (point.position > map.positions.back() && scaled >= map.scaled.back())) return;
+    disorder.odd(file,
+                 concat("The position ", point.position, " or the map position ", default_text(point.cM),
+                        " is not above that of the line before"),
+                 "the map stays as it stands");
+}
+
+// first, last: of the points that were read; last is left of the region unless there is a kept one.
+void check_reach(run_log& log, const text_input& file, const run_plan& plan, const genetic_map& map, long first,
+                 const map_point& last, reading_context& context) {
+    const std::string region =
+        concat("the region of the run with its buffer is ", plan.buffer_lower, " to ", plan.buffer_upper);
+    if (map.positions.empty() && last.position == -1) {
+        log.odd_input(concat("The genetic map file [", file.name(),
+                             "] has no point: all sites are taken to be at one genetic position."));
+    } else if (map.positions.empty()) {
+        context.map_out_of_reach = concat("ERROR: The genetic map file [", file.name(), "] covers the positions ",
+                                          first, " to ", last.position, ", and ", region,
+                                          ". Give the map of the same chromosome and genome build as the data.");
+    } else if (map.positions.front() > plan.buffer_upper) {
+        log.odd_input(concat("The genetic map file [", file.name(), "] begins at position ", first, ", and ", region,
+                             ": the rate there is taken for 1 cM per Mb."));
+    }
+}
+
 }  // namespace
 
-genetic_map read_genetic_map(run_log& log, const parameters& params, const run_plan& plan) {
+genetic_map read_genetic_map(run_log& log, const parameters& params, const run_plan& plan, reading_context& context) {
     text_input file = open_map(log, params.m_file);
     check_header(log, file);
     const double effective_size = params.chrX && !params.Xpar ? chrx_scale * params.Ne : params.Ne;
@@ -79,11 +117,13 @@ genetic_map read_genetic_map(run_log& log, const parameters& params, const run_p
     map_point point;
     bool pending = true;
     std::size_t n_inside = 0;
-    note_once unread;
+    note_once unread, disorder;
+    long first = -1;
     std::string_view line;
     while (file.next_line(line)) {
         read_point(file, line, point, unread);
         check_order(log, last, point);
+        if (first == -1) first = point.position;
         if (point.position < plan.buffer_lower) {
             last = point;
             continue;
@@ -93,9 +133,11 @@ genetic_map read_genetic_map(run_log& log, const parameters& params, const run_p
             pending = false;
         }
         if (point.position <= plan.buffer_upper) ++n_inside;
+        note_disorder(file, map, point, scale * point.cM * 0.01, disorder);
         append(point);
         if (point.position > plan.buffer_upper) break;
     }
+    check_reach(log, file, plan, map, first, last, context);
     log.line(concat(" --read ", n_inside, " SNPs in the analysis interval+buffer region"));
     return map;
 }

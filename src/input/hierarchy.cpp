@@ -16,7 +16,7 @@ namespace {
 
 class hierarchy_pass {
   public:
-    hierarchy_pass(const input_rooms& rooms, const id_set* include_snps) : rooms_(rooms), include_snps_(include_snps) {}
+    hierarchy_pass(const input_rooms& rooms, id_set* include_snps) : rooms_(rooms), include_snps_(include_snps) {}
     void visit_all();
     void report() const;
 
@@ -29,10 +29,10 @@ class hierarchy_pass {
     fate settle_without_panel1(snp& site);
     // A study site that cannot inform the imputation stays as one of Panel 2 alone if such sites are put out.
     fate reduce_to_type3(snp& site, std::size_t panel_to_clear);
-    bool is_listed(long position, const snp& site) const;
+    bool is_listed(long position, const snp& site);
 
     const input_rooms& rooms_;
-    const id_set* include_snps_;  // null without a list
+    id_set* include_snps_;  // null without a list
     std::size_t n_to_type0_ = 0, n_to_type3_ = 0, n_stage_one_ = 0, n_panel1_only_ = 0, n_not_listed_ = 0, n_donut_ = 0;
 };
 
@@ -91,12 +91,13 @@ hierarchy_pass::fate hierarchy_pass::settle_type3(snp& site) {
     return settle_without_panel1(site);
 }
 
-bool hierarchy_pass::is_listed(long position, const snp& site) const {
+bool hierarchy_pass::is_listed(long position, const snp& site) {
     return include_snps_ == nullptr || include_snps_->contains(site.snp_id) || include_snps_->contains(site.rs_id) ||
            include_snps_->contains(std::to_string(position));
 }
 
 hierarchy_pass::fate hierarchy_pass::visit(long position, snp& site) {
+    const bool listed = is_listed(position, site);  // asked for each site, so that the list knows which ones there are
     const auto wanted = [this](std::size_t type) { return rooms_.plan.output_types[type]; };
     if (site.type <= 1 && !wanted(site.type)) return fate::stays;
     if (site.type == 3 && settle_type3(site) == fate::erased) return fate::erased;
@@ -106,7 +107,7 @@ hierarchy_pass::fate hierarchy_pass::visit(long position, snp& site) {
         if (!rooms_.params.store_input_probs[kind]) site.gtype_probs[2] = {};
         return fate::stays;
     }
-    if (is_listed(position, site)) return fate::stays;
+    if (listed) return fate::stays;
     ++n_not_listed_;
     return fate::erased;
 }
@@ -158,4 +159,6 @@ void close_reading(const input_rooms& rooms) {
     hierarchy_pass pass(rooms, is_given(list) ? &include_snps : nullptr);
     pass.visit_all();
     pass.report();
+    if (is_given(list))
+        report_found(rooms.log, include_snps, "-include_snps", list, false, "; they were looked for in the region");
 }

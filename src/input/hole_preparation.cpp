@@ -58,7 +58,7 @@ hole_preparation::hole_preparation(const parameters& params, const panel_array& 
       source_(params.panel0_given() && params.panel1_given() ? 1 : 2) {}
 
 void hole_preparation::withdraw(snp& site) const {
-    site.labels[0].a0 = site.labels[0].a1 = '*';
+    site.labels[0].a0 = site.labels[0].a1 = no_label;
     site.labels[0].freq = no_frequency;
     site.haps[0].clear();
     site.ref_alleles_missing = false;

@@ -8,6 +8,7 @@
 #include "input/announce.h"
 #include "input/columns.h"
 #include "input/formats/format_table.h"
+#include "input/note_once.h"
 #include "input/readers.h"
 #include "input/site_gate.h"
 #include "input/source_people.h"

@@ -23,6 +23,22 @@ namespace {
 
 constexpr const char* file_words = "Panel 2 haplotypes file";
 
+// Either ID suffices, so that members of a family who share one may all meet the same person.
+void note_shared_places(const input_rooms& rooms, const reading_context& context) {
+    std::vector<std::optional<std::size_t>> known_by_place(rooms.panels[2].sample_ids[0].size());
+    const auto name = [](const sample_id_pairs& ids, std::size_t i) { return concat(ids[0][i], " ", ids[1][i]); };
+    for (std::size_t i = 0; i < context.known_hap_index_map.size(); ++i) {
+        const std::optional<std::size_t> place = context.known_hap_index_map[i];
+        if (!place) continue;
+        if (const auto other = std::exchange(known_by_place[*place], i)) {
+            return rooms.log.odd_input(
+                concat("The people ", name(context.known_haps_ids, *other), " and ", name(context.known_haps_ids, i),
+                       " of -sample_known_haps_g share an ID with ", name(rooms.panels[2].sample_ids, *place),
+                       " of -sample_g: both are taken for that person, and the last one stands."));
+        }
+    }
+}
+
 // Reads the sample file of the known haplotypes and ties its people to those of -g.
 void read_known_samples(const input_rooms& rooms, reading_context& context) {
     const parameters& params = rooms.params;
@@ -31,11 +47,14 @@ void read_known_samples(const input_rooms& rooms, reading_context& context) {
     const bool g_has_samples =
         is_given(params.g_file) && (is_given(params.sample_g_file) || !rooms.panels[2].sample_ids[0].empty());
     // Exclusions act on the columns of -g; known haplotypes of an excluded person find no partner there.
-    if (g_has_samples) context.exclude_samples[2].clear();
+    id_set applied;
+    if (g_has_samples) std::swap(applied, context.exclude_samples[2]);
     read_sample_file(rooms, context, params.sample_known_haps_g_file, 2, true, !g_has_samples);
+    if (g_has_samples) std::swap(applied, context.exclude_samples[2]);
     if (!is_given(params.g_file)) rooms.panels[2].sample_ids = context.known_haps_ids;
     if (g_has_samples) {
         context.known_hap_index_map = map_known_haps_to_gtypes(context.known_haps_ids, rooms.panels[2].sample_ids);
+        note_shared_places(rooms, context);
     }
 }
 

@@ -3,7 +3,9 @@
 #include "input/panel_options.h"
 #include "input/readers.h"
 #include "io/run_log.h"
+#include "io/text.h"
 #include "model/parameters.h"
+#include "model/site_table.h"
 
 namespace {
 
@@ -30,6 +32,41 @@ void read_panel_lists(const input_rooms& rooms, reading_context& context, std::s
     }
 }
 
+void note_idle(run_log& log, const std::string& option, const std::string& file) {
+    log.odd_input(concat("There is no data that the list [", file, "] (", option, ") could act on: it has no effect."));
+}
+
+// Says what the sample lists of a panel found, now that its people are known. An inclusion list has no effect.
+void report_sample_lists(const input_rooms& rooms, const reading_context& context, std::size_t panel) {
+    const panel_options& options = options_of_panel(panel);
+    const auto report = [&](const char* word, const std::string& file, const id_set& list, bool acts) {
+        if (!is_given(file)) return;
+        const std::string option = concat("-", word, "clude_samples_", options.suffix);
+        if (list.was_asked() || list.empty()) {
+            report_found(rooms.log, list, option, file, acts, acts ? "" : "; this list keeps nobody out");
+        } else if (!acts || rooms.panels[panel].n_hap == 0) {
+            note_idle(rooms.log, option, file);
+        } else {
+            rooms.log.fatal(concat("ERROR: ", option, " needs the IDs of the people: give them by -sample_",
+                                   options.suffix, ", or give the data as VCF or BCF."));
+        }
+    };
+    report("ex", rooms.params.*options.exclude_samples_file, context.exclude_samples[panel], true);
+    report("in", rooms.params.*options.include_samples_file, context.include_samples[panel], false);
+}
+
+// Says what the exclusion list of a panel found. Of VCF and BCF the region alone is looked at.
+void report_snp_list(const input_rooms& rooms, const reading_context& context, std::size_t panel) {
+    const panel_options& options = options_of_panel(panel);
+    const std::string& file = rooms.params.*options.exclude_snps_file;
+    const std::string option = concat("-exclude_snps_", options.suffix);
+    const id_set& list = context.exclude_snps[panel];
+    if (!is_given(file)) return;
+    if (!list.was_asked() && !list.empty()) return note_idle(rooms.log, option, file);
+    const bool partly = rooms.sites.from_variant_files;
+    report_found(rooms.log, list, option, file, !partly, partly ? "; they were looked for in the region" : "");
+}
+
 void report_strand_file(const input_rooms& rooms, const reading_context& context, std::size_t panel) {
     if (is_given(rooms.params.*options_of_panel(panel).strand_file)) report_strand_use(rooms.log, context, panel);
 }
@@ -46,6 +83,7 @@ void read_study(const input_rooms& rooms, reading_context& context) {
     if (is_given(params.known_haps_g_file)) read_known_haplotypes(rooms, context);
     align_study_to_strand_map(context, rooms.sites);
     report_strand_file(rooms, context, 2);
+    report_sample_lists(rooms, context, 2);
 }
 
 void read_panel1(const input_rooms& rooms, reading_context& context) {
@@ -59,6 +97,7 @@ void read_panel1(const input_rooms& rooms, reading_context& context) {
         read_haplotypes(rooms, context, 1);
     }
     report_strand_file(rooms, context, 1);
+    report_sample_lists(rooms, context, 1);
 }
 
 void read_panel0(const input_rooms& rooms, reading_context& context) {
@@ -70,16 +109,19 @@ void read_panel0(const input_rooms& rooms, reading_context& context) {
         read_haplotypes(rooms, context, 0);
     }
     report_strand_file(rooms, context, 0);
+    report_sample_lists(rooms, context, 0);
 }
 
 }  // namespace
 
 void read_data(const input_rooms& rooms) {
     rooms.log.header("-----------------", " Data processing ");
-    rooms.map = read_genetic_map(rooms.log, rooms.params, rooms.plan);
     reading_context context;
+    rooms.map = read_genetic_map(rooms.log, rooms.params, rooms.plan, context);
     read_study(rooms, context);
     read_panel1(rooms, context);
     read_panel0(rooms, context);
+    for (const std::size_t panel : {2U, 1U, 0U}) report_snp_list(rooms, context, panel);
+    if (!rooms.sites.store.empty() && !context.map_out_of_reach.empty()) rooms.log.fatal(context.map_out_of_reach);
     close_reading(rooms);
 }

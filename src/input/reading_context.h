@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -28,11 +29,13 @@ struct reading_context {
     std::vector<bool> exclude_flags;
     // ID_1 and ID_2 of the lines of the sample file of the panel in hand, excluded people included.
     std::vector<std::array<std::string, 2>> sample_rows;
-    id_set study_ids;  // names of the kept people of the study, where a file tells them
+    std::set<std::string, std::less<>> study_ids;  // names of the kept people of the study, where a file tells them
     // [ID_1, ID_2] of the kept people of -sample_known_haps_g (sample_ids_known_haps).
     std::array<std::vector<std::string>, 2> known_haps_ids;
     // For each of them the index among the -g individuals; empty without a map.
     std::vector<std::optional<std::size_t>> known_hap_index_map;
+
+    std::string map_out_of_reach;  // the error that the map is, if there are sites; else empty
 
     // Forgets what belongs to one panel only.
     void start_panel() {

@@ -1,7 +1,10 @@
 // Sample files, and lists of samples.
 
+#include <array>
 #include <cstdlib>
+#include <map>
 #include <memory>
+#include <utility>
 
 #include "input/announce.h"
 #include "input/panel_options.h"
@@ -46,6 +49,16 @@ int read_sex(run_log& log, const text_input& file, const std::vector<std::string
     const int sex = std::atoi(person[sex_column].c_str());
     if (sex != male && sex != female) log.fatal("All sex indicators must be either '1' (male) or '2' (female).");
     return sex;
+}
+
+// Line by the two IDs of a person.
+using person_lines = std::map<std::pair<std::string, std::string>, long>;
+
+void note_repeated(const text_input& file, person_lines& lines, const std::vector<std::string>& person) {
+    const auto [entry, is_new] = lines.emplace(std::pair(person[0], person[1]), file.line_number());
+    if (is_new) return;
+    file.odd(concat("The person ", person[0], " ", person[1], " stands in line ", entry->second, " already"),
+             "both are kept, as two people");
 }
 
 // The copy of the study's sample file: its head and the people that results hold. Nothing when no copy is wanted.
@@ -125,18 +138,23 @@ void read_sample_file(const input_rooms& rooms, reading_context& context, const 
     const bool sex_needed = is_main_diploid && (rooms.plan.chrx_haploid || rooms.plan.chrx_diploid);
     const std::size_t sex_column = read_headers(log, input, copy, sex_needed);
 
-    const id_set& exclude_ids = context.exclude_samples[panel];
+    id_set& exclude_ids = context.exclude_samples[panel];
     std::vector<bool>& exclude_flags = context.exclude_flags;
     exclude_flags.clear();
     context.sample_rows.clear();
     sex_table sexes(rooms.panels[panel]);
     auto& kept_ids = is_known_haps ? context.known_haps_ids : rooms.panels[2].sample_ids;
     std::size_t n_stored = 0;
+    person_lines lines_by_person;
     std::string_view line;
     while (input.next_filled_line(line)) {
         const std::vector<std::string> person = split_fields(line);
         if (person.size() < 2) input.fail("There is no second ID");
-        exclude_flags.push_back(exclude_ids.contains(person[0]) || exclude_ids.contains(person[1]));
+        if (panel != 0) note_repeated(input, lines_by_person, person);
+        // Each ID is looked up, so that the lists know which ones there are.
+        const std::array<bool, 2> excluded{exclude_ids.contains(person[0]), exclude_ids.contains(person[1])};
+        exclude_flags.push_back(excluded[0] || excluded[1]);
+        for (const std::size_t i : {0U, 1U}) context.include_samples[panel].contains(person[i]);
         context.sample_rows.push_back({person[0], person[1]});
         if (exclude_flags.back()) continue;
         if (panel == 2) {

@@ -8,6 +8,7 @@
 #include "input/columns.h"
 #include "input/formats/haplotype_row.h"
 #include "input/genotype_calls.h"
+#include "input/note_once.h"
 #include "input/readers.h"
 #include "input/sampled_files.h"
 #include "input/site_gate.h"

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "input/note_once.h"
 #include "io/run_log.h"
 #include "io/text.h"
 #include "model/parameters.h"
@@ -12,16 +13,16 @@ region_test::region_test(const run_plan& plan) : lower_(plan.buffer_lower), uppe
 
 region_side region_test::of(const site_source& source, long position) {
     if (position < last_) {
-        unsorted_.say(source,
-                      "the positions are not in ascending order; lines behind the end of the region are not read");
+        source.fail(
+            concat("The position ", position, " is below the one before, ", last_, "; the file must be sorted"));
     }
     last_ = position;
     if (position < lower_) return region_side::below;
     return position > upper_ ? region_side::above : region_side::inside;
 }
 
-bool is_excluded(const reading_context& context, bool impute_excluded, std::size_t panel, const site_fields& site) {
-    const auto is_on = [&site](const id_set& list) {
+bool is_excluded(reading_context& context, bool impute_excluded, std::size_t panel, const site_fields& site) {
+    const auto is_on = [&site](id_set& list) {
         if (list.empty()) return false;
         return list.contains(site.snp_id) || list.contains(site.rs_id) || list.contains(std::to_string(site.position));
     };
@@ -81,13 +82,34 @@ site_gate::site_gate(const input_rooms& rooms, reading_context& context, site_so
       kind_(kind),
       region_(rooms.plan) {}
 
+bool site_gate::is_on_list(const site_fields& site) {
+    return kind_ != content::first_phase && is_excluded(context_, rooms_.params.impute_excluded, panel_, site);
+}
+
+void site_gate::look_behind(long first_behind) {
+    site_fields site;
+    note_once returns;
+    while (source_.next_behind(site)) {
+        is_on_list(site);
+        if (site.position > rooms_.plan.buffer_upper || site.position < rooms_.plan.buffer_lower) continue;
+        returns.odd(source_,
+                    concat("The position ", site.position, " lies in the region, behind position ", first_behind,
+                           ", which lies behind it; the file must be sorted"),
+                    "the site is left out, and so are all such sites");
+    }
+}
+
 bool site_gate::next(site_fields& site) {
     while (source_.next(site)) {
         const region_side side = region_.of(source_, site.position);
-        if (side == region_side::above) return false;
+        const bool on_list = is_on_list(site);
+        if (side == region_side::above) {
+            look_behind(site.position);
+            return false;
+        }
         if (side == region_side::below) continue;
         ++counts.read;
-        if (kind_ != content::first_phase && is_excluded(context_, rooms_.params.impute_excluded, panel_, site)) {
+        if (on_list) {
             ++counts.on_list;
             continue;
         }

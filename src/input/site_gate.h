@@ -12,13 +12,13 @@
 
 #include "input/input_rooms.h"
 #include "input/legend_filter.h"
-#include "input/note_once.h"
 #include "input/reading_context.h"
 #include "input/site_matching.h"
 #include "input/site_source.h"
 #include "model/snp.h"
 
-// Where a position lies relative to the analysis interval with its buffer. Notes, once, a file that is not in order.
+// Where a position lies relative to the analysis interval with its buffer. A position below the one before ends the
+// run.
 enum class region_side { below, inside, above };
 class region_test {
   public:
@@ -29,12 +29,11 @@ class region_test {
     long lower_;
     long upper_;
     long last_ = std::numeric_limits<long>::min();
-    note_once unsorted_;
 };
 
 // Whether one of the three names of a SNP is on the panel's exclusion list; for a reference panel also on that of the
-// study, unless impute_excluded (-impute_excluded).
-bool is_excluded(const reading_context& context, bool impute_excluded, std::size_t panel, const site_fields& site);
+// study, unless impute_excluded (-impute_excluded). The lists remember what they met.
+bool is_excluded(reading_context& context, bool impute_excluded, std::size_t panel, const site_fields& site);
 
 // Flips the panel's two labels if the strand map says so, and sets their strand; counts what was done.
 void apply_strand_map(reading_context& context, long position, panel_labels& labels);
@@ -72,6 +71,7 @@ class site_gate {
               std::string option, content kind = content::panel_data);
 
     // The next site that is inside the region and on no list; false behind the end of the region or of the source.
+    // Behind the region positions alone are read, and one that lies in the region again is odd input.
     bool next(site_fields& site);
     // The same for panel data, with all rules applied.
     bool next(panel_site& site);
@@ -84,6 +84,8 @@ class site_gate {
     reading_counts counts;
 
   private:
+    bool is_on_list(const site_fields& site);
+    void look_behind(long first_behind);
     bool is_duplicate(const site_fields& site);
     bool has_one_label(const panel_labels& labels, long position);
 

@@ -45,7 +45,7 @@ bool fits_study(label_pair own, std::size_t panel, const snp& site) {
 // Whether a Panel 0 SNP that fits the record's Panel 2 labels fits its Panel 1 labels too.
 bool agrees_with_panel1(label_pair own, const snp& site) {
     const label_pair other = labels_of(site, 1);
-    if (other.a0 == "*" && other.a1 == "*") return true;
+    if (other.a0 == no_label && other.a1 == no_label) return true;
     if (same_in_any_order(own, other.a0, other.a1)) return true;
     const label_pair study = labels_of(site, 2);
     return study.a0 != study.a1 && same_on_other_strand(own, other);
@@ -65,7 +65,7 @@ site_match find_in_panel1(run_log& log, label_pair own, const store_range& range
     for (auto entry = range.first; entry != range.second; ++entry) {
         const label_pair other = labels_of(entry->second, 1);
         if (other.a0 == other.a1) {
-            if (other.a0 == "*") continue;
+            if (other.a0 == no_label) continue;
             log.fatal(concat("ERROR: Found monomorphic allele labels in Panel 1 at position ", entry->first, "."));
         }
         if (same_in_any_order(own, other.a0, other.a1) || same_on_other_strand(own, other)) return entry;
@@ -85,7 +85,7 @@ site_match find_compatible_snp(run_log& log, site_table& sites, long position, c
     if (panel == 2) return found;
     if (panel == 0 && !agrees_with_panel1(own, found->second)) return {};
     const label_pair taken = labels_of(found->second, panel);
-    if (taken.a0 == "*" && taken.a1 == "*") return found;
+    if (taken.a0 == no_label && taken.a1 == no_label) return found;
     note_second_match(log, sites, found, panel);
     return {};
 }

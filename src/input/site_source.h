@@ -36,6 +36,10 @@ class site_source {
     // The next site; false at the end. Content of the site before that was not taken is passed over, unread.
     virtual bool next(site_fields& site) = 0;
 
+    // Behind the region: what names the next site, without content; lines without a position are passed over. False at
+    // the end. From the first call on nothing else is asked for. Formats that end with the region themselves give none.
+    virtual bool next_behind(site_fields& /*site*/) { return false; }
+
     // Ends the run: "ERROR: " what, and where the source stands.
     [[noreturn]] virtual void fail(std::string_view what) const = 0;
     // One line on standard error: what, and where the source stands.

@@ -52,8 +52,9 @@ class people_check {
 
     // Reference haplotypes are dropped two by two.
     void exclude_by_name() {
-        const id_set& list = context_.exclude_samples[panel_];
+        id_set& list = context_.exclude_samples[panel_];
         context_.exclude_flags.clear();
+        for (const std::string& id : ids_) context_.include_samples[panel_].contains(id);
         if (list.empty()) return;
         for (const std::string& id : ids_) {
             context_.exclude_flags.insert(context_.exclude_flags.end(), has_haplotypes() ? 2 : 1, list.contains(id));
@@ -128,7 +129,7 @@ class people_check {
     }
 
     void warn_of_shared_people() const {
-        id_set study = context_.study_ids;
+        auto study = context_.study_ids;
         for (const auto& ids : rooms_.panels[2].sample_ids) study.insert(ids.begin(), ids.end());
         const std::size_t columns_each = has_haplotypes() ? 2 : 1;
         std::size_t n = 0;

@@ -39,7 +39,7 @@ std::map<long, std::string> read_strand_file(run_log& log, const run_plan& plan,
     text_input file(log, name, missing_text(option), unopened_text("strand file", name));
     std::map<long, std::string> strand_map;
     std::size_t n_lines = 0;
-    note_once repeated;
+    note_once repeated, strange;
     std::string_view line, position_field, strand;
     while (file.next_filled_line(line)) {
         field_scanner fields(line);
@@ -49,9 +49,13 @@ std::map<long, std::string> read_strand_file(run_log& log, const run_plan& plan,
             file.fail(concat("The position '", position_field, "' is not a number"));
         }
         if (!fields.next(strand)) file.fail("There is no strand");
+        if (strand != "+" && strand != "-") {
+            strange.odd(file, concat("The strand '", strand, "' is neither + nor -"),
+                        "alleles there stand as they are, and so at all such lines");
+        }
         if (position < plan.buffer_lower || position > plan.buffer_upper) continue;
         if (!strand_map.emplace(position, strand).second) {
-            repeated.say(file, "the position has a strand already; the first one stands");
+            repeated.odd(file, concat("The position ", position, " has a strand already"), "the first one stands");
         }
         ++n_lines;
     }

@@ -94,8 +94,12 @@ bool text_input::refill() {
         const std::size_t n = buffer_.size() - end_;
         n_read = ahead_ ? ahead_->read(to, n) : chain_->read(to, n);
     } catch (const std::exception& failure) {
-        log_.fatal(concat("ERROR: The file [", name_, "] is damaged or cannot be read after line ", line_number_, " (",
-                          failure.what(), ")."));
+        const std::string text = concat("The file [", name_, "] is damaged or cannot be read after line ", line_number_,
+                                        " (", failure.what(), ")");
+        if (!forgives_damage_) log_.fatal(concat("ERROR: ", text, "."));
+        log_.odd_input(concat(text, ", behind all that is needed of it: it is taken to end there."));
+        at_end_ = true;
+        return false;
     }
     end_ += n_read;
     if (n_read == 0) at_end_ = true;
@@ -123,20 +127,30 @@ bool text_input::next_line(std::string_view& line) {
             if (available == 0) return false;
             length = available;
         }
-        line = last_line_ = std::string_view(buffer_.data() + begin_, length);
+        line = std::string_view(buffer_.data() + begin_, length);
         begin_ += length + (newline != nullptr ? 1 : 0);
         ++line_number_;
-        if (!line.empty() && line.back() == '\r' && !noted_return_) {
-            noted_return_ = true;
-            note("the line ends in a carriage return, which stays a part of its last field");
-        }
+        if (line_number_ == 1 || (!line.empty() && line.back() == '\r')) take_off_marks(line);
+        last_line_ = line;
         return true;
     }
 }
 
+void text_input::take_off_marks(std::string_view& line) {
+    constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
+    if (line_number_ == 1 && line.starts_with(byte_order_mark)) {
+        line.remove_prefix(byte_order_mark.size());
+        odd("There is a byte order mark", "it is left out");
+    }
+    if (line.empty() || line.back() != '\r') return;
+    line.remove_suffix(1);
+    if (!noted_return_) odd("The line ends in a carriage return", "it is left out, here and in what follows");
+    noted_return_ = true;
+}
+
 bool text_input::next_filled_line(std::string_view& line) {
     while (next_line(line)) {
-        if (line.find_first_not_of(" \t\r") != std::string_view::npos) return true;
+        if (line.find_first_not_of(" \t") != std::string_view::npos) return true;
     }
     return false;
 }

@@ -24,13 +24,16 @@ class text_input {
     text_input& operator=(const text_input&) = delete;
 
     // The next line without its newline, valid until the next call; false at the end. A corrupt or truncated gzip
-    // stream ends the run. A line that ends in a carriage return keeps it; a note says so once a file.
+    // stream ends the run. A byte order mark at the beginning and carriage returns at ends of lines are left out, as
+    // odd input, said once a file.
     bool next_line(std::string_view& line);
     // As next_line, but lines without any field are passed over.
     bool next_filled_line(std::string_view& line);
     // The number of the line that was returned last, from 1.
     long line_number() const { return line_number_; }
     const std::string& name() const { return name_; }
+    // From now on a damaged place is odd input and ends the file: nothing behind it is needed.
+    void forgive_damage() { forgives_damage_ = true; }
     // The next call gives the line that was returned last once more.
     void hold_line() { held_ = true; }
 
@@ -48,6 +51,7 @@ class text_input {
     // Ends the run when the file is of a kind that is no text.
     void check_kind() const;
     bool refill();
+    void take_off_marks(std::string_view& line);
 
     run_log& log_;
     std::string name_;
@@ -60,5 +64,6 @@ class text_input {
     bool held_ = false;
     std::string_view last_line_;
     bool noted_return_ = false;
+    bool forgives_damage_ = false;
     long line_number_ = 0;
 };

@@ -144,10 +144,11 @@ struct parameters {
     bool choose_states_from_scaffold = false;            // -choose_states_from_scaffold
     bool restrict_buffer_to_scaffold = false;            // -restrict_buffer_to_scaffold
     bool keep_buffer_ref_snps = false;
-    bool strict_allele_matching = false;  // -strict_allele_matching
-    bool verbose = false;                 // -verbose
-    bool strict = false;                  // -strict
-    bool use_old_code = false;            // -use_old_code
+    bool strict_allele_matching = false;    // -strict_allele_matching
+    bool verbose = false;                   // -verbose
+    bool strict = false;                    // -strict
+    bool allow_unlike_frequencies = false;  // -allow_unlike_frequencies
+    bool use_old_code = false;              // -use_old_code
 
     bool panel0_given() const { return !h_files.empty(); }
     bool panel1_given() const { return is_given(g_ref_file) || h_files.size() >= 2; }

@@ -11,12 +11,15 @@
 
 #include "model/allele_row.h"
 
+// The label of an allele of a panel that does not have the site: one that no file can have.
+inline constexpr const char* no_label = "";
+
 // How one panel names the site's alleles.
 struct panel_labels {
-    std::string a0 = "*";      // label of allele 0 (a0_p0, a0_p1, a0_p2); "*": the site is not in the panel
-    std::string a1 = "*";      // label of allele 1 (a1_p0, a1_p1, a1_p2)
-    std::string strand = "*";  // (strand_p0, strand_p1, strand_p2) "+", "-" as given, "*" for unknown
-    double freq = -1.0;        // (freq_p0, freq_p1, freq_p2) frequency of allele 1; -1.0 for no data
+    std::string a0 = no_label;  // label of allele 0 (a0_p0, a0_p1, a0_p2)
+    std::string a1 = no_label;  // label of allele 1 (a1_p0, a1_p1, a1_p2)
+    std::string strand = "*";   // (strand_p0, strand_p1, strand_p2) "+", "-" as given, "*" for unknown
+    double freq = -1.0;         // (freq_p0, freq_p1, freq_p2) frequency of allele 1; -1.0 for no data
 };
 
 constexpr double no_frequency = -1.0;
@@ -61,11 +64,11 @@ struct snp {
 
     std::size_t index = 0;  // place in the store's order, set by pack_haplotypes
 
-    bool in_panel(std::size_t panel) const { return labels[panel].a0 != "*"; }
+    bool in_panel(std::size_t panel) const { return labels[panel].a0 != no_label; }
     // Both labels known.
     bool has_labels(std::size_t panel) const {
         const panel_labels& l = labels[panel];
-        return l.a0 != "*" && l.a1 != "*";
+        return l.a0 != no_label && l.a1 != no_label;
     }
     bool phase_known(std::size_t individual) const {
         return !known_phase_flags.empty() && known_phase_flags[individual];

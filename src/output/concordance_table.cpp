@@ -1,5 +1,6 @@
 #include "output/concordance_table.h"
 
+#include <algorithm>
 #include <array>
 #include <iomanip>
 #include <sstream>
@@ -11,11 +12,13 @@
 namespace {
 
 constexpr std::size_t n_bins = 10;
+constexpr std::size_t fewest_judged = 100;  // masked genotypes: fewer may look poor by chance
 
 // Masked genotypes by the largest imputed probability, in bins of width 0.1.
 struct concordance_bins {
     std::array<std::size_t, n_bins> n_in_bin{}, n_concordant_in_bin{};
-    std::size_t total = 0;
+    std::size_t total = 0, n_concordant = 0;
+    std::size_t n_guessed = 0;  // by the frequency of the reference alone
 
     void add(const genotype_triple& p, std::uint8_t genotype, bool haploid) {
         const double largest = p[most_likely(p)];
@@ -23,17 +26,31 @@ struct concordance_bins {
         const std::size_t b = place >= n_bins - 1 ? n_bins - 1 : place > 0.0 ? static_cast<std::size_t>(place) : 0;
         ++n_in_bin[b];
         ++total;
-        if (called_genotype(p, haploid) == (haploid ? genotype / 2 : genotype)) ++n_concordant_in_bin[b];
+        if (called_genotype(p, haploid) == (haploid ? genotype / 2 : genotype)) {
+            ++n_concordant_in_bin[b];
+            ++n_concordant;
+        }
     }
 };
 
 using table_pair = std::array<concordance_bins, 2>;
 
+// The genotype that random mating makes most likely at a frequency of allele 1.
+std::uint8_t guess(double frequency, bool haploid) {
+    const double p = frequency, q = 1.0 - frequency;
+    if (haploid) return p > q ? 2 : 0;
+    if (2.0 * p * q >= std::max(p * p, q * q)) return 1;
+    return p > q ? 2 : 0;
+}
+
 void count_site(const snp& site, genotype_block& genotypes, std::size_t j, concordance_bins& bins) {
     const std::span<const genotype_triple> triples = genotypes.triples(j);
+    const double frequency = site.labels[site.has_labels(0) ? 0 : 1].freq;
     for (std::size_t i = 0; i < triples.size(); ++i) {
         const std::uint8_t genotype = study_genotype(site, i);
-        if (genotype != missing_genotype) bins.add(triples[i], genotype, genotypes.is_haploid(i));
+        if (genotype == missing_genotype) continue;
+        bins.add(triples[i], genotype, genotypes.is_haploid(i));
+        bins.n_guessed += genotype == guess(frequency, genotypes.is_haploid(i)) ? 1 : 0;
     }
 }
 
@@ -103,6 +120,20 @@ void print_table(run_log& log, const concordance_bins& bins) {
     }
 }
 
+// A table that is worse than no panel at all would be.
+void warn_of_poor_table(const result_inputs& run, std::size_t set, const concordance_bins& bins) {
+    if (bins.total < fewest_judged || bins.n_concordant >= bins.n_guessed) return;
+    const auto percent = [&](std::size_t n) { return percent_concordant(n, bins.total); };
+    const std::string text =
+        concat("Of the masked genotypes ", percent(bins.n_concordant), " % are concordant when imputed from ",
+               set == 0 ? "Panel 0" : "the reference", ", and ", percent(bins.n_guessed),
+               " % would be when guessed from its allele frequencies alone. Reference and study do not fit each other: "
+               "look at "
+               "genome build, alleles, map and ancestry, and at the info measures, before using the results.");
+    run.log.note(concat("warning: ", text));
+    if (run.params.strict) run.log.line(concat("\nWARNING: ", text));
+}
+
 }  // namespace
 
 void print_concordance_tables(const result_inputs& run) {
@@ -119,5 +150,6 @@ void print_concordance_tables(const result_inputs& run) {
                             ", the concordance between original and imputed genotypes was as follows:"));
         run.log.line("");
         print_table(run.log, tables[set]);
+        warn_of_poor_table(run, set, tables[set]);
     }
 }

@@ -30,6 +30,7 @@ type_counts setup_panels(run_log& log, const parameters& params, run_plan& plan,
     if (sites.from_variant_files && plan.has_reference && n_ind > 0) census.emplace(sites);
     reconcile_sites(log, params, plan, sites);
     if (census) census->report(log, sites);
+    check_frequencies(log, params, panels, sites);
     const type_counts n_of_type = report_data_summary(log, params, plan, sites);
     make_update_plan(log, params, plan, panels, sites);
     make_initial_haplotypes(log, params, plan, panels, sites);

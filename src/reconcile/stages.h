@@ -38,6 +38,10 @@ void remove_non_aligned(run_log& log, const parameters& params, site_table& site
 // Sites by type, 0 to 3.
 using type_counts = std::array<std::size_t, 4>;
 
+// Compares the allele frequencies of the study with those of the reference at typed sites. Ends the run where they do
+// not go together, unless -allow_unlike_frequencies; without enough typed sites nothing is said.
+void check_frequencies(run_log& log, const parameters& params, const panel_array& panels, const site_table& sites);
+
 // Reports how many sites of each type there are, and ends the run when they allow no analysis or no output. Returns the
 // numbers in the region.
 type_counts report_data_summary(run_log& log, const parameters& params, const run_plan& plan, const site_table& sites);

@@ -21,7 +21,7 @@ void trim_buffer(run_log& log, const run_plan& plan, site_table& sites, const ch
 
 bool joins_study_and_reference(const snp& site) {
     const auto any_label = [&site](std::size_t panel) {
-        return site.labels[panel].a0 != "*" || site.labels[panel].a1 != "*";
+        return site.labels[panel].a0 != no_label || site.labels[panel].a1 != no_label;
     };
     return any_label(2) && (any_label(0) || any_label(1));
 }

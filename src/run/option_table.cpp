@@ -139,6 +139,8 @@ constexpr std::array option_table{
     clearing_flag("-no_sample_qc_info", &p::sample_qc_info, "no quality file by sample"),
     clearing_flag("-no_warn", &p::warn, "no warnings"),
     flag("-verbose", &p::verbose, "print progress"),
+    flag("-allow_unlike_frequencies", &p::allow_unlike_frequencies,
+         "go on when allele frequencies of study and reference do not go together"),
     flag("-strict", &p::strict, "end with an error where odd input would be noted"),
     flag("-suppress_imputation_output", &p::suppress_imputation_output, "no imputation results"),
     flag("-include_buffer_in_output", &p::include_buffer_in_output, "write the buffer region too"),

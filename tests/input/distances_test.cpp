@@ -54,15 +54,15 @@ TEST_F(distance_matrix, has_a_row_a_haplotype) {
 TEST_F(distance_matrix, row_ends_at_what_is_no_number) {
     read("1 2 x\n1 y 3\n1 2 3\n");
     EXPECT_EQ((matrix{{1, 2, 0}, {1, 0, 0}, {1, 2, 3}}), distances);
-    EXPECT_EQ("orvide: note: [" + files().name("dist") +
-                  "], line 1: the row has fewer numbers than the matrix has columns; the others are 0\n",
+    EXPECT_EQ("orvide: note: The row has fewer numbers than the matrix has columns, in line 1 of the file [" +
+                  files().name("dist") + "]: the others are 0.\n",
               notes());
 }
 
 TEST_F(distance_matrix, missing_rows_are_zero) {
     read("1 2 3\n");
     EXPECT_EQ((matrix{{1, 2, 3}, {0, 0, 0}, {0, 0, 0}}), distances);
-    EXPECT_NE(std::string::npos, notes().find("the file has fewer lines than the matrix has rows"));
+    EXPECT_NE(std::string::npos, notes().find("There are fewer lines than the matrix has rows"));
 }
 
 TEST_F(distance_matrix, blank_lines_are_skipped) {

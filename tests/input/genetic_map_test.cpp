@@ -13,7 +13,7 @@ class genetic_map_file : public reader_fixture {
         reader_fixture::SetUp();
         run.params.Ne = 2500.0;  // 4 Ne Morgans: 100 units a cM
     }
-    void read_map() { run.map = read_genetic_map(run.log, run.params, run.plan); }
+    void read_map() { run.map = read_genetic_map(run.log, run.params, run.plan, context); }
     std::string read(const std::string& lines) {
         run.params.m_file = write("map", "position rate cM\n" + lines);
         return said([this] { read_map(); });
@@ -120,14 +120,54 @@ TEST_F(genetic_map_file, map_positions_must_not_fall) {
                    "increasing, as seen from consecutive positions 0.2500000000 and 0.1250000000.");
 }
 
+TEST_F(genetic_map_file, header_of_numbers_is_odd) {
+    run.params.m_file = write("map", "110 1 0.1\n120 1 0.2\n");
+    read_map();
+    EXPECT_EQ((positions{120}), run.map.positions);
+    EXPECT_EQ("orvide: note: There are numbers in place of a header, in line 1 of the file [" + run.params.m_file +
+                  "]: the line counts as the header, and its point is left out.\n",
+              notes());
+}
+
+TEST_F(genetic_map_file, map_without_a_point_is_odd) {
+    read("");
+    EXPECT_EQ("orvide: note: The genetic map file [" + run.params.m_file +
+                  "] has no point: all sites are taken to be at one genetic position.\n",
+              notes());
+    EXPECT_EQ("", context.map_out_of_reach);
+}
+
+TEST_F(genetic_map_file, map_left_of_the_region_is_an_error_for_a_run_with_sites) {
+    read("10 1 0.1\n90 1 0.2\n");
+    EXPECT_EQ(
+        "ERROR: The genetic map file [" + run.params.m_file +
+            "] covers the positions 10 to 90, and the region of the run with its buffer is 100 to 200. Give the map "
+            "of the same chromosome and genome build as the data.",
+        context.map_out_of_reach);
+}
+
+TEST_F(genetic_map_file, map_right_of_the_region_is_odd) {
+    read("210 1 0.1\n290 1 0.2\n");
+    EXPECT_EQ(
+        "orvide: note: The genetic map file [" + run.params.m_file +
+            "] begins at position 210, and the region of the run with its buffer is 100 to 200: the rate there is "
+            "taken for 1 cM per Mb.\n",
+        notes());
+}
+
 TEST_F(genetic_map_file, equal_map_positions_pass) {
     EXPECT_EQ(report(1), read("50 1 0.25\n60 1 0.25\n110 1 0.25\n"));
     EXPECT_EQ((positions{60, 110}), run.map.positions);
 }
 
-TEST_F(genetic_map_file, order_inside_the_region_is_not_checked) {
+TEST_F(genetic_map_file, disorder_inside_the_region_stays_and_is_noted) {
     EXPECT_EQ(report(3), read("50 1 0.1\n120 1 0.5\n110 1 0.3\n110 1 0.2\n"));
     EXPECT_EQ((positions{50, 120, 110, 110}), run.map.positions);
+    EXPECT_EQ(
+        "orvide: note: The position 110 or the map position 0.3 is not above that of the line before, in line 4 of "
+        "the file [" +
+            run.params.m_file + "]: the map stays as it stands.\n",
+        notes());
 }
 
 TEST_F(genetic_map_file, points_inside_are_compared_with_the_last_one_before) {

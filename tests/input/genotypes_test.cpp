@@ -45,7 +45,7 @@ TEST_F(genotype_file, lines_in_the_region_become_sites) {
     EXPECT_EQ("A", first.labels[2].a0);
     EXPECT_EQ("C", first.labels[2].a1);
     EXPECT_EQ("*", first.labels[2].strand);
-    EXPECT_EQ("*", first.labels[1].a0);
+    EXPECT_EQ(no_label, first.labels[1].a0);
     EXPECT_DOUBLE_EQ(0.25, first.labels[2].freq);
     EXPECT_EQ("01", text_of(first.gtypes[2]));
     EXPECT_EQ("2222", text_of(first.haps[2]));
@@ -262,10 +262,23 @@ TEST_F(genotype_file, blank_lines_are_skipped) {
     EXPECT_EQ(1, run.panels[2].n_ind);
 }
 
-TEST_F(genotype_file, unsorted_file_loses_lines_with_a_note) {
-    read("s1 r1 150 A C 0 1 0\ns2 r2 140 A C 0 1 0\ns3 r3 300 A C 0 1 0\ns4 r4 160 A C 0 1 0\n");
-    EXPECT_EQ(2U, run.sites.store.size());
-    EXPECT_NE(std::string::npos, notes().find("line 2: the positions are not in ascending order"));
+TEST_F(genotype_file, unsorted_file_is_refused) {
+    expect_refused(
+        "s1 r1 150 A C 0 1 0\ns2 r2 140 A C 0 1 0\n",
+        "ERROR: The position 140 is below the one before, 150; the file must be sorted, in line 2 of the file "
+        "[" +
+            files().name("gen") + "].");
+}
+
+TEST_F(genotype_file, return_into_the_region_loses_lines_with_a_note) {
+    read("s1 r1 150 A C 0 1 0\ns3 r3 300 A C 0 1 0\ns4 r4 160 A C 0 1 0\ns4 r4 170 A C 0 1 0\n");
+    EXPECT_EQ(1U, run.sites.store.size());
+    EXPECT_EQ(
+        "orvide: note: The position 160 lies in the region, behind position 300, which lies behind it; the file must "
+        "be "
+        "sorted, in line 3 of the file [" +
+            name + "]: the site is left out, and so are all such sites.\n",
+        notes());
 }
 
 TEST_F(genotype_file, carriage_return_does_not_spoil_the_last_number) {
@@ -323,7 +336,7 @@ TEST_F(genotype_file, panel1_alone_makes_new_sites) {
     read("s r 150 C A 1 0 0\n", 1);
     EXPECT_EQ(1, site_at(150).type);
     EXPECT_EQ("s", site_at(150).snp_id);
-    EXPECT_EQ("*", site_at(150).labels[2].a0);
+    EXPECT_EQ(no_label, site_at(150).labels[2].a0);
 }
 
 TEST_F(genotype_file, panel1_beside_panel0_waits_as_type_3) {

@@ -53,7 +53,7 @@ TEST_F(haplotype_pair, lines_in_the_region_become_sites) {
     EXPECT_EQ("*", site.labels[0].strand);
     EXPECT_DOUBLE_EQ(2.0 / 3.0, site.labels[0].freq);
     EXPECT_EQ("0112", text_of(site.haps[0]));
-    EXPECT_EQ("*", site.labels[2].a0);
+    EXPECT_EQ(no_label, site.labels[2].a0);
     EXPECT_EQ(0, site.type);
     EXPECT_EQ(0, site.top_panel);
     EXPECT_EQ("1101", text_of(site_at(200).haps[0]));
@@ -194,7 +194,7 @@ TEST_F(haplotype_pair, site_without_alleles_counts_as_not_in_the_file) {
                   " --excluded 2 SNPs, leaving 0 SNPs for analysis\n   --2 SNPs excluded for having no data\n",
               read("? ?\n? ?\n", "r1 110 A C\nr2 120 A C\n"));
     EXPECT_EQ(3, site_at(110).type);
-    EXPECT_EQ("*", site_at(110).labels[0].a0);
+    EXPECT_EQ(no_label, site_at(110).labels[0].a0);
     EXPECT_EQ(
         "WARNING: SNP r1 at position 110 is missing all of its Panel 0 alleles and will be treated as if it had not "
         "been "
@@ -229,7 +229,7 @@ TEST_F(haplotype_pair, type_0_sites_can_take_part_in_panel1) {
     EXPECT_EQ("+", site.labels[1].strand);
     EXPECT_DOUBLE_EQ(0.5, site.labels[1].freq);
     EXPECT_EQ("000", text_of(site.haps[1]));
-    EXPECT_EQ("*", site.labels[2].a0);
+    EXPECT_EQ(no_label, site.labels[2].a0);
 }
 
 TEST_F(haplotype_pair, type_0_sites_can_take_part_in_the_study_of_stage_one) {
@@ -377,7 +377,7 @@ TEST_F(haplotype_pair, panel1_counts_haplotypes_and_no_individuals) {
     EXPECT_EQ("---", site.snp_id);
     EXPECT_EQ("011", text_of(site.haps[1]));
     EXPECT_DOUBLE_EQ(2.0 / 3.0, site.labels[1].freq);
-    EXPECT_EQ("*", site.labels[0].a0);
+    EXPECT_EQ(no_label, site.labels[0].a0);
     EXPECT_EQ(3, site.type);
     EXPECT_EQ(3, site.top_panel);
 }

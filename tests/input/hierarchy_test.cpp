@@ -104,7 +104,7 @@ TEST_F(hierarchy, study_site_that_lacks_panel0_loses_panel1) {
     site.labels[1].strand = "+";
     EXPECT_EQ(report(to_type3), close());
     EXPECT_EQ("2", panels_of(site));
-    EXPECT_EQ("*", site.labels[1].a1);
+    EXPECT_EQ(no_label, site.labels[1].a1);
     EXPECT_EQ("*", site.labels[1].strand);
     EXPECT_EQ(-1.0, site.labels[1].freq);
     EXPECT_TRUE(site.haps[1].empty());

@@ -108,8 +108,8 @@ TEST_F(hole_preparation_test, placeholder_without_panel1_is_withdrawn) {
     site.ref_alleles_missing = true;
     site.haps[0] = alleles("2222");
     prepare();
-    EXPECT_EQ("*", site.labels[0].a0);
-    EXPECT_EQ("*", site.labels[0].a1);
+    EXPECT_EQ(no_label, site.labels[0].a0);
+    EXPECT_EQ(no_label, site.labels[0].a1);
     EXPECT_EQ(-1.0, site.labels[0].freq);
     EXPECT_TRUE(site.haps[0].empty());
     EXPECT_FALSE(site.ref_alleles_missing);

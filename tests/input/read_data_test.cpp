@@ -76,7 +76,7 @@ TEST_F(whole_reading, study_and_two_references) {
         "-removing SNPs that violate the hierarchical data requirements\n",
         stages());
     EXPECT_EQ("110:2 130:1 150:2 170:0 190:3 ", types());
-    EXPECT_EQ("*", site_at(190).labels[0].a0);
+    EXPECT_EQ(no_label, site_at(190).labels[0].a0);
     EXPECT_EQ(2, run.panels[1].n_hap);
 }
 
@@ -214,6 +214,62 @@ TEST_F(whole_reading, site_in_two_panels_of_three_becomes_type_0_only_under_pgs)
         read_data(rooms);
         EXPECT_EQ(pgs ? 0 : 3, site_at(150).type);
     }
+}
+
+TEST_F(whole_reading, sites_need_a_map_that_reaches_them) {
+    run.params.m_file = write("map", "p r c\n50 1 0.1\n60 1 0.3\n");
+    expect_fatal(
+        "ERROR: The genetic map file [" + run.params.m_file +
+            "] covers the positions 50 to 60, and the region of the run with its buffer is 100 to 200. Give the "
+            "map of the same chromosome and genome build as the data.",
+        [this] { read_data(rooms); });
+}
+
+TEST_F(whole_reading, list_of_people_needs_their_names) {
+    run.params.exclude_samples_g_file = write("list", "p1\n");
+    expect_fatal(
+        "ERROR: -exclude_samples_g needs the IDs of the people: give them by -sample_g, or give the data as VCF "
+        "or BCF.",
+        [this] { read_data(rooms); });
+}
+
+TEST_F(whole_reading, lists_of_people_say_what_they_found) {
+    run.params.exclude_samples_g_file = write("list", "p1\nq\n");
+    run.params.include_samples_g_file = write("included", "x\n");
+    run.params.sample_g_file = write("sample", "ID_1 ID_2\n0 0\nf1 p1\nf2 p2\n");
+    said([this] { read_data(rooms); });
+    EXPECT_EQ("orvide: note: 1 of 2 entries of the list [" + run.params.exclude_samples_g_file +
+                  "] (-exclude_samples_g) were found; not found: q\norvide: note: 0 of 1 entries of the list [" +
+                  run.params.include_samples_g_file +
+                  "] (-include_samples_g) were found; not found: x; this list keeps nobody out\n",
+              notes());
+}
+
+TEST_F(whole_reading, list_of_nobody_is_refused) {
+    run.params.exclude_samples_g_file = write("list", "P1\n");
+    run.params.sample_g_file = write("sample", "ID_1 ID_2\n0 0\nf1 p1\nf2 p2\n");
+    expect_fatal(
+        "ERROR: Nothing of the list [" + run.params.exclude_samples_g_file +
+            "] (-exclude_samples_g) was found in the data: P1. Its entries must be equal to IDs of the data, to "
+            "the letter.",
+        [this] { read_data(rooms); });
+}
+
+TEST_F(whole_reading, list_without_its_panel_is_odd) {
+    run.params.exclude_snps_g_ref_file = write("list", "r1\n");
+    said([this] { read_data(rooms); });
+    EXPECT_EQ("orvide: note: There is no data that the list [" + run.params.exclude_snps_g_ref_file +
+                  "] (-exclude_snps_g_ref) could act on: it has no effect.\n",
+              notes());
+}
+
+TEST_F(whole_reading, list_of_no_site_is_refused) {
+    run.params.exclude_snps_g_file = write("list", "R1\n");
+    expect_fatal(
+        "ERROR: Nothing of the list [" + run.params.exclude_snps_g_file +
+            "] (-exclude_snps_g) was found in the data: R1. Its entries must be equal to IDs of the data, to the "
+            "letter.",
+        [this] { read_data(rooms); });
 }
 
 }  // namespace

@@ -231,4 +231,13 @@ TEST_F(sample_file, unknown_panels) {
                  [this] { read_silently(0); });
 }
 
+TEST_F(sample_file, repeated_person_is_odd_in_a_panel_of_people) {
+    read(header + "a1 a2 0\na1 b2 0\na1 a2 0\n");
+    EXPECT_EQ("orvide: note: The person a1 a2 stands in line 3 already, in line 5 of the file [" +
+                  files().name("sample") + "]: both are kept, as two people.\n",
+              notes());
+    read(header + "a1 a2 0\na1 a2 0\n", 0, false, false);  // the two haplotypes of a person
+    EXPECT_EQ(std::string::npos, notes().find("line 4"));
+}
+
 }  // namespace

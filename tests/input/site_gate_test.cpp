@@ -11,21 +11,15 @@ namespace {
 
 class region : public reader_fixture {};
 
-TEST_F(region, includes_its_bounds_and_notes_disorder_once) {
+TEST_F(region, includes_its_bounds_and_refuses_disorder) {
     const site_list source(run.log, {});
     region_test test(run.plan);
     EXPECT_EQ(region_side::below, test.of(source, 99));
     EXPECT_EQ(region_side::inside, test.of(source, 100));
     EXPECT_EQ(region_side::inside, test.of(source, 200));
     EXPECT_EQ(region_side::inside, test.of(source, 200));
-    EXPECT_EQ("", notes());
-    EXPECT_EQ(region_side::inside, test.of(source, 150));
-    EXPECT_EQ(region_side::below, test.of(source, 50));
-    EXPECT_EQ(region_side::above, test.of(source, 201));
-    EXPECT_EQ(
-        "orvide: site list: the positions are not in ascending order; lines behind the end of the region are not "
-        "read\n",
-        notes());
+    expect_fatal("site list: The position 150 is below the one before, 200; the file must be sorted",
+                 [&] { test.of(source, 150); });
 }
 
 class closing_report : public reader_fixture {};
@@ -50,7 +44,7 @@ TEST_F(closing_report, names_the_reasons) {
 
 class exclusion_rule : public reader_fixture {
   protected:
-    bool excluded(std::size_t panel, const char* snp_id, const char* rs_id, long position) const {
+    bool excluded(std::size_t panel, const char* snp_id, const char* rs_id, long position) {
         site_fields site;
         site.snp_id = snp_id;
         site.rs_id = rs_id;
@@ -162,9 +156,20 @@ TEST_F(gate, stops_behind_the_region_and_counts_what_is_inside) {
                                {"s", "d", 201, "A", "C"},
                                {"s", "e", 150, "A", "C"}});
     EXPECT_EQ("b c ", names(source, content::panel_data));
-    EXPECT_EQ(4U, source.n_taken);
+    EXPECT_EQ(5U, source.n_taken);
     EXPECT_EQ(2U, counts.read);
     EXPECT_EQ(0U, counts.kept);  // that is for the reader to say
+    EXPECT_EQ(
+        "orvide: note: Site list: The position 150 lies in the region, behind position 201, which lies behind it; the "
+        "file must be sorted: the site is left out, and so are all such sites\n",
+        notes());
+}
+
+TEST_F(gate, exclusion_list_knows_what_lies_outside_the_region) {
+    context.exclude_snps[2] = {"a", "c", "x"};
+    site_list source(run.log, {{"s", "a", 99, "A", "C"}, {"s", "b", 150, "A", "C"}, {"s", "c", 201, "A", "C"}});
+    EXPECT_EQ("b ", names(source, content::panel_data));
+    EXPECT_EQ("x", context.exclude_snps[2].not_found());
 }
 
 TEST_F(gate, exclusion_lists_do_not_hold_for_a_first_phase) {
@@ -238,7 +243,7 @@ TEST_F(gate, record_has_names_and_the_labels_of_its_panel) {
     EXPECT_EQ("A", record.labels[1].a0);
     EXPECT_EQ("C", record.labels[1].a1);
     EXPECT_EQ("*", record.labels[1].strand);
-    EXPECT_EQ("*", record.labels[2].a0);
+    EXPECT_EQ(no_label, record.labels[2].a0);
 }
 
 TEST_F(gate, site_without_genotypes_is_warned_of_and_counted) {

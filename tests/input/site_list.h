@@ -16,6 +16,7 @@ class site_list : public site_source {
         site = sites_[n_taken++];
         return true;
     }
+    bool next_behind(site_fields& site) override { return next(site); }
     [[noreturn]] void fail(std::string_view what) const override { log_.fatal("site list: " + std::string(what)); }
     void note(std::string_view what) const override { log_.note("site list: " + std::string(what)); }
     void odd(std::string_view what, std::string_view taken) const override {

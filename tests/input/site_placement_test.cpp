@@ -112,7 +112,7 @@ TEST_F(site_placement, panel0_site_alone_is_type_0_where_that_is_put_out) {
 TEST_F(site_placement, panel0_site_without_alleles_is_a_hole_of_an_entry_only) {
     label(add_site(150), 2, "A", "C");
     EXPECT_EQ(placement::without_data, place0(150, "22", true));
-    EXPECT_EQ("*", site_at(150).labels[0].a0);
+    EXPECT_EQ(no_label, site_at(150).labels[0].a0);
     run.params.fill_holes = true;
     EXPECT_EQ(placement::without_data, place0(160, "22", true));
     EXPECT_EQ(placement::kept, place0(150, "22", true));

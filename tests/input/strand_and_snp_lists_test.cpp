@@ -29,7 +29,17 @@ TEST_F(strand_file, keeps_what_lies_in_the_region) {
 TEST_F(strand_file, first_line_of_a_position_stands_and_both_count) {
     EXPECT_NE(std::string::npos, read("150 -\n150 +\n").find(" --read strand info for 2 SNPs"));
     EXPECT_EQ("-", map[150]);
-    EXPECT_NE(std::string::npos, notes().find("line 2: the position has a strand already"));
+    EXPECT_EQ("orvide: note: The position 150 has a strand already, in line 2 of the file [" + files().name("strand") +
+                  "]: the first one stands.\n",
+              notes());
+}
+
+TEST_F(strand_file, other_strands_are_odd) {
+    read("150 +\n160 minus\n170 1\n");
+    EXPECT_EQ("minus", map[160]);
+    EXPECT_EQ("orvide: note: The strand 'minus' is neither + nor -, in line 2 of the file [" + files().name("strand") +
+                  "]: alleles there stand as they are, and so at all such lines.\n",
+              notes());
 }
 
 TEST_F(strand_file, each_panel_has_its_option) {

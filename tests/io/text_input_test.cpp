@@ -90,12 +90,44 @@ TEST_F(text_input_file, many_lines_arrive_in_order) {
     EXPECT_EQ(text, joined);
 }
 
-TEST_F(text_input_file, carriage_return_stays_and_is_noted_once) {
-    const std::string name = capture.files.write("f", "a\nb\r\nc\r\n");
-    EXPECT_EQ((lines{"a", "b\r", "c\r"}), lines_of(name));
-    EXPECT_EQ("orvide: note: [" + name +
-                  "], line 2: the line ends in a carriage return, which stays a part of its last field\n",
+TEST_F(text_input_file, carriage_returns_are_left_out_and_noted_once) {
+    const std::string name = capture.files.write("f", "a\nb\r\nc\r\n\r\n");
+    EXPECT_EQ((lines{"a", "b", "c", ""}), lines_of(name));
+    EXPECT_EQ("orvide: note: The line ends in a carriage return, in line 2 of the file [" + name +
+                  "]: it is left out, here and in what follows.\n",
               capture.notes.str());
+}
+
+TEST_F(text_input_file, byte_order_mark_is_left_out_and_noted) {
+    const std::string name = capture.files.write("f",
+                                                 "\xEF\xBB\xBF"
+                                                 "a\nb\n");
+    EXPECT_EQ((lines{"a", "b"}), lines_of(name));
+    EXPECT_EQ("orvide: note: There is a byte order mark, in line 1 of the file [" + name + "]: it is left out.\n",
+              capture.notes.str());
+}
+
+TEST_F(text_input_file, odd_line_ends_end_a_strict_run) {
+    log.set_strict(true);
+    const std::string name = capture.files.write("f", "a\r\n");
+    expect_end(capture,
+               "ERROR: The line ends in a carriage return, in line 1 of the file [" + name +
+                   "]: it is left out, here and in what follows.",
+               1, [&] { lines_of(name); });
+}
+
+TEST_F(text_input_file, damage_behind_what_is_needed_ends_the_file) {
+    const std::string whole = capture.files.write_compressed("whole.gz", many_lines());
+    const std::string bytes = capture.files.read("whole.gz");
+    const std::string name = capture.files.write("cut.gz", bytes.substr(0, bytes.size() / 2));
+    text_input file = open(name);
+    std::string_view line;
+    ASSERT_TRUE(file.next_line(line));
+    file.forgive_damage();
+    while (file.next_line(line)) {
+    }
+    EXPECT_NE(std::string::npos,
+              capture.notes.str().find(", behind all that is needed of it: it is taken to end there."));
 }
 
 TEST_F(text_input_file, held_line_comes_once_more_under_its_number) {

@@ -157,4 +157,31 @@ TEST_F(concordance_table, call_threshold_has_three_decimals) {
     EXPECT_NE(terminal().find("(maximum probability >= 0.550)"), std::string::npos);
 }
 
+// A hundred people at a site of frequency 0, all without allele 1, whose masked genotypes are imputed as heterozygous.
+TEST_F(concordance_table, table_below_a_guess_by_frequency_is_warned_of) {
+    run.plan.output_types = {true, false, true, true};
+    give_individuals(std::vector<individual>(100, {0, 4.0, 0.0}), 0);
+    snp& site = run.sites.store.find(150)->second;
+    site.labels[0] = {"A", "C", "*", 0.0};
+    print_concordance_tables(results);
+    const std::string text =
+        "Of the masked genotypes 0.0 % are concordant when imputed from Panel 0, and 100.0 % would be when guessed "
+        "from its "
+        "allele frequencies alone. Reference and study do not fit each other: look at genome build, alleles, map and "
+        "ancestry, and at the info measures, before using the results.\n";
+    EXPECT_EQ("orvide: warning: " + text, capture.notes.str());
+    EXPECT_EQ(std::string::npos, terminal().find("WARNING"));
+    run.params.strict = true;
+    print_concordance_tables(results);
+    EXPECT_NE(std::string::npos, terminal().find("\nWARNING: " + text));
+}
+
+TEST_F(concordance_table, few_masked_genotypes_may_be_poor) {
+    run.plan.output_types = {true, false, true, true};
+    give_individuals(std::vector<individual>(99, {0, 4.0, 0.0}), 0);
+    run.sites.store.find(150)->second.labels[0] = {"A", "C", "*", 0.0};
+    print_concordance_tables(results);
+    EXPECT_EQ("", capture.notes.str());
+}
+
 }  // namespace

@@ -13,7 +13,7 @@ TEST_F(sampled_haplotypes, each_panel_with_a_name_has_a_file_of_the_sites_that_i
     snp& zero = add_site(110, 0);
     snp& one = add_site(120, 1);
     snp& two = add_site(130, 2);
-    zero.labels[1].a0 = "*";
+    zero.labels[1].a0 = no_label;
     allocate();
     set_alleles(0, zero, "011");
     set_alleles(0, one, "100");

@@ -92,7 +92,7 @@ TEST_F(label_stages, crossed_study_is_recoded) {
 
 TEST_F(label_stages, crossed_panel_1_is_recoded) {
     give_all_panels();
-    snp& site = add_full_site(110, {"C", "A", "*", 0.75}, {"*", "*", "*", -1.0}, 1);
+    snp& site = add_full_site(110, {"C", "A", "*", 0.75}, {no_label, no_label, "*", -1.0}, 1);
     align_labels(run.log, run.params, run.sites);
     EXPECT_EQ("A", site.labels[1].a0);
     EXPECT_EQ(0.25, site.labels[1].freq);
@@ -100,7 +100,7 @@ TEST_F(label_stages, crossed_panel_1_is_recoded) {
     EXPECT_EQ((std::vector<float>{0.7F, 0.2F, 0.1F, 0.0F, 1.0F, 0.0F}), site.gtype_probs[1]);
     EXPECT_EQ((std::vector<int>{1, 0, 2, 2}), values(site.haps[1]));
     EXPECT_EQ((std::array<bool, 3>{false, true, false}), site.allele_flipped);
-    EXPECT_EQ("*", site.labels[2].a0);
+    EXPECT_EQ(no_label, site.labels[2].a0);
 }
 
 TEST_F(label_stages, both_panels_can_be_recoded_at_one_site) {
@@ -219,7 +219,7 @@ TEST_F(label_stages, removal_names_the_study_first) {
 TEST_F(label_stages, removal_tests_panel_1_against_panel_0) {
     give_all_panels();
     add_full_site(110, {"A", "G", "*", 0.5}, {"A", "C", "*", 0.5});
-    add_full_site(120, {"A", "G", "*", 0.5}, {"*", "*", "*", -1.0}, 1);
+    add_full_site(120, {"A", "G", "*", 0.5}, {no_label, no_label, "*", -1.0}, 1);
     remove_non_aligned(run.log, run.params, run.sites);
     EXPECT_TRUE(run.sites.store.empty());
     expect_log(

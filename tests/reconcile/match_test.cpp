@@ -44,8 +44,8 @@ TEST(copy_snp, keeps_the_given_panels_whole) {
 
 TEST(copy_snp, empties_a_dropped_study) {
     const snp to = copy(full_site(), {0, 1});
-    EXPECT_EQ("*", to.labels[2].a0);
-    EXPECT_EQ("*", to.labels[2].a1);
+    EXPECT_EQ(no_label, to.labels[2].a0);
+    EXPECT_EQ(no_label, to.labels[2].a1);
     EXPECT_EQ("*", to.labels[2].strand);
     EXPECT_EQ(-1.0, to.labels[2].freq);
     EXPECT_TRUE(to.haps[2].empty());
@@ -67,10 +67,10 @@ TEST(copy_snp, empties_dropped_reference_panels) {
     EXPECT_TRUE(to.haps[1].empty());
     EXPECT_TRUE(to.ref_missing.empty());
     EXPECT_TRUE(to.gtypes[1].empty());
-    EXPECT_EQ("*", to.labels[0].a0);
+    EXPECT_EQ(no_label, to.labels[0].a0);
     EXPECT_EQ("*", to.labels[0].strand);
     EXPECT_EQ(-1.0, to.labels[0].freq);
-    EXPECT_EQ("*", to.labels[1].a0);
+    EXPECT_EQ(no_label, to.labels[1].a0);
     EXPECT_EQ("01", text_of(to.gtypes[2]));
     EXPECT_EQ(3, to.type);
     EXPECT_EQ(3, to.top_panel);

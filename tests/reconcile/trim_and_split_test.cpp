@@ -65,13 +65,13 @@ TEST_F(trim_and_split, split_puts_the_study_before_the_reference) {
     const snp& reference = std::next(run.sites.store.begin())->second;
     EXPECT_EQ(3, study.type);
     EXPECT_EQ(3, study.top_panel);
-    EXPECT_EQ("*", study.labels[0].a0);
+    EXPECT_EQ(no_label, study.labels[0].a0);
     EXPECT_EQ("A", study.labels[2].a0);
     EXPECT_TRUE(study.haps[0].empty());
     EXPECT_EQ((std::vector<std::uint8_t>{2, 1}), study.gtypes[2]);
     EXPECT_EQ(0, reference.type);
     EXPECT_EQ("A", reference.labels[0].a0);
-    EXPECT_EQ("*", reference.labels[2].a0);
+    EXPECT_EQ(no_label, reference.labels[2].a0);
     EXPECT_EQ((std::vector<int>{0, 0, 0, 1}), values(reference.haps[0]));
     EXPECT_TRUE(reference.haps[2].empty());
     EXPECT_TRUE(reference.gtypes[2].empty());

@@ -439,8 +439,8 @@ TEST_F(update_plan, cancelled_hole_filling_withdraws_the_placeholders) {
     EXPECT_EQ(3, site.type);
     EXPECT_EQ(3, site.top_panel);
     for (const std::size_t panel : {0U, 1U}) {
-        EXPECT_EQ("*", site.labels[panel].a0);
-        EXPECT_EQ("*", site.labels[panel].a1);
+        EXPECT_EQ(no_label, site.labels[panel].a0);
+        EXPECT_EQ(no_label, site.labels[panel].a1);
         EXPECT_EQ("*", site.labels[panel].strand);
         EXPECT_EQ(-1.0, site.labels[panel].freq);
         EXPECT_TRUE(site.haps[panel].empty());

@@ -29,11 +29,13 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 HALF_CALLS = 'pairs of which one allele is missing are half calls in VCF, of which both are missing'
 FIRST_ID = 'it uses the first of the two IDs of a site'
 NOT_COMPARED = {
+    'allele_star': 'a star of VCF is no allele',
     'fill_holes': HALF_CALLS,
     'fill_holes_by_distances': HALF_CALLS,
     'fill_holes_two_panels': HALF_CALLS,
-    'note_short_genotype_line': 'a line of text that is too short',
+    'g_returns': 'VCF must be sorted',
     'h_ends_before_legend': 'a file of text that ends before its legend',
+    'note_short_genotype_line': 'a line of text that is too short',
     'odd_words': 'an option that is given twice',
     'pgs_miss_reference': HALF_CALLS,
     'random_cond_reference': HALF_CALLS,

@@ -72,6 +72,10 @@ bool hap_legend_pair::next(site_fields& site) {
     return true;
 }
 
+bool hap_legend_pair::next_behind(site_fields& site) {
+    return next_site_behind(*legend_, false, site);
+}
+
 std::vector<std::string> hap_legend_pair::values() {
     std::vector<std::string> values = split_fields(value_text_);
     if (values.size() < value_names_.size()) fail("There are fewer columns than in the header");

@@ -19,6 +19,8 @@ class hap_legend_pair final : public haplotype_source {
 
     // Where it stands is the place in the legend.
     bool next(site_fields& site) override;
+    // Of the legend; the alleles are not read.
+    bool next_behind(site_fields& site) override;
     [[noreturn]] void fail(std::string_view what) const override { legend_->fail(what); }
     void note(std::string_view what) const override { legend_->note(what); }
     void odd(std::string_view what, std::string_view taken) const override { legend_->odd(what, taken); }

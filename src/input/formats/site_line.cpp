@@ -17,6 +17,20 @@ site_fields take_site(const text_input& file, std::string_view line, bool with_s
     return site;
 }
 
+bool next_site_behind(text_input& file, bool with_snp_id, site_fields& site) {
+    file.forgive_damage();
+    std::string_view line, position;
+    site = {};
+    while (file.next_filled_line(line)) {
+        field_scanner fields(line);
+        if (with_snp_id) fields.next(site.snp_id);
+        fields.next(site.rs_id);
+        fields.next(position);
+        if (parse_long(position, site.position)) return true;
+    }
+    return false;
+}
+
 std::size_t count_content_fields(std::string_view line) {
     field_scanner fields(line);
     return fields.skip(5) ? static_cast<std::size_t>(count_fields(fields.rest())) : 0;

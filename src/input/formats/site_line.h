@@ -14,6 +14,9 @@
 // when there is no position or when it is no number.
 site_fields take_site(const text_input& file, std::string_view line, bool with_snp_id, std::string_view& rest);
 
+// site_source::next_behind for lines of text that begin so.
+bool next_site_behind(text_input& file, bool with_snp_id, site_fields& site);
+
 // The number of fields behind those of the site.
 std::size_t count_content_fields(std::string_view line);
 
@@ -30,6 +33,7 @@ class site_line_file : public Kind {
         site = take_site(file_, line, true, content_);
         return true;
     }
+    bool next_behind(site_fields& site) override { return next_site_behind(file_, true, site); }
     [[noreturn]] void fail(std::string_view what) const override { file_.fail(what); }
     void note(std::string_view what) const override { file_.note(what); }
     void odd(std::string_view what, std::string_view taken) const override { file_.odd(what, taken); }

@@ -93,8 +93,8 @@ void site_gate::look_behind(long first_behind) {
         is_on_list(site);
         if (site.position > rooms_.plan.buffer_upper || site.position < rooms_.plan.buffer_lower) continue;
         returns.odd(source_,
-                    concat("The position ", site.position, " lies in the region, behind position ", first_behind,
-                           ", which lies behind it; the file must be sorted"),
+                    concat("The position ", site.position, " comes back into the region, which ended before position ",
+                           first_behind, "; the file must be sorted"),
                     "the site is left out, and so are all such sites");
     }
 }

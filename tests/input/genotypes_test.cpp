@@ -274,9 +274,9 @@ TEST_F(genotype_file, return_into_the_region_loses_lines_with_a_note) {
     read("s1 r1 150 A C 0 1 0\ns3 r3 300 A C 0 1 0\ns4 r4 160 A C 0 1 0\ns4 r4 170 A C 0 1 0\n");
     EXPECT_EQ(1U, run.sites.store.size());
     EXPECT_EQ(
-        "orvide: note: The position 160 lies in the region, behind position 300, which lies behind it; the file must "
-        "be "
-        "sorted, in line 3 of the file [" +
+        "orvide: note: The position 160 comes back into the region, which ended before position 300; the file must be "
+        "sorted, "
+        "in line 3 of the file [" +
             name + "]: the site is left out, and so are all such sites.\n",
         notes());
 }

@@ -285,7 +285,7 @@ TEST_F(known_haplotypes, people_are_tied_by_either_id) {
     EXPECT_NE(std::string::npos,
               text.find("\n-reading sample list for Panel 2 from -sample_known_haps_g file\n --filename=[" +
                         run.params.sample_known_haps_g_file + "]\n --read 4 sample IDs\n --stored 4/4 sample IDs\n"));
-    EXPECT_TRUE(context.exclude_samples[2].empty());
+    EXPECT_FALSE(context.exclude_samples[2].was_asked());  // they act on -g
     EXPECT_EQ((index_map{2, std::nullopt, 0, 3}), context.known_hap_index_map);
     EXPECT_EQ("01221110 1021 1010 1011", content());
     EXPECT_FALSE(files().has("out_samples"));

@@ -110,12 +110,12 @@ TEST_F(whole_reading, sampled_files_win_over_all_data_files) {
 
 TEST_F(whole_reading, every_stage_stands_in_its_place) {
     give_first_pair();
-    run.params.g_ref_file = write("gref", "s1 r1 110 A C 1 0 0 0 1 0 0 0 1\n");
-    const std::string strands = write("strand", "110 +\n"), list = write("list", "zz\n");
+    run.params.g_ref_file = write("gref", "s1 r1 110 A C 1 0 0 0 1 0 0 0 1\ns9 r9 300 A C 1 0 0 0 1 0 0 0 1\n");
+    const std::string strands = write("strand", "110 +\n"), list = write("list", "r3\nr9\nry\n");
     run.params.strand_g_file = run.params.strand_g_ref_file = run.params.strand_h_file = strands;
     run.params.exclude_snps_g_file = run.params.exclude_snps_g_ref_file = run.params.exclude_snps_h_file = list;
     run.params.exclude_samples_g_file = run.params.exclude_samples_g_ref_file = run.params.exclude_samples_h_file =
-        list;
+        write("nobody", "");
     run.params.include_samples_g_file = run.params.include_samples_g_ref_file = run.params.include_samples_h_file =
         list;
     const std::string two = write("two", "ID_1 ID_2\n0 0\na a\nb b\n"),

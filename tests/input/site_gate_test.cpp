@@ -160,7 +160,7 @@ TEST_F(gate, stops_behind_the_region_and_counts_what_is_inside) {
     EXPECT_EQ(2U, counts.read);
     EXPECT_EQ(0U, counts.kept);  // that is for the reader to say
     EXPECT_EQ(
-        "orvide: note: Site list: The position 150 lies in the region, behind position 201, which lies behind it; the "
+        "orvide: note: Site list: The position 150 comes back into the region, which ended before position 201; the "
         "file must be sorted: the site is left out, and so are all such sites\n",
         notes());
 }

@@ -88,7 +88,8 @@ bool is_separator(char c) {
     return c == ' ' || c == '\t';
 }
 
-std::string_view without_plus(std::string_view field) {
+std::string_view without_sign_and_return(std::string_view field) {
+    if (!field.empty() && field.back() == '\r') field.remove_suffix(1);
     if (field.size() > 1 && field.front() == '+' && field[1] != '-') field.remove_prefix(1);
     return field;
 }
@@ -131,7 +132,7 @@ std::vector<std::string> split_fields(std::string_view text) {
 }
 
 bool parse_long(std::string_view field, long& value) {
-    field = without_plus(field);
+    field = without_sign_and_return(field);
     long parsed = 0;
     const auto [end, error] = std::from_chars(field.data(), field.data() + field.size(), parsed);
     if (error != std::errc() || end != field.data() + field.size()) return false;
@@ -140,7 +141,7 @@ bool parse_long(std::string_view field, long& value) {
 }
 
 bool parse_leading_double(std::string_view field, double& value) {
-    field = without_plus(field);
+    field = without_sign_and_return(field);
     double parsed = 0.0;
     const auto [end, error] = std::from_chars(field.data(), field.data() + field.size(), parsed);
     if (error == std::errc::result_out_of_range) {  // as strtod: an underflow is 0, an overflow is refused
@@ -157,7 +158,7 @@ bool parse_leading_double(std::string_view field, double& value) {
 }
 
 bool parse_double(std::string_view field, double& value) {
-    field = without_plus(field);
+    field = without_sign_and_return(field);
     double parsed = 0.0;
     if (!parse_leading_double(field, parsed)) return false;
     if (field.find_first_not_of("0123456789+-.eE") != std::string_view::npos) return false;

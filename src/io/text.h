@@ -53,8 +53,8 @@ int count_fields(std::string_view text);
 // All fields of a text.
 std::vector<std::string> split_fields(std::string_view text);
 
-// The whole field as a number: false, and the value untouched, if it is none. A leading plus is allowed; "inf" and
-// "nan" are no numbers here.
+// The whole field as a number: false, and the value untouched, if it is none. A trailing carriage return is allowed, a
+// leading plus too; "inf" and "nan" are no numbers here.
 bool parse_long(std::string_view field, long& value);
 bool parse_double(std::string_view field, double& value);
 // As above, but a number at the start of the field is enough (as sscanf reads it).

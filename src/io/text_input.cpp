@@ -130,27 +130,26 @@ bool text_input::next_line(std::string_view& line) {
         line = std::string_view(buffer_.data() + begin_, length);
         begin_ += length + (newline != nullptr ? 1 : 0);
         ++line_number_;
-        if (line_number_ == 1 || (!line.empty() && line.back() == '\r')) take_off_marks(line);
+        if (line_number_ == 1) take_off_mark(line);
+        if (!line.empty() && line.back() == '\r' && !noted_return_) {
+            noted_return_ = true;
+            odd("The line ends in a carriage return", "it stays a part of its last field, here and in what follows");
+        }
         last_line_ = line;
         return true;
     }
 }
 
-void text_input::take_off_marks(std::string_view& line) {
+void text_input::take_off_mark(std::string_view& line) {
     constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
-    if (line_number_ == 1 && line.starts_with(byte_order_mark)) {
-        line.remove_prefix(byte_order_mark.size());
-        odd("There is a byte order mark", "it is left out");
-    }
-    if (line.empty() || line.back() != '\r') return;
-    line.remove_suffix(1);
-    if (!noted_return_) odd("The line ends in a carriage return", "it is left out, here and in what follows");
-    noted_return_ = true;
+    if (!line.starts_with(byte_order_mark)) return;
+    line.remove_prefix(byte_order_mark.size());
+    odd("There is a byte order mark", "it is left out");
 }
 
 bool text_input::next_filled_line(std::string_view& line) {
     while (next_line(line)) {
-        if (line.find_first_not_of(" \t") != std::string_view::npos) return true;
+        if (line.find_first_not_of(" \t\r") != std::string_view::npos) return true;
     }
     return false;
 }

@@ -24,8 +24,8 @@ class text_input {
     text_input& operator=(const text_input&) = delete;
 
     // The next line without its newline, valid until the next call; false at the end. A corrupt or truncated gzip
-    // stream ends the run. A byte order mark at the beginning and carriage returns at ends of lines are left out, as
-    // odd input, said once a file.
+    // stream ends the run. A byte order mark at the beginning is left out, and a line that ends in a carriage return
+    // keeps it; both are odd input, said once a file.
     bool next_line(std::string_view& line);
     // As next_line, but lines without any field are passed over.
     bool next_filled_line(std::string_view& line);
@@ -51,7 +51,7 @@ class text_input {
     // Ends the run when the file is of a kind that is no text.
     void check_kind() const;
     bool refill();
-    void take_off_marks(std::string_view& line);
+    void take_off_mark(std::string_view& line);
 
     run_log& log_;
     std::string name_;

@@ -90,11 +90,11 @@ TEST_F(text_input_file, many_lines_arrive_in_order) {
     EXPECT_EQ(text, joined);
 }
 
-TEST_F(text_input_file, carriage_returns_are_left_out_and_noted_once) {
-    const std::string name = capture.files.write("f", "a\nb\r\nc\r\n\r\n");
-    EXPECT_EQ((lines{"a", "b", "c", ""}), lines_of(name));
+TEST_F(text_input_file, carriage_return_stays_and_is_noted_once) {
+    const std::string name = capture.files.write("f", "a\nb\r\nc\r\n");
+    EXPECT_EQ((lines{"a", "b\r", "c\r"}), lines_of(name));
     EXPECT_EQ("orvide: note: The line ends in a carriage return, in line 2 of the file [" + name +
-                  "]: it is left out, here and in what follows.\n",
+                  "]: it stays a part of its last field, here and in what follows.\n",
               capture.notes.str());
 }
 
@@ -112,7 +112,7 @@ TEST_F(text_input_file, odd_line_ends_end_a_strict_run) {
     const std::string name = capture.files.write("f", "a\r\n");
     expect_end(capture,
                "ERROR: The line ends in a carriage return, in line 1 of the file [" + name +
-                   "]: it is left out, here and in what follows.",
+                   "]: it stays a part of its last field, here and in what follows.",
                1, [&] { lines_of(name); });
 }
 

@@ -115,6 +115,8 @@ haplotype_row_reader::outcome haplotype_row_reader::read_fields(std::string_view
     for (std::size_t column = 0; column < n_columns_; ++column) {
         if (!fields.next(field)) return outcome::too_few;
         if (!dropped_.empty() && dropped_[column]) continue;
+        // The carriage return of a line end is no part of a digit.
+        if (fields.rest().empty() && (field == "0\r" || field == "1\r")) field.remove_suffix(1);
         if (field.size() == 1 && put(column, field[0])) continue;
         bad_field_ = field;
         bad_column_ = column + 1;

@@ -5,6 +5,7 @@
 std::string_view hapsamp_file::take_characters(std::string_view content) const {
     std::string_view characters;
     if (!field_scanner(content).next(characters)) fail("There are no haplotypes");
+    if (!characters.empty() && characters.back() == '\r') characters.remove_suffix(1);
     return characters;
 }
 

@@ -59,6 +59,7 @@ TEST_F(haplotype_row, every_length_is_packed) {
         EXPECT_EQ(alleles, read(spaced(alleles), n));
         EXPECT_EQ(alleles, read(spaced(alleles, '\t'), n));
         EXPECT_EQ(alleles, read(" " + spaced(alleles) + "  ", n));
+        EXPECT_EQ(alleles, read(spaced(alleles) + "\r", n));
     }
 }
 
@@ -110,7 +111,10 @@ TEST_F(haplotype_row, allele_is_one_character) {
     EXPECT_EQ("bad 01 3", read("0 1 01 1", 4));
     EXPECT_EQ("bad +0 4", read("0 1 1 +0", 4));
     EXPECT_EQ("bad 1.0 2", read("0 1.0", 2));
-    EXPECT_EQ("bad 1\r 2", read("0 1\r", 2));
+    EXPECT_EQ("01", read("0 1\r", 2));  // the end of the line, not of the allele
+    EXPECT_EQ("bad 0\r 1", read("0\r 1", 2));
+    EXPECT_EQ("bad ?\r 2", read("0 ?\r", 2));
+    EXPECT_EQ("too few", read("0 1\r", 3));
 }
 
 TEST_F(haplotype_row, ragged_lines_are_found) {

@@ -38,8 +38,8 @@ TEST_F(number_fields, short_decimals_are_rounded_correctly) {
         std::snprintf(text, sizeof text, "%.5f", i / 100000.0);
         EXPECT_EQ(std::strtod(text, nullptr), number(text));
     }
-    for (const char* text :
-         {"0.123456789012345", "0.1234567890123456789", "123456789012345678", ".5", "5.", "-0.25", "+1", "1e0"}) {
+    for (const char* text : {"0.123456789012345", "0.1234567890123456789", "123456789012345678", ".5", "5.", "-0.25",
+                             "+1", "1e0", "0.5\r"}) {
         EXPECT_EQ(std::strtod(text, nullptr), number(text)) << text;
     }
 }

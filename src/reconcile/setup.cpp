@@ -10,6 +10,9 @@
 
 namespace {
 
+// Where a run of text has more typed sites, alignment will hardly remove them all.
+constexpr std::size_t few_sites = 100;
+
 void reconcile_sites(run_log& log, const parameters& params, const run_plan& plan, site_table& sites) {
     if (params.restrict_buffer_to_scaffold) trim_non_scaffold(log, plan, sites);
     if (!params.keep_buffer_ref_snps && plan.has_reference) trim_reference_only(log, plan, sites);
@@ -27,9 +30,12 @@ type_counts setup_panels(run_log& log, const parameters& params, run_plan& plan,
     const std::size_t n_ind = panels[2].n_ind;
     plan.n_study = params.nind > 0 ? std::min(static_cast<std::size_t>(params.nind), n_ind) : n_ind;
     std::optional<typed_site_census> census;
-    if (sites.from_variant_files && plan.has_reference && n_ind > 0) census.emplace(sites);
+    if (plan.has_reference && n_ind > 0 && (sites.from_variant_files || count_common(sites) <= few_sites)) {
+        census.emplace(sites);
+    }
     reconcile_sites(log, params, plan, sites);
-    if (census) census->report(log, sites);
+    if (census && sites.from_variant_files) census->report(log, sites);
+    if (census && !sites.from_variant_files && !params.merge_ref_panels) census->note_cause(log, sites);
     check_frequencies(log, params, panels, sites);
     const type_counts n_of_type = report_data_summary(log, params, plan, sites);
     make_update_plan(log, params, plan, panels, sites);

@@ -45,13 +45,27 @@ const panel_labels* reference_at(const site_table& sites, long position) {
     return nullptr;
 }
 
+// Labels that would agree if small letters were capital ones.
+bool agree_in_capitals(const panel_labels& study, const panel_labels& reference) {
+    const auto capitals = [](std::string text) {
+        for (char& c : text) c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+        return text;
+    };
+    panel_labels a = study, b = reference;
+    for (panel_labels* const labels : {&a, &b}) {
+        labels->a0 = capitals(labels->a0);
+        labels->a1 = capitals(labels->a1);
+    }
+    return compare(a, b) != fit::neither;
+}
+
+}  // namespace
+
 std::size_t count_common(const site_table& sites) {
     std::size_t n = 0;
     for (const auto& [position, site] : sites.store) n += site.type == 2 ? 1 : 0;
     return n;
 }
-
-}  // namespace
 
 typed_site_census::typed_site_census(const site_table& sites) {
     for (const auto& [position, site] : sites.store) {
@@ -65,6 +79,7 @@ typed_site_census::typed_site_census(const site_table& sites) {
         const panel_labels* const other = reference ? &site.labels[*reference] : reference_at(sites, position);
         if (other == nullptr || compare(site.labels[2], *other) != fit::neither) continue;
         ++n_differing_;
+        n_small_ += agree_in_capitals(site.labels[2], *other) ? 1 : 0;
         show(differing_, concat(site_text(position, site.labels[2]), " against ", other->a0, "/", other->a1));
     }
 }
@@ -89,6 +104,10 @@ void typed_site_census::report(run_log& log, const site_table& sites) const {
     if (n_left < fewest_typed) refuse(log, n_left);
 }
 
+void typed_site_census::note_cause(run_log& log, const site_table& sites) const {
+    if (count_common(sites) == 0) log.note(concat("note: No typed site is in the reference. ", cause(0)));
+}
+
 void typed_site_census::refuse(run_log& log, std::size_t n_left) const {
     log.fatal(concat("ERROR: Of the study's typed sites ", n_left == 0 ? "none is" : "only one is",
                      " left in the region, too few to impute from. ", cause(n_left)));
@@ -99,6 +118,9 @@ std::string typed_site_census::cause(std::size_t n_left) const {
     if (n_common_ == 0 && reference_only_.empty()) {
         return "The reference has no site in the region: look at -chr and -int.";
     }
+    if (study_only_.empty() && n_common_ == 0 && differing_.empty()) {
+        return "The study's sites are not in all reference panels.";
+    }
     if (study_only_.empty() && n_common_ <= n_left) {
         return "The study has only one site in the region: look at -chr and -int.";
     }
@@ -106,5 +128,6 @@ std::string typed_site_census::cause(std::size_t n_left) const {
         return concat("The positions of study and reference differ; are they of the same genome build? The study has ",
                       joined(study_only_), "; the reference has ", joined(reference_only_), ".");
     }
-    return concat("The alleles of study and reference differ: ", joined(differing_), ".");
+    return concat("The alleles of study and reference differ: ", joined(differing_), ".",
+                  n_small_ == n_differing_ ? " Small letters are no capitals: write A, C, G and T in both." : "");
 }

@@ -140,7 +140,8 @@ TEST_F(run_channels, odd_input_is_noted_and_under_strict_it_is_an_error) {
     expect_both("");
     log.set_strict(true);
     EXPECT_THROW(log.odd_input("[y] was taken as 0."), run_end);
-    expect_both("\nERROR: [y] was taken as 0.\n\n");
+    EXPECT_EQ("\nERROR: [y] was taken as 0.\n\n", terminal());
+    EXPECT_EQ(terminal() + "failed: [y] was taken as 0.\n", capture.summary());
 }
 
 TEST_F(run_channels, a_failed_result_is_noted_and_remembered) {

@@ -129,4 +129,30 @@ TEST_F(typed_sites, name_the_reference_when_it_has_none) {
         "-int.");
 }
 
+TEST_F(typed_sites, in_small_letters_are_told_so) {
+    add(100, "ac", "AC");
+    add(110, "gt", "GT");
+    expect_refusal(
+        "only one is left in the region, too few to impute from. The alleles of study and reference differ: 100 a/c "
+        "against "
+        "A/C, 110 g/t against G/T. Small letters are no capitals: write A, C, G and T in both.",
+        100);
+}
+
+TEST_F(typed_sites, of_text_have_a_note_where_none_is_left) {
+    add(100, "AC", "");
+    add(101, "", "AC");
+    typed_site_census(run.sites).note_cause(run.log, run.sites);
+    EXPECT_EQ(
+        "orvide: note: No typed site is in the reference. The positions of study and reference differ; are they of the "
+        "same genome build? The study has 100 A/C; the reference has 101 A/C.\n",
+        capture.notes.str());
+}
+
+TEST_F(typed_sites, of_text_have_no_note_where_one_is_left) {
+    add(100, "AC", "AC");
+    typed_site_census(run.sites).note_cause(run.log, run.sites);
+    EXPECT_EQ("", capture.notes.str());
+}
+
 }  // namespace

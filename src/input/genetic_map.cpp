@@ -105,10 +105,10 @@ genetic_map read_genetic_map(run_log& log, const parameters& params, const run_p
     text_input file = open_map(log, params.m_file);
     check_header(log, file);
     const double effective_size = params.chrX && !params.Xpar ? chrx_scale * params.Ne : params.Ne;
-    const double scale = 4.0 * effective_size;
+    const double scale = 4.0 * effective_size * params.switch_rate;
     const double size_outside = params.chrX ? chrx_scale * params.Ne : params.Ne;
     genetic_map map;
-    map.rate_outside = 4.0 * size_outside * extrapolated_rate;
+    map.rate_outside = 4.0 * size_outside * extrapolated_rate * params.switch_rate;
     const auto append = [&](const map_point& point) {
         map.positions.push_back(point.position);
         map.scaled.push_back(scale * point.cM * 0.01);

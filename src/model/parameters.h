@@ -70,6 +70,7 @@ struct parameters {
     double int_upper = -1.0;                           // -int, second value (base pairs)
     double buffer_kb = 250.0;                          // -buffer (kilobases)
     double Ne = 20000.0;                               // -Ne
+    double switch_rate = 1.0;                          // -switch_rate (times what -Ne and the map tell)
     double call_thresh = 0.9;                          // -call_thresh
     double selfcheck = 0.2;                            // -selfcheck
     double prob_g_thresh = -1.0;                       // -prob_g_thresh

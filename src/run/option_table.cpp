@@ -38,6 +38,7 @@ constexpr std::array option_table{
     real("-buffer", &p::buffer_kb, "KB  buffer region on both sides of the interval [250]"),
     text("-m", &p::m_file, "FILE  fine-scale genetic map"),
     real("-Ne", &p::Ne, "N  effective population size [20000]"),
+    real("-switch_rate", &p::switch_rate, "F  times as many switches of what is copied as -Ne and the map tell [1]"),
     flag("-allow_large_regions", &p::allow_large_regions, "allow regions longer than 7 Mb"),
     heading("Reference panels"),
     texts("-h", &p::h_files, "FILE [FILE]  reference haplotypes: Panel 0, Panel 1"),

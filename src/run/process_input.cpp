@@ -35,6 +35,7 @@ constexpr const char* region_too_long =
     " in your command-line call to ORVIDE2.";
 
 constexpr int most_decimals = 1074;  // no number of double precision has more
+constexpr double most_switch_rate = 100.0;
 
 std::string last_piece(const std::string& path) {
     // As a split at "/" gives it: a trailing "/" leaves no empty piece.
@@ -143,12 +144,19 @@ class input_check {
             log_.fatal(concat("ERROR: The -outdp value (", p_.outdp, ") must be from 0 to ", most_decimals, "."));
         }
         check_preset();
+        check_switch_rate();
         check_local_states();
     }
 
     void check_preset() {
         if (!is_given(p_.preset) || !preset_options(p_.preset).empty()) return;
         log_.fatal(concat("ERROR: There is no -preset ", p_.preset, "; choose ", preset_names(), "."));
+    }
+
+    void check_switch_rate() {
+        if (p_.switch_rate > 0.0 && p_.switch_rate <= most_switch_rate) return;
+        log_.fatal(concat("ERROR: The -switch_rate value (", default_text(p_.switch_rate),
+                          ") must be above 0 and at most ", default_text(most_switch_rate), "."));
     }
 
     void check_local_states() {

@@ -158,6 +158,9 @@ void print_params(run_log& log, const parameters& params, const run_plan& plan, 
                     fixed_text(params.int_upper, 0), "]"));
     log.line(concat("                      buffer: ", default_text(params.buffer_kb), " kb"));
     log.line(concat("                          Ne: ", default_text(params.Ne)));
+    if (params.switch_rate != 1.0) {
+        log.line(concat("                 switch rate: ", default_text(params.switch_rate), " times that of the map"));
+    }
     log.line(concat("           input call thresh: ", fixed_text(params.call_thresh, 3)));
     print_preset(log, params);
     log.line(concat("     burn-in MCMC iterations: ", plan.burnin));

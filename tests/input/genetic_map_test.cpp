@@ -75,6 +75,14 @@ TEST_F(genetic_map_file, chrx_has_three_quarters_of_the_size) {
     EXPECT_DOUBLE_EQ(150.0 + 3 * 2500.0 * 1e-8 * 50, run.map.at(200));
 }
 
+TEST_F(genetic_map_file, switch_rate_stretches_the_map_inside_and_outside) {
+    run.params.switch_rate = 4.0;
+    read("100 1 0.1\n200 1 0.5\n");
+    EXPECT_DOUBLE_EQ(40.0, run.map.at(100));
+    EXPECT_DOUBLE_EQ(80.0, run.map.at(125));
+    EXPECT_DOUBLE_EQ(200.0 + 4 * 4 * 2500.0 * 1e-8 * 50, run.map.at(250));
+}
+
 TEST_F(genetic_map_file, pseudo_autosomal_region_is_reduced_outside_the_map_only) {
     run.params.chrX = run.params.Xpar = true;
     read("100 1 1.0\n150 1 2.0\n");

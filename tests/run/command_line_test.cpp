@@ -71,6 +71,7 @@ TEST(command_line, reads_numbers_as_far_as_they_go) {
     EXPECT_EQ(0.25, read({"-buffer", "0.25kb"}).params.buffer_kb);
     EXPECT_EQ(15000.0, read({"-Ne", "1.5e4"}).params.Ne);
     EXPECT_EQ(0.0, read({"-Ne", "x"}).params.Ne);
+    EXPECT_EQ(2.5, read({"-switch_rate", "2.5"}).params.switch_rate);
 }
 
 TEST(command_line, reads_both_ends_of_the_interval) {

@@ -310,14 +310,22 @@ TEST_F(parameter_report, shortens_large_numbers_as_little_as_they_were_given) {
     EXPECT_NE(std::string::npos, text.find("call thresh: 0.950\n"));
 }
 
+TEST_F(parameter_report, tells_a_switch_rate_that_is_not_that_of_the_map) {
+    EXPECT_EQ(std::string::npos, said([this] { print_params(log, params, plan, panels, models); }).find("switch rate"));
+    params.switch_rate = 2.5;
+    const std::string text = said([this] { print_params(log, params, plan, panels, models); });
+    EXPECT_NE(std::string::npos, text.find("Ne: 20000\n                 switch rate: 2.5 times that of the map\n"));
+}
+
 TEST_F(parameter_report, tells_what_a_preset_stands_for_and_the_share_of_local_states) {
     params.preset = "fast";
     params.g_file = "g";
     params.local_states = 60;
     const std::string text = said([this] { print_params(log, params, plan, panels, models); });
     EXPECT_NE(
-        text.find("\n                      preset: fast, which stands for -local_states 100 -k 40 -iter 10 -burnin "
-                  "3\n     burn-in"),
+        text.find(
+            "\n                      preset: fast, which stands for -local_states 100 -switch_rate 4 -k 40 -iter 10 "
+            "-burnin 3\n     burn-in"),
         std::string::npos);
     EXPECT_NE(text.find("\n      HMM states for phasing: 18 [Panel 2]; 60 % by local matches\n"), std::string::npos);
 }

@@ -28,7 +28,7 @@ def differs_in_signs_of_zero_only(binary, checker, case):
     shown = shown_text(binary, checker, case)
     old, new = [], []
     for line in shown.splitlines():
-        if line.startswith(('---', '+++')) or line[:1] not in '-+':
+        if line.startswith(('---', '+++')) or line[:1] not in ('-', '+'):
             continue
         if len(line) >= CUT:
             return False

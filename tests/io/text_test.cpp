@@ -211,13 +211,14 @@ TEST(parse_long, takes_whole_numbers) {
     expect_number(parse_long, "-12", -12L);
     expect_number(parse_long, "+12", 12L);
     expect_number(parse_long, "007", 7L);
+    expect_number(parse_long, "7\r", 7L);  // of the end of a line
     expect_number(parse_long, "9223372036854775807", std::numeric_limits<long>::max());
     expect_number(parse_long, "-9223372036854775808", std::numeric_limits<long>::min());
 }
 
 TEST(parse_long, refuses_everything_else) {
     for (const char* field : {"", "-", "+", "+-1", "-+1", "--1", "++1", "1.0", "1e3", "12a", "a12", " 1", "1 ", "0x10",
-                              "\r", "1\r", "9223372036854775808", "-9223372036854775809", "nan"}) {
+                              "\r", "1\r\r", "9223372036854775808", "-9223372036854775809", "nan"}) {
         expect_none<long>(parse_long, field);
     }
 }
@@ -228,6 +229,7 @@ TEST(parse_double, takes_numbers_in_any_notation) {
     expect_number(parse_double, "-1.5", -1.5);
     expect_number(parse_double, "+1.5", 1.5);
     expect_number(parse_double, ".5", 0.5);
+    expect_number(parse_double, "0.333\r", 0.333);  // of the end of a line
     expect_number(parse_double, "5.", 5.0);
     expect_number(parse_double, "-.25", -0.25);
     expect_number(parse_double, "1e3", 1000.0);
@@ -240,9 +242,9 @@ TEST(parse_double, takes_numbers_in_any_notation) {
 
 TEST(parse_double, refuses_everything_else) {
     for (const char* field :
-         {"",     "-",    "+",   ".",      "e5",    "1e",     "1e+", "1.5x", "x1.5",   "1,5", "1.2.3",
-          "1.5 ", " 1.5", "--1", "+-1",    "-+1",   "0x10",   "inf", "-inf", "+inf",   "INF", "infinity",
-          "nan",  "-nan", "NaN", "nan(1)", "1e400", "-1e400", "\r",  "1\r",  "1e-400x"}) {
+         {"",     "-",    "+",   ".",      "e5",    "1e",     "1e+", "1.5x",  "x1.5",   "1,5", "1.2.3",
+          "1.5 ", " 1.5", "--1", "+-1",    "-+1",   "0x10",   "inf", "-inf",  "+inf",   "INF", "infinity",
+          "nan",  "-nan", "NaN", "nan(1)", "1e400", "-1e400", "\r",  "1\r\r", "1e-400x"}) {
         expect_none<double>(parse_double, field);
     }
 }

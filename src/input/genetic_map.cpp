@@ -90,9 +90,11 @@ void check_reach(run_log& log, const text_input& file, const run_plan& plan, con
         log.odd_input(concat("The genetic map file [", file.name(),
                              "] has no point: all sites are taken to be at one genetic position."));
     } else if (map.positions.empty()) {
-        context.map_out_of_reach = concat("ERROR: The genetic map file [", file.name(), "] covers the positions ",
-                                          first, " to ", last.position, ", and ", region,
-                                          ". Give the map of the same chromosome and genome build as the data.");
+        context.map_out_of_reach =
+            concat("The genetic map file [", file.name(), "] covers the positions ", first, " to ", last.position,
+                   ", and ", region,
+                   ": all sites are taken to be at one genetic position. Give the map of the same "
+                   "chromosome and genome build as the data.");
     } else if (map.positions.front() > plan.buffer_upper) {
         log.odd_input(concat("The genetic map file [", file.name(), "] begins at position ", first, ", and ", region,
                              ": the rate there is taken for 1 cM per Mb."));

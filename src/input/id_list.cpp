@@ -57,8 +57,8 @@ void report_found(run_log& log, const id_set& list, const std::string& option, c
     if (list.empty()) return log.note(concat("note: ", name, " is empty"));
     const std::string missing = list.not_found();
     if (n == 0 && needed) {
-        log.fatal(concat("ERROR: Nothing of ", name, " was found in the data: ", missing,
-                         ". Its entries must be equal to IDs of the data, to the letter."));
+        return log.odd_input(concat("Nothing of ", name, " was found in the data, and it excludes nothing: ", missing,
+                                    ". Its entries must be equal to IDs of the data, to the letter."));
     }
     log.note(concat("note: ", n, " of ", list.size(), " entries of ", name, " were found",
                     missing.empty() ? std::string() : concat("; not found: ", missing), remark));

@@ -47,8 +47,8 @@ void report_sample_lists(const input_rooms& rooms, const reading_context& contex
         } else if (!acts || rooms.panels[panel].n_hap == 0) {
             note_idle(rooms.log, option, file);
         } else {
-            rooms.log.fatal(concat("ERROR: ", option, " needs the IDs of the people: give them by -sample_",
-                                   options.suffix, ", or give the data as VCF or BCF."));
+            rooms.log.odd_input(concat(option, " needs the IDs of the people: give them by -sample_", options.suffix,
+                                       ", or give the data as VCF or BCF; without them it excludes nobody."));
         }
     };
     report("ex", rooms.params.*options.exclude_samples_file, context.exclude_samples[panel], true);
@@ -122,6 +122,6 @@ void read_data(const input_rooms& rooms) {
     read_panel1(rooms, context);
     read_panel0(rooms, context);
     for (const std::size_t panel : {2U, 1U, 0U}) report_snp_list(rooms, context, panel);
-    if (!rooms.sites.store.empty() && !context.map_out_of_reach.empty()) rooms.log.fatal(context.map_out_of_reach);
+    if (!rooms.sites.store.empty() && !context.map_out_of_reach.empty()) rooms.log.odd_input(context.map_out_of_reach);
     close_reading(rooms);
 }

@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "input/note_once.h"
 #include "io/run_log.h"
 #include "io/text.h"
 #include "model/parameters.h"
@@ -13,8 +12,8 @@ region_test::region_test(const run_plan& plan) : lower_(plan.buffer_lower), uppe
 
 region_side region_test::of(const site_source& source, long position) {
     if (position < last_) {
-        source.fail(
-            concat("The position ", position, " is below the one before, ", last_, "; the file must be sorted"));
+        disorder_.odd(source, concat("The position ", position, " is below the one before, ", last_),
+                      "the file must be sorted; sites behind the first one above the region are lost");
     }
     last_ = position;
     if (position < lower_) return region_side::below;
@@ -26,8 +25,8 @@ bool is_excluded(reading_context& context, bool impute_excluded, std::size_t pan
         if (list.empty()) return false;
         return list.contains(site.snp_id) || list.contains(site.rs_id) || list.contains(std::to_string(site.position));
     };
-    if (is_on(context.exclude_snps[panel])) return true;
-    return panel < 2 && !impute_excluded && is_on(context.exclude_snps[2]);
+    const bool on_own_list = is_on(context.exclude_snps[panel]);
+    return (panel < 2 && !impute_excluded && is_on(context.exclude_snps[2])) || on_own_list;
 }
 
 void apply_strand_map(reading_context& context, long position, panel_labels& labels) {

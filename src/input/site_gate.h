@@ -12,13 +12,14 @@
 
 #include "input/input_rooms.h"
 #include "input/legend_filter.h"
+#include "input/note_once.h"
 #include "input/reading_context.h"
 #include "input/site_matching.h"
 #include "input/site_source.h"
 #include "model/snp.h"
 
-// Where a position lies relative to the analysis interval with its buffer. A position below the one before ends the
-// run.
+// Where a position lies relative to the analysis interval with its buffer. A position below the one before is odd
+// input.
 enum class region_side { below, inside, above };
 class region_test {
   public:
@@ -29,6 +30,7 @@ class region_test {
     long lower_;
     long upper_;
     long last_ = std::numeric_limits<long>::min();
+    note_once disorder_;
 };
 
 // Whether one of the three names of a SNP is on the panel's exclusion list; for a reference panel also on that of the

@@ -131,8 +131,9 @@ void warn_of_poor_table(const result_inputs& run, std::size_t set, const concord
                "look at "
                "genome build, alleles, map and ancestry, and at the info measures, before using the results.");
     run.log.note(concat("warning: ", text));
+    if (!run.params.strict) return;
     run.log.warn(concat("WARNING: ", text));
-    if (run.params.strict) run.log.line(concat("\nWARNING: ", text));
+    run.log.line(concat("\nWARNING: ", text));
 }
 
 }  // namespace

@@ -163,11 +163,13 @@ std::string apart_text(const site_table& sites) {
 }  // namespace
 
 void check_frequencies(run_log& log, const parameters& params, const panel_array& panels, const site_table& sites) {
-    for (const std::string& text : {apart_text(sites), unlike_text(panels, sites)}) {
-        if (text.empty()) continue;
-        if (!params.allow_unlike_frequencies) {
-            log.fatal(concat("ERROR: ", text, "\n-allow_unlike_frequencies lets the run go on."));
-        }
-        log.note(concat("note: ", text));
+    // With two panels a site of the study may be in one of them only, which is no sign of another build.
+    const std::string apart = params.panel1_given() ? std::string() : apart_text(sites);
+    if (!apart.empty() && !params.allow_unlike_frequencies) log.odd_input(apart);
+    const std::string unlike = unlike_text(panels, sites);
+    if (unlike.empty()) return;
+    if (!params.allow_unlike_frequencies) {
+        log.fatal(concat("ERROR: ", unlike, "\n-allow_unlike_frequencies lets the run go on."));
     }
+    log.note(concat("note: ", unlike));
 }

@@ -145,13 +145,13 @@ TEST_F(genetic_map_file, map_without_a_point_is_odd) {
     EXPECT_EQ("", context.map_out_of_reach);
 }
 
-TEST_F(genetic_map_file, map_left_of_the_region_is_an_error_for_a_run_with_sites) {
+TEST_F(genetic_map_file, map_left_of_the_region_is_odd_for_a_run_with_sites) {
     read("10 1 0.1\n90 1 0.2\n");
-    EXPECT_EQ(
-        "ERROR: The genetic map file [" + run.params.m_file +
-            "] covers the positions 10 to 90, and the region of the run with its buffer is 100 to 200. Give the map "
-            "of the same chromosome and genome build as the data.",
-        context.map_out_of_reach);
+    EXPECT_EQ("The genetic map file [" + run.params.m_file +
+                  "] covers the positions 10 to 90, and the region of the run with its buffer is 100 to 200: all sites "
+                  "are taken "
+                  "to be at one genetic position. Give the map of the same chromosome and genome build as the data.",
+              context.map_out_of_reach);
 }
 
 TEST_F(genetic_map_file, map_right_of_the_region_is_odd) {

@@ -262,11 +262,28 @@ TEST_F(genotype_file, blank_lines_are_skipped) {
     EXPECT_EQ(1, run.panels[2].n_ind);
 }
 
-TEST_F(genotype_file, unsorted_file_is_refused) {
+TEST_F(genotype_file, unsorted_file_is_read_as_it_stands_with_one_note) {
+    read("s1 r1 150 A C 0 1 0\ns2 r2 140 A C 0 1 0\ns3 r3 130 A C 0 1 0\n");
+    EXPECT_EQ(3U, run.sites.store.size());
+    EXPECT_EQ("orvide: note: The position 140 is below the one before, 150, in line 2 of the file [" + name +
+                  "]: the file must be sorted; sites behind the first one above the region are lost.\n",
+              notes());
+}
+
+TEST_F(genotype_file, numbers_above_one_are_odd_where_they_are_likelihoods) {
+    run.params.prob_g = true;
+    run.params.prob_g_thresh = 0.0;
+    read("s1 r1 150 A C 1 0.5 0.25\n");
+    EXPECT_EQ(
+        "orvide: note: The genotype of person 1 is 1 0.5 0.25; expected are three probabilities from 0 to 1 that sum "
+        "to 1 at "
+        "most, in line 1 of the file [" +
+            name + "]: they are taken as they stand, here and in what follows.\n",
+        notes());
     expect_refused(
-        "s1 r1 150 A C 0 1 0\ns2 r2 140 A C 0 1 0\n",
-        "ERROR: The position 140 is below the one before, 150; the file must be sorted, in line 2 of the file "
-        "[" +
+        "s1 r1 150 A C 1 -0.5 0.25\n",
+        "ERROR: The genotype of person 1 is 1 -0.5 0.25; expected are three probabilities from 0 to 1 that sum to "
+        "1 at most, in line 1 of the file [" +
             files().name("gen") + "].");
 }
 

@@ -216,21 +216,23 @@ TEST_F(whole_reading, site_in_two_panels_of_three_becomes_type_0_only_under_pgs)
     }
 }
 
-TEST_F(whole_reading, sites_need_a_map_that_reaches_them) {
+TEST_F(whole_reading, map_that_does_not_reach_sites_is_told) {
     run.params.m_file = write("map", "p r c\n50 1 0.1\n60 1 0.3\n");
-    expect_fatal(
-        "ERROR: The genetic map file [" + run.params.m_file +
-            "] covers the positions 50 to 60, and the region of the run with its buffer is 100 to 200. Give the "
-            "map of the same chromosome and genome build as the data.",
-        [this] { read_data(rooms); });
+    said([this] { read_data(rooms); });
+    EXPECT_EQ(
+        "orvide: note: The genetic map file [" + run.params.m_file +
+            "] covers the positions 50 to 60, and the region of the run with its buffer is 100 to 200: all sites are "
+            "taken to be at one genetic position. Give the map of the same chromosome and genome build as the data.\n",
+        notes());
 }
 
-TEST_F(whole_reading, list_of_people_needs_their_names) {
+TEST_F(whole_reading, list_of_people_without_their_names_is_told) {
     run.params.exclude_samples_g_file = write("list", "p1\n");
-    expect_fatal(
-        "ERROR: -exclude_samples_g needs the IDs of the people: give them by -sample_g, or give the data as VCF "
-        "or BCF.",
-        [this] { read_data(rooms); });
+    said([this] { read_data(rooms); });
+    EXPECT_EQ(
+        "orvide: note: -exclude_samples_g needs the IDs of the people: give them by -sample_g, or give the data as VCF "
+        "or BCF; without them it excludes nobody.\n",
+        notes());
 }
 
 TEST_F(whole_reading, lists_of_people_say_what_they_found) {
@@ -245,14 +247,15 @@ TEST_F(whole_reading, lists_of_people_say_what_they_found) {
               notes());
 }
 
-TEST_F(whole_reading, list_of_nobody_is_refused) {
+TEST_F(whole_reading, list_of_nobody_is_told) {
     run.params.exclude_samples_g_file = write("list", "P1\n");
     run.params.sample_g_file = write("sample", "ID_1 ID_2\n0 0\nf1 p1\nf2 p2\n");
-    expect_fatal(
-        "ERROR: Nothing of the list [" + run.params.exclude_samples_g_file +
-            "] (-exclude_samples_g) was found in the data: P1. Its entries must be equal to IDs of the data, to "
-            "the letter.",
-        [this] { read_data(rooms); });
+    said([this] { read_data(rooms); });
+    EXPECT_EQ(
+        "orvide: note: Nothing of the list [" + run.params.exclude_samples_g_file +
+            "] (-exclude_samples_g) was found in the data, and it excludes nothing: P1. Its entries must be equal to "
+            "IDs of the data, to the letter.\n",
+        notes());
 }
 
 TEST_F(whole_reading, list_without_its_panel_is_odd) {
@@ -263,13 +266,14 @@ TEST_F(whole_reading, list_without_its_panel_is_odd) {
               notes());
 }
 
-TEST_F(whole_reading, list_of_no_site_is_refused) {
+TEST_F(whole_reading, list_of_no_site_is_told) {
     run.params.exclude_snps_g_file = write("list", "R1\n");
-    expect_fatal(
-        "ERROR: Nothing of the list [" + run.params.exclude_snps_g_file +
-            "] (-exclude_snps_g) was found in the data: R1. Its entries must be equal to IDs of the data, to the "
-            "letter.",
-        [this] { read_data(rooms); });
+    said([this] { read_data(rooms); });
+    EXPECT_EQ(
+        "orvide: note: Nothing of the list [" + run.params.exclude_snps_g_file +
+            "] (-exclude_snps_g) was found in the data, and it excludes nothing: R1. Its entries must be equal to IDs "
+            "of the data, to the letter.\n",
+        notes());
 }
 
 }  // namespace

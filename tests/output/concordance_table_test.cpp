@@ -170,10 +170,11 @@ TEST_F(concordance_table, table_below_a_guess_by_frequency_is_warned_of) {
         "allele frequencies alone. Reference and study do not fit each other: look at genome build, alleles, map and "
         "ancestry, and at the info measures, before using the results.\n";
     EXPECT_EQ("orvide: warning: " + text, capture.notes.str());
-    EXPECT_EQ("WARNING: " + text, warnings());
+    EXPECT_EQ("", warnings());
     EXPECT_EQ(std::string::npos, terminal().find("WARNING"));
     run.params.strict = true;
     print_concordance_tables(results);
+    EXPECT_EQ("WARNING: " + text, warnings());
     EXPECT_NE(std::string::npos, terminal().find("\nWARNING: " + text));
 }
 

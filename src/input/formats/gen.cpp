@@ -20,13 +20,18 @@ gen_file::gen_file(run_log& log, const source_request& request, input_file&& fil
     const std::size_t n_numbers = count_content_fields(first_line());
     if (n_numbers % 3 != 0) log.fatal(bad_columns_text(request.words, request.file));
     n_columns_ = n_numbers / 3;
+    likelihoods_ = request.probabilities;
 }
 
-void gen_file::refuse_triple(std::size_t column, const probability_triple& triple) const {
+void gen_file::refuse_triple(std::size_t column, const probability_triple& triple) {
     const auto is_digit = [](float value) { return value == 0.0F || value == 1.0F; };
+    const auto is_negative = [](float value) { return value < 0.0F; };
     std::string text = concat("The genotype of person ", column + 1, " is");
     for (const float value : triple) text += concat(" ", default_text(static_cast<double>(value)));
     text += "; expected are three probabilities from 0 to 1 that sum to 1 at most";
+    if (likelihoods_ && std::none_of(triple.begin(), triple.end(), is_negative)) {
+        return likelihood_.odd(*this, text, "they are taken as they stand, here and in what follows");
+    }
     if (std::all_of(triple.begin(), triple.end(), is_digit)) text += "; haplotypes are read by -known_haps_g";
     fail(text);
 }

@@ -2,7 +2,7 @@
 
 // Genotypes as text: a line a site, three probabilities an individual behind the site's five fields. A probability
 // below 0 or above 1, three that sum to more than 1.02, and a line with more of them than the first one end the run; a
-// line with fewer is odd input.
+// line with fewer is odd input, and so are larger numbers where the run takes them as likelihoods.
 
 #include "input/formats/site_line.h"
 #include "input/note_once.h"
@@ -17,8 +17,9 @@ class gen_file final : public site_line_file<genotype_source> {
 
   private:
     void read_triple(number_scanner& numbers, std::size_t column, probability_triple& triple);
-    [[noreturn]] void refuse_triple(std::size_t column, const probability_triple& triple) const;
+    void refuse_triple(std::size_t column, const probability_triple& triple);
 
     std::size_t n_columns_ = 0;
-    note_once short_line_;
+    bool likelihoods_ = false;  // the run takes the numbers rather than calls
+    note_once short_line_, likelihood_;
 };

@@ -44,15 +44,15 @@ void hap_legend_pair::read_header() {
         log_.fatal(concat("ERROR: The ", request_.legend_words, " [", request_.legend, "] ", what,
                           " Please review the documentation and try again."));
     };
-    long position = 0;
-    if (header.size() >= 2 && parse_long(header[1], position)) {
-        legend_->fail(concat("The second word of the first line is the number ", header[1],
-                             "; expected is a header such as 'id position a0 a1'"));
-    }
     if (!request_.further_values && header.size() != 4) {
         refuse("does not conform to the required four-column format.");
     }
     if (header.size() < 4) refuse("must contain at least four columns.");
+    long position = 0;
+    if (parse_long(header[1], position)) {
+        legend_->fail(concat("The second word of the first line is the number ", header[1],
+                             "; expected is a header such as 'id position a0 a1'"));
+    }
     value_names_.assign(header.begin() + 4, header.end());
 }
 

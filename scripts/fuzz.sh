@@ -28,7 +28,7 @@ scripts/build.sh fuzz || exit 1
 fuzz_kind() {
     local kind=$1 folder=build/fuzz/corpus/$1
     mkdir -p "$folder" build/fuzz/found build/fuzz/logs
-    "build/fuzz/tests/fuzz/fuzz_$kind" -max_total_time="$2" -max_len=4096 -entropic=0 -timeout=20 -rss_limit_mb=2048 \
+    "build/fuzz/tests/fuzz/fuzz_$kind" -max_total_time="$2" -max_len=4096 -entropic=0 -timeout=60 -rss_limit_mb=2048 \
         -seed="${ORVIDE_FUZZ_SEED:-1}" -dict=tests/fuzz/words.dict -artifact_prefix="build/fuzz/found/$kind-" \
         -print_final_stats=1 "$folder" "tests/fuzz/corpus/$kind" >"build/fuzz/logs/$kind" 2>&1
     local status=$?

@@ -34,7 +34,6 @@ NOT_COMPARED = {
     'fill_holes_by_distances': HALF_CALLS,
     'fill_holes_two_panels': HALF_CALLS,
     'g_returns': 'VCF must be sorted',
-    'g_unsorted': 'VCF must be sorted, which is an error of its own',
     'h_ends_before_legend': 'a file of text that ends before its legend',
     'note_short_genotype_line': 'a line of text that is too short',
     'odd_words': 'an option that is given twice',

@@ -2,6 +2,8 @@
 # Builds the fuzzers with Clang and lets each kind of input have its share of the time. Begins with tests/fuzz/corpus and what
 # earlier runs found worth keeping in build/fuzz/corpus; an input that ends a run in an unforeseen way is left in build/fuzz/found.
 #
+# The limit of one allocation is high since a record of BCF may claim to have 4 GB, for which the library asks.
+#
 # usage: scripts/fuzz.sh [SECONDS] [KIND ...]     600 seconds and all kinds by default
 #
 # ORVIDE_JOBS sets the number of fuzzers at a time (default: all cores). ORVIDE_FUZZ_SEED, from 1 on, is where the random
@@ -28,7 +30,7 @@ scripts/build.sh fuzz || exit 1
 fuzz_kind() {
     local kind=$1 folder=build/fuzz/corpus/$1
     mkdir -p "$folder" build/fuzz/found build/fuzz/logs
-    "build/fuzz/tests/fuzz/fuzz_$kind" -max_total_time="$2" -max_len=4096 -entropic=0 -timeout=60 -rss_limit_mb=2048 \
+    "build/fuzz/tests/fuzz/fuzz_$kind" -max_total_time="$2" -max_len=4096 -entropic=0 -timeout=60 -rss_limit_mb=4096 -malloc_limit_mb=8192 \
         -seed="${ORVIDE_FUZZ_SEED:-1}" -dict=tests/fuzz/words.dict -artifact_prefix="build/fuzz/found/$kind-" \
         -print_final_stats=1 "$folder" "tests/fuzz/corpus/$kind" >"build/fuzz/logs/$kind" 2>&1
     local status=$?

@@ -23,7 +23,7 @@ class joiner {
         : log_(log), options_(options), current_(std::make_unique<phased_file>(log, first)) {
         samples_ = current_->samples();
         header_.reset(bcf_hdr_dup(current_->header()));
-        output_ = std::make_unique<variant_result_file>(log, output, options.format, header_.get());
+        output_ = std::make_unique<variant_result_file>(log, workers_, output, options.format, header_.get());
         turned_.assign(samples_.size(), false);
         head_ = must_begin(*current_);
         contig_ = bcf_hdr_id2name(current_->header(), head_->rid);
@@ -179,6 +179,7 @@ class joiner {
     std::vector<std::string> samples_;
     std::string contig_;
     hts_header header_;
+    worker_pool workers_;  // the caller alone
     std::unique_ptr<variant_result_file> output_;
     std::vector<bool> turned_;  // people of the current file, relative to the first one
     hts_record head_;           // of the current file, not written yet

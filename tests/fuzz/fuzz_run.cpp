@@ -104,9 +104,10 @@ std::optional<std::string> whole_run(std::string_view words, std::span<const std
     const std::string said = terminal.str();
     if (status == 0) return std::nullopt;
     if (status != 1) return "status " + std::to_string(status);
-    // What the program foresees it says in words of its own.
-    if (said.find("The run failed: ") != std::string::npos) return said.substr(said.find("The run failed: "));
-    if (said.find("The memory is exhausted") != std::string::npos) return "memory";
+    // What the program foresees it says in words of its own. No byte of an input begins a line.
+    constexpr std::string_view unforeseen = "\nERROR: The run failed: ";
+    if (said.find(unforeseen) != std::string::npos) return said.substr(said.find(unforeseen));
+    if (said.find("\nERROR: The memory is exhausted.") != std::string::npos) return "memory";
     if (notes.str().empty() && said.find("ERROR: ") == std::string::npos &&
         said.find(" must be ") == std::string::npos) {
         return "status 1 without an error: " + said.substr(said.size() - std::min<std::size_t>(said.size(), 300));

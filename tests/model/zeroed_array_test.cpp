@@ -28,4 +28,16 @@ TEST(zeroed_array, may_be_empty) {
     EXPECT_EQ(nullptr, zeroed_array<double>().data());
 }
 
+TEST(zeroed_array, of_many_pages_holds_zeros_to_its_end) {
+    constexpr std::size_t n = 700001;  // more than two huge pages
+    zeroed_array<double> values(n);
+    for (const std::size_t i : {std::size_t{0}, n / 2, n - 1}) {
+        EXPECT_EQ(0.0, values[i]);
+        values[i] = 1.0;
+    }
+    EXPECT_EQ(1.0, values[n - 1]);
+    values = zeroed_array<double>(n);
+    EXPECT_EQ(0.0, values[n - 1]);
+}
+
 }  // namespace

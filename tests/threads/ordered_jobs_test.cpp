@@ -111,6 +111,27 @@ TEST_P(jobs_of, a_second_list_share_the_workers) {
     EXPECT_EQ(std::vector<int>(20, 1), first);
 }
 
+TEST_P(jobs_of, products_come_in_their_order) {
+    std::string taken;
+    make_in_order<std::string>(
+        workers, 50, [](std::size_t, std::size_t i, std::string& product) { product = std::to_string(i) + " "; },
+        [&taken](const std::string& product) { taken += product; });
+    std::string expected;
+    for (std::size_t i = 0; i < 50; ++i) expected += std::to_string(i) + " ";
+    EXPECT_EQ(expected, taken);
+}
+
+TEST_P(jobs_of, a_product_that_fails_ends_the_making_behind_those_before_it) {
+    std::vector<std::size_t> taken;
+    const auto make = [](std::size_t, std::size_t i, std::size_t& product) {
+        if (i == 7) throw std::runtime_error("seven");
+        product = i;
+    };
+    EXPECT_THROW(make_in_order<std::size_t>(workers, 50, make, [&taken](std::size_t i) { taken.push_back(i); }),
+                 std::runtime_error);
+    EXPECT_EQ((std::vector<std::size_t>{0, 1, 2, 3, 4, 5, 6}), taken);
+}
+
 INSTANTIATE_TEST_SUITE_P(threads, jobs_of, ::testing::Values(1, 2, 3, 8));
 
 TEST(ordered_jobs, of_one_thread_are_done_as_they_are_added) {

@@ -11,7 +11,7 @@ bcf_encoder::bcf_encoder(const result_inputs& run, bcf_hdr_t* header)
     }
 }
 
-bcf1_t* bcf_encoder::encode(const variant_record& record) {
+hts_record bcf_encoder::encode(const variant_record& record) {
     bcf_clear(record_.get());
     const variant_fields fields = line_fields(record, *run_.plan.variants);
     bool good = set_site(record) && set_info(record);
@@ -20,7 +20,7 @@ bcf1_t* bcf_encoder::encode(const variant_record& record) {
     good = good && (!fields.gp || set_probs(record));
     good = good && (!fields.hds || set_haps(record));
     good = good && (!fields.pq || set_confidences(record));
-    return good ? record_.get() : nullptr;
+    return hts_record(good ? bcf_dup(record_.get()) : nullptr);  // a copy is put together
 }
 
 bool bcf_encoder::set_site(const variant_record& record) {

@@ -13,8 +13,8 @@ class bcf_encoder {
   public:
     // header: of make_variant_header; it outlives the encoder.
     bcf_encoder(const result_inputs& run, bcf_hdr_t* header);
-    // Valid until the next call; null if htslib refuses a value.
-    bcf1_t* encode(const variant_record& record);
+    // Null if htslib refuses a value.
+    hts_record encode(const variant_record& record);
 
   private:
     bool set_site(const variant_record& record);

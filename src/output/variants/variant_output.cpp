@@ -1,6 +1,11 @@
 #include "output/variants/variant_output.h"
 
+#include <memory>
+#include <string>
+#include <vector>
+
 #include "io/text.h"
+#include "output/block_writing.h"
 #include "output/site_columns.h"
 #include "output/variants/bcf_encoder.h"
 #include "output/variants/variant_format.h"
@@ -11,39 +16,55 @@
 
 namespace {
 
-// Writes the records of a block in one of the formats.
-class variant_writer {
-  public:
-    variant_writer(const result_inputs& run, const phase_confidences& confidences, variant_format format,
-                   variant_result_file& file, bcf_hdr_t* header)
-        : run_(run), file_(file), block_(run, confidences), vcf_(run), bcf_(run, header), format_(format) {}
+// Records as they stand in one of the formats.
+struct encoded_records {
+    struct line {
+        std::size_t end;  // in text
+        std::size_t site;
+    };
+    std::string text;  // of VCF
+    std::vector<line> lines;
+    std::vector<hts_record> records;  // of BCF; null where one could not be made
+};
 
-    void write(std::span<const std::size_t> sites) {
+// Used by one thread.
+class variant_formatter {
+  public:
+    variant_formatter(const result_inputs& run, const phase_confidences& confidences, variant_format format,
+                      bcf_hdr_t* header)
+        : block_(run, confidences), vcf_(run), bcf_(run, header), format_(format) {}
+
+    void write(std::span<const std::size_t> sites, encoded_records& made) {
         block_.load(sites);
-        for (std::size_t j = 0; j < sites.size(); ++j) write_record(block_.record(j));
+        for (std::size_t j = 0; j < sites.size(); ++j) {
+            const variant_record record = block_.record(j);
+            if (format_ == variant_format::bcf) {
+                made.records.push_back(bcf_.encode(record));
+            } else {
+                vcf_.append(made.text, record);
+                made.lines.push_back({made.text.size(), record.site});
+            }
+        }
     }
 
   private:
-    void write_record(const variant_record& record) {
-        if (format_ == variant_format::bcf) {
-            file_.write_record(bcf_.encode(record));
-            return;
-        }
-        line_.clear();
-        vcf_.append(line_, record);
-        const snp& site = *run_.sites.in_order[record.site];
-        const std::size_t n_bases = output_labels(run_.params, site, site.type).a0.size();
-        file_.write_line(line_, run_.sites.positions[record.site], n_bases);
-    }
-
-    const result_inputs& run_;
-    variant_result_file& file_;
     variant_block block_;
     vcf_encoder vcf_;
     bcf_encoder bcf_;
     const variant_format format_;
-    std::string line_;
 };
+
+void write_records(const result_inputs& run, const encoded_records& made, variant_result_file& file) {
+    for (const hts_record& record : made.records) file.write_record(record.get());
+    std::size_t begin = 0;
+    for (const encoded_records::line& line : made.lines) {
+        const snp& site = *run.sites.in_order[line.site];
+        const std::size_t n_bases = output_labels(run.params, site, site.type).a0.size();
+        file.write_line(std::string_view(made.text).substr(begin, line.end - begin), run.sites.positions[line.site],
+                        n_bases);
+        begin = line.end;
+    }
+}
 
 }  // namespace
 
@@ -54,7 +75,9 @@ void write_variant_output(const result_inputs& run, const phase_confidences& con
     if (!header) {
         run.log.fatal(concat("ERROR: The head of [", run.params.o_file, "] could not be made."));
     }
-    variant_result_file file(run.log, run.params.o_file, *format, header.get());
-    variant_writer writer(run, confidences, *format, file, header.get());
-    visit_blocks(variant_sites(run), [&writer](std::span<const std::size_t> block) { writer.write(block); });
+    variant_result_file file(run.log, run.workers, run.params.o_file, *format, header.get());
+    make_blocks<encoded_records>(
+        run, variant_sites(run),
+        [&] { return std::make_unique<variant_formatter>(run, confidences, *format, header.get()); },
+        [&](const encoded_records& made) { write_records(run, made, file); });
 }

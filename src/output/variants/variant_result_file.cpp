@@ -3,10 +3,14 @@
 #include <fcntl.h>
 #include <htslib/bgzf.h>
 #include <htslib/hfile.h>
+#include <htslib/kstring.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
+#include <bit>
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <exception>
@@ -38,8 +42,10 @@ const char* open_mode(variant_format format) {
 
 }  // namespace
 
-variant_result_file::variant_result_file(run_log& log, std::string name, variant_format format, bcf_hdr_t* header)
+variant_result_file::variant_result_file(run_log& log, worker_pool& workers, std::string name, variant_format format,
+                                         bcf_hdr_t* header)
     : log_(log),
+      workers_(workers),
       name_(std::move(name)),
       format_(format),
       header_(header),
@@ -56,6 +62,7 @@ variant_result_file::variant_result_file(run_log& log, std::string name, variant
 variant_result_file::~variant_result_file() {
     if (std::uncaught_exceptions() > n_exceptions_) failed_ = true;
     close();
+    ks_free(&line_);
 }
 
 void variant_result_file::open() {
@@ -75,8 +82,10 @@ void variant_result_file::open() {
     if (format_ != variant_format::bcf) file_->format.format = vcf;
     if (bcf_hdr_write(file_.get(), header_) != 0)
         failed(concat("cannot write [", name_, "] to its end: ", error_text()));
+    if (format_ == variant_format::vcf) return;
     if (format_ == variant_format::vcf_gz) open_index(name_ + ".tbi", 0);
     if (format_ == variant_format::bcf) open_index(name_ + ".csi", csi_min_shift);
+    blocks_.emplace(file_->fp.bgzf, workers_);  // behind the index, which begins behind the header
 }
 
 // min_shift: bits of the smallest bin; 0 for an index of the kind .tbi.
@@ -100,34 +109,74 @@ void variant_result_file::failed(std::string_view what) {
 }
 
 bool variant_result_file::write_text(std::string_view text) {
-    const auto n = static_cast<ssize_t>(text.size());
-    if (format_ == variant_format::vcf_gz) return bgzf_write(file_->fp.bgzf, text.data(), text.size()) == n;
-    return hwrite(file_->fp.hfile, text.data(), text.size()) == n;
+    if (blocks_) return blocks_->write(text);
+    return hwrite(file_->fp.hfile, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+}
+
+bool variant_result_file::add_to_index(int contig, hts_pos_t first, hts_pos_t last) {
+    if (file_->idx == nullptr) return true;
+    // An index of the kind .tbi has names of its own.
+    if (format_ == variant_format::vcf_gz) {
+        contig = hts_idx_tbi_name(file_->idx, contig, bcf_hdr_id2name(header_, contig));
+    }
+    return contig >= 0 && blocks_->mark([this, contig, first, last](std::uint64_t place) {
+        return hts_idx_push(file_->idx, contig, first, last, place, 1) == 0;
+    });
 }
 
 void variant_result_file::write_line(std::string_view line, long position, std::size_t n_bases) {
     if (failed_) return;
     errno = 0;
-    bool good = write_text(line);
-    if (good && file_->idx != nullptr) {
-        const int contig = hts_idx_tbi_name(file_->idx, 0, bcf_hdr_id2name(header_, 0));
-        const hts_pos_t first = position - 1;
-        good = contig >= 0 && hts_idx_push(file_->idx, contig, first, first + static_cast<hts_pos_t>(n_bases),
-                                           static_cast<std::uint64_t>(bgzf_tell(file_->fp.bgzf)), 1) == 0;
+    const hts_pos_t first = position - 1;
+    if (!write_text(line) || !add_to_index(0, first, first + static_cast<hts_pos_t>(n_bases))) {
+        failed(concat("cannot write [", name_, "] to its end: ", error_text()));
     }
-    if (!good) failed(concat("cannot write [", name_, "] to its end: ", error_text()));
+}
+
+// The fixed fields as they stand in the file, then the two parts as they lie in memory.
+bool variant_result_file::write_parts(const bcf1_t& record) {
+    const auto word = [](auto value) { return std::bit_cast<std::uint32_t>(value); };
+    const std::array<std::uint32_t, 8> fixed{static_cast<std::uint32_t>(record.shared.l + 24),
+                                             static_cast<std::uint32_t>(record.indiv.l),
+                                             word(record.rid),
+                                             static_cast<std::uint32_t>(record.pos),
+                                             static_cast<std::uint32_t>(record.rlen),
+                                             word(record.qual),
+                                             std::uint32_t{record.n_allele} << 16U | record.n_info,
+                                             std::uint32_t{record.n_fmt} << 24U | record.n_sample};
+    return blocks_->write({reinterpret_cast<const char*>(fixed.data()), sizeof(fixed)}) &&
+           blocks_->write({record.shared.s, record.shared.l}) && blocks_->write({record.indiv.s, record.indiv.l});
+}
+
+bool variant_result_file::write_as_text(bcf1_t* record) {
+    line_.l = 0;
+    return vcf_format1(header_, record, &line_) == 0 && write_text({line_.s, line_.l});
 }
 
 void variant_result_file::write_record(bcf1_t* record) {
     if (failed_) return;
     errno = 0;
-    if (record == nullptr || bcf_write(file_.get(), header_, record) != 0) {
+    bool good =
+        record != nullptr && record->errcode == 0 && static_cast<int>(record->n_sample) == bcf_hdr_nsamples(header_);
+    hts_record whole;
+    if (good && (record->d.shared_dirty != 0 || record->d.indiv_dirty != 0)) {
+        whole.reset(bcf_dup(record));  // which puts together what was changed
+        record = whole.get();
+        good = record != nullptr;
+    }
+    good = good && (format_ == variant_format::bcf ? write_parts(*record) : write_as_text(record));
+    if (!good || !add_to_index(record->rid, record->pos, record->pos + record->rlen)) {
         failed(concat("cannot write [", name_, "] to its end: ", error_text()));
     }
 }
 
 void variant_result_file::close() {
     if (!file_) return;
+    errno = 0;
+    if (!failed_ && blocks_ && !blocks_->finish()) {
+        failed(concat("cannot write [", name_, "] to its end: ", error_text()));
+    }
+    blocks_.reset();
     errno = 0;
     const bool index_good = failed_ || index_name_.empty() || bcf_idx_save(file_.get()) == 0;
     const std::string index_error = error_text();

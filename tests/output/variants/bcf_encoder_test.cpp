@@ -12,10 +12,10 @@ class bcf_encoder_of_run : public encoder_fixture {
         const hts_header header = make_variant_header(results);
         ASSERT_TRUE(header);
         bcf_encoder encoder(results, header.get());
-        bcf1_t* const encoded = encoder.encode(record);
+        const hts_record encoded = encoder.encode(record);
         ASSERT_NE(encoded, nullptr);
         kstring_t text = KS_INITIALIZE;
-        ASSERT_EQ(vcf_format1(header.get(), encoded, &text), 0);
+        ASSERT_EQ(vcf_format1(header.get(), encoded.get(), &text), 0);
         std::string line;
         vcf_encoder(results).append(line, record);
         EXPECT_EQ(std::string(text.s, text.l), line);

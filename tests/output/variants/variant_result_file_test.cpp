@@ -20,7 +20,7 @@ class variant_result_on_disk : public encoder_fixture {
     }
     // A file of lines at 110, 1110, ...
     void write(const std::string& name, variant_format format, std::size_t n_lines) {
-        variant_result_file file(run.log, name, format, header.get());
+        variant_result_file file(run.log, workers, name, format, header.get());
         for (std::size_t k = 0; k < n_lines; ++k) write_one(file, format, 110 + 1000 * static_cast<long>(k));
         file.close();
     }
@@ -142,7 +142,7 @@ TEST_F(variant_result_on_disk, exception_leaves_the_older_file_and_its_index) {
         std::ofstream(name) << "old";
         std::ofstream(index) << "old index";
         try {
-            variant_result_file out(run.log, name, format, header.get());
+            variant_result_file out(run.log, workers, name, format, header.get());
             write_one(out, format, 110);
             EXPECT_EQ(file_text(name), "old");
             throw run_end{1};
@@ -157,7 +157,7 @@ TEST_F(variant_result_on_disk, exception_leaves_the_older_file_and_its_index) {
 TEST_F(variant_result_on_disk, record_that_could_not_be_made_is_a_failure) {
     const std::string name = file("x.bcf");
     {
-        variant_result_file out(run.log, name, variant_format::bcf, header.get());
+        variant_result_file out(run.log, workers, name, variant_format::bcf, header.get());
         out.write_record(nullptr);
     }
     EXPECT_EQ(notes(), "orvide: cannot write [" + name + "] to its end: Input/output error\n");

@@ -19,10 +19,6 @@ constexpr double bytes_of_program = 2e6;
 
 constexpr double least_share = 0.8, largest_share = 1.2;  // of what is to come, if the estimate is wrong
 
-std::string megabytes(double bytes) {
-    return fixed_text(std::ceil(bytes / 1e6), 0) + " MB";
-}
-
 double panel_bytes(const panel_array& panels, std::size_t n_sites) {
     constexpr double bits = 8.0;
     double n_hap = 0.0;

@@ -3,7 +3,6 @@
 #include <sys/resource.h>
 #include <sys/statvfs.h>
 
-#include <cmath>
 #include <filesystem>
 #include <optional>
 
@@ -46,10 +45,6 @@ file_room room_a_genotype(const parameters& params) {
     const std::optional<variant_format> format = variant_format_of(params.o_file);
     if (!format) return params.o_gz ? compressed_genotype : text_genotype;
     return *format == variant_format::vcf ? vcf_genotype : compressed_genotype;
-}
-
-std::string megabytes(double bytes) {
-    return fixed_text(std::ceil(bytes / 1e6), 0) + " MB";
 }
 
 }  // namespace

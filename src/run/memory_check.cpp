@@ -1,7 +1,6 @@
 #include "run/memory_check.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include "io/run_log.h"
 #include "io/text.h"
@@ -12,9 +11,9 @@
 
 namespace {
 
-// Fitted to runs of 28 to 158 MB on simulated data, of which docs/performance.md tells the peaks.
+// Fitted to runs of 25 to 158 MB on simulated data, of which docs/performance.md tells the peaks.
 constexpr double classes_a_panel_bit = 1.0;  // haplotypes by classes, and what sorts them, take as much as the panels
-constexpr double tables_a_root_of_sites = 1.5;
+constexpr double tables_a_typed_site = 1.0 / 14.0;
 constexpr double bytes_of_program = 2e6;
 
 constexpr double least_share = 0.8, largest_share = 1.2;  // of what is to come, if the estimate is wrong
@@ -34,8 +33,7 @@ double table_bytes(const data& run) {
     for (const snp* site : run.sites.in_order) n_typed += site->in_panel(2) ? 1 : 0;
     const auto n = static_cast<double>(n_typed);
     const bool keeps_all = run.params.show_all_copy_probs && run.params.use_old_code;
-    const double n_tables = keeps_all ? n : tables_a_root_of_sites * std::sqrt(n);
-    return n_tables * k * (k + 1) / 2.0 * sizeof(double);
+    return (keeps_all ? n : tables_a_typed_site * n) * k * (k + 1) / 2.0 * sizeof(double);
 }
 
 // What a sweep of one haplotype says of all its states under -show_ref_copy_probs.

@@ -1,5 +1,6 @@
 #include "run/program.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <ctime>
 #include <exception>
@@ -77,8 +78,8 @@ std::optional<std::string> find_refusal(const parameters& params, std::optional<
     std::optional<std::string> refusal = find_overwriting(params);
     if (refusal) return refusal;
     const std::vector<run_file> outputs = locked_names(params);
-    std::vector<std::string> names;
-    for (const run_file& output : outputs) names.push_back(output.name);
+    std::vector<std::string> names(outputs.size());
+    std::transform(outputs.begin(), outputs.end(), names.begin(), [](const run_file& output) { return output.name; });
     locks.emplace(names);
     if (!locks->refused()) return std::nullopt;
     const run_file& refused = outputs[*locks->refused()];

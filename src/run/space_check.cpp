@@ -95,12 +95,14 @@ class output_list {
     }
 
     void add_files_of_iterations() {
-        const std::size_t n_stored = results_.plan.stored_iters.size();
+        const std::vector<int>& stored = results_.plan.stored_iters;
+        const std::size_t n_stored = stored.size();
+        const int first_stored = stored.empty() ? 1 : stored.front() + 1;
         const auto n_study = static_cast<double>(run_.plan.n_study);
         const bool counts = p_.counts_per_iter || p_.counts_wt_per_iter;
         const auto [first, last] = run_.sites.range(output_interval(p_, run_.plan));
         if (counts && !is_given(p_.intermed_posns_file)) {
-            const std::string name = concat(p_.counts_per_iter ? "_gtcounts_iter" : "_gtcounts_wt_iter", p_.burnin + 1);
+            const std::string name = concat(p_.counts_per_iter ? "_gtcounts_iter" : "_gtcounts_wt_iter", first_stored);
             add(results_.name(name), "genotype counts", n_stored, static_cast<double>(last - first), n_study,
                 as_written(text_counts));
         }
@@ -108,7 +110,7 @@ class output_list {
         add_sampled(p_.hap_samp_out_g_ref, 1);
         add_sampled(p_.hap_samp_out_h, 0);
         if (run_.plan.tmp_haps) {
-            add(concat(p_.mem_save_str, "_tmpsamp_iter", p_.burnin + 1, ".gz"), "temporary haplotypes", n_stored,
+            add(concat(p_.mem_save_str, "_tmpsamp_iter", first_stored, ".gz"), "temporary haplotypes", n_stored,
                 count_sites(2), n_study, sampled_pair);
         }
     }

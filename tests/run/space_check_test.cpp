@@ -73,7 +73,7 @@ TEST_F(space_check, knows_the_files_of_phases) {
 
 TEST_F(space_check, knows_the_files_of_iterations) {
     run.params.iter = 7;
-    run.params.burnin = 4;
+    run.params.burnin = run.plan.burnin = 4;
     run.plan.n_iterations = 7;
     run.params.hap_samp_out_g = "sampled";
     run.params.counts_per_iter = true;

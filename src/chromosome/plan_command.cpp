@@ -76,8 +76,7 @@ genetic_map read_map(run_log& log, const std::string& name) {
     whole.buffer_lower = 0;
     whole.buffer_upper = std::numeric_limits<long>::max();
     try {
-        reading_context context;
-        genetic_map map = read_genetic_map(own, params, whole, context);
+        genetic_map map = read_genetic_map(own, params, whole).map;
         if (!std::ranges::is_sorted(map.positions) || !std::ranges::is_sorted(map.scaled)) {
             log.fatal(concat("ERROR: The genetic map [", name, "] is not sorted by position."));
         }

@@ -81,29 +81,30 @@ void note_disorder(const text_input& file, const genetic_map& map, const map_poi
                  "the map stays as it stands");
 }
 
-// first, last: of the points that were read; last is left of the region unless there is a kept one.
-void check_reach(run_log& log, const text_input& file, const run_plan& plan, const genetic_map& map, long first,
-                 const map_point& last, reading_context& context) {
+// first, last: of the points that were read; last is left of the region unless there is a kept one. What is to be said
+// only of a run with sites is given back.
+std::string check_reach(run_log& log, const text_input& file, const run_plan& plan, const genetic_map& map, long first,
+                        const map_point& last) {
     const std::string region =
         concat("the region of the run with its buffer is ", plan.buffer_lower, " to ", plan.buffer_upper);
     if (map.positions.empty() && last.position == -1) {
         log.odd_input(concat("The genetic map file [", file.name(),
                              "] has no point: all sites are taken to be at one genetic position."));
     } else if (map.positions.empty()) {
-        context.map_out_of_reach =
-            concat("The genetic map file [", file.name(), "] covers the positions ", first, " to ", last.position,
-                   ", and ", region,
-                   ": all sites are taken to be at one genetic position. Give the map of the same "
-                   "chromosome and genome build as the data.");
+        return concat("The genetic map file [", file.name(), "] covers the positions ", first, " to ", last.position,
+                      ", and ", region,
+                      ": all sites are taken to be at one genetic position. Give the map of the same "
+                      "chromosome and genome build as the data.");
     } else if (map.positions.front() > plan.buffer_upper) {
         log.odd_input(concat("The genetic map file [", file.name(), "] begins at position ", first, ", and ", region,
                              ": the rate there is taken for 1 cM per Mb."));
     }
+    return {};
 }
 
 }  // namespace
 
-genetic_map read_genetic_map(run_log& log, const parameters& params, const run_plan& plan, reading_context& context) {
+map_reading read_genetic_map(run_log& log, const parameters& params, const run_plan& plan) {
     text_input file = open_map(log, params.m_file);
     check_header(log, file);
     const double effective_size = params.chrX && !params.Xpar ? chrx_scale * params.Ne : params.Ne;
@@ -139,7 +140,7 @@ genetic_map read_genetic_map(run_log& log, const parameters& params, const run_p
         append(point);
         if (point.position > plan.buffer_upper) break;
     }
-    check_reach(log, file, plan, map, first, last, context);
+    std::string out_of_reach = check_reach(log, file, plan, map, first, last);
     log.line(concat(" --read ", n_inside, " SNPs in the analysis interval+buffer region"));
-    return map;
+    return {std::move(map), std::move(out_of_reach)};
 }

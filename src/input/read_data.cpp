@@ -117,11 +117,12 @@ void read_panel0(const input_rooms& rooms, reading_context& context) {
 void read_data(const input_rooms& rooms) {
     rooms.log.header("-----------------", " Data processing ");
     reading_context context;
-    rooms.map = read_genetic_map(rooms.log, rooms.params, rooms.plan, context);
+    map_reading map = read_genetic_map(rooms.log, rooms.params, rooms.plan);
+    rooms.map = std::move(map.map);
     read_study(rooms, context);
     read_panel1(rooms, context);
     read_panel0(rooms, context);
     for (const std::size_t panel : {2U, 1U, 0U}) report_snp_list(rooms, context, panel);
-    if (!rooms.sites.store.empty() && !context.map_out_of_reach.empty()) rooms.log.odd_input(context.map_out_of_reach);
+    if (!rooms.sites.store.empty() && !map.out_of_reach.empty()) rooms.log.odd_input(map.out_of_reach);
     close_reading(rooms);
 }

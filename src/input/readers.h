@@ -18,9 +18,12 @@ void read_data(const input_rooms& rooms);
 
 // --- the stages, in order -------------------------------------------------------------------------------------------
 
-// The stretch of -m that covers the interval plus buffer. What is to be said of a map that ends left of it goes to the
-// context: a region without sites does not need one.
-genetic_map read_genetic_map(run_log& log, const parameters& params, const run_plan& plan, reading_context& context);
+struct map_reading {
+    genetic_map map;
+    std::string out_of_reach;  // what is to be said of a map that ends left of the region if that has sites; else empty
+};
+// The stretch of -m that covers the interval plus buffer.
+map_reading read_genetic_map(run_log& log, const parameters& params, const run_plan& plan);
 
 // Strand by position within the interval plus buffer; the first line of a position counts.
 std::map<long, std::string> read_strand_file(run_log& log, const run_plan& plan, const std::string& file,

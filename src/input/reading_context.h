@@ -35,8 +35,6 @@ struct reading_context {
     // For each of them the index among the -g individuals; empty without a map.
     std::vector<std::optional<std::size_t>> known_hap_index_map;
 
-    std::string map_out_of_reach;  // what is told of the map once there are sites; else empty
-
     // Forgets what belongs to one panel only.
     void start_panel() {
         strand_map.clear();

@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <map>
 
 #include "io/file_target.h"
 #include "io/removal_list.h"
@@ -54,4 +55,16 @@ output_lock::~output_lock() {
     if (is_lock_file(descriptor_, name_)) unlink(name_.c_str());
     removal_list::take_back(*removal_);
     close(descriptor_);
+}
+
+output_locks::output_locks(const std::vector<std::string>& outputs) {
+    std::map<std::string, std::size_t> by_path;
+    for (std::size_t i = 0; i < outputs.size(); ++i) by_path.emplace(target_of(outputs[i]).path, i);
+    for (const auto& [path, i] : by_path) {
+        locks_.push_back(std::make_unique<output_lock>(outputs[i]));
+        if (locks_.back()->is_refused()) {
+            refused_ = i;
+            return;
+        }
+    }
 }

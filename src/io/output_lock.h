@@ -4,8 +4,10 @@
 // ends.
 
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 class output_lock {
   public:
@@ -26,4 +28,18 @@ class output_lock {
     int descriptor_ = -1;
     bool refused_ = false;
     std::optional<std::size_t> removal_;
+};
+
+// The locks of several outputs.
+class output_locks {
+  public:
+    // Takes them one after the other, in an order of their own, so that of two runs which want the same ones the first
+    // gets all; ends at one that another run has. Names that lead to one file have one lock.
+    explicit output_locks(const std::vector<std::string>& outputs);
+    // The place in the list of the output that another run is at; nobody if all locks were had.
+    std::optional<std::size_t> refused() const { return refused_; }
+
+  private:
+    std::vector<std::unique_ptr<output_lock>> locks_;
+    std::optional<std::size_t> refused_;
 };

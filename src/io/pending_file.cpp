@@ -31,7 +31,7 @@ void keep_owner_and_mode(int descriptor, const std::string& old) {
 
 }  // namespace
 
-pending_file::pending_file(const std::string& name) {
+pending_file::pending_file(const std::string& name, file_life life) {
     const file_target target = target_of(name);
     target_ = target.path;
     if (target.is_stream) {
@@ -43,9 +43,11 @@ pending_file::pending_file(const std::string& name) {
     open_temporary(target);
     const bool no_new_files = error_ == EACCES || error_ == EPERM || error_ == EROFS;
     if (target.identity && no_new_files) open_in_place(target);
+    if (descriptor_ >= 0 && life == file_life::result) watched_ = fcntl(descriptor_, F_DUPFD_CLOEXEC, 0);
 }
 
 pending_file::~pending_file() {
+    if (watched_ >= 0) close(watched_);
     if (!removal_) return;
     unlink(path_.c_str());
     forget();
@@ -73,7 +75,20 @@ void pending_file::forget() {
     removal_.reset();
 }
 
+int pending_file::make_durable() {
+    if (watched_ < 0) return 0;
+    int error = 0;
+    do {
+        error = fdatasync(watched_) == 0 ? 0 : errno;
+    } while (error == EINTR);
+    close(watched_);
+    watched_ = -1;
+    const bool cannot_wait = error == EINVAL || error == ENOSYS || error == ENOTSUP || error == EROFS;
+    return cannot_wait ? 0 : error;  // of a file system that has no such call
+}
+
 int pending_file::publish() {
+    if (const int error = make_durable(); error != 0) return error;
     if (!removal_) return error_;
     if (std::rename(path_.c_str(), target_.c_str()) != 0) return errno;
     forget();

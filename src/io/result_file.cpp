@@ -52,8 +52,8 @@ struct result_file::chain {
     boost::iostreams::filtering_ostream stream;
 };
 
-result_file::result_file(run_log& log, std::string name, bool gzipped)
-    : log_(log), name_(std::move(name)), file_(name_), n_exceptions_(std::uncaught_exceptions()) {
+result_file::result_file(run_log& log, std::string name, bool gzipped, file_life life)
+    : log_(log), name_(std::move(name)), file_(name_, life), n_exceptions_(std::uncaught_exceptions()) {
     if (file_.error() != 0) {
         failed(concat("cannot write [", name_, "]: ", std::strerror(file_.error())));
         return;

@@ -16,7 +16,7 @@ class result_file : public result_text {
   public:
     // Opens the file for writing. A failure is named on standard error, the text is lost, an older file of the name
     // stays, and the run will end with status 1.
-    result_file(run_log& log, std::string name, bool gzipped);
+    result_file(run_log& log, std::string name, bool gzipped, file_life life = file_life::result);
     result_file(const result_file&) = delete;
     result_file& operator=(const result_file&) = delete;
     ~result_file();

@@ -175,6 +175,10 @@ std::string fixed_text(double value, int decimals) {
     return std::string(buffer.data(), static_cast<std::size_t>(n));
 }
 
+std::string megabytes(double bytes) {
+    return fixed_text(std::ceil(bytes / 1e6), 0) + " MB";
+}
+
 std::string default_text(double value) {
     std::array<char, 64> buffer{};
     const int n = std::snprintf(buffer.data(), buffer.size(), "%g", value);

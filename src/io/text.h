@@ -63,6 +63,8 @@ bool parse_leading_double(std::string_view field, double& value);
 // Text of a number: fixed notation with a number of decimals, or the default notation of a C++ stream (6 digits).
 std::string fixed_text(double value, int decimals);
 std::string default_text(double value);
+// An amount of memory or disk, rounded up: "3 MB".
+std::string megabytes(double bytes);
 
 // What a message shows of a text from outside: bytes that are no text, or would move the cursor, as \xNN; of a long
 // text the beginning, with "..." behind it. UTF-8 stays.

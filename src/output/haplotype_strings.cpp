@@ -25,8 +25,8 @@ const panel_labels& panel_labels_of(const result_inputs& run, const snp& site, s
 }
 
 void write_haplotype_strings(const result_inputs& run, const std::string& name, std::size_t panel,
-                             const std::vector<std::size_t>& sites, bool invert_equal_labels) {
-    result_file file(run.log, name, true);
+                             const std::vector<std::size_t>& sites, bool invert_equal_labels, file_life life) {
+    result_file file(run.log, name, true, life);
     site_alleles alleles(run.panels[panel].haps);
     const std::vector<std::optional<std::size_t>> layout = string_layout(run, panel);
     std::string text(layout.size(), '-');

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "io/pending_file.h"
 #include "output/result_inputs.h"
 
 // For each character of the text the haplotype that it stands for: two an individual, of which a haploid has the first
@@ -20,4 +21,5 @@ const panel_labels& panel_labels_of(const result_inputs& run, const snp& site, s
 // Writes a compressed file with a line for each of the sites. invert_equal_labels: a panel whose coding was inverted
 // and whose labels are equal, which does not show in the line, is written as it was given.
 void write_haplotype_strings(const result_inputs& run, const std::string& name, std::size_t panel,
-                             const std::vector<std::size_t>& sites, bool invert_equal_labels);
+                             const std::vector<std::size_t>& sites, bool invert_equal_labels,
+                             file_life life = file_life::result);

@@ -141,7 +141,7 @@ void place_temporary_haplotypes(run_log& log, parameters& params) {
 
 void write_temporary_haplotypes(const result_inputs& run, int iter) {
     if (has_own_directory(run)) removal_list::add(tmp_name(run, iter));
-    write_haplotype_strings(run, tmp_name(run, iter), 2, tmp_sites(run), false);
+    write_haplotype_strings(run, tmp_name(run, iter), 2, tmp_sites(run), false, file_life::temporary);
 }
 
 void read_temporary_haplotypes(const result_inputs& run, int iter, sample_bits& samples) {

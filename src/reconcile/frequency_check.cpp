@@ -168,6 +168,7 @@ void check_frequencies(run_log& log, const parameters& params, const panel_array
     if (!apart.empty() && !params.allow_unlike_frequencies) log.odd_input(apart);
     const std::string unlike = unlike_text(panels, sites);
     if (unlike.empty()) return;
+    if (params.h_files.size() > 1) log.note("note: Two panels are given: do -h and -l name them in the same order?");
     if (!params.allow_unlike_frequencies) {
         log.fatal(concat("ERROR: ", unlike, "\n-allow_unlike_frequencies lets the run go on."));
     }

@@ -12,6 +12,8 @@ struct sized_run {
     const site_table& sites;
     std::pair<long, long> interval;  // of accumulation
 
+    // Those who are analysed: sums of others would never be touched.
+    std::size_t n_study() const { return plan.n_study; }
     std::size_t n_known() const {
         const std::vector<bool>& ordered = panels[2].ordered;
         return static_cast<std::size_t>(std::count(ordered.begin(), ordered.end(), true));
@@ -38,13 +40,13 @@ struct columns {
 template <typename Give>
 void give_sums(const sized_run& run, accumulators& acc, Give give) {
     const parameters& p = run.params;
-    const std::size_t n_ind = run.panels[2].n_ind, n_known = run.n_known();
+    const std::size_t n_known = run.n_known();
     const bool posterior_genotypes = p.pgs || p.pgs_miss || p.pgs_prob;
     if (!p.mc_impute || posterior_genotypes) {
         const columns cols(run, [&](const snp& s) {
             return (run.is_imputed(s) && !p.mc_impute) || (run.is_study_site(s) && posterior_genotypes);
         });
-        for (sum_table& table : acc.gtype_acc) give(table, n_ind, cols);
+        for (sum_table& table : acc.gtype_acc) give(table, run.n_study(), cols);
     }
     const bool known_typed = p.print_allele_probs || p.phase, known_imputed = p.phase || run.plan.known_hap_dosages;
     if (n_known > 0 && (known_typed || known_imputed)) {
@@ -57,7 +59,7 @@ void give_sums(const sized_run& run, accumulators& acc, Give give) {
         const columns cols(run, [&](const snp& s) { return s.type == 2; });
         for (std::size_t cond = 0; cond < 2; ++cond) {
             if (!run.plan.output_types[cond] && p.weight_panel != static_cast<int>(cond)) continue;
-            for (sum_table& table : acc.gtype_acc3[cond]) give(table, n_ind, cols);
+            for (sum_table& table : acc.gtype_acc3[cond]) give(table, run.n_study(), cols);
         }
     }
 }

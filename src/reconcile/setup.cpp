@@ -33,6 +33,7 @@ type_counts setup_panels(run_log& log, const parameters& params, run_plan& plan,
     if (plan.has_reference && n_ind > 0 && (sites.from_variant_files || count_common(sites) <= few_sites)) {
         census.emplace(sites);
     }
+    if (plan.has_reference && n_ind > 0) note_exchanged_files(log, params, sites);
     reconcile_sites(log, params, plan, sites);
     if (census && sites.from_variant_files) census->report(log, sites);
     if (census && !sites.from_variant_files && !params.merge_ref_panels) census->note_cause(log, sites);

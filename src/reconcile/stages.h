@@ -13,6 +13,10 @@
 #include "model/run_plan.h"
 #include "model/site_table.h"
 
+// Notes what tells that files may have been given in each other's place, or be of different chromosomes or genome
+// builds: a study with all sites of a reference and as many again, and IDs where hardly a site is in common.
+void note_exchanged_files(run_log& log, const parameters& params, const site_table& sites);
+
 // Erases the sites of the buffer that no known haplotype spoke of.
 void trim_non_scaffold(run_log& log, const run_plan& plan, site_table& sites);
 

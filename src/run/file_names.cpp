@@ -11,46 +11,59 @@
 
 namespace {
 
-struct named_input {
+struct named_file {
     const char* option;
     std::string parameters::*file;
 };
 
 constexpr std::array named_inputs{
-    named_input{"-g", &parameters::g_file},
-    named_input{"-g_ref", &parameters::g_ref_file},
-    named_input{"-known_haps_g", &parameters::known_haps_g_file},
-    named_input{"-known_haps_g_ref", &parameters::known_haps_g_ref_file},
-    named_input{"-hap_init_g", &parameters::hap_init_g_file},
-    named_input{"-hap_init_g_ref", &parameters::hap_init_g_ref_file},
-    named_input{"-hap_init_h", &parameters::hap_init_h_file},
-    named_input{"-m", &parameters::m_file},
-    named_input{"-strand_g", &parameters::strand_g_file},
-    named_input{"-strand_g_ref", &parameters::strand_g_ref_file},
-    named_input{"-strand_h", &parameters::strand_h_file},
-    named_input{"-sample_g", &parameters::sample_g_file},
-    named_input{"-sample_g_ref", &parameters::sample_g_ref_file},
-    named_input{"-sample_h", &parameters::sample_h_file},
-    named_input{"-sample_known_haps_g", &parameters::sample_known_haps_g_file},
-    named_input{"-exclude_samples_g", &parameters::exclude_samples_g_file},
-    named_input{"-exclude_samples_g_ref", &parameters::exclude_samples_g_ref_file},
-    named_input{"-exclude_samples_h", &parameters::exclude_samples_h_file},
-    named_input{"-include_samples_g", &parameters::include_samples_g_file},
-    named_input{"-include_samples_g_ref", &parameters::include_samples_g_ref_file},
-    named_input{"-include_samples_h", &parameters::include_samples_h_file},
-    named_input{"-exclude_snps_g", &parameters::exclude_snps_g_file},
-    named_input{"-exclude_snps_g_ref", &parameters::exclude_snps_g_ref_file},
-    named_input{"-exclude_snps_h", &parameters::exclude_snps_h_file},
-    named_input{"-include_snps", &parameters::include_snps_file},
-    named_input{"-intermed_posns", &parameters::intermed_posns_file},
-    named_input{"-distances", &parameters::distances_file},
-    named_input{"-distances_by_hap", &parameters::distances_by_hap_file},
+    named_file{"-g", &parameters::g_file},
+    named_file{"-g_ref", &parameters::g_ref_file},
+    named_file{"-known_haps_g", &parameters::known_haps_g_file},
+    named_file{"-known_haps_g_ref", &parameters::known_haps_g_ref_file},
+    named_file{"-hap_init_g", &parameters::hap_init_g_file},
+    named_file{"-hap_init_g_ref", &parameters::hap_init_g_ref_file},
+    named_file{"-hap_init_h", &parameters::hap_init_h_file},
+    named_file{"-m", &parameters::m_file},
+    named_file{"-strand_g", &parameters::strand_g_file},
+    named_file{"-strand_g_ref", &parameters::strand_g_ref_file},
+    named_file{"-strand_h", &parameters::strand_h_file},
+    named_file{"-sample_g", &parameters::sample_g_file},
+    named_file{"-sample_g_ref", &parameters::sample_g_ref_file},
+    named_file{"-sample_h", &parameters::sample_h_file},
+    named_file{"-sample_known_haps_g", &parameters::sample_known_haps_g_file},
+    named_file{"-exclude_samples_g", &parameters::exclude_samples_g_file},
+    named_file{"-exclude_samples_g_ref", &parameters::exclude_samples_g_ref_file},
+    named_file{"-exclude_samples_h", &parameters::exclude_samples_h_file},
+    named_file{"-include_samples_g", &parameters::include_samples_g_file},
+    named_file{"-include_samples_g_ref", &parameters::include_samples_g_ref_file},
+    named_file{"-include_samples_h", &parameters::include_samples_h_file},
+    named_file{"-exclude_snps_g", &parameters::exclude_snps_g_file},
+    named_file{"-exclude_snps_g_ref", &parameters::exclude_snps_g_ref_file},
+    named_file{"-exclude_snps_h", &parameters::exclude_snps_h_file},
+    named_file{"-include_snps", &parameters::include_snps_file},
+    named_file{"-intermed_posns", &parameters::intermed_posns_file},
+    named_file{"-distances", &parameters::distances_file},
+    named_file{"-distances_by_hap", &parameters::distances_by_hap_file},
 };
 
 constexpr std::array sampled_inputs{
-    named_input{"-hap_samp_in_g", &parameters::hap_samp_in_g},
-    named_input{"-hap_samp_in_g_ref", &parameters::hap_samp_in_g_ref},
-    named_input{"-hap_samp_in_h", &parameters::hap_samp_in_h},
+    named_file{"-hap_samp_in_g", &parameters::hap_samp_in_g},
+    named_file{"-hap_samp_in_g_ref", &parameters::hap_samp_in_g_ref},
+    named_file{"-hap_samp_in_h", &parameters::hap_samp_in_h},
+};
+
+constexpr std::array named_outputs{
+    named_file{"-o", &parameters::o_file},
+    named_file{"-i", &parameters::i_file},
+    named_file{"-r", &parameters::r_file},
+    named_file{"-w", &parameters::w_file},
+    named_file{"-hap_samp_out_g", &parameters::hap_samp_out_g},
+    named_file{"-hap_samp_out_g_ref", &parameters::hap_samp_out_g_ref},
+    named_file{"-hap_samp_out_h", &parameters::hap_samp_out_h},
+    named_file{"-merge_ref_panels_output_ref", &parameters::merge_ref_panels_output_ref},
+    named_file{"-merge_ref_panels_output_gen", &parameters::merge_ref_panels_output_gen},
+    named_file{"-mem_save_str", &parameters::mem_save_str},
 };
 
 class input_table {
@@ -61,7 +74,7 @@ class input_table {
         files_.push_back({name, "", option});
         for (const char* ending : index_endings) add_existing(name + ending, option);
     }
-    void add_sampled(const named_input& input) {
+    void add_sampled(const named_file& input) {
         const std::string& stem = p_.*input.file;
         if (!is_given(stem)) return;
         for (int it = 1; it <= p_.iter; ++it) {
@@ -79,7 +92,7 @@ class input_table {
     // process_input lets it stand for the file that the sampled haplotypes replace.
     bool is_sampled_stem(const std::string& name) const {
         return std::any_of(sampled_inputs.begin(), sampled_inputs.end(),
-                           [&](const named_input& input) { return p_.*input.file == name; });
+                           [&](const named_file& input) { return p_.*input.file == name; });
     }
 
     const parameters& p_;
@@ -186,8 +199,8 @@ std::vector<run_file> input_files(const parameters& params) {
     input_table table(params);
     for (const std::string& name : params.h_files) table.add(name, "-h");
     for (const std::string& name : params.l_files) table.add(name, "-l");
-    for (const named_input& input : named_inputs) table.add(params.*input.file, input.option);
-    for (const named_input& input : sampled_inputs) table.add_sampled(input);
+    for (const named_file& input : named_inputs) table.add(params.*input.file, input.option);
+    for (const named_file& input : sampled_inputs) table.add_sampled(input);
     return table.take();
 }
 
@@ -195,6 +208,14 @@ std::vector<run_file> log_files(const parameters& params) {
     std::vector<run_file> files{{params.r_file, "run summary", "-r"}};
     if (is_given(params.w_file)) files.push_back({params.w_file, "warnings", "-w"});
     return files;
+}
+
+std::vector<run_file> locked_names(const parameters& params) {
+    std::vector<run_file> names;
+    for (const named_file& output : named_outputs) {
+        if (is_given(params.*output.file)) names.push_back({params.*output.file, "", output.option});
+    }
+    return names;
 }
 
 std::vector<run_file> output_files(const parameters& params, const run_plan& plan) {

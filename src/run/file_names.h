@@ -18,6 +18,9 @@ struct run_file {
 // all iterations. Whether the run reads it is not asked.
 std::vector<run_file> input_files(const parameters& params);
 
+// The names that outputs go by, one an option, for the locks of a run: files, and what names of several begin with.
+std::vector<run_file> locked_names(const parameters& params);
+
 // Summary and warnings.
 std::vector<run_file> log_files(const parameters& params);
 

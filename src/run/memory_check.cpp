@@ -1,7 +1,6 @@
 #include "run/memory_check.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include "io/run_log.h"
 #include "io/text.h"
@@ -12,16 +11,12 @@
 
 namespace {
 
-// Fitted to runs of 28 to 158 MB on simulated data, of which docs/performance.md tells the peaks.
+// Fitted to runs of 25 to 158 MB on simulated data, of which docs/performance.md tells the peaks.
 constexpr double classes_a_panel_bit = 1.0;  // haplotypes by classes, and what sorts them, take as much as the panels
-constexpr double tables_a_root_of_sites = 1.5;
+constexpr double tables_a_typed_site = 1.0 / 14.0;
 constexpr double bytes_of_program = 2e6;
 
 constexpr double least_share = 0.8, largest_share = 1.2;  // of what is to come, if the estimate is wrong
-
-std::string megabytes(double bytes) {
-    return fixed_text(std::ceil(bytes / 1e6), 0) + " MB";
-}
 
 double panel_bytes(const panel_array& panels, std::size_t n_sites) {
     constexpr double bits = 8.0;
@@ -30,13 +25,22 @@ double panel_bytes(const panel_array& panels, std::size_t n_sites) {
     return n_hap * static_cast<double>(n_sites) / bits;
 }
 
-// The tables of pairs of states that a sweep keeps.
+// The tables of pairs of states that a sweep keeps; all of them where -use_old_code tells what was copied.
 double table_bytes(const data& run) {
     if (!run.panels[2].needs_update && !run.panels[1].needs_update) return 0.0;
     const double k = std::max(run.models.k_states[1][2][2], run.models.k_states[1][1][1]);
     std::size_t n_typed = 0;
     for (const snp* site : run.sites.in_order) n_typed += site->in_panel(2) ? 1 : 0;
-    return tables_a_root_of_sites * std::sqrt(static_cast<double>(n_typed)) * k * (k + 1) / 2.0 * sizeof(double);
+    const auto n = static_cast<double>(n_typed);
+    const bool keeps_all = run.params.show_all_copy_probs && run.params.use_old_code;
+    return (keeps_all ? n : tables_a_typed_site * n) * k * (k + 1) / 2.0 * sizeof(double);
+}
+
+// What a sweep of one haplotype says of all its states under -show_ref_copy_probs.
+double copying_bytes(const data& run) {
+    if (!run.params.show_ref_copy_probs || run.params.mc_impute) return 0.0;
+    const auto [first, last] = run.sites.range(output_interval(run.params, run.plan));
+    return static_cast<double>(last - first) * run.models.k_states[0][2][0] * sizeof(double);
 }
 
 }  // namespace
@@ -44,8 +48,8 @@ double table_bytes(const data& run) {
 memory_need memory_to_come(const data& run) {
     run_plan plan = run.plan;
     plan_iterations(run.params, plan);
-    const double other =
-        classes_a_panel_bit * panel_bytes(run.panels, run.sites.size()) + table_bytes(run) + bytes_of_program;
+    const double other = classes_a_panel_bit * panel_bytes(run.panels, run.sites.size()) + table_bytes(run) +
+                         copying_bytes(run) + bytes_of_program;
     return {bytes_of_results(run.params, plan, run.panels, run.sites, haps_interval(run.params, plan)),
             static_cast<std::size_t>(other)};
 }
@@ -66,6 +70,6 @@ void compare_memory(run_log& log, const memory_need& need, const std::vector<mem
 }
 
 void require_memory(data& run) {
-    const std::string content = concat(run.panels[2].n_ind, " people at ", run.sites.size(), " SNPs");
+    const std::string content = concat(run.plan.n_study, " people at ", run.sites.size(), " SNPs");
     compare_memory(run.log, memory_to_come(run), memory_limits(), content);
 }

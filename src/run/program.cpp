@@ -1,5 +1,6 @@
 #include "run/program.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <ctime>
 #include <exception>
@@ -15,6 +16,7 @@
 #include "run/command_line.h"
 #include "run/driver.h"
 #include "run/file_checks.h"
+#include "run/file_names.h"
 #include "run/help.h"
 #include "run/older_results.h"
 
@@ -71,14 +73,19 @@ bool report_faults(run_log& log, const command_line& line) {
     return !line.unknown.empty() || !line.valueless.empty();
 }
 
-// Why the run must not begin, if it must not: it would overwrite data, or another run is at its output.
-std::optional<std::string> find_refusal(const parameters& params, std::optional<output_lock>& lock) {
+// Why the run must not begin, if it must not: it would overwrite data, or another run is at one of its outputs.
+std::optional<std::string> find_refusal(const parameters& params, std::optional<output_locks>& locks) {
     std::optional<std::string> refusal = find_overwriting(params);
     if (refusal) return refusal;
-    lock.emplace(params.o_file);
-    if (!lock->is_refused()) return std::nullopt;
-    return concat("ERROR: Another run is writing to [", params.o_file,
-                  "] now. Nothing has been written. Please wait for its end, or give another name with -o.");
+    const std::vector<run_file> outputs = locked_names(params);
+    std::vector<std::string> names(outputs.size());
+    std::transform(outputs.begin(), outputs.end(), names.begin(), [](const run_file& output) { return output.name; });
+    locks.emplace(names);
+    if (!locks->refused()) return std::nullopt;
+    const run_file& refused = outputs[*locks->refused()];
+    return concat("ERROR: Another run is writing to [", refused.name,
+                  "] now. Nothing has been written. Please wait for its end, or give another name with ",
+                  refused.option, ".");
 }
 
 // What stands between a prepared run and its end; a failure that nobody foresaw ends as a fatal message.
@@ -117,9 +124,9 @@ int run_program(const std::vector<std::string>& entries, std::ostream& terminal,
 
     data run(terminal, notes);
     run.log.set_strict(line.params.strict);
-    std::optional<output_lock> lock;
+    std::optional<output_locks> locks;
     try {
-        const std::optional<std::string> refusal = find_refusal(line.params, lock);
+        const std::optional<std::string> refusal = find_refusal(line.params, locks);
         if (!refusal) run.log.open(line.params.r_file, line.params.w_file);
         print_banner(run.log, line);
         if (refusal) run.log.fatal(*refusal);

@@ -216,6 +216,18 @@ class LongRun(Folder):
         self.assertNotIn('.out.lock', self.written())
         self.assertEqual(self.run_to_end(TINY + ['-o', 'out'])[0], 0)
 
+    def test_second_run_at_another_output_of_the_first_stops(self):
+        first = self.start_waiting('-i', 'quality')
+        for option, name in (('-i', 'quality'), ('-r', 'out_summary'), ('-w', './out_warnings'), ('-o', 'quality')):
+            before = self.tree_without_pipe()
+            status, out, err = self.run_to_end(TINY + ['-o', 'other', option, name])
+            self.assertEqual((status, err), (1, b''))
+            self.assertIn(('\nERROR: Another run is writing to [%s] now. Nothing has been written. Please wait for its '
+                           'end, or give another name with %s.\n' % (name, option)).encode(), out)
+            self.assertEqual(before, self.tree_without_pipe())
+        self.assertEqual(self.finish(first)[0], 0)
+        self.assertEqual([name for name in self.written() if name.endswith('.lock')], [])
+
     def tree_without_pipe(self):
         os.rename(os.path.join(self.folder, 'pipe'), self.folder + '_pipe')
         try:

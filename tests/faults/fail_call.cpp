@@ -91,6 +91,10 @@ ssize_t writev(int descriptor, const iovec* parts, int n) {
     return next<ssize_t(int, const iovec*, int)>("writev")(descriptor, parts, n);
 }
 
+int fdatasync(int descriptor) {
+    return is_file(descriptor) && fails() ? -1 : next<int(int)>("fdatasync")(descriptor);
+}
+
 int rename(const char* from, const char* to) noexcept {
     return fails() ? -1 : next<int(const char*, const char*)>("rename")(from, to);
 }

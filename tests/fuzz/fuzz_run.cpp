@@ -5,15 +5,19 @@
 
 #include <array>
 #include <cerrno>
+#include <filesystem>
 #include <map>
 #include <sstream>
 #include <system_error>
 
+#include "chromosome/ligate_command.h"
+#include "chromosome/plan_command.h"
 #include "io/run_log.h"
 #include "model/data.h"
 #include "run/command_line.h"
 #include "run/process_input.h"
 #include "run/program.h"
+#include "support/temporary_folder.h"
 
 namespace {
 
@@ -39,9 +43,12 @@ class memory_file {
     int descriptor_;
 };
 
+enum class program { orvide, ligate, plan, command_line };
+
 struct kind {
     std::string_view name;
     std::string_view words;  // of the command line; {} is the file of the bytes, {map} and so on are those below
+    program which = program::orvide;
 };
 
 constexpr std::array kinds{
@@ -62,7 +69,12 @@ constexpr std::array kinds{
     kind{"variant_panel", "-m {map} -h {} -g {gen}"},
     kind{"variant_study", "-m {map} -h {hap} -l {legend} -g {} -phase"},
     kind{"variant_haplotypes", "-m {map} -h {hap} -l {legend} -known_haps_g {} -use_prephased_g"},
-    kind{"command_line", ""},
+    kind{"sampled_haplotypes", "-m {map} -h {hap} -l {legend} -hap_samp_in_g {stem}"},
+    kind{"sampled_reference", "-m {map} -g {gen} -hap_samp_in_h {stem}"},
+    kind{"ligated_chunk", "-o {out} {chunk} {} -allow_gaps", program::ligate},
+    kind{"planned_study", "-m {map} -h {hap} -l {legend} -g {}", program::plan},
+    kind{"planned_legend", "-m {map} -h {hap} -l {} -g {gen}", program::plan},
+    kind{"command_line", "", program::command_line},
 };
 
 constexpr std::string_view settings =
@@ -81,26 +93,64 @@ const std::map<std::string_view, memory_file>& good_files() {
             "{gen}",
             "S1 rs1 1000 A G 1 0 0 0 1 0 0 0 1\nS2 rs2 2000 C T 0 1 0 0 1 0 1 0 0\nS4 rs4 4000 G T 0 0 1 0 0 0 0 1 "
             "0\n");
+        made->emplace("{chunk}",
+                      "##fileformat=VCFv4.2\n##contig=<ID=7>\n"
+                      "##FORMAT=<ID=GT,Number=1,Type=String,Description=\"genotype\">\n"
+                      "#CHROM\tPOS\tID\tREF\tALT\tQUAL\tFILTER\tINFO\tFORMAT\ta\tb\n"
+                      "7\t1000\t.\tA\tG\t.\t.\t.\tGT\t0|1\t0|1\n7\t2000\t.\tC\tT\t.\t.\t.\tGT\t1|0\t0|1\n"
+                      "7\t3000\t.\tA\tC\t.\t.\t.\tGT\t0|1\t0|0\n");
         made->emplace("{sample}", "ID_1 ID_2 missing sex\n0 0 0 D\nF1 P1 0 2\nF2 P2 0 2\nF3 P3 0 2\n");
         return made;
     }();
     return *files;
 }
 
-std::vector<std::string> command_words(std::string_view text, const std::string& fuzzed) {
-    std::vector<std::string> words{"orvide"};
-    std::istringstream in{std::string(text) + " " + std::string(settings)};
+// Names that only files of a folder can have: {stem} of sampled haplotypes, of which those of the first iteration are
+// the bytes, and {out} of a VCF that goes nowhere.
+class links {
+  public:
+    explicit links(const std::string& fuzzed) {
+        std::filesystem::create_symlink(fuzzed, folder_.name("stem_hapsamp1"));
+        std::filesystem::create_symlink("/dev/null", folder_.name("out.vcf"));
+    }
+    std::string named(const std::string& word) const {
+        return word == "{stem}" ? folder_.name("stem") : word == "{out}" ? folder_.name("out.vcf") : word;
+    }
+
+  private:
+    temporary_folder folder_;
+};
+
+std::vector<std::string> command_words(std::string_view text, const std::string& fuzzed,
+                                       const std::optional<links>& in_folder) {
+    std::vector<std::string> words;
+    std::istringstream in{std::string(text)};
     for (std::string word; in >> word;) {
         const auto good = good_files().find(word);
+        if (in_folder) word = in_folder->named(word);
         words.push_back(word == "{}" ? fuzzed : good != good_files().end() ? good->second.name() : word);
     }
     return words;
 }
 
-std::optional<std::string> whole_run(std::string_view words, std::span<const std::uint8_t> bytes) {
+// Of one of the programs on words of its command line; what it says goes to the two streams.
+int status_of(program which, const std::vector<std::string>& words, std::ostream& terminal, std::ostream& notes) {
+    if (which == program::ligate) return run_ligate_command(words, terminal, notes);
+    if (which == program::plan) return run_plan_command(words, terminal, notes);
+    std::vector<std::string> entries{"orvide"};
+    entries.insert(entries.end(), words.begin(), words.end());
+    std::istringstream more{std::string(settings)};
+    for (std::string word; more >> word;) entries.push_back(word);
+    return run_program(entries, terminal, notes);
+}
+
+std::optional<std::string> whole_run(const kind& row, std::span<const std::uint8_t> bytes) {
     const memory_file file(bytes);
+    std::optional<links> in_folder;
+    const bool needs_folder = row.words.find("{stem}") != row.words.npos || row.words.find("{out}") != row.words.npos;
+    if (needs_folder) in_folder.emplace(file.name());
     std::ostringstream terminal, notes;
-    const int status = run_program(command_words(words, file.name()), terminal, notes);
+    const int status = status_of(row.which, command_words(row.words, file.name(), in_folder), terminal, notes);
     const std::string said = terminal.str();
     if (status == 0) return std::nullopt;
     if (status != 1) return "status " + std::to_string(status);
@@ -144,7 +194,7 @@ std::vector<std::string_view> fuzz_kinds() {
 std::optional<std::string> fuzz_run(std::string_view name, std::span<const std::uint8_t> bytes) {
     for (const kind& row : kinds) {
         if (row.name != name) continue;
-        return row.words.empty() ? command_line_run(bytes) : whole_run(row.words, bytes);
+        return row.which == program::command_line ? command_line_run(bytes) : whole_run(row, bytes);
     }
     return "there is no kind " + std::string(name);
 }

@@ -226,15 +226,6 @@ TEST_F(whole_reading, map_that_does_not_reach_sites_is_told) {
         notes());
 }
 
-TEST_F(whole_reading, list_of_people_without_their_names_is_told) {
-    run.params.exclude_samples_g_file = write("list", "p1\n");
-    said([this] { read_data(rooms); });
-    EXPECT_EQ(
-        "orvide: note: -exclude_samples_g needs the IDs of the people: give them by -sample_g, or give the data as VCF "
-        "or BCF; without them it excludes nobody.\n",
-        notes());
-}
-
 TEST_F(whole_reading, lists_of_people_say_what_they_found) {
     run.params.exclude_samples_g_file = write("list", "p1\nq\n");
     run.params.include_samples_g_file = write("included", "x\n");
@@ -247,33 +238,40 @@ TEST_F(whole_reading, lists_of_people_say_what_they_found) {
               notes());
 }
 
-TEST_F(whole_reading, list_of_nobody_is_told) {
-    run.params.exclude_samples_g_file = write("list", "P1\n");
-    run.params.sample_g_file = write("sample", "ID_1 ID_2\n0 0\nf1 p1\nf2 p2\n");
+struct odd_list {
+    const char* name;
+    std::string parameters::*option;
+    const char* entry;
+    bool people_have_names;
+    std::string note;  // LIST stands for the name of the file
+};
+
+class note_of_a_list : public whole_reading, public ::testing::WithParamInterface<odd_list> {};
+
+TEST_P(note_of_a_list, says_what_it_did) {
+    const std::string list = write("list", std::string(GetParam().entry) + "\n");
+    run.params.*GetParam().option = list;
+    if (GetParam().people_have_names) run.params.sample_g_file = write("sample", "ID_1 ID_2\n0 0\nf1 p1\nf2 p2\n");
     said([this] { read_data(rooms); });
-    EXPECT_EQ(
-        "orvide: note: Nothing of the list [" + run.params.exclude_samples_g_file +
-            "] (-exclude_samples_g) was found in the data, and it excludes nothing: P1. Its entries must be equal to "
-            "IDs of the data, to the letter.\n",
-        notes());
+    std::string note = GetParam().note;
+    if (const auto at = note.find("LIST"); at != std::string::npos) note.replace(at, 4, list);
+    EXPECT_EQ("orvide: note: " + note + "\n", notes());
 }
 
-TEST_F(whole_reading, list_without_its_panel_is_odd) {
-    run.params.exclude_snps_g_ref_file = write("list", "r1\n");
-    said([this] { read_data(rooms); });
-    EXPECT_EQ("orvide: note: There is no data that the list [" + run.params.exclude_snps_g_ref_file +
-                  "] (-exclude_snps_g_ref) could act on: it has no effect.\n",
-              notes());
-}
-
-TEST_F(whole_reading, list_of_no_site_is_told) {
-    run.params.exclude_snps_g_file = write("list", "R1\n");
-    said([this] { read_data(rooms); });
-    EXPECT_EQ(
-        "orvide: note: Nothing of the list [" + run.params.exclude_snps_g_file +
-            "] (-exclude_snps_g) was found in the data, and it excludes nothing: R1. Its entries must be equal to IDs "
-            "of the data, to the letter.\n",
-        notes());
-}
+INSTANTIATE_TEST_SUITE_P(
+    lists, note_of_a_list,
+    ::testing::Values(
+        odd_list{"people_without_their_names", &parameters::exclude_samples_g_file, "p1", false,
+                 "-exclude_samples_g needs the IDs of the people: give them by -sample_g, or give the data as VCF or "
+                 "BCF; without them it excludes nobody."},
+        odd_list{"nobody", &parameters::exclude_samples_g_file, "P1", true,
+                 "Nothing of the list [LIST] (-exclude_samples_g) was found in the data, and it excludes nothing: P1. "
+                 "Its entries must be equal to IDs of the data, to the letter."},
+        odd_list{"no_site", &parameters::exclude_snps_g_file, "R1", false,
+                 "Nothing of the list [LIST] (-exclude_snps_g) was found in the data, and it excludes nothing: R1. "
+                 "Its entries must be equal to IDs of the data, to the letter."},
+        odd_list{"no_panel", &parameters::exclude_snps_g_ref_file, "r1", false,
+                 "There is no data that the list [LIST] (-exclude_snps_g_ref) could act on: it has no effect."}),
+    [](const auto& list) { return std::string(list.param.name); });
 
 }  // namespace

@@ -37,6 +37,18 @@ TEST(output_lock, spares_a_file_that_is_no_lock) {
     EXPECT_EQ("text", files.read(".out.lock"));
 }
 
+TEST(output_locks, are_one_a_file_and_end_at_the_first_that_is_taken) {
+    const temporary_folder files;
+    const output_locks first({files.name("b"), files.name("a"), files.name("b")});
+    EXPECT_FALSE(first.refused().has_value());
+    EXPECT_TRUE(files.has(".a.lock"));
+    EXPECT_TRUE(files.has(".b.lock"));
+    const output_locks second({files.name("c"), files.name("b"), files.name("aa")});
+    EXPECT_EQ(1U, second.refused());
+    EXPECT_TRUE(files.has(".aa.lock"));
+    EXPECT_FALSE(files.has(".c.lock")) << "c comes after b";
+}
+
 TEST(output_lock, of_a_stream_or_without_a_directory_is_never_refused) {
     const temporary_folder files;
     const output_lock first("/dev/null"), second("/dev/null");

@@ -333,6 +333,12 @@ TEST(number_text, is_that_of_a_stream) {
               fixed_text(std::numeric_limits<double>::max(), 0).size());
 }
 
+TEST(numbers_in_text, megabytes_are_rounded_up) {
+    EXPECT_EQ("0 MB", megabytes(0.0));
+    EXPECT_EQ("1 MB", megabytes(1.0));
+    EXPECT_EQ("3 MB", megabytes(2000001.0));
+}
+
 TEST(concat, joins_texts_characters_and_integers) {
     const std::string text = "text";
     EXPECT_EQ("a text [x] 12 -7 4294967296",

@@ -53,6 +53,13 @@ TEST_F(frequency_check, lines_that_moved_in_the_last_quarter_end_the_run) {
     EXPECT_THAT(capture.terminal.str(), HasSubstr("\n-allow_unlike_frequencies lets the run go on.\n"));
 }
 
+TEST_F(frequency_check, two_panels_are_asked_for_their_order) {
+    give_second_haplotypes(2);
+    give_sites(200, 150);
+    EXPECT_THROW(check(), run_end);
+    EXPECT_EQ("orvide: note: Two panels are given: do -h and -l name them in the same order?\n", capture.notes.str());
+}
+
 TEST_F(frequency_check, ten_sites_are_shown) {
     give_sites(50, 0);
     EXPECT_THROW(check(), run_end);

@@ -186,12 +186,22 @@ void variant_result_file::close() {
     } else if (!index_good) {
         failed(concat("cannot write [", index_name_, "]: ", index_error));
     }
+    if (!failed_) make_durable();
     if (failed_) {
         pending_index_.reset();
         return;
     }
     const signals_held hold;  // none shall find the one without the other
     publish();
+}
+
+// Before signals are held, since it may take long.
+void variant_result_file::make_durable() {
+    if (const int error = pending_.make_durable(); error != 0) {
+        failed(concat("cannot write [", name_, "] to its end: ", std::strerror(error)));
+    }
+    const int error = pending_index_ ? pending_index_->make_durable() : 0;
+    if (error != 0) failed(concat("cannot write [", index_name_, "] to its end: ", std::strerror(error)));
 }
 
 void variant_result_file::publish() {

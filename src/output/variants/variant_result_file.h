@@ -38,6 +38,7 @@ class variant_result_file {
   private:
     void open();
     void open_index(std::string name, int min_shift);
+    void make_durable();
     void publish();
     void remove_other_indexes();
     bool write_text(std::string_view text);

@@ -1,11 +1,10 @@
 #include "chromosome/ligate_command.h"
 
-#include <algorithm>
 #include <ostream>
 
 #include "chromosome/ligation.h"
+#include "chromosome/output_check.h"
 #include "chromosome/word_options.h"
-#include "io/file_target.h"
 #include "io/run_log.h"
 #include "io/text.h"
 
@@ -41,11 +40,7 @@ void check(run_log& log, const word_options& options) {
         log.fatal(concat("ERROR: The name [", options.value("-o"), "] must end in .vcf.gz, .bcf or .vcf."));
     }
     if (options.loose().empty()) log.fatal("ERROR: Files to be joined are needed.");
-    const file_target output = target_of(options.value("-o"));
-    const auto is_output = [&output](const std::string& name) { return same_file(target_of(name), output); };
-    if (std::ranges::any_of(options.loose(), is_output)) {
-        log.fatal(concat("ERROR: The file [", options.value("-o"), "] cannot be read and written at once."));
-    }
+    refuse_to_overwrite_input(log, options.value("-o"), options.loose());
 }
 
 }  // namespace

@@ -1,17 +1,18 @@
 #include "chromosome/plan_command.h"
 
 #include <algorithm>
-#include <fstream>
 #include <limits>
 #include <optional>
 #include <ostream>
 #include <sstream>
 
 #include "chromosome/chunk_plan.h"
+#include "chromosome/output_check.h"
 #include "chromosome/run_cost.h"
 #include "chromosome/site_positions.h"
 #include "chromosome/word_options.h"
 #include "input/readers.h"
+#include "io/result_file.h"
 #include "io/run_log.h"
 #include "io/text.h"
 #include "model/parameters.h"
@@ -153,18 +154,25 @@ void print_table(run_log& log, const plan_inputs& inputs, std::ostream& out) {
     }
 }
 
+void refuse_to_overwrite_input(run_log& log, const word_options& options) {
+    std::vector<std::string> inputs;
+    for (const char* name : {"-m", "-g", "-known_haps_g", "-h", "-l"}) {
+        if (options.has(name)) inputs.push_back(options.value(name));
+    }
+    refuse_to_overwrite_input(log, options.value("-o"), inputs);
+}
+
 void plan(run_log& log, const word_options& options, std::ostream& table) {
+    if (options.has("-o")) refuse_to_overwrite_input(log, options);
     const plan_inputs inputs = read_inputs(log, options);
     std::ostringstream text;
     print_table(log, inputs, text);
-    if (!options.has("-o")) {
-        table << text.str() << std::flush;
-        return;
+    if (options.has("-o")) {
+        result_file file(log, options.value("-o"), false);
+        file.append(text.view());
+    } else {
+        table << text.view() << std::flush;
     }
-    std::ofstream file(options.value("-o"));
-    file << text.str();
-    file.close();
-    if (!file) log.fatal(concat("ERROR: Could not write the table [", options.value("-o"), "]."));
 }
 
 }  // namespace
@@ -181,5 +189,5 @@ int run_plan_command(const std::vector<std::string>& words, std::ostream& table,
     } catch (const run_end& end) {
         return end.status;
     }
-    return 0;
+    return log.any_result_failed() ? 1 : 0;
 }

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <sstream>
 
 #include "support/temporary_folder.h"
@@ -59,7 +60,30 @@ TEST_F(plan_command, writes_the_table_to_a_file) {
     EXPECT_EQ(run({"-m", map, "-g", typed, "-o", files.name("plan"), "-min_typed", "1"}), 0);
     EXPECT_EQ(table.str(), "");
     EXPECT_TRUE(files.read("plan").starts_with(header));
-    expect_error({"-m", map, "-g", typed, "-o", files.name("no/plan")}, "Could not write the table [");
+    EXPECT_EQ(run({"-m", map, "-g", typed, "-o", files.name("no/plan")}), 1);
+    EXPECT_NE(notes.str().find("cannot write [" + files.name("no/plan") + "]"), std::string::npos) << notes.str();
+}
+
+TEST_F(plan_command, leaves_an_older_table_as_it_was_when_it_fails) {
+    const std::string older = files.write("plan", "older\n");
+    expect_error({"-m", map, "-g", files.name("none"), "-o", older}, "Could not open the file [");
+    EXPECT_EQ(files.read("plan"), "older\n");
+}
+
+TEST_F(plan_command, does_not_write_into_its_input) {
+    const std::string link = files.name("link");
+    std::filesystem::create_symlink(map, link);
+    const std::string index = files.write("gen.csi", "index");
+    const std::string legend = files.write("l", "id position a0 a1\nx 850000 A G\n");
+    const std::string haplotypes = files.write("h", "0 1\n");
+    for (const std::string& output : {map, typed, link, index, legend, haplotypes}) {
+        expect_error({"-m", map, "-g", typed, "-h", haplotypes, "-l", legend, "-o", output},
+                     "The file [" + output + "] cannot be read and written at once.");
+        notes.str("");
+    }
+    EXPECT_TRUE(files.read("map").starts_with("position"));
+    EXPECT_EQ(run({"-m", map, "-known_haps_g", typed, "-o", typed}), 1);
+    EXPECT_NE(notes.str().find("cannot be read and written at once"), std::string::npos);
 }
 
 TEST_F(plan_command, prints_help) {

@@ -287,6 +287,54 @@ class Errors(Runs):
         self.assertIn('ERROR: cannot write', said)
 
 
+class PlaceOfThePage(Runs):
+    def assert_refused(self, page, *runs):
+        before = Path(page).read_bytes()
+        status, said = report('-o', page, *runs)
+        self.assertEqual(status, 1)
+        self.assertIn('ERROR: the page [%s] would be written into a file that is read for it' % page, said)
+        self.assertEqual(Path(page).read_bytes(), before)
+
+    def test_it_is_not_written_into_a_file_of_a_run(self):
+        run = self.copy(0)
+        for ending in ('_summary', '_info', '_info_by_sample', '_warnings', '_benchmark'):
+            self.assert_refused(run + ending, run)
+        (self.own / 'link').symlink_to(run + '_info')
+        self.assert_refused(self.own / 'link', run)
+
+    def test_it_is_not_written_into_an_input_of_a_run(self):
+        run = self.copy(0)
+        panel = self.own / 'panel'
+        panel.write_text('haplotypes')
+        summary = Path(run + '_summary')
+        summary.write_text(summary.read_text().replace(str(EXAMPLES / 'ref.hap.gz'), str(panel)))
+        self.assert_refused(panel, run)
+
+    def test_a_failure_leaves_the_older_page_and_nothing_else(self):
+        from orvide_report import page_file
+        page = self.own / 'page.html'
+        page.write_text('older')
+        with unittest.mock.patch.object(page_file.os, 'replace', side_effect=OSError(28, 'No space left on device')):
+            status, said = report('-o', page, self.name(0))
+        self.assertEqual((status, said), (1, 'ERROR: cannot write [%s]: No space left on device\n' % page))
+        self.assertEqual(page.read_text(), 'older')
+        self.assertEqual([path.name for path in self.own.iterdir()], ['page.html'])
+
+    def test_a_link_and_permissions_stay(self):
+        page = self.own / 'page.html'
+        page.write_text('older')
+        page.chmod(0o640)
+        (self.own / 'link').symlink_to(page)
+        self.assertEqual(report('-o', self.own / 'link', self.name(0)), (0, ''))
+        self.assertTrue((self.own / 'link').is_symlink())
+        self.assertEqual(page.stat().st_mode & 0o777, 0o640)
+        self.assertIn('<html', page.read_text())
+
+    def test_a_device_is_written_directly(self):
+        self.assertEqual(report('-o', '/dev/null', self.name(0)), (0, ''))
+        self.assertTrue(Path('/dev/null').is_char_device())
+
+
 CHROMIUM = shutil.which('chromium') or shutil.which('chromium-browser')
 
 

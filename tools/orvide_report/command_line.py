@@ -1,9 +1,8 @@
 import argparse
-import os
 import sys
-from pathlib import Path
 
 from orvide_report.errors import ReportError
+from orvide_report.page_file import files_of, refuse_to_overwrite_input, words_of, write_whole
 
 DESCRIPTION = """\
 Makes one self-contained HTML page from what runs of orvide wrote: for one run, for the chunks of a chromosome, or for a
@@ -24,17 +23,6 @@ def parse(arguments):
     return parser.parse_args(arguments)
 
 
-def write_whole(path, text):
-    """Writes beside the file first, so that no half page is left behind."""
-    path = Path(path)
-    part = path.with_name(path.name + '.part')
-    try:
-        part.write_text(text, encoding='utf-8')
-        os.replace(part, path)
-    except OSError as failure:
-        raise ReportError('cannot write [%s]: %s' % (path, failure.strerror)) from failure
-
-
 def make(options):
     # Imported here, so that --help works, and a missing package is told, without them.
     try:
@@ -43,7 +31,10 @@ def make(options):
         raise ReportError('the Python package %s is missing: install it (Debian: python3-matplotlib python3-jinja2)'
                           % missing.name) from missing
     from orvide_report.study import read_study
-    write_whole(options.output, make_page(read_study(options.runs, options.panel), options.title))
+    refuse_to_overwrite_input(options.output, files_of(options.runs))
+    study = read_study(options.runs, options.panel)
+    refuse_to_overwrite_input(options.output, words_of(study.runs))
+    write_whole(options.output, make_page(study, options.title))
 
 
 def main(arguments=None):

@@ -30,9 +30,15 @@ fail() {
 }
 root=$folder/root/usr
 data=$root/share/doc/orvide/examples
-for file in bin/orvide share/man/man1/orvide.1 share/man/man1/orvide-plan.1 share/man/man1/orvide-ligate.1 \
+for file in share/man/man1/orvide.1 share/man/man1/orvide-plan.1 share/man/man1/orvide-ligate.1 \
     share/man/man1/orvide-report.1 share/doc/orvide/README.md share/doc/orvide/tutorial.md; do
     [[ -e $root/$file || -e $root/$file.gz ]] || fail "the package has no $file"
+done
+for command in orvide orvide-plan orvide-ligate orvide-report; do
+    for file in "bin/$command" "share/bash-completion/completions/$command" "share/zsh/site-functions/_$command" \
+        "share/fish/vendor_completions.d/$command.fish"; do
+        [[ -e $root/$file ]] || fail "the package has no $file"
+    done
 done
 "$root/bin/orvide" --version | grep -q '^ORVIDE version ' || fail "the program does not start"
 (cd "$folder" && "$root/bin/orvide" -m "$data/map.txt" -h "$data/panel.vcf.gz" -g "$data/study.vcf.gz" -chr 20 \

@@ -13,8 +13,9 @@ a word such as chr20 in OUT, and ordered by position. A run with -prephase_g giv
 
 
 def parse(arguments):
-    parser = argparse.ArgumentParser(prog='orvide-report', description=DESCRIPTION,
-                                     formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser = argparse.ArgumentParser(
+        prog='orvide-report', description=DESCRIPTION,
+        formatter_class=lambda prog: argparse.RawDescriptionHelpFormatter(prog, max_help_position=26))
     parser.add_argument('runs', metavar='OUT', nargs='+', help='the -o name of a run')
     parser.add_argument('-o', '--output', metavar='FILE', default='orvide_report.html', help='the page (default: %(default)s)')
     parser.add_argument('--title', default='Imputation report', help='its title (default: %(default)s)')

@@ -1,0 +1,13 @@
+# Completion of orvide-plan for fish. Made by scripts/make_completions.py.
+complete -c orvide-plan -s m -r -F -d 'genetic map'
+complete -c orvide-plan -s g -r -F -d 'genotypes of the study, text, VCF or BCF'
+complete -c orvide-plan -o known_haps_g -r -F -d 'haplotypes of the study in place of genotypes'
+complete -c orvide-plan -s h -r -F -d 'reference haplotypes, for the estimates of time and memory'
+complete -c orvide-plan -s l -r -F -d 'their legend, when they are text'
+complete -c orvide-plan -o chr -x -d 'the chromosome, of files that hold several'
+complete -c orvide-plan -o max_kb -x -d 'longest chunk in kilobases (5000); the outermost ones reach a twentieth of it beyond their'
+complete -c orvide-plan -o min_typed -x -d 'typed sites that a chunk should have (100)'
+complete -c orvide-plan -o gap_kb -x -d 'a longer stretch without typed sites, such as a centromere, is not crossed (1000)'
+complete -c orvide-plan -o buffer -x -d 'buffer of the runs, for the estimates (250)'
+complete -c orvide-plan -s o -r -F -d 'where the table is written (standard output)'
+complete -c orvide-plan -l help -d 'this text'

@@ -21,10 +21,16 @@ PATHS = {'FILE', 'NAME', 'DIR'}  # words for values that are names of files, but
 MARK = 'Made by scripts/make_completions.py.'
 
 
+def whole_lines(lines):
+    """The lines, each with those that go on with it further to the right."""
+    text = re.sub(r'\n {8,}(?=\S)', ' ', '\n'.join(lines))
+    return text.splitlines()
+
+
 def parse_options(lines):
     """[(option, words for its values, text)] of a help text."""
     options = []
-    for line in lines:
+    for line in whole_lines(lines):
         found = LINE.match(line)
         if not found:
             continue

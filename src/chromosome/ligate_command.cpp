@@ -21,7 +21,7 @@ constexpr std::string_view help =
     "  -o FILE      the joined file\n"
     "  -allow_gaps  joins files that do not overlap, too, as on both sides of a centromere; the phase across is "
     "arbitrary\n"
-    "  --help       this text\n"
+    "  --help       prints this help\n"
     "\n"
     "Prints a line a seam: the two files, first and last position of the overlap, its sites, the heterozygotes that "
     "told,\n"

@@ -37,7 +37,7 @@ constexpr std::string_view help =
     "  -gap_kb N           a longer stretch without typed sites, such as a centromere, is not crossed (1000)\n"
     "  -buffer KB          buffer of the runs, for the estimates (250)\n"
     "  -o FILE             where the table is written (standard output)\n"
-    "  --help              this text\n"
+    "  --help              prints this help\n"
     "\n"
     "Columns: chr, chunk (from 1), arm (from 1; a gap lies between two arms), lower, upper, typed, panel_sites, cM, "
     "and\n"

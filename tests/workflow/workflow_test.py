@@ -3,67 +3,19 @@
 
     workflow_test.py BINARY
 """
-import importlib.util
-import os
+import gzip
 import re
-import shutil
-import subprocess
 import sys
-import tempfile
 import unittest
-from pathlib import Path
 
-TOP = Path(__file__).resolve().parents[2]
-EXAMPLES = TOP / 'examples'
-
-
-def missing(*programs):
-    """What is not there of the programs, or of the packages of the report."""
-    absent = [name for name in programs if shutil.which(name) is None]
-    return ' '.join(absent + [name for name in ('matplotlib', 'jinja2') if importlib.util.find_spec(name) is None])
-
-
-class Folder(unittest.TestCase):
-    def setUp(self):
-        self.folder = Path(tempfile.mkdtemp())
-        self.addCleanup(shutil.rmtree, self.folder)
-
-    def call(self, *command, status=0):
-        """What a command says on both channels."""
-        path = '%s:%s:%s' % (Path(BINARY).resolve().parent, TOP / 'tools', os.environ['PATH'])
-        done = subprocess.run([str(word) for word in command], cwd=self.folder, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
-                              text=True, check=False,
-                              env=dict(os.environ, PATH=path, examples=str(EXAMPLES), XDG_CACHE_HOME=str(self.folder / 'cache')))
-        self.assertEqual(done.returncode, status, done.stdout[-3000:])
-        return done.stdout
+from example_folder import EXAMPLES, TOP, ExampleFolder, configuration, main, missing
 
 
 @unittest.skipIf(missing('snakemake', 'bcftools'), 'missing: ' + missing('snakemake', 'bcftools'))
-class Workflow(Folder):
-    def snakemake(self, config, *options, status=0):
-        (self.folder / 'config.yaml').write_text(config)
-        return self.call('snakemake', '-s', TOP / 'workflow' / 'Snakefile', '--configfile', 'config.yaml', '--cores', '2', *options,
-                         status=status)
-
-    def config(self, **changes):
-        """The example, with other values for some keys."""
-        lines = {'chromosomes': '["20"]', 'study': EXAMPLES / 'study.vcf.gz', 'panel': EXAMPLES / 'panel.vcf.gz',
-                 'map': EXAMPLES / 'map.txt', 'buffer_kb': 50, 'plan': '{max_kb: 250, min_typed: 20}',
-                 'phasing_options': '"-iter 4 -burnin 2"', 'retries': 0, **changes}
-        return ''.join('%s: %s\n' % item for item in lines.items())
-
-    def test_imputes_a_chromosome_as_the_runs_by_hand_do(self):
-        self.snakemake(self.config(phasing_panel=EXAMPLES / 'panel.vcf.gz'))
+class Workflow(ExampleFolder):
+    def test_imputes_a_chromosome(self):
+        self.snakemake(configuration(phasing_panel=EXAMPLES / 'panel.vcf.gz'))
         results = self.folder / 'results'
-        plan = [line.split('\t') for line in (results / 'plan/panel.chr20.tsv').read_text().splitlines()[1:]]
-        self.assertEqual(len(plan), 2)
-        name = 'results/imputed/panel/chr20/002.vcf.gz'
-        before = (self.folder / name).read_bytes()
-        self.call('orvide', '-strict', '-known_haps_g', 'results/phased/chr20.vcf.gz', '-use_prephased_g', '-h', EXAMPLES / 'panel.vcf.gz', '-m',
-                  EXAMPLES / 'map.txt', '-chr', '20', '-int', plan[1][3], plan[1][4], '-buffer', '50', '-allow_large_regions', '-seed', '1',
-                  '-threads', '1', '-o', name)
-        self.assertEqual((self.folder / name).read_bytes(), before)
-
         chromosome = self.call('bcftools', 'query', '-f', '%POS %REF %ALT\n', results / 'imputed/panel/chr20.vcf.gz').splitlines()
         panel = self.call('bcftools', 'query', '-f', '%POS %REF %ALT\n', EXAMPLES / 'panel.vcf.gz').splitlines()
         self.assertEqual(chromosome, panel)
@@ -72,7 +24,7 @@ class Workflow(Folder):
         self.assertIn('Imputation report: panel', (results / 'imputed/panel/report.html').read_text())
 
         # A new panel repeats the imputation alone.
-        said = self.snakemake(self.config(phasing_panel=EXAMPLES / 'panel.vcf.gz', panel_name='other'), '--dry-run')
+        said = self.snakemake(configuration(phasing_panel=EXAMPLES / 'panel.vcf.gz', panel_name='other'), '--dry-run')
         self.assertIn('plan', said)
         self.assertNotIn('rule phase', said)
         self.assertNotIn('rule ligate', said)
@@ -82,21 +34,51 @@ class Workflow(Folder):
                              ({'chromosomes': '[]'}, '[] is too short'), ({'chromosomes': '[1, 2]'}, 'must contain {chr}'),
                              ({'panel': 'gone.bcf'}, 'gone.bcf')):
             with self.subTest(word):
-                self.assertIn(word, self.snakemake(self.config(**change), '--dry-run', status=1))
+                self.assertIn(word, self.snakemake(configuration(**change), '--dry-run', status=1))
+
+
+def lines_of(path):
+    """The lines of a result, but for those that tell the command line, which has names of files."""
+    with (gzip.open(path, 'rt') if path.name.endswith('.gz') else open(path, encoding='utf-8')) as text:
+        return [line for line in text if not line.startswith(('##orvide_command=', 'Command-line input:'))]
 
 
 @unittest.skipIf(missing('bcftools', 'parallel'), 'missing: ' + missing('bcftools', 'parallel'))
-class ShellLoop(Folder):
-    def test_the_commands_of_the_page_impute_every_site(self):
+class ShellLoop(ExampleFolder):
+    def setUp(self):
+        super().setUp()
         page = (TOP / 'docs' / 'whole_chromosomes.md').read_text()
         commands = re.search(r'^```sh\n(.*?)^```', page, re.MULTILINE | re.DOTALL)[1]
-        self.call('bash', '-euc', commands)
-        self.assertEqual(int(self.call('bcftools', 'index', '-n', 'imputed.vcf.gz')), 800)
-        self.assertTrue((self.folder / 'report.html').exists())
+        self.loop = self.folder / 'loop'
+        self.loop.mkdir()
+        self.call('bash', '-euc', commands, folder='loop')
+
+    def test_the_commands_of_the_page_impute_every_site(self):
+        self.assertEqual(int(self.call('bcftools', 'index', '-n', 'loop/imputed.vcf.gz')), 800)
+        self.assertTrue((self.loop / 'report.html').exists())
+
+    @unittest.skipIf(missing('snakemake'), 'missing: ' + missing('snakemake'))
+    def test_the_workflow_gives_the_same_as_the_commands_of_the_page(self):
+        self.snakemake(configuration(phasing_options=None))
+        results = self.folder / 'results'
+        pairs = {'plan.tsv': results / 'plan/panel.chr20.tsv', 'phased.vcf.gz': results / 'phased/chr20.vcf.gz',
+                 'imputed.vcf.gz': results / 'imputed/panel/chr20.vcf.gz'}
+        for chunk in '12':
+            for ending in ('', '_haps', '_haps_confidence', '_info', '_info_by_sample', '_warnings'):
+                pairs['phased.%s.vcf.gz%s' % (chunk, ending)] = results / ('phased/chr20/00%s.vcf.gz%s' % (chunk, ending))
+            for ending in ('', '_info', '_info_by_sample', '_warnings'):
+                pairs['imputed.%s.vcf.gz%s' % (chunk, ending)] = results / ('imputed/panel/chr20/00%s.vcf.gz%s' % (chunk, ending))
+        for by_hand, by_workflow in pairs.items():
+            with self.subTest(by_hand):
+                self.assertEqual(lines_of(self.loop / by_hand), lines_of(by_workflow))
+        joined = [line for chunk in '12' for line in lines_of(self.loop / ('imputed.%s.vcf.gz' % chunk)) if not line.startswith('#')]
+        self.assertEqual([line for line in lines_of(self.loop / 'imputed.vcf.gz') if not line.startswith('#')], joined)
+        seams = [[line.split('\t')[2:] for line in lines_of(path)] for path in (self.loop / 'seams.tsv', results / 'phased/chr20.seams.tsv')]
+        self.assertEqual(*seams)
 
 
 @unittest.skipIf(missing('bcftools'), 'missing: ' + missing('bcftools'))
-class JoinChunks(Folder):
+class JoinChunks(ExampleFolder):
     HEAD = ('##fileformat=VCFv4.2\n##contig=<ID=7>\n##FORMAT=<ID=GT,Number=1,Type=String,Description="g">\n'
             '#CHROM\tPOS\tID\tREF\tALT\tQUAL\tFILTER\tINFO\tFORMAT\t')
 
@@ -142,5 +124,4 @@ class JoinChunks(Folder):
 
 
 if __name__ == '__main__':
-    BINARY = sys.argv.pop(1)
-    unittest.main()
+    main(sys.argv)

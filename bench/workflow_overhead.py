@@ -3,7 +3,7 @@
 
     workflow_overhead.py CONFIG [--folder FOLDER] [--pairs N] [--cores N]
 
-CONFIG is a configuration of workflow/Snakefile with one chromosome, a study to be phased and no further options; its `results` are not
+CONFIG is a configuration of workflow/Snakefile with one chromosome, a study to be phased, on one thread a run; its `results` are not
 touched. Both ways begin with nothing, in turn, in FOLDER (build/overhead). The loop starts chunks by xargs, as many at a time as the
 workflow has cores, and makes the page beside the joining of chunks, as the workflow does. Needs python3-yaml.
 """
@@ -33,13 +33,14 @@ done
 rows results/plan/phasing.chr$chr.tsv | xargs -P $cores -L 1 bash -c '
     out=results/phased/chr$chr/$(printf %03d $1).vcf.gz
     orvide -g $study -h $panel -m $map -chr $chr -int $3 $4 -buffer $buffer -prephase_g -allow_large_regions -strict -seed $seed \\
-        -threads 1 -o $out > ${out%.vcf.gz}.log 2>&1'
+        -threads 1 $phasing_options -o $out > ${out%.vcf.gz}.log 2>&1'
 phased=$(rows results/plan/phasing.chr$chr.tsv | files results/phased/chr$chr)
 orvide-ligate -o results/phased/chr$chr.vcf.gz $phased > results/phased/chr$chr.seams.tsv
 rows results/plan/$name.chr$chr.tsv | xargs -P $cores -L 1 bash -c '
     out='$imputed'/chr$chr/$(printf %03d $1).vcf.gz
     orvide -strict -known_haps_g results/phased/chr$chr.vcf.gz -use_prephased_g -h $panel -m $map -chr $chr -int $3 $4 \\
-        -buffer $buffer -allow_large_regions -seed $seed -threads 1 -o $out > ${out%.vcf.gz}.log 2>&1'
+        -buffer $buffer -allow_large_regions -seed $seed -threads 1 \\
+        $imputation_options -o $out > ${out%.vcf.gz}.log 2>&1'
 chunks=$(rows results/plan/$name.chr$chr.tsv | files $imputed/chr$chr)
 orvide-report --panel --title "Imputation report: $name" -o $imputed/report.html $phased $chunks &
 python3 "$workflow"/join_chunks.py --plan results/plan/$name.chr$chr.tsv --info $imputed/chr${chr}_info -o $imputed/chr$chr.vcf.gz $chunks
@@ -64,6 +65,7 @@ def loop_environment(config, cores):
     values = {'chr': config['chromosomes'][0], 'name': config.get('panel_name', 'panel'), 'buffer': config.get('buffer_kb', 250),
               'seed': config.get('seed', 1), 'cores': cores, 'workflow': TOP / 'workflow',
               'PATH': ':'.join([config.get('programs', ''), str(TOP / 'tools'), os.environ['PATH']]),
+              'phasing_options': config.get('phasing_options', ''), 'imputation_options': config.get('imputation_options', ''),
               **plan, **{key: config[key] for key in ('study', 'panel', 'map')}}
     return dict(os.environ, **{key: str(value) for key, value in values.items()})
 

@@ -135,7 +135,7 @@ class Failures(ExampleFolder):
         (self.folder / 'results/phased/chr20/.orvide_1_1.tmp').write_bytes(b'half')
         self.assertIn('Directory cannot be locked', self.start(status=1))
         self.start('--unlock')
-        self.start('--rerun-incomplete')
+        self.start()
         (self.folder / 'results/phased/chr20/.orvide_1_1.tmp').unlink()
         self.assert_results()
 

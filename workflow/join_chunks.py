@@ -90,17 +90,28 @@ def check_people(chunks):
             raise JoinError('[%s] and [%s] do not have the same people' % (chunks[0], chunk))
 
 
-def join(options):
+def temporary(path):
+    """A name in the same directory, with the same ending, for what is not whole yet."""
+    folder, name = os.path.split(path)
+    return os.path.join(folder, '.joining_' + name)
+
+
+def index_of(path):
+    return path + ('.tbi' if path.endswith('.gz') else '.csi')
+
+
+def join(options, output, info):
+    """Writes output with its index and info; the options name what goes in."""
     intervals = read_plan(options.plan, len(options.chunks))
     check_people(options.chunks)
-    counts = join_quality(options.chunks, intervals, options.info)
+    counts = join_quality(options.chunks, intervals, info)
     for chunk, count in zip(options.chunks, counts):
         records = int(bcftools('index', '-n', chunk))
         if records != count:
             raise JoinError('[%s] has %d records, its quality file %d' % (chunk, records, count))
-    bcftools('concat', '--naive', '-o', options.output, *options.chunks)
-    bcftools('index', '--tbi' if options.output.endswith('.gz') else '--csi', '--force', options.output)
-    records = int(bcftools('index', '-n', options.output))
+    bcftools('concat', '--naive', '-o', output, *options.chunks)
+    bcftools('index', '--tbi' if output.endswith('.gz') else '--csi', '--force', output)
+    records = int(bcftools('index', '-n', output))
     if records != sum(counts):
         raise JoinError('[%s] has %d records, its chunks %d' % (options.output, records, sum(counts)))
     print('joined %d chunks with %d sites to %s' % (len(counts), records, options.output))
@@ -113,10 +124,14 @@ def main():
     parser.add_argument('--info', metavar='FILE', required=True, help='the quality file of all, to be written')
     parser.add_argument('-o', '--output', metavar='FILE', required=True, help='the chromosome, to be written')
     options = parser.parse_args()
+    output, info = temporary(options.output), temporary(options.info)
     try:
-        join(options)
+        join(options, output, info)
+        for made, name in ((index_of(output), index_of(options.output)), (info, options.info), (output, options.output)):
+            os.replace(made, name)
+        os.utime(index_of(options.output))  # not older than its file
     except (JoinError, OSError, ValueError) as error:
-        for path in (options.output, options.info):
+        for path in (output, index_of(output), info):
             if os.path.exists(path):
                 os.remove(path)
         print('ERROR: %s' % error, file=sys.stderr)

@@ -139,8 +139,7 @@ class Failures(ExampleFolder):
         (self.folder / 'results/phased/chr20/.orvide_1_1.tmp').unlink()
         self.assert_results()
 
-    def test_half_a_result_of_a_killed_step_is_made_again(self):
-        """The joining of chunks is the step that writes its file as it goes."""
+    def test_a_killed_joining_leaves_no_half_result(self):
         self.start_from_results()
         (self.folder / 'results/imputed/panel/chr20.vcf.gz').unlink()
         client = self.folder / 'programs' / 'bcftools'
@@ -151,10 +150,12 @@ class Failures(ExampleFolder):
         killed = subprocess.run(self.words(), cwd=self.folder, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=False,
                                 env=environment, start_new_session=True)
         self.assertEqual(killed.returncode, -signal.SIGKILL)
-        self.assertEqual((self.folder / 'results/imputed/panel/chr20.vcf.gz').read_text(), 'half\n')
+        half = self.folder / 'results/imputed/panel/.joining_chr20.vcf.gz'
+        self.assertEqual(half.read_text(), 'half\n')
+        self.assertFalse((self.folder / 'results/imputed/panel/chr20.vcf.gz').exists())
         self.start('--unlock')
-        self.assertIn('seem to be incomplete', self.start(status=1))
-        self.start('--rerun-incomplete')
+        self.start()
+        self.assertFalse(half.exists())
         self.assert_results()
 
     def test_lost_results_are_made_again(self):

@@ -99,6 +99,7 @@ class JoinChunks(ExampleFolder):
         said = self.call(sys.executable, TOP / 'workflow' / 'join_chunks.py', '--plan', 'plan', '--info', 'info', '-o', 'all.vcf.gz', *chunks,
                          status=status)
         self.assertEqual((self.folder / 'all.vcf.gz').exists(), status == 0)
+        self.assertEqual(list(self.folder.glob('.joining_*')), [])
         return said
 
     def test_joins_chunks(self):

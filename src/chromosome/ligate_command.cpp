@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr std::string_view help =
+constexpr std::string_view ligate_help =
     "orvide-ligate -o FILE [-allow_gaps] CHUNK CHUNK ...\n"
     "\n"
     "Joins phased VCF or BCF files of neighbouring chunks that overlap, in the order of their positions, to one file:\n"
@@ -27,7 +27,7 @@ constexpr std::string_view help =
     "told,\n"
     "how many of them agree, people who were turned, and people for whom nothing tells.\n";
 
-const std::vector<word_option> known_options{{"-o", 1}, {"-allow_gaps", 0}, {"--help", 0}};
+const std::vector<word_option> ligate_options{{"-o", 1}, {"-allow_gaps", 0}, {"--help", 0}};
 
 void print_seam(std::ostream& seams, const seam& place) {
     seams << place.before << '\t' << place.after << '\t' << place.lower << '\t' << place.upper << '\t' << place.n_sites
@@ -49,9 +49,9 @@ void check(run_log& log, const word_options& options) {
 int run_ligate_command(const std::vector<std::string>& words, std::ostream& seams, std::ostream& notes) {
     run_log log(notes, notes);
     try {
-        const word_options options(log, words, known_options);
+        const word_options options(log, words, ligate_options);
         if (options.has("--help")) {
-            seams << help;
+            seams << ligate_help;
             return 0;
         }
         check(log, options);

@@ -20,7 +20,7 @@
 
 namespace {
 
-constexpr std::string_view help =
+constexpr std::string_view plan_help =
     "orvide-plan -m MAP (-g FILE | -known_haps_g FILE) [options]\n"
     "\n"
     "Parts a chromosome into chunks for one run of orvide each, and prints them as a table.\n"
@@ -43,7 +43,7 @@ constexpr std::string_view help =
     "and\n"
     "for a run on one core seconds and MB of phasing and of imputation from known haplotypes ('.' without -h).\n";
 
-const std::vector<word_option> known_options{
+const std::vector<word_option> plan_options{
     {"-m", 1},      {"-g", 1},         {"-known_haps_g", 1}, {"-h", 1},      {"-l", 1}, {"-chr", 1},
     {"-max_kb", 1}, {"-min_typed", 1}, {"-gap_kb", 1},       {"-buffer", 1}, {"-o", 1}, {"--help", 0}};
 
@@ -181,9 +181,9 @@ void plan(run_log& log, const word_options& options, std::ostream& table) {
 int run_plan_command(const std::vector<std::string>& words, std::ostream& table, std::ostream& notes) {
     run_log log(notes, notes);
     try {
-        const word_options options(log, words, known_options);
+        const word_options options(log, words, plan_options);
         if (options.has("--help")) {
-            table << help;
+            table << plan_help;
             return 0;
         }
         plan(log, options, table);

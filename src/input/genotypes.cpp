@@ -18,7 +18,7 @@
 
 namespace {
 
-std::string words_of(std::size_t panel) {
+std::string words_of_genotypes(std::size_t panel) {
     return concat("Panel ", panel, " genotypes file");
 }
 
@@ -49,7 +49,7 @@ panel_rules rules_of(const parameters& params, std::size_t panel) {
 
 std::unique_ptr<genotype_source> open_panel(const input_rooms& rooms, const panel_rules& rules, std::size_t panel) {
     announce(rooms.log, concat("-reading Panel ", panel, " genotypes from ", rules.option, " file"), rules.file);
-    source_request request = request_for(rooms.params, rooms.plan, rules.option, rules.file, words_of(panel));
+    source_request request = request_for(rooms.params, rooms.plan, rules.option, rules.file, words_of_genotypes(panel));
     request.probabilities = rules.genotypes.probabilistic;
     return open_genotypes(rooms.log, request);
 }
@@ -92,7 +92,7 @@ void genotype_reader::settle_columns() {
     const std::size_t n_columns = source_->n_columns();
     settle_contig(rooms_, *source_, rules_.file);
     settle_people(rooms_, context_, *source_, panel_, rules_.file);
-    check_against_sample_file(rooms_.log, context_.exclude_flags, n_columns, "individuals", words_of(panel_));
+    check_against_sample_file(rooms_.log, context_.exclude_flags, n_columns, "individuals", words_of_genotypes(panel_));
     settle_individuals(rooms_.log, people_, n_columns, context_.exclude_flags);
     triples_.resize(n_columns);
     codes_.resize(people_.n_ind);

@@ -19,7 +19,7 @@
 
 namespace {
 
-std::string words_of(std::size_t panel) {
+std::string words_of_haplotypes(std::size_t panel) {
     return concat("Panel ", panel, " haplotypes file");
 }
 
@@ -27,7 +27,7 @@ std::unique_ptr<haplotype_source> open_panel(const input_rooms& rooms, std::size
     const parameters& params = rooms.params;
     run_log& log = rooms.log;
     // The files stand in the order of their panels.
-    source_request request = request_for(params, rooms.plan, "-h", params.h_files[panel], words_of(panel));
+    source_request request = request_for(params, rooms.plan, "-h", params.h_files[panel], words_of_haplotypes(panel));
     request.legend = params.l_files[panel];
     request.legend_words = concat("Panel ", panel, " legend file");
     request.legend_missing_text = missing_text("-l");
@@ -79,7 +79,7 @@ void haplotype_reader::settle_columns() {
     const std::size_t n_columns = source_->n_columns();
     settle_contig(rooms_, *source_, rooms_.params.h_files[panel_]);
     settle_people(rooms_, context_, *source_, panel_, rooms_.params.h_files[panel_]);
-    check_against_sample_file(rooms_.log, context_.exclude_flags, n_columns, "haplotypes", words_of(panel_));
+    check_against_sample_file(rooms_.log, context_.exclude_flags, n_columns, "haplotypes", words_of_haplotypes(panel_));
     const std::vector<bool>& absent = source_->absent_columns();
     if (!absent.empty()) context_.exclude_flags.resize(n_columns, false);
     for (std::size_t column = 0; column < absent.size(); ++column) {

@@ -84,10 +84,6 @@ int timeval_print(const timeval* value) {
 
 namespace {
 
-bool is_separator(char c) {
-    return c == ' ' || c == '\t';
-}
-
 std::string_view without_sign_and_return(std::string_view field) {
     if (!field.empty() && field.back() == '\r') field.remove_suffix(1);
     if (field.size() > 1 && field.front() == '+' && field[1] != '-') field.remove_prefix(1);

@@ -33,6 +33,11 @@ double string_to_double(const std::string& text);
 // Writes seconds and microseconds on standard error; the number of characters written.
 int timeval_print(const timeval* value);
 
+// Between fields.
+constexpr bool is_separator(char c) {
+    return c == ' ' || c == '\t';
+}
+
 // Takes the fields of a line in place, one after the other. Blanks and tabs separate fields.
 class field_scanner {
   public:

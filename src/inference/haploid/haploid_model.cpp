@@ -35,9 +35,9 @@ double enter_anchor(const haploid_problem& problem, const haploid_tables& tables
                                              problem.emission[0][seen], problem.emission[1][seen], out);
 }
 
-class forward_sweep {
+class haploid_forward_sweep {
   public:
-    forward_sweep(const haploid_problem& problem, haploid_tables& tables)
+    haploid_forward_sweep(const haploid_problem& problem, haploid_tables& tables)
         : p_(problem), t_(tables), K_(problem.n_states) {
         t_.stride = kernels::haploid_padded(K_);
         t_.keep_every = choose_keep_every(problem);
@@ -316,7 +316,7 @@ double haploid_forward(const haploid_problem& problem, haploid_tables& tables) {
         tables.mu.assign(problem.n_sites, 0.0);
         return problem.n_sites > 0 ? std::log10(0.0) : 0.0;
     }
-    return forward_sweep(problem, tables).run();
+    return haploid_forward_sweep(problem, tables).run();
 }
 
 void haploid_walk(const haploid_problem& problem, haploid_tables& tables, const haploid_walk_options& options,

@@ -10,9 +10,9 @@
 namespace {
 
 // One forward sweep, block by block.
-class forward_sweep {
+class pair_forward_sweep {
   public:
-    forward_sweep(const pair_problem& p, pair_tables& t) : p_(p), t_(t) {}
+    pair_forward_sweep(const pair_problem& p, pair_tables& t) : p_(p), t_(t) {}
 
     // Returns the log10 likelihood.
     double run() {
@@ -376,7 +376,7 @@ class pair_walker {
 
 double pair_forward(const pair_problem& problem, pair_tables& tables) {
     size_tables(problem, tables);
-    return forward_sweep(problem, tables).run();
+    return pair_forward_sweep(problem, tables).run();
 }
 
 void pair_walk(const pair_problem& problem, pair_tables& tables, const pair_walk_options& options,

@@ -6,10 +6,6 @@
 
 namespace {
 
-constexpr bool is_separator(char c) {
-    return c == ' ' || c == '\t';
-}
-
 // "a b c d " with digits 0 and 1 gives the bits a, b, c, d, from the lowest one; 16 when the text has another shape.
 unsigned pack_four(std::uint64_t text) {
     constexpr std::uint64_t shape_mask = 0xfffefffefffefffeULL;

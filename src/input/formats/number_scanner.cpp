@@ -6,14 +6,6 @@
 
 #include "io/text.h"
 
-namespace {
-
-constexpr bool is_separator(char c) {
-    return c == ' ' || c == '\t';
-}
-
-}  // namespace
-
 number_scanner::outcome number_scanner::next(double& value) {
     while (next_ != end_ && is_separator(*next_)) ++next_;
     if (next_ == end_) return outcome::end;

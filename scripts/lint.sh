@@ -5,9 +5,8 @@
 #
 # --analyze  follow the paths through each function, too (clang-analyzer): three times as slow
 #
-# Without files, all of src/, several sources as one, since most of the time goes into the headers of the system: ten times as
-# fast. Sources that do not go together (two have a name in common) are looked at one by one. What is as it was in an earlier
-# clean run is passed over.
+# Without files, all of src/, ten sources at a time (ORVIDE_TOGETHER), since most of the time goes into the headers of the system. What is
+# as it was in an earlier clean run is passed over.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -22,8 +21,8 @@ fi
 if [[ $# -gt 0 ]]; then
     files=("$@")
 else
-    cmake -S . -B build/together -G Ninja -DCMAKE_BUILD_TYPE=Release -DORVIDE_TESTS=OFF -DCMAKE_UNITY_BUILD=ON \
-        -DCMAKE_UNITY_BUILD_BATCH_SIZE=10 -DCMAKE_EXPORT_COMPILE_COMMANDS=ON >"$clean/configure.log"
+    cmake -S . -B build/together -G Ninja -DCMAKE_BUILD_TYPE=Release -DORVIDE_TESTS=OFF -DORVIDE_TOGETHER=ON \
+        -DCMAKE_EXPORT_COMPILE_COMMANDS=ON >"$clean/configure.log"
     mapfile -t files < <(python3 -c 'import json, sys; print("\n".join(sorted(unit["file"] for unit in json.load(sys.stdin))))' \
         <build/together/compile_commands.json)
 fi
@@ -50,10 +49,6 @@ tidy() {
 lint_one() {
     local file=${1%:*} sum=${1##*:} report status=0
     report=$(tidy "$file") || status=1
-    if [[ $status -ne 0 && $report == *clang-diagnostic-error* && $file == */unity_*.cxx ]]; then
-        status=0
-        report=$(sources_of "$file" | { all=0; while read -r source; do tidy "$source" || all=1; done; exit $all; }) || status=1
-    fi
     [[ $status -ne 0 ]] || touch "$clean/$sum"
     [[ $status -eq 0 ]] || printf '%s\n' "$report"
     return $status

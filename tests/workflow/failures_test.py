@@ -75,7 +75,8 @@ class Failures(ExampleFolder):
         return self.call(*self.words(*options, retries=retries), status=status)
 
     def assert_results(self):
-        found = results_of(self.folder)
+        # Parts of what was killed while it wrote are no results.
+        found = {name: found for name, found in results_of(self.folder).items() if '/.orvide_' not in name}
         self.assertEqual(sorted(found), sorted(self.wanted))
         self.assertEqual([name for name in found if found[name] != self.wanted[name]], [])
 
@@ -136,7 +137,6 @@ class Failures(ExampleFolder):
         self.assertIn('Directory cannot be locked', self.start(status=1))
         self.start('--unlock')
         self.start()
-        (self.folder / 'results/phased/chr20/.orvide_1_1.tmp').unlink()
         self.assert_results()
 
     def test_a_killed_joining_leaves_no_half_result(self):

@@ -42,7 +42,7 @@ done
 
 tidy() {
     local from=$build chosen=$checks
-    [[ $1 == */unity_*.cxx ]] && from=build/together chosen=${checks:+$checks,}-bugprone-suspicious-include,-clang-diagnostic-shadow
+    [[ $1 == */unity_*.cxx ]] && from=build/together chosen=${checks:+$checks,}-bugprone-suspicious-include
     clang-tidy --quiet -p "$from" ${chosen:+"--checks=$chosen"} "$1" 2>&1
 }
 

@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr std::array<const char*, 4> names{"GP", "GL", "PL", "GT"};
+constexpr std::array<const char*, 4> field_names{"GP", "GL", "PL", "GT"};
 constexpr double largest_sum = 1.02;  // probabilities are rounded
 
 std::size_t index(auto field) {
@@ -43,14 +43,15 @@ void variant_genotypes::check_type(const char* name) const {
 
 // Fills the values of the record in hand; false where it has no such field.
 bool variant_genotypes::fetch(field which) {
-    check_type(names[index(which)]);
+    check_type(field_names[index(which)]);
     const auto get = [&](auto type, int kind) {
         decltype(type)* buffer = nullptr;
         int size = 0;
-        const int n = bcf_get_format_values(sites_.header(), sites_.record(), names[index(which)],
+        const int n = bcf_get_format_values(sites_.header(), sites_.record(), field_names[index(which)],
                                             reinterpret_cast<void**>(&buffer), &size, kind);
         const std::unique_ptr<decltype(type), void (*)(void*)> owner(buffer, std::free);
-        if (n == -2) sites_.fail(concat("The field ", names[index(which)], " is not of the type that it should have"));
+        if (n == -2)
+            sites_.fail(concat("The field ", field_names[index(which)], " is not of the type that it should have"));
         if (n <= 0) return false;
         n_values_ = static_cast<std::size_t>(n) / n_samples();
         values_.resize(static_cast<std::size_t>(n));
@@ -126,8 +127,8 @@ std::optional<probability_triple> variant_genotypes::triple_of(field which, std:
     const std::size_t n_alleles = sites_.record()->n_allele;
     const bool haploid = n == n_alleles && sites_.ploidies()[sample] == 1;
     if (!haploid && n != n_alleles * (n_alleles + 1) / 2) {
-        sites_.fail_at(sample,
-                       concat("The field ", names[index(which)], " has ", n, " values for ", n_alleles, " alleles"));
+        sites_.fail_at(
+            sample, concat("The field ", field_names[index(which)], " has ", n, " values for ", n_alleles, " alleles"));
     }
     make_probabilities(which, sample, n, values);
     const auto allele = static_cast<std::size_t>(sites_.allele());
@@ -156,16 +157,16 @@ void variant_genotypes::make_probabilities(field which, std::size_t sample, std:
     const double largest = *std::max_element(probabilities_.begin(), probabilities_.end());
     for (double& value : probabilities_) sum += value = std::pow(10.0, value - largest);
     if (!std::isfinite(largest) || !std::isfinite(sum)) {
-        sites_.fail_at(sample, concat("The values of ", names[index(which)], " are no likelihoods"));
+        sites_.fail_at(sample, concat("The values of ", field_names[index(which)], " are no likelihoods"));
     }
     for (double& value : probabilities_) value /= sum;
 }
 
 std::vector<std::string> variant_genotypes::remarks() const {
     std::vector<std::string> lines;
-    for (std::size_t i = 0; i < names.size(); ++i) {
+    for (std::size_t i = 0; i < field_names.size(); ++i) {
         if (n_sites_[i] > 0)
-            lines.push_back(concat(" --took the genotypes of ", n_sites_[i], " sites from ", names[i]));
+            lines.push_back(concat(" --took the genotypes of ", n_sites_[i], " sites from ", field_names[i]));
     }
     const std::vector<std::string> others = variant_source::remarks();
     lines.insert(lines.end(), others.begin(), others.end());

@@ -31,6 +31,7 @@ TEST(signals, that_end_the_run_remove_what_is_listed) {
     for (const int signal : {SIGHUP, SIGINT, SIGTERM, SIGXCPU}) {
         files.write("a", "text");
         const int status = status_of([&] {
+            std::signal(signal, SIG_DFL);  // nohup lets one be ignored, a shell those of what is in its background
             install_signal_handlers();
             removal_list::add(files.name("a"));
             raise(signal);
@@ -46,12 +47,14 @@ TEST(signals, that_end_the_run_leave_a_line_where_one_is_wanted) {
          {std::pair(SIGHUP, "\nfailed: ended by signal 1\n"), std::pair(SIGTERM, "\nfailed: ended by signal 15\n")}) {
         files.write("summary", "text");
         status_of([&, ending = signal] {
+            std::signal(ending, SIG_DFL);
             install_signal_handlers();
             last_words::leave_in(open(files.name("summary").c_str(), O_WRONLY | O_APPEND));
             raise(ending);
         });
         EXPECT_EQ(std::string("text") + line, files.read("summary"));
         status_of([&, ending = signal] {
+            std::signal(ending, SIG_DFL);
             install_signal_handlers();
             last_words::leave_in(open(files.name("summary").c_str(), O_WRONLY | O_APPEND));
             last_words::leave_in(-1);

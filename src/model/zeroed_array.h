@@ -19,7 +19,7 @@ class zeroed_memory {
     void* data() const { return data_; }
 
   private:
-    void* mapped_ = nullptr;
+    void* mapped_ = nullptr;  // of a large amount
     std::size_t n_mapped_ = 0;
     void* data_ = nullptr;
 };

@@ -4,6 +4,7 @@
 #include <benchmark/benchmark.h>
 
 #include <array>
+#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <iostream>
@@ -294,6 +295,49 @@ void selection_of_nearest(benchmark::State& state) {
     set_unit(state, static_cast<double>(n));
 }
 BENCHMARK(selection_of_nearest)->Arg(1000)->Arg(5000)->Arg(50000);
+
+// Haplotypes in an order at a site, a tenth of which have allele 1. The unit is a haplotype.
+void sort_by_allele(benchmark::State& state) {
+    const auto n = static_cast<std::size_t>(state.range(0));
+    std::vector<kernels::sorted_haplotype> haps(n), scratch(n + 8);
+    std::vector<kernels::ranked_alleles> ranked(n / 32 + 1);
+    for (auto& hap : haps) {
+        for (unsigned bit = 0; bit < 32; ++bit) hap.alleles |= std::uint32_t{generator()() % 10 == 0 ? 1U : 0U} << bit;
+    }
+    unsigned bit = 0;
+    for (auto _ : state) {
+        kernels::active().sort_by_allele(n, bit++ % 32, haps.data(), scratch.data(), ranked.data());
+        benchmark::ClobberMemory();
+    }
+    set_unit(state, static_cast<double>(n));
+}
+BENCHMARK(sort_by_allele)->Arg(5000)->Arg(50000);
+
+// 64 targets among haplotypes in an order, over 900 sites. The unit is a target and site.
+void pass_ranked(benchmark::State& state) {
+    constexpr std::size_t n_sites = 900, n_targets = 64;
+    const auto n = static_cast<std::size_t>(state.range(0));
+    const std::size_t words = n / 32 + 1;
+    std::vector<kernels::ranked_alleles> ranked(n_sites * words);
+    for (std::size_t site = 0; site < n_sites; ++site) {
+        std::uint32_t n_ones = 0;
+        for (std::size_t w = 0; w < words; ++w) {
+            const auto word = static_cast<std::uint32_t>(w + 1 < words ? generator()() : 0);
+            ranked[site * words + w] = {word, n_ones};
+            n_ones += static_cast<std::uint32_t>(std::popcount(word));
+        }
+    }
+    std::vector<std::uint64_t> alleles(n_sites), places(n_targets, 0);
+    for (auto& word : alleles) word = generator()();
+    for (auto _ : state) {
+        for (std::size_t site = 0; site < n_sites; ++site) {
+            kernels::active().pass_ranked(n, ranked.data() + site * words, alleles[site], n_targets, places.data());
+        }
+        benchmark::ClobberMemory();
+    }
+    set_unit(state, static_cast<double>(n_sites * n_targets));
+}
+BENCHMARK(pass_ranked)->Arg(5000)->Arg(50000);
 
 void bit_transposition(benchmark::State& state) {
     alignas(64) std::uint64_t block[64];

@@ -78,6 +78,16 @@ struct class_site {
     const double* e;                  // emissions by allele sum
 };
 
+// A haplotype in an order, with its alleles at the 32 sites around the one where the order is.
+struct sorted_haplotype {
+    std::uint32_t hap, alleles;
+};
+// 32 alleles of haplotypes that stand in an order.
+struct ranked_alleles {
+    std::uint32_t ones;         // bit i: allele of the i-th of them
+    std::uint32_t ones_before;  // number of alleles 1 in the words before
+};
+
 struct table {
     // out[k] = (alpha f[k] + beta) m, m being m1 if the state's bit is set, else m0. Returns the sum of out.
     double (*haploid_forward)(std::size_t K, const double* f, double alpha, double beta, const std::uint64_t* bits,
@@ -152,6 +162,16 @@ struct table {
     // Numbers of bits in which row x differs from each of n_rows rows of n_words words.
     void (*distances)(std::size_t n_words, const std::uint64_t* x, std::size_t n_rows, const std::uint64_t* rows,
                       int* counts);
+    // Sorts n haplotypes by allele: those whose bit is clear before those whose bit is set, else in their order. ranked
+    // [n / 32 + 1] gets the alleles in the order before. scratch has room for n and 8 more.
+    void (*sort_by_allele)(std::size_t n, unsigned bit, sorted_haplotype* haps, sorted_haplotype* scratch,
+                           ranked_alleles* ranked);
+    // From numbers of haplotypes that stand before some targets in an order, up to a site, to those in the order behind
+    // it, in which those with allele 0 come first. ranked: alleles of the n_hap haplotypes at the site,
+    // [n_hap / 32 + 1]; alleles: bit t is that of target t, clear past n; places: of n targets, 64 at most, padded with
+    // zeros to a multiple of 8.
+    void (*pass_ranked)(std::size_t n_hap, const ranked_alleles* ranked, std::uint64_t alleles, std::size_t n,
+                        std::uint64_t* places);
     // Transposes a 64 x 64 bit block: bit j of word i of from goes to bit i of word j of to, which may be from.
     void (*transpose)(const std::uint64_t* from, std::uint64_t* to);
     // Transposes 8 x 8 words: to[j * stride + i] = from[i][j].

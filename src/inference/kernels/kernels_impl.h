@@ -12,6 +12,7 @@ namespace kernels::KERNEL_LEVEL {
 namespace {
 
 using std::size_t;
+using std::uint32_t;
 using std::uint64_t;
 
 #include "inference/kernels/lanes.h"
@@ -62,6 +63,8 @@ const table kernel_table{haploid_forward,
                          ordered_backward_move,
                          ordered_class_sums,
                          distances,
+                         sort_by_allele,
+                         pass_ranked,
                          transpose,
                          transpose_words};
 

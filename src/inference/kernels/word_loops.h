@@ -1,5 +1,5 @@
-// What is done with words of bits: distances and transpositions. Included inside the namespace of a level, after the
-// lanes.
+// What is done with words of bits: distances, ranks and transpositions. Included inside the namespace of a level, after
+// the lanes.
 
 // Several words.
 constexpr size_t part_words = KERNEL_PART;
@@ -47,6 +47,100 @@ size_t differences(size_t n_words, const uint64_t* x, const uint64_t* y) {
 
 void distances(size_t n_words, const uint64_t* x, size_t n_rows, const uint64_t* rows, int* counts) {
     for (size_t r = 0; r < n_rows; ++r) counts[r] = static_cast<int>(differences(n_words, x, rows + r * n_words));
+}
+
+// Haplotypes on their way into two orders: the zeros go to the front of where they come from.
+struct parted_haplotypes {
+    sorted_haplotype *zeros, *ones;
+};
+
+KERNEL_INLINE uint32_t part_one_by_one(const sorted_haplotype* from, size_t n, unsigned bit, parted_haplotypes& to) {
+    uint32_t alleles = 0;
+    for (size_t i = 0; i < n; ++i) {
+        const sorted_haplotype hap = from[i];
+        const uint32_t one = (hap.alleles >> bit) & 1U;
+        alleles |= one << i;
+        *to.zeros = hap;
+        *to.ones = hap;
+        to.zeros += 1 - one;
+        to.ones += one;
+    }
+    return alleles;
+}
+
+KERNEL_INLINE uint32_t part_32(const sorted_haplotype* from, unsigned bit, parted_haplotypes& to) {
+#if KERNEL_PART == 8
+    const word_part tested = word_part{} + (uint64_t{1} << (32 + bit));  // alleles are the high half
+    uint32_t alleles = 0;
+    for (unsigned i = 0; i < 32; i += 8) {
+        const __m512i haps = _mm512_loadu_si512(from + i);
+        const __mmask8 ones = _mm512_test_epi64_mask(haps, reinterpret_cast<__m512i>(tested));
+        alleles |= static_cast<uint32_t>(ones) << i;
+        // What is written too much lies where all has been read, or where more will be written.
+        _mm512_storeu_si512(to.zeros, _mm512_maskz_compress_epi64(static_cast<__mmask8>(~ones), haps));
+        _mm512_storeu_si512(to.ones, _mm512_maskz_compress_epi64(ones, haps));
+        const auto n_ones = static_cast<size_t>(__builtin_popcount(ones));
+        to.zeros += 8 - n_ones;
+        to.ones += n_ones;
+    }
+    return alleles;
+#else
+    return part_one_by_one(from, 32, bit, to);
+#endif
+}
+
+void sort_by_allele(size_t n, unsigned bit, sorted_haplotype* haps, sorted_haplotype* scratch, ranked_alleles* ranked) {
+    parted_haplotypes to{haps, scratch};
+    for (size_t first = 0; first <= n; first += 32, ++ranked) {
+        ranked->ones_before = static_cast<uint32_t>(to.ones - scratch);
+        ranked->ones =
+            first + 32 <= n ? part_32(haps + first, bit, to) : part_one_by_one(haps + first, n - first, bit, to);
+    }
+    const auto n_ones = static_cast<size_t>(to.ones - scratch);
+    if (n_ones > 0) __builtin_memcpy(to.zeros, scratch, n_ones * sizeof(sorted_haplotype));
+}
+
+KERNEL_INLINE uint64_t ones_before(const ranked_alleles* ranked, uint64_t place) {
+    const ranked_alleles& word = ranked[place / 32];
+    return word.ones_before + static_cast<uint64_t>(__builtin_popcount(word.ones & ((1U << (place % 32)) - 1U)));
+}
+
+#if KERNEL_PART == 8
+typedef word_part some_places;
+constexpr size_t places_at_once = 8;
+
+KERNEL_INLINE word_part ones_before(const ranked_alleles* ranked, const word_part& places) {
+    const __m512i words =
+        _mm512_mask_i64gather_epi64(_mm512_setzero_si512(), 0xff, reinterpret_cast<__m512i>(places >> 5), ranked, 8);
+    const word_part found = reinterpret_cast<word_part>(words), one = word_part{} + 1;
+    return (found >> 32) + set_bits(found & ((one << (places & 31)) - 1));
+}
+
+KERNEL_INLINE word_part first_bits(uint64_t alleles) {
+    const word_part at{0, 1, 2, 3, 4, 5, 6, 7};
+    return ((word_part{} + alleles) >> at) & 1;
+}
+#else
+typedef uint64_t some_places;
+constexpr size_t places_at_once = 1;
+
+KERNEL_INLINE uint64_t first_bits(uint64_t alleles) {
+    return alleles & 1U;
+}
+#endif
+
+// Before a target with allele 0 stand those with allele 0 that stood before; before one with allele 1 stand all with
+// allele 0, too: the step of a backward search (Ferragina and Manzini 2000). There is no branch on what cannot be
+// foreseen.
+void pass_ranked(size_t n_hap, const ranked_alleles* ranked, uint64_t alleles, size_t n, uint64_t* places) {
+    const uint64_t n_zeros = n_hap - ones_before(ranked, uint64_t{n_hap});
+    for (size_t t = 0; t < n; t += places_at_once) {
+        some_places place;
+        __builtin_memcpy(&place, places + t, sizeof place);
+        const some_places ones = ones_before(ranked, place), if_one = -first_bits(alleles >> t);
+        place = place - ones + ((n_zeros + 2 * ones - place) & if_one);
+        __builtin_memcpy(places + t, &place, sizeof place);
+    }
 }
 
 // The words of a part, each in the place of the one span further.

@@ -23,11 +23,6 @@ bool by_place(const matched_haplotype& x, const matched_haplotype& y) {
     return std::tie(x.panel, x.hap) < std::tie(y.panel, y.hap);
 }
 
-// The order of the heaps.
-bool is_worse(const matched_haplotype& x, const matched_haplotype& y) {
-    return x.length != y.length ? x.length < y.length : by_place(y, x);
-}
-
 }  // namespace
 
 void local_matches::set_sites(std::vector<std::size_t> sites) {
@@ -36,8 +31,13 @@ void local_matches::set_sites(std::vector<std::size_t> sites) {
     std::vector<std::size_t> marks;
     for (std::size_t i = 0; i < n_stretches_; ++i) marks.push_back((2 * i + 1) * sites_.size() / (2 * n_stretches_));
     for (match_orders& orders : orders_) orders.set_sites(sites_, marks);
-    alleles_.resize(bits::words_for(sites_.size()));
+    places_.set_sites(sites_, marks.size());
     ready_ = true;
+}
+
+void local_matches::start_iteration() {
+    current_.fill(false);
+    places_.forget();
 }
 
 void local_matches::refresh(const haplotypes_by_panel& haps, const match_target& target) {
@@ -45,51 +45,65 @@ void local_matches::refresh(const haplotypes_by_panel& haps, const match_target&
         if (!std::exchange(current_[p], true)) orders_[p].refresh(*haps[p]);
         taken_[p].assign(orders_[p].n_hap(), 0);
     }
+    places_.prepare(haps, target, orders_);
 }
 
-// Goes away from the target's place in an order, to whichever neighbour matches further.
-void local_matches::add_neighbours(const match_target& target, const std::uint64_t* alleles, std::size_t panel,
-                                   match_side side, std::size_t mark, std::size_t n,
-                                   std::vector<matched_haplotype>& found) const {
+// Goes away from the target's place in an order, to whichever neighbour matches further; to the one above if both do.
+// Which one cannot be foreseen, so that there is no branch on it.
+void local_matches::add_neighbours(const match_target& target, const own_stretch& own, std::size_t panel,
+                                   match_side side, std::size_t n, std::vector<match_candidate>& found) const {
+    const std::uint64_t* alleles = places_.alleles(own.hap);
     const match_orders& orders = orders_[panel];
     const match_side other = side == match_side::left ? match_side::right : match_side::left;
-    const std::int32_t* order = orders.order(side, mark);
-    const auto hap_at = [&](std::size_t place) { return static_cast<std::size_t>(order[place]); };
-    const auto length_at = [&](std::size_t place) { return orders.match_length(alleles, hap_at(place), side, mark); };
-    std::size_t above = orders.place_of(alleles, side, mark), below = above;
-    std::size_t length_above = above > 0 ? length_at(above - 1) : 0;
-    std::size_t length_below = below < orders.n_hap() ? length_at(below) : 0;
-    while (n > 0 && (above > 0 || below < orders.n_hap())) {
-        const bool upwards = below == orders.n_hap() || (above > 0 && length_above >= length_below);
-        const std::size_t hap = hap_at(upwards ? above - 1 : below);
-        const std::size_t length = upwards ? length_above : length_below;
-        if (upwards) {
-            length_above = --above > 0 ? length_at(above - 1) : 0;
-        } else {
-            length_below = ++below < orders.n_hap() ? length_at(below) : 0;
+    const std::int32_t* order = orders.order(side, own.mark);
+    const std::size_t place = places_.place(own.hap, panel, side, own.mark);
+    const auto hap_at = [order](std::size_t i) { return static_cast<std::size_t>(order[i]); };
+    // Above and below: the next one, how many there are, and how far the next one matches, plus 1; 0 if there is none.
+    std::array<std::size_t, 2> next{place - 1, place}, n_left{place, orders.n_hap() - place}, reach{};
+    const auto look = [&](std::size_t way) {
+        reach[way] =
+            n_left[way] > 0 ? 1 + orders.match_length(alleles, hap_at(next[way]), side, own.mark) : std::size_t{0};
+    };
+    look(0);
+    look(1);
+    while (reach[0] + reach[1] > 0) {
+        const std::size_t way = reach[1] > reach[0] ? 1 : 0;
+        const std::size_t hap = hap_at(next[way]);
+        if (!is_own(target, panel, hap)) {
+            found.emplace_back(reach[way] - 1 + orders.match_length(alleles, hap, other, own.mark), panel, hap);
+            if (--n == 0) return;
         }
-        if (is_own(target, panel, hap)) continue;
-        found.push_back({panel, hap, length + orders.match_length(alleles, hap, other, mark)});
-        --n;
+        next[way] += way == 0 ? ~std::size_t{0} : 1;
+        --n_left[way];
+        look(way);
     }
 }
 
-void local_matches::fill_turn(const match_target& target, const std::uint64_t* alleles, std::size_t mark, std::size_t n,
-                              std::vector<matched_haplotype>& heap) const {
+// Lists what a turn may take. Memory answers late, so that what the turns behind it will look at is called for.
+void local_matches::fill_turn(const match_target& target, std::size_t i, std::size_t n) {
+    const auto stretch = [&](std::size_t j) {
+        const auto turn = static_cast<std::size_t>(sequence_[std::min(j, sequence_.size() - 1)]);
+        return own_stretch{target.hap + turn / n_stretches_, turn % n_stretches_};
+    };
+    const own_stretch now = stretch(i), next = stretch(i + 1), after_next = stretch(i + 2);
+    std::vector<match_candidate>& heap = turns_[static_cast<std::size_t>(sequence_[i])];
     heap.clear();
     for (std::size_t p = target.first_panel; p <= target.last_panel; ++p) {
         for (const match_side side : {match_side::left, match_side::right}) {
-            add_neighbours(target, alleles, p, side, mark, n, heap);
+            orders_[p].call_for_order(side, after_next.mark, places_.place(after_next.hap, p, side, after_next.mark),
+                                      n);
+            orders_[p].call_for_rows(side, next.mark, places_.place(next.hap, p, side, next.mark), n);
+            add_neighbours(target, now, p, side, n, heap);
         }
     }
-    std::make_heap(heap.begin(), heap.end(), is_worse);
+    std::make_heap(heap.begin(), heap.end());
 }
 
 // Whether there was one to take.
-bool local_matches::take_next(std::vector<matched_haplotype>& heap, std::vector<matched_haplotype>& chosen) {
+bool local_matches::take_next(std::vector<match_candidate>& heap, std::vector<matched_haplotype>& chosen) {
     while (!heap.empty()) {
-        std::pop_heap(heap.begin(), heap.end(), is_worse);
-        const matched_haplotype best = heap.back();
+        std::pop_heap(heap.begin(), heap.end());
+        const matched_haplotype best = heap.back().who();
         heap.pop_back();
         if (std::exchange(taken_[best.panel][best.hap], 1) != 0) continue;
         chosen.push_back(best);
@@ -103,20 +117,16 @@ void local_matches::choose(const haplotypes_by_panel& haps, const match_target& 
     refresh(haps, target);
     turns_.resize(target.n_hap * n_stretches_);
     const std::size_t n_neighbours = neighbours_for(n_wanted, turns_.size());
-    for (std::size_t h = 0; h < target.n_hap; ++h) {
-        cut_row(haps[target.panel]->row(target.hap + h), sites_, alleles_.data());
-        for (std::size_t mark = 0; mark < n_stretches_; ++mark) {
-            fill_turn(target, alleles_.data(), mark, n_neighbours, turns_[h * n_stretches_ + mark]);
-        }
-    }
     const auto n_turns = static_cast<int>(turns_.size());
     sequence_.resize(turns_.size());
     RandomPermutation2::Next(n_turns, n_turns, sequence_.data(), 0, -1, -1);
     chosen.clear();
-    for (bool found = true; found && chosen.size() < n_wanted;) {
+    for (bool found = true, first = true; found && chosen.size() < n_wanted; first = false) {
         found = false;
         for (std::size_t i = 0; i < sequence_.size() && chosen.size() < n_wanted; ++i) {
-            found = take_next(turns_[static_cast<std::size_t>(sequence_[i])], chosen) || found;
+            const auto turn = static_cast<std::size_t>(sequence_[i]);
+            if (first) fill_turn(target, i, n_neighbours);
+            found = take_next(turns_[turn], chosen) || found;
         }
     }
     std::sort(chosen.begin(), chosen.end(), by_place);

@@ -742,6 +742,78 @@ TEST(kernel_levels, distances) {
     }
 }
 
+TEST(kernel_levels, sort_by_allele) {
+    input_source source(14);
+    for (const std::size_t n : {0U, 1U, 7U, 31U, 32U, 33U, 64U, 200U}) {
+        for (const unsigned bit : {0U, 13U, 31U}) {
+            std::vector<kernels::sorted_haplotype> haps(n), zeros, ones;
+            for (std::size_t h = 0; h < n; ++h) {
+                haps[h] = {static_cast<std::uint32_t>(source.index(n)), static_cast<std::uint32_t>(source.word())};
+            }
+            std::vector<double> expected;  // haplotypes, their alleles; the alleles before, the ones before
+            for (std::size_t first = 0; first <= n; first += 32) {
+                std::uint32_t word = 0;
+                expected.push_back(static_cast<double>(ones.size()));
+                for (std::size_t h = first; h < std::min(n, first + 32); ++h) {
+                    const bool one = ((haps[h].alleles >> bit) & 1U) != 0;
+                    (one ? ones : zeros).push_back(haps[h]);
+                    word |= std::uint32_t{one ? 1U : 0U} << (h - first);
+                }
+                expected.push_back(word);
+            }
+            zeros.insert(zeros.end(), ones.begin(), ones.end());
+            for (const auto& hap : zeros) expected.insert(expected.end(), {double(hap.hap), double(hap.alleles)});
+            const auto found = same_at_all_levels([&](const kernels::table& t) {
+                std::vector<kernels::sorted_haplotype> sorted = haps, scratch(n + 8);
+                std::vector<kernels::ranked_alleles> ranked(n / 32 + 1);
+                t.sort_by_allele(n, bit, sorted.data(), scratch.data(), ranked.data());
+                std::vector<double> values;
+                for (const auto& word : ranked)
+                    values.insert(values.end(), {double(word.ones_before), double(word.ones)});
+                for (const auto& hap : sorted) values.insert(values.end(), {double(hap.hap), double(hap.alleles)});
+                return values;
+            });
+            EXPECT_EQ(expected, found) << n << " haplotypes, bit " << bit;
+        }
+    }
+}
+
+TEST(kernel_levels, pass_ranked) {
+    input_source source(15);
+    for (const std::size_t n_hap : {0U, 1U, 31U, 32U, 33U, 64U, 200U}) {
+        std::vector<bool> one(n_hap);
+        std::vector<kernels::ranked_alleles> ranked(n_hap / 32 + 1);
+        for (std::size_t h = 0; h < n_hap; ++h) {
+            one[h] = source.chance(0.3);
+            if (one[h]) ranked[h / 32].ones |= std::uint32_t{1} << (h % 32);
+        }
+        const auto n_ones = [&](std::size_t end) {
+            return std::count(one.begin(), one.begin() + static_cast<std::ptrdiff_t>(end), true);
+        };
+        for (std::size_t w = 0; w < ranked.size(); ++w)
+            ranked[w].ones_before = static_cast<std::uint32_t>(n_ones(w * 32));
+        for (const std::size_t n : {1U, 16U, 20U, 64U}) {
+            const std::uint64_t alleles = n < 64 ? source.word() & ((std::uint64_t{1} << n) - 1) : source.word();
+            std::vector<std::uint64_t> places(64, 0);
+            std::vector<double> expected(n);
+            for (std::size_t t = 0; t < n; ++t) {
+                const std::size_t place = t == 0 ? n_hap : source.index(n_hap + 1);
+                places[t] = place;
+                const auto ones = n_ones(place), zeros = static_cast<std::ptrdiff_t>(place) - ones;
+                const bool has_one = ((alleles >> t) & 1U) != 0;
+                expected[t] =
+                    static_cast<double>(has_one ? static_cast<std::ptrdiff_t>(n_hap) - n_ones(n_hap) + ones : zeros);
+            }
+            const auto found = same_at_all_levels([&](const kernels::table& t) {
+                std::vector<std::uint64_t> passed = places;
+                t.pass_ranked(n_hap, ranked.data(), alleles, n, passed.data());
+                return std::vector<double>(passed.begin(), passed.begin() + static_cast<std::ptrdiff_t>(n));
+            });
+            EXPECT_EQ(expected, found) << n_hap << " haplotypes, " << n << " targets";
+        }
+    }
+}
+
 TEST(kernel_levels, transpose) {
     input_source source(12);
     std::array<std::uint64_t, 64> block{};

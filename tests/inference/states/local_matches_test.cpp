@@ -151,6 +151,30 @@ TEST_F(choice_by_matches, agrees_with_the_plain_search) {
     }
 }
 
+TEST_F(choice_by_matches, agrees_with_the_plain_search_while_the_targets_change_one_after_the_other) {
+    make({20, 0, 70}, 60);
+    for (std::size_t hap = 0; hap < 70; hap += 2) {
+        const match_target target{2, hap, 2, 0, 0};
+        std::vector<place> expected;
+        {
+            const seeded_draws draws{3};
+            expected = slow_choice(target, 5);
+        }
+        const seeded_draws draws{3};
+        EXPECT_EQ(expected, choose(target, 5)) << "haplotype " << hap;
+        for (std::size_t s = 0; s < 60; ++s) panels[2].set(hap, s, source.integer(0, 1));
+    }
+}
+
+TEST(match_candidate, is_the_greater_the_longer_it_matches_then_by_panel_and_index) {
+    std::vector<match_candidate> candidates{{3, 0, 5}, {7, 2, 1},   {7, 0, 2000000000},
+                                            {7, 0, 4}, {900, 2, 9}, {0, 0, 0}};
+    std::sort(candidates.begin(), candidates.end());
+    std::vector<place> found;
+    for (const match_candidate& candidate : candidates) found.emplace_back(candidate.who().panel, candidate.who().hap);
+    EXPECT_EQ((std::vector<place>{{0, 0}, {0, 5}, {2, 1}, {0, 2000000000}, {0, 4}, {2, 9}}), found);
+}
+
 TEST_F(choice_by_matches, takes_for_each_stretch_who_matches_there) {
     make({40, 0, 2}, 96);
     EXPECT_EQ(4U, matches.n_stretches());

@@ -35,16 +35,18 @@ void row_file::add(std::size_t row, std::span<const addition> additions) {
     const auto [least, largest] = std::minmax_element(
         additions.begin(), additions.end(), [](const addition& a, const addition& b) { return a.column < b.column; });
     const std::size_t first = least->column, n = largest->column - first + 1;
-    const auto numbers = std::make_unique_for_overwrite<double[]>(n);
+    std::vector<double> numbers = numbers_.take();
+    if (numbers.size() < n) numbers.resize(n);
     const std::lock_guard<std::mutex> lock(row_mutexes_[row % row_mutexes_.size()]);
     if (written_[row] != 0) {
-        file_.read(place(row, first), numbers.get(), n * sizeof(double));
+        file_.read(place(row, first), numbers.data(), n * sizeof(double));
     } else {
-        std::fill_n(numbers.get(), n, 0.0);
+        std::fill_n(numbers.begin(), n, 0.0);
     }
     for (const addition& one : additions) numbers[one.column - first] += one.value;
-    file_.write(place(row, first), numbers.get(), n * sizeof(double));
+    file_.write(place(row, first), numbers.data(), n * sizeof(double));
     written_[row] = 1;
+    numbers_.give(std::move(numbers));
 }
 
 std::shared_ptr<const number_window> row_file::window(std::size_t first_row, std::size_t n_rows,

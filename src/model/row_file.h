@@ -9,6 +9,7 @@
 #include <mutex>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "io/temporary_file.h"
@@ -18,6 +19,28 @@ struct number_window {
     std::size_t first_row = 0, n_rows = 0;
     std::size_t first_column = 0, n_columns = 0;
     std::vector<double> values;  // [row][column], and beyond
+};
+
+// Vectors that are used again, since memory that comes anew from the system is paid for page by page.
+template <typename Item>
+class vector_pool {
+  public:
+    // With what it held when it was given.
+    std::vector<Item> take() {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        if (spare_.empty()) return {};
+        std::vector<Item> one = std::move(spare_.back());
+        spare_.pop_back();
+        return one;
+    }
+    void give(std::vector<Item>&& one) {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        spare_.push_back(std::move(one));
+    }
+
+  private:
+    std::mutex mutex_;
+    std::vector<std::vector<Item>> spare_;
 };
 
 class row_file {
@@ -32,6 +55,8 @@ class row_file {
     // Adds to numbers of a row, in that order. Any number of threads may do so, also to one row, where the order of
     // theirs does not matter since each has columns of its own.
     void add(std::size_t row, std::span<const addition> additions);
+    // Lists for that.
+    vector_pool<addition>& lists() { return lists_; }
     // Of rows first_row to first_row + n_rows - 1 a stretch of columns with the given one among them. None of the rows
     // may change while it is held.
     std::shared_ptr<const number_window> window(std::size_t first_row, std::size_t n_rows, std::size_t column) const;
@@ -54,6 +79,8 @@ class row_file {
     const std::size_t n_columns_;
     std::vector<char> written_;  // by row; others are zeros, which need not be read
     temporary_file file_;
+    vector_pool<addition> lists_;
+    vector_pool<double> numbers_;
     std::array<std::mutex, 64> row_mutexes_;  // of the rows with that remainder
     std::shared_ptr<window_store> windows_;
 };

@@ -1,5 +1,7 @@
 #include "model/sum_table.h"
 
+#include <utility>
+
 void sum_table::allocate(std::size_t n_rows, const std::vector<int>& column, std::size_t n_columns,
                          const std::string* directory) {
     column_ = column;
@@ -39,8 +41,11 @@ void sum_table::add(std::size_t row, std::size_t site, double value) {
 }
 
 void sum_row::put_back() {
-    if (table_.file_ != nullptr) table_.file_->add(row_, additions_);
+    if (additions_.empty()) return;
+    table_.file_->add(row_, additions_);
     additions_.clear();
+    table_.file_->lists().give(std::move(additions_));
+    additions_ = {};
 }
 
 std::array<double, 2> sum_reader::get(std::size_t row, std::size_t site) {

@@ -72,6 +72,7 @@ class sum_row {
         if (in_memory_ != nullptr) {
             in_memory_[column] += value;
         } else {
+            if (additions_.capacity() == 0) additions_ = table_.file_->lists().take();
             additions_.push_back({static_cast<std::size_t>(column), value});
         }
     }

@@ -126,5 +126,6 @@ complete -c orvide -o mem_save_1 -d 'keep fewer forward values, compute the othe
 complete -c orvide -o mem_save_2 -d 'keep sampled haplotypes in temporary files'
 complete -c orvide -o mem_save_str -r -F -d 'beginning of the temporary files names'
 complete -c orvide -o no_remove_mem_save_dir -d 'remove temporary files one by one'
+complete -c orvide -o mem_save_3 -d 'keep the sums of results in temporary files'
 complete -c orvide -l help -d 'the main options; --help all: this text'
 complete -c orvide -l version -d 'print the version'

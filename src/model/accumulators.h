@@ -7,34 +7,9 @@
 #include <cstdint>
 #include <vector>
 
+#include "model/allele_row.h"
 #include "model/phase_sums.h"
-#include "model/zeroed_array.h"
-
-// A table [rows][sites], of which only some sites have a column.
-class sum_table {
-  public:
-    // column[s] is the column of site s or -1; the table keeps no reference to it.
-    void allocate(std::size_t n_rows, const std::vector<int>& column, std::size_t n_columns);
-    bool allocated() const { return n_columns_ != 0; }
-    bool has(std::size_t site) const { return site < column_.size() && column_[site] >= 0; }
-    // 0 at a site without a column.
-    double get(std::size_t row, std::size_t site) const { return has(site) ? values_[place(row, site)] : 0.0; }
-    // The values of a row by column, and the column of a site, -1 without one.
-    const double* row(std::size_t r) const { return values_.data() + r * n_columns_; }
-    int column(std::size_t site) const { return site < column_.size() ? column_[site] : -1; }
-    // Nothing at a site without a column.
-    void add(std::size_t row, std::size_t site, double value) {
-        if (has(site)) values_[place(row, site)] += value;
-    }
-
-  private:
-    std::size_t place(std::size_t row, std::size_t site) const {
-        return row * n_columns_ + static_cast<std::size_t>(column_[site]);
-    }
-    std::size_t n_columns_ = 0;
-    std::vector<int> column_;
-    zeroed_array<double> values_;
-};
+#include "model/sum_table.h"
 
 // One bit per stored iteration for the sampled allele of each haplotype of a slot (mcmc_bits).
 class sample_bits {
@@ -43,23 +18,19 @@ class sample_bits {
     bool has(std::size_t site) const { return site < column_.size() && column_[site] >= 0; }
     // h is 0 or 1. Reads 0, and sets nothing, at a site without a column.
     bool get(std::size_t slot, int h, std::size_t site, std::size_t iteration) const {
-        return has(site) && ((word(slot, h, site, iteration) >> (iteration % 64)) & 1U) != 0;
+        return has(site) && bits::get(rows_.data(), place(slot, h, site, iteration));
     }
     void set(std::size_t slot, int h, std::size_t site, std::size_t iteration, bool value);
 
   private:
     std::size_t place(std::size_t slot, int h, std::size_t site, std::size_t iteration) const {
-        return ((slot * 2 + static_cast<std::size_t>(h)) * n_columns_ + static_cast<std::size_t>(column_[site])) *
-                   n_words_ +
-               iteration / 64;
+        return ((slot * 2 + static_cast<std::size_t>(h)) * n_iterations_ + iteration) * n_bits_ +
+               static_cast<std::size_t>(column_[site]);
     }
-    std::uint64_t word(std::size_t slot, int h, std::size_t site, std::size_t iteration) const {
-        return words_[place(slot, h, site, iteration)];
-    }
-    std::size_t n_columns_ = 0;
-    std::size_t n_words_ = 0;
+    std::size_t n_iterations_ = 0;
+    std::size_t n_bits_ = 0;  // of a row: the columns, and what fills its last word
     std::vector<int> column_;
-    std::vector<std::uint64_t> words_;
+    std::vector<std::uint64_t> rows_;  // [slot][haplotype][iteration], a bit a column
 };
 
 // Tallies of sampled genotypes at one site under -mc_impute: by individual, or, at a study site of a run that imputes

@@ -112,6 +112,7 @@ struct parameters {
     bool mem_save = false;                               // -mem_save
     bool mem_save_1 = false;                             // -mem_save_1
     bool mem_save_2 = false;                             // -mem_save_2
+    bool mem_save_3 = false;                             // -mem_save_3
     bool remove_mem_save_dir = true;                     // -no_remove_mem_save_dir clears
     bool chrX = false;                                   // -chrX
     bool Xpar = false;                                   // -Xpar

@@ -115,11 +115,16 @@ struct sampled_pair {
 // What the two forms share: the genotype of an individual at a site, and its alleles.
 class study_phasing {
   public:
-    study_phasing(const result_inputs& run, packed_haplotypes& haps, const sample_bits& samples)
-        : run_(run), haps_(haps), samples_(samples) {}
+    // by: how it will be asked.
+    study_phasing(const result_inputs& run, packed_haplotypes& haps, const sample_bits& samples, sum_reader::order by)
+        : run_(run),
+          haps_(haps),
+          samples_(samples),
+          genotype_sums_(run, by),
+          allele_sums_(run.acc.gtype_acc2, run.n_with_known_haps(), by) {}
 
     // The study genotype where there is one, else the likeliest.
-    int consensus_genotype(const person& who, std::size_t s) const {
+    int consensus_genotype(const person& who, std::size_t s) {
         const snp& site = *run_.sites.in_order[s];
         if (!run_.params.prob_g && site.top_panel == run_.plan.n_panels - 1) {
             const std::uint8_t genotype = study_genotype(site, who.index);
@@ -131,9 +136,10 @@ class study_phasing {
     }
 
     // Chances of allele 1 on the two haplotypes of an individual with known haplotypes.
-    std::array<double, 2> allele_chances(const person& who, std::size_t s) const {
+    std::array<double, 2> allele_chances(const person& who, std::size_t s) {
         const auto n = static_cast<double>(n_iterations());
-        return {run_.acc.gtype_acc2[0].get(who.known_slot, s) / n, run_.acc.gtype_acc2[1].get(who.known_slot, s) / n};
+        const auto [first, second] = allele_sums_.get(who.known_slot, s);
+        return {first / n, second / n};
     }
 
     void load_samples(const person& who, std::size_t s, sampled_pair& sampled) const {
@@ -153,11 +159,11 @@ class study_phasing {
   private:
     std::size_t n_iterations() const { return run_.plan.stored_iters.size(); }
 
-    genotype_triple triple_of_person(const person& who, std::size_t s) const {
+    genotype_triple triple_of_person(const person& who, std::size_t s) {
         const parameters& params = run_.params;
         const bool imputed = run_.sites.in_order[s]->top_panel < 2;
         if (imputed || params.pgs_miss || params.pgs || params.pgs_prob) {
-            return posterior_triple(run_, s, who.index, who.haploid, imputed);
+            return posterior_triple(run_, genotype_sums_.get(s, who.index), s, who.index, who.haploid, imputed);
         }
         if (!who.known || params.mc_impute) return triple_of_samples(who, s);
         const auto [a, b] = allele_chances(who, s);
@@ -180,6 +186,8 @@ class study_phasing {
     const result_inputs& run_;
     packed_haplotypes& haps_;
     const sample_bits& samples_;
+    genotype_sums genotype_sums_;
+    sum_reader allele_sums_;  // of the first and the second haplotype
 };
 
 // The sites whose alleles consensus phasing settles.
@@ -341,7 +349,7 @@ void phase_fixed(const result_inputs& run, packed_haplotypes& haps, sample_bits&
     run.log.stage("-generating consensus haplotype estimates (relative to fixed input haps)");
     const bool by_samples = run.params.mc_impute;
     if (run.plan.tmp_haps && by_samples) load_temporary_haplotypes(run, samples);
-    study_phasing phasing(run, haps, samples);
+    study_phasing phasing(run, haps, samples, sum_reader::order::site_by_site);
     const std::vector<person> people = study_people(run);
     for (const std::size_t s : phased_sites(run, by_samples || run.all_have_known_haps())) {
         const snp& site = *run.sites.in_order[s];
@@ -355,7 +363,7 @@ phase_confidences phase_pairwise(const result_inputs& run, packed_haplotypes& ha
     if (run.all_have_known_haps()) return {};
     run.log.stage("-generating consensus haplotype estimates (minimizing switch error)");
     if (run.plan.tmp_haps) load_temporary_haplotypes(run, samples);
-    study_phasing phasing(run, haps, samples);
+    study_phasing phasing(run, haps, samples, sum_reader::order::row_by_row);
     const std::vector<person> people = study_people(run);
     const std::vector<std::size_t> phased = phased_sites(run, run.params.mc_impute);
     const auto n_unknown = static_cast<std::size_t>(

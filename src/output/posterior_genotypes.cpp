@@ -68,9 +68,8 @@ std::size_t sums_of(triple_source source) {
 
 }  // namespace
 
-genotype_triple posterior_triple(const result_inputs& run, std::size_t s, std::size_t individual, bool haploid,
-                                 bool imputed) {
-    const std::array<double, 2> sums = genotype_sums(run, s, individual);
+genotype_triple posterior_triple(const result_inputs& run, const std::array<double, 2>& sums, std::size_t s,
+                                 std::size_t individual, bool haploid, bool imputed) {
     const double* weights = imputed ? imputation_weights(run, *run.sites.in_order[s]) : nullptr;
     const bool weighted = weights != nullptr && weights[individual] > 0.0;
     const double divisor = weighted ? weights[individual] : n_stored(run);

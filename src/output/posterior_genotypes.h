@@ -43,10 +43,11 @@ inline bool keeps_input_probs(const result_inputs& run, const snp& site) {
 // missing; zeros where the study has no data.
 genotype_triple input_triple(const snp& site, std::size_t individual, bool haploid);
 
-// One triple from the sums of the stored iterations. imputed: the site has no study data, so that a weighted run
-// divides by the individual's sum of weights; a run without iterations has no weights and divides by their number.
-genotype_triple posterior_triple(const result_inputs& run, std::size_t s, std::size_t individual, bool haploid,
-                                 bool imputed);
+// One triple from the sums of genotypes 1 and 2 over the stored iterations. imputed: the site has no study data, so
+// that a weighted run divides by the individual's sum of weights; a run without iterations has no weights and divides
+// by their number.
+genotype_triple posterior_triple(const result_inputs& run, const std::array<double, 2>& sums, std::size_t s,
+                                 std::size_t individual, bool haploid, bool imputed);
 
 // Triples of a block of sites, for the individuals of a range. Load a block, then ask for its sites in any order.
 class genotype_block {

@@ -21,14 +21,15 @@ std::optional<std::size_t> tally_entry(const run_plan& plan, const snp& site, st
     return n_before;
 }
 
-std::array<double, 2> genotype_sums(const result_inputs& run, std::size_t site, std::size_t individual) {
-    if (!run.params.mc_impute) {
-        return {run.acc.gtype_acc[0].get(individual, site), run.acc.gtype_acc[1].get(individual, site)};
-    }
-    if (site >= run.acc.tallies.size()) return {0.0, 0.0};
-    const auto entry = tally_entry(run.plan, *run.sites.in_order[site], individual);
+genotype_sums::genotype_sums(const result_inputs& run, sum_reader::order by)
+    : run_(run), reader_(run.acc.gtype_acc, run.n_study(), by) {}
+
+std::array<double, 2> genotype_sums::get(std::size_t site, std::size_t individual) {
+    if (!run_.params.mc_impute) return reader_.get(individual, site);
+    if (site >= run_.acc.tallies.size()) return {0.0, 0.0};
+    const auto entry = tally_entry(run_.plan, *run_.sites.in_order[site], individual);
     if (!entry) return {0.0, 0.0};
-    const auto& counts = run.acc.tallies[site].miss_counts;
+    const auto& counts = run_.acc.tallies[site].miss_counts;
     return {tally_count(counts[0], *entry), tally_count(counts[1], *entry)};
 }
 
@@ -36,25 +37,35 @@ void sum_block::gather(const std::array<sum_table, 2>& tables, row_range rows, s
     n_rows_ = rows.n;
     for (std::size_t g = 0; g < 2; ++g) {
         values_[g].resize(max_sites * n_rows_);
-        std::array<int, max_sites> column{};
-        bool all_held = true;
+        columns_.clear();
         for (std::size_t j = 0; j < sites.size(); ++j) {
-            column[j] = tables[g].column(sites[j]);
-            all_held = all_held && column[j] >= 0;
+            const int column = tables[g].column(sites[j]);
+            if (column >= 0) columns_.push_back({j, static_cast<std::size_t>(column)});
         }
-        if (!all_held) std::fill(values_[g].begin(), values_[g].end(), 0.0);
-        double* const to = values_[g].data();
-        const int first_column = std::max(0, column[0]);
-        constexpr std::size_t look_ahead = 16;  // rows lie far apart, where no hardware fetches ahead
-        for (std::size_t row = 0; row < n_rows_; ++row) {
-            const double* const from = tables[g].row(rows.first + row);
-            if (row + look_ahead < n_rows_) {
-                __builtin_prefetch(tables[g].row(rows.first + row + look_ahead) + first_column);
-            }
-            for (std::size_t j = 0; j < sites.size(); ++j) {
-                if (column[j] >= 0) to[j * n_rows_ + row] = from[column[j]];
-            }
+        if (columns_.size() < sites.size()) std::fill(values_[g].begin(), values_[g].end(), 0.0);
+        // What a table gives to read at once has some of the columns, or all of them.
+        for (std::span<const wanted_column> rest = columns_; !rest.empty();) {
+            sum_view& view = views_[g];
+            tables[g].show(rows.first, rows.n, rest.front().column, view);
+            const auto end = std::find_if(rest.begin(), rest.end(), [&view](const wanted_column& one) {
+                return one.column < view.first_column || one.column >= view.end_column;
+            });
+            const auto n = static_cast<std::size_t>(end - rest.begin());
+            gather_columns(g, view, rows.first, rest.first(n));
+            rest = rest.subspan(n);
         }
+    }
+}
+
+void sum_block::gather_columns(std::size_t g, const sum_view& view, std::size_t first_row,
+                               std::span<const wanted_column> columns) {
+    double* const to = values_[g].data();
+    constexpr std::size_t look_ahead = 16;  // rows lie far apart, where no hardware fetches ahead
+    const std::size_t first_column = columns.front().column - view.first_column;
+    for (std::size_t row = 0; row < n_rows_; ++row) {
+        const double* const from = view.row(first_row + row);
+        if (row + look_ahead < n_rows_) __builtin_prefetch(view.row(first_row + row + look_ahead) + first_column);
+        for (const wanted_column& one : columns) to[one.j * n_rows_ + row] = from[one.column - view.first_column];
     }
 }
 

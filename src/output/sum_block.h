@@ -22,7 +22,15 @@ inline std::uint8_t study_genotype(const snp& site, std::size_t individual) {
 std::optional<std::size_t> tally_entry(const run_plan& plan, const snp& site, std::size_t individual);
 
 // Sums of genotypes 1 and 2 of one individual at one site: gtype_acc, or the tallies under -mc_impute.
-std::array<double, 2> genotype_sums(const result_inputs& run, std::size_t site, std::size_t individual);
+class genotype_sums {
+  public:
+    genotype_sums(const result_inputs& run, sum_reader::order by);
+    std::array<double, 2> get(std::size_t site, std::size_t individual);
+
+  private:
+    const result_inputs& run_;
+    sum_reader reader_;
+};
 
 // Individuals (rows) first to first + n - 1.
 struct row_range {
@@ -44,10 +52,18 @@ class sum_block {
     double two(std::size_t j, std::size_t row) const { return values_[1][j * n_rows_ + row]; }
 
   private:
+    struct wanted_column {
+        std::size_t j;  // of the block
+        std::size_t column;
+    };
+    void gather_columns(std::size_t g, const sum_view& view, std::size_t first_row,
+                        std::span<const wanted_column> columns);
     void gather_tallies(const result_inputs& run, row_range rows, std::span<const std::size_t> sites);
 
     std::size_t n_rows_ = 0;
     std::array<std::vector<double>, 2> values_;  // [genotype 1, 2][site of the block * n_rows + row]
+    std::vector<wanted_column> columns_;
+    std::array<sum_view, 2> views_;  // kept, since the next block stands beside this one
 };
 
 // Calls visit(block) for the sites in order, block by block.

@@ -3,10 +3,10 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 
 #include "io/removal_list.h"
+#include "io/temporary_file.h"
 #include "io/text.h"
 #include "io/text_input.h"
 #include "output/haplotype_strings.h"
@@ -128,8 +128,7 @@ void load_temporary_haplotypes(const result_inputs& run, sample_bits& samples) {
 
 void place_temporary_haplotypes(run_log& log, parameters& params) {
     if (is_given(params.mem_save_str)) return;
-    const char* const chosen = std::getenv("TMPDIR");
-    const std::string pattern = concat(chosen != nullptr && *chosen != '\0' ? chosen : "/tmp", "/orvide_XXXXXX");
+    const std::string pattern = temporary_directory() + "/orvide_XXXXXX";
     std::string directory = pattern;
     if (mkdtemp(directory.data()) == nullptr) {
         log.fatal(concat("ERROR: Failed to create -mem_save directory [", pattern, "]."));

@@ -1,6 +1,9 @@
 #include "reconcile/result_sums.h"
 
 #include <algorithm>
+#include <string>
+
+#include "io/temporary_file.h"
 
 namespace {
 
@@ -121,29 +124,33 @@ void allocate_results(const parameters& params, const run_plan& plan, const pane
                       const site_table& sites, std::pair<long, long> interval, accumulators& acc) {
     const sized_run run{params, plan, panels, sites, interval};
     if (has_sums(params)) {
-        give_sums(run, acc, [](sum_table& table, std::size_t n_rows, const columns& cols) {
-            table.allocate(n_rows, cols.column, cols.n);
+        const std::string directory = temporary_directory();
+        give_sums(run, acc, [&](sum_table& table, std::size_t n_rows, const columns& cols) {
+            table.allocate(n_rows, cols.column, cols.n, params.mem_save_3 ? &directory : nullptr);
         });
     }
     allocate_tallies(run, acc);
     allocate_samples(run, acc);
 }
 
-std::size_t bytes_of_results(const parameters& params, const run_plan& plan, const panel_array& panels,
-                             const site_table& sites, std::pair<long, long> interval) {
+result_bytes bytes_of_results(const parameters& params, const run_plan& plan, const panel_array& panels,
+                              const site_table& sites, std::pair<long, long> interval) {
     const sized_run run{params, plan, panels, sites, interval};
     const std::size_t n_ind = panels[2].n_ind;
-    std::size_t n_bytes = 0;
+    result_bytes bytes;
     accumulators unused;
     if (has_sums(params)) {
-        give_sums(run, unused, [&n_bytes](sum_table& /*table*/, std::size_t n_rows, const columns& cols) {
-            n_bytes += n_rows * cols.n * sizeof(double) + cols.column.size() * sizeof(int);
+        give_sums(run, unused, [&](sum_table& /*table*/, std::size_t n_rows, const columns& cols) {
+            const std::size_t all = n_rows * cols.n * sizeof(double);
+            bytes.memory += cols.column.size() * sizeof(int);
+            bytes.memory += params.mem_save_3 ? row_file::window_bytes(n_rows, cols.n) : all;
+            bytes.files += params.mem_save_3 ? all : 0;
         });
     }
-    if (params.mc_impute) n_bytes += 2 * n_ind * sites.size() * sizeof(int);
+    if (params.mc_impute) bytes.memory += 2 * n_ind * sites.size() * sizeof(int);
     if (params.phase && !plan.tmp_haps) {
         const columns cols(run, [&](const snp& s) { return s.top_panel >= 2 || params.mc_impute; });
-        n_bytes += 2 * n_ind * cols.n * sizeof(std::uint64_t) * ((plan.stored_iters.size() + 63) / 64);
+        bytes.memory += 2 * n_ind * plan.stored_iters.size() * bits::words_for(cols.n) * sizeof(std::uint64_t);
     }
-    return n_bytes;
+    return bytes;
 }

@@ -255,6 +255,7 @@ void impute(data& run) {
     print_nomenclature(run.log, run.params);
     print_files(run.log, run.params);
     require_output_places(run.log, run.params, run.plan);
+    require_temporary_place(run.log, run.params);
     read_data({run.params, run.plan, run.log, run.map, run.panels, run.sites});
     set_state_counts(run.params, run.panels, run.models);
     const type_counts n_of_type = setup_panels(run.log, run.params, run.plan, run.panels, run.sites);

@@ -8,6 +8,7 @@
 
 #include "io/file_target.h"
 #include "io/run_log.h"
+#include "io/temporary_file.h"
 #include "io/text.h"
 #include "run/file_names.h"
 #include "run/process_input.h"
@@ -94,4 +95,14 @@ void require_output_places(run_log& log, const parameters& params, const run_pla
         log.fatal(concat("ERROR: The ", output.what, " [", output.name, "] cannot be written: ", std::strerror(error),
                          ". Please check the name given with ", output.option, " and its directory."));
     }
+}
+
+void require_temporary_place(run_log& log, const parameters& params) {
+    if (!params.mem_save_3) return;
+    const std::string directory = temporary_directory();
+    const temporary_file tried(directory, 0);
+    if (!lies_in_memory(directory)) return;
+    log.note(concat("note: Files in [", directory,
+                    "] lie in memory (tmpfs), so that -mem_save_3 saves none. Please set TMPDIR to a directory on a "
+                    "disk."));
 }

@@ -18,3 +18,6 @@ std::optional<std::string> find_overwriting(const parameters& params);
 // Ends the run if some output cannot be written: its directory is not there or takes no files. For settings that
 // process_input has completed.
 void require_output_places(run_log& log, const parameters& params, const run_plan& plan);
+
+// Throws run_fault if the temporary files of -mem_save_3 cannot be made; notes it if they would lie in memory.
+void require_temporary_place(run_log& log, const parameters& params);

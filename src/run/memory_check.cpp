@@ -50,7 +50,7 @@ memory_need memory_to_come(const data& run) {
     plan_iterations(run.params, plan);
     const double other = classes_a_panel_bit * panel_bytes(run.panels, run.sites.size()) + table_bytes(run) +
                          copying_bytes(run) + bytes_of_program;
-    return {bytes_of_results(run.params, plan, run.panels, run.sites, haps_interval(run.params, plan)),
+    return {bytes_of_results(run.params, plan, run.panels, run.sites, haps_interval(run.params, plan)).memory,
             static_cast<std::size_t>(other)};
 }
 

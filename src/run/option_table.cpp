@@ -25,6 +25,10 @@ constexpr option texts(std::string_view name, std::vector<std::string> parameter
 constexpr option flag(std::string_view name, bool parameters::*target, std::string_view help) {
     return {name, option_kind::flag, target, true, name, help};
 }
+// One that changes no byte of what is written, and is not told there.
+constexpr option quiet_flag(std::string_view name, bool parameters::*target, std::string_view help) {
+    return {name, option_kind::flag, target, true, {}, help};
+}
 constexpr option clearing_flag(std::string_view name, bool parameters::*target, std::string_view help) {
     return {name, option_kind::flag, target, false, name, help};
 }
@@ -174,6 +178,7 @@ constexpr std::array option_table{
     flag("-mem_save_2", &p::mem_save_2, "keep sampled haplotypes in temporary files"),
     text("-mem_save_str", &p::mem_save_str, "NAME  beginning of the temporary files' names"),
     clearing_flag("-no_remove_mem_save_dir", &p::remove_mem_save_dir, "remove temporary files one by one"),
+    quiet_flag("-mem_save_3", &p::mem_save_3, "keep the sums of results in temporary files"),
 };
 
 }  // namespace

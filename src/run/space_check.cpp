@@ -10,6 +10,7 @@
 
 #include "io/file_target.h"
 #include "io/run_log.h"
+#include "io/temporary_file.h"
 #include "io/text.h"
 #include "model/data.h"
 #include "model/intervals.h"
@@ -17,6 +18,7 @@
 #include "output/result_inputs.h"
 #include "output/variants/variant_format.h"
 #include "reconcile/iteration_plan.h"
+#include "reconcile/result_sums.h"
 
 namespace {
 
@@ -36,6 +38,7 @@ class output_list {
     std::vector<large_output> all() {
         if (!p_.suppress_imputation_output) add_results();
         add_files_of_iterations();
+        add_sums();
         return std::move(files_);
     }
 
@@ -113,6 +116,13 @@ class output_list {
             add(concat(p_.mem_save_str, "_tmpsamp_iter", first_stored, ".gz"), "temporary haplotypes", n_stored,
                 count_sites(2), n_study, sampled_pair);
         }
+    }
+
+    void add_sums() {
+        const auto bytes = static_cast<double>(
+            bytes_of_results(p_, results_.plan, run_.panels, run_.sites, haps_interval(p_, results_.plan)).files);
+        if (bytes > 0.0)
+            files_.push_back({temporary_directory() + "/orvide_XXXXXX", "sums of -mem_save_3", 2, {bytes, bytes}});
     }
 
     const data& run_;

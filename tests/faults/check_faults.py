@@ -136,6 +136,17 @@ class FailedCalls(Folder):
         arguments = TINY + ['-o', 'out.bcf', '-chr', '20', '-phase', '-mem_save_2', '-r', '/dev/null', '-no_warn']
         self.assertGreater(self.fail_all(arguments), 12)
 
+    def test_sums_in_temporary_files(self):
+        arguments = TINY + ['-o', 'out', '-phase', '-pgs', '-mem_save_3', '-r', '/dev/null', '-no_warn']
+        self.assertGreater(self.fail_all(arguments), 40)
+
+    def test_sums_without_room(self):
+        status, out, err = self.run_to_end(TINY + ['-o', 'out', '-mem_save_3'], env={'TMPDIR': 'nowhere'})
+        self.assertEqual((status, err), (1, b''))
+        self.assertRegex(out, br'\nERROR: A temporary file cannot be made in \[nowhere\]: No such file or directory\. '
+                              br'Please make room there, or set TMPDIR to another directory\.\n')
+        self.assertNotIn(b'MCMC iteration', out)
+
 
 class LimitedFiles(Folder):
     def test_file_that_may_not_grow_is_a_failed_write(self):
@@ -172,6 +183,11 @@ class LimitsThatAreForeseen(Folder):
         said = self.refused(resource.RLIMIT_AS, 110 << 20)
         self.assertRegex(said, r'ERROR: This run needs about \d+ MB of memory, 161 MB of them for the results of 2000 people at '
                                r'5000 SNPs; the limit of addresses \(ulimit -v\) is 116 MB\. ')
+
+    def test_memory_suffices_with_sums_in_files(self):
+        status, out, err = self.run_to_end(self.ARGUMENTS + ['-mem_save_3'],
+                                           preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (110 << 20,) * 2))
+        self.assertEqual((status, err), (0, b''), out)
 
     def test_space(self):
         said = self.refused(resource.RLIMIT_FSIZE, 10 << 20)
@@ -254,6 +270,18 @@ class LongRun(Folder):
             os.remove(os.path.join(self.folder, 'pipe'))
             self.assertEqual(os.listdir(os.path.join(self.folder, 'tmp')), [])
             self.assertEqual(sorted(set(self.written()) - {'out_samples'}), ['out_summary', 'out_warnings'])
+
+    def test_ends_leave_no_temporary_sums(self):
+        for number in (signal.SIGTERM, signal.SIGKILL):
+            arguments = list(TINY)
+            arguments[arguments.index('-iter') + 1] = '1000000'
+            process = self.start(arguments + ['-o', 'out', '-mem_save_3'])
+            while b'MCMC iteration [9/' not in process.stdout.readline():
+                self.assertIsNone(process.poll())
+            process.send_signal(number)
+            process.communicate(timeout=TIMEOUT)
+            self.assertEqual(process.returncode, -number)
+            self.assertEqual(os.listdir(os.path.join(self.folder, 'tmp')), [])
 
     def test_signals_are_the_last_line_of_a_strict_summary(self):
         process = self.start_waiting('-strict')

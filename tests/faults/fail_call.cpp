@@ -1,6 +1,7 @@
 // A library for LD_PRELOAD that lets the ORVIDE_FAIL_CALL-th call fail that opens, fills or moves a file of the run for
-// writing, counted from 1: "No space left on device". Says "failed" in the file that descriptor ORVIDE_FAIL_REPORT
-// is open on when it has done so. Writes to terminal, standard error and devices are left alone.
+// writing, or reads a temporary one, counted from 1: "No space left on device". Says "failed" in the file that
+// descriptor ORVIDE_FAIL_REPORT is open on when it has done so. Writes to terminal, standard error and devices are left
+// alone.
 
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -89,6 +90,24 @@ ssize_t write(int descriptor, const void* bytes, size_t n) {
 ssize_t writev(int descriptor, const iovec* parts, int n) {
     if (is_file(descriptor) && fails()) return -1;
     return next<ssize_t(int, const iovec*, int)>("writev")(descriptor, parts, n);
+}
+
+ssize_t pwrite(int descriptor, const void* bytes, size_t n, off_t place) {
+    if (is_file(descriptor) && fails()) return -1;
+    return next<ssize_t(int, const void*, size_t, off_t)>("pwrite")(descriptor, bytes, n, place);
+}
+
+ssize_t pread(int descriptor, void* bytes, size_t n, off_t place) {
+    if (is_file(descriptor) && fails()) return -1;
+    return next<ssize_t(int, void*, size_t, off_t)>("pread")(descriptor, bytes, n, place);
+}
+
+int posix_fallocate(int descriptor, off_t place, off_t n) {
+    return fails() ? ENOSPC : next<int(int, off_t, off_t)>("posix_fallocate")(descriptor, place, n);
+}
+
+int mkostemp(char* name, int flags) {
+    return fails() ? -1 : next<int(char*, int)>("mkostemp")(name, flags);
 }
 
 int fdatasync(int descriptor) {

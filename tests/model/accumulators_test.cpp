@@ -8,50 +8,6 @@ namespace {
 
 const std::vector<int> columns{-1, 0, -1, 1, 2};  // sites 1, 3 and 4 have a column
 
-TEST(sum_table, has_nothing_before_it_is_allocated) {
-    sum_table table;
-    EXPECT_FALSE(table.allocated());
-    EXPECT_FALSE(table.has(0));
-    EXPECT_EQ(-1, table.column(0));
-    EXPECT_EQ(0.0, table.get(5, 7));
-    table.add(5, 7, 1.0);
-    EXPECT_EQ(0.0, table.get(5, 7));
-}
-
-TEST(sum_table, sums_at_the_sites_with_a_column) {
-    sum_table table;
-    table.allocate(2, columns, 3);
-    EXPECT_TRUE(table.allocated());
-    for (std::size_t s = 0; s < 7; ++s) {
-        EXPECT_EQ(s == 1 || s == 3 || s == 4, table.has(s));
-        EXPECT_EQ(table.has(s) ? columns[s] : -1, table.column(s));
-        EXPECT_EQ(0.0, table.get(0, s));
-        for (std::size_t row = 0; row < 2; ++row) {
-            table.add(row, s, 0.25);
-            table.add(row, s, static_cast<double>(row));
-        }
-    }
-    for (std::size_t row = 0; row < 2; ++row) {
-        for (std::size_t s = 0; s < 7; ++s) {
-            EXPECT_EQ(table.has(s) ? 0.25 + static_cast<double>(row) : 0.0, table.get(row, s));
-        }
-    }
-    table.add(1, 3, 10.0);
-    EXPECT_EQ(0.25, table.get(0, 3));
-    EXPECT_EQ(11.25, table.get(1, 3));
-    EXPECT_EQ(1.25, table.row(1)[0]);
-    EXPECT_EQ(11.25, table.row(1)[1]);
-    EXPECT_EQ(1.25, table.row(1)[2]);
-}
-
-TEST(sum_table, begins_anew_when_allocated_again) {
-    sum_table table;
-    table.allocate(1, columns, 3);
-    table.add(0, 1, 5.0);
-    table.allocate(1, columns, 3);
-    EXPECT_EQ(0.0, table.get(0, 1));
-}
-
 TEST(sample_bits, keep_one_bit_an_iteration_haplotype_and_slot) {
     for (const std::size_t n_iterations : {1U, 64U, 65U, 200U}) {
         sample_bits kept;

@@ -27,22 +27,19 @@ TEST_F(posterior_genotypes, genotype_stands_in_for_input_that_was_not_kept) {
 
 TEST_F(posterior_genotypes, one_triple_is_divided_by_iterations_or_by_weights_at_imputed_sites) {
     give_study(2);
-    snp& site = add_site(150, 1);
-    allocate();
-    add_sums(site, 1, 0.5, 1.0);
+    add_site(150, 1);
+    const std::array<double, 2> sums{0.5, 1.0};
     run.acc.weight_sum[1] = {3.0, 4.0};
-    EXPECT_EQ(posterior_triple(results, 0, 1, false, true), (genotype_triple{0.25, 0.25, 0.5}));
+    EXPECT_EQ(posterior_triple(results, sums, 0, 1, false, true), (genotype_triple{0.25, 0.25, 0.5}));
     run.params.weight_imputed_gt = 0;
-    EXPECT_EQ(posterior_triple(results, 0, 1, false, true), (genotype_triple{0.625, 0.125, 0.25}));
-    EXPECT_EQ(posterior_triple(results, 0, 1, false, false), (genotype_triple{0.25, 0.25, 0.5}));
-    EXPECT_EQ(posterior_triple(results, 0, 1, true, true), (genotype_triple{0.75, 0.0, 0.25}));
+    EXPECT_EQ(posterior_triple(results, sums, 0, 1, false, true), (genotype_triple{0.625, 0.125, 0.25}));
+    EXPECT_EQ(posterior_triple(results, sums, 0, 1, false, false), (genotype_triple{0.25, 0.25, 0.5}));
+    EXPECT_EQ(posterior_triple(results, sums, 0, 1, true, true), (genotype_triple{0.75, 0.0, 0.25}));
     run.acc.weight_sum[1] = {0.0, 0.0};  // no iterations
-    EXPECT_EQ(posterior_triple(results, 0, 1, false, true), (genotype_triple{0.25, 0.25, 0.5}));
+    EXPECT_EQ(posterior_triple(results, sums, 0, 1, false, true), (genotype_triple{0.25, 0.25, 0.5}));
     run.acc.weight_sum[1] = {3.0, 4.0};
     run.params.mc_impute = true;
-    run.acc.tallies.resize(1);
-    run.acc.tallies[0].miss_counts = {std::vector<int>{0, 1}, std::vector<int>{0, 1}};
-    EXPECT_EQ(posterior_triple(results, 0, 1, false, true), (genotype_triple{0.0, 0.5, 0.5}));
+    EXPECT_EQ(posterior_triple(results, {1.0, 1.0}, 0, 1, false, true), (genotype_triple{0.0, 0.5, 0.5}));
 }
 
 TEST_F(posterior_genotypes, block_divides_by_the_weights_of_a_range_at_imputed_sites_only) {

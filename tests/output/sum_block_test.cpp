@@ -35,33 +35,40 @@ TEST_F(sums_of_sites, sums_of_one_individual_come_from_tables_or_tallies) {
     allocate_tallies();
     add_sums(site, 2, 0.5, 0.25);
     run.acc.tallies[0].miss_counts = {std::vector<int>{7, 8}, std::vector<int>{9, 10}};
-    EXPECT_EQ(genotype_sums(results, 0, 2), (std::array<double, 2>{0.5, 0.25}));
+    genotype_sums sums(results, sum_reader::order::site_by_site);
+    EXPECT_EQ(sums.get(0, 2), (std::array<double, 2>{0.5, 0.25}));
     run.params.mc_impute = true;
     run.plan.count_missing_only = true;
-    EXPECT_EQ(genotype_sums(results, 0, 2), (std::array<double, 2>{8.0, 10.0}));
-    EXPECT_EQ(genotype_sums(results, 0, 0), (std::array<double, 2>{0.0, 0.0}));
+    EXPECT_EQ(sums.get(0, 2), (std::array<double, 2>{8.0, 10.0}));
+    EXPECT_EQ(sums.get(0, 0), (std::array<double, 2>{0.0, 0.0}));
     run.acc.tallies.clear();
-    EXPECT_EQ(genotype_sums(results, 0, 2), (std::array<double, 2>{0.0, 0.0}));
+    EXPECT_EQ(sums.get(0, 2), (std::array<double, 2>{0.0, 0.0}));
 }
 
-TEST_F(sums_of_sites, block_gathers_what_the_tables_hold_and_zeros_elsewhere) {
-    constexpr std::size_t n_rows = 70;
+// Tables of some rows and sites, with a number of its own at each site that has a column; two in three have one.
+std::array<sum_table, 2> filled_tables(std::size_t n_rows, std::size_t n_sites, const std::string* directory) {
     std::array<sum_table, 2> tables;
-    std::vector<int> column(40, -1);
+    std::vector<int> column(n_sites, -1);
     int n_columns = 0;
-    for (std::size_t s = 0; s < column.size(); ++s) {
+    for (std::size_t s = 0; s < n_sites; ++s) {
         if (s % 3 != 1) column[s] = n_columns++;
     }
     for (std::size_t g = 0; g < 2; ++g) {
-        tables[g].allocate(n_rows, column, static_cast<std::size_t>(n_columns));
-        for (std::size_t row = 0; row < n_rows; ++row) {
-            for (std::size_t s = 0; s < column.size(); ++s) {
-                tables[g].add(row, s, static_cast<double>(1000 * g + 100 * row + s + 1));
-            }
+        tables[g].allocate(n_rows, column, static_cast<std::size_t>(n_columns), directory);
+        for (std::size_t r = 0; r < n_rows; ++r) {
+            sum_row row(tables[g], r);
+            for (std::size_t s = 0; s < n_sites; ++s) row.add(s, static_cast<double>(1000000 * g + 1000 * r + s + 1));
+            row.put_back();
         }
     }
+    return tables;
+}
+
+TEST_F(sums_of_sites, block_gathers_what_the_tables_hold_and_zeros_elsewhere) {
+    constexpr std::size_t n_rows = 70, n_sites = 40;
+    const std::array<sum_table, 2> tables = filled_tables(n_rows, n_sites, nullptr);
     std::vector<std::size_t> sites;
-    for (std::size_t s = 0; s < column.size(); s += 2) sites.push_back(s);
+    for (std::size_t s = 0; s < n_sites; s += 2) sites.push_back(s);
     sum_block block;
     std::size_t n_seen = 0;
     visit_blocks(sites, [&](std::span<const std::size_t> part) {
@@ -76,6 +83,28 @@ TEST_F(sums_of_sites, block_gathers_what_the_tables_hold_and_zeros_elsewhere) {
         }
     });
     EXPECT_EQ(n_seen, sites.size());
+}
+
+TEST_F(sums_of_sites, block_gathers_from_a_file_what_it_gathers_from_memory) {
+    constexpr std::size_t n_rows = 8200, n_sites = 260;  // of so many rows 64 columns are read at once
+    const std::string directory = ::testing::TempDir();
+    const std::array<sum_table, 2> tables = filled_tables(n_rows, n_sites, nullptr);
+    const std::array<sum_table, 2> in_file = filled_tables(n_rows, n_sites, &directory);
+    std::vector<std::size_t> sites;
+    for (std::size_t s = 5; s < n_sites; s += s < 100 ? 1 : 9) sites.push_back(s);
+    for (const row_range rows : {row_range{0, n_rows}, row_range{8000, 64}}) {
+        sum_block block, expected;
+        visit_blocks(sites, [&](std::span<const std::size_t> part) {
+            block.gather(in_file, rows, part);
+            expected.gather(tables, rows, part);
+            for (std::size_t j = 0; j < part.size(); ++j) {
+                for (std::size_t row = 0; row < rows.n; ++row) {
+                    ASSERT_EQ(expected.one(j, row), block.one(j, row)) << part[j];
+                    ASSERT_EQ(expected.two(j, row), block.two(j, row)) << part[j];
+                }
+            }
+        });
+    }
 }
 
 TEST_F(sums_of_sites, block_gathers_zeros_from_tables_without_values) {

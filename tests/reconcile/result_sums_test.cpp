@@ -13,6 +13,9 @@ class result_sums : public reconcile_fixture {
         run.plan.n_study = run.params.nind > 0 ? static_cast<std::size_t>(run.params.nind) : run.panels[2].n_ind;
         allocate_results(run.params, run.plan, run.panels, run.sites, haps_interval(run.params, run.plan), run.acc);
     }
+    result_bytes bytes() const {
+        return bytes_of_results(run.params, run.plan, run.panels, run.sites, haps_interval(run.params, run.plan));
+    }
     // The columns of a table, by site: "01-2", "-" for a site without one.
     std::string columns(const sum_table& table) const {
         std::string text;
@@ -53,10 +56,31 @@ TEST_F(result_sums, take_as_many_bytes_as_is_told) {
     give_sites();
     set_up();
     const std::size_t columns = 5 * sizeof(int), sums = 3 * 2 * sizeof(double);  // five sites; three people, two sites
-    EXPECT_EQ(2 * (columns + sums),
-              bytes_of_results(run.params, run.plan, run.panels, run.sites, haps_interval(run.params, run.plan)));
+    EXPECT_EQ(2 * (columns + sums), bytes().memory);
+    EXPECT_EQ(0U, bytes().files);
+    run.params.mem_save_3 = true;
+    EXPECT_EQ(2 * (columns + sums), bytes().memory) << "few rows are read as a whole";
+    EXPECT_EQ(2 * sums, bytes().files);
     run.params.suppress_imputation_output = true;
-    EXPECT_EQ(0U, bytes_of_results(run.params, run.plan, run.panels, run.sites, haps_interval(run.params, run.plan)));
+    EXPECT_EQ(0U, bytes().memory + bytes().files);
+}
+
+TEST_F(result_sums, take_as_many_bytes_for_phases_as_is_told) {
+    give_sites();
+    run.params.suppress_imputation_output = run.params.phase = true;
+    run.plan.stored_iters = {4, 5, 6};
+    set_up();
+    EXPECT_EQ(3U * 2 * 3 * sizeof(std::uint64_t), bytes().memory) << "a word for the sites of an iteration";
+}
+
+TEST_F(result_sums, are_the_same_in_files) {
+    run.params.mem_save_3 = run.params.pgs = true;
+    give_sites();
+    set_up();
+    for (const sum_table& table : run.acc.gtype_acc) EXPECT_EQ("012--", columns(table));
+    run.acc.gtype_acc[1].add(2, 1, 0.5);
+    EXPECT_EQ(0.5, run.acc.gtype_acc[1].get(2, 1));
+    EXPECT_EQ(0.0, run.acc.gtype_acc[0].get(2, 1));
 }
 
 TEST_F(result_sums, of_genotypes_follow_the_types_of_the_output) {

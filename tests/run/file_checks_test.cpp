@@ -2,9 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <filesystem>
+#include <optional>
+#include <string>
 
 #include "io/run_log.h"
+#include "io/temporary_file.h"
 #include "support/log_capture.h"
 
 namespace {
@@ -90,6 +94,47 @@ TEST_F(overwriting, place_that_is_missing_ends_the_run) {
                    "] cannot be written: No such file or directory. Please check the name given with -i and its "
                    "directory.",
                1, [&] { require_output_places(log, params, run_plan()); });
+}
+
+// --- temporary files ------------------------------------------------------------------------------------------------
+
+class place_of_sums : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        if (const char* const chosen = std::getenv("TMPDIR")) before = chosen;
+        params.mem_save_3 = true;
+    }
+    void TearDown() override {
+        if (before) {
+            setenv("TMPDIR", before->c_str(), 1);
+        } else {
+            unsetenv("TMPDIR");
+        }
+    }
+    // What is noted of a directory.
+    std::string noted(const std::string& directory) {
+        setenv("TMPDIR", directory.c_str(), 1);
+        require_temporary_place(log, params);
+        return capture.notes.str();
+    }
+    std::optional<std::string> before;
+    parameters params;
+    log_capture capture;
+    run_log log{capture.terminal, capture.notes};
+};
+
+TEST_F(place_of_sums, that_is_not_there_is_a_fault_where_it_is_needed) {
+    EXPECT_THROW(noted(capture.files.name("none")), run_fault);
+    params.mem_save_3 = false;
+    EXPECT_EQ("", noted(capture.files.name("none")));
+}
+
+TEST_F(place_of_sums, in_memory_is_noted) {
+    if (!lies_in_memory("/dev/shm")) GTEST_SKIP() << "no memory under /dev/shm";
+    EXPECT_EQ(
+        "orvide: note: Files in [/dev/shm] lie in memory (tmpfs), so that -mem_save_3 saves none. Please set TMPDIR "
+        "to a directory on a disk.\n",
+        noted("/dev/shm"));
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "io/temporary_file.h"
 #include "model/data.h"
 #include "support/log_capture.h"
 
@@ -84,6 +85,20 @@ TEST_F(space_check, knows_the_files_of_iterations) {
     EXPECT_EQ("sampled_hapsamp1.gz", large_outputs(run)[2].name);
     EXPECT_EQ(3U, large_outputs(run)[3].n_files);
     EXPECT_EQ("temporary_tmpsamp_iter5.gz", large_outputs(run)[3].name);
+}
+
+TEST_F(space_check, knows_the_file_of_sums) {
+    run.plan.n_panels = 3;
+    for (snp* site : run.sites.in_order) site->top_panel = site->type;
+    run.params.mem_save_3 = run.params.pgs = true;
+    run.plan.output_types[1] = true;
+    EXPECT_EQ("main output; sums of -mem_save_3; ", names());
+    EXPECT_EQ((2 * 10 + 4 * 3) * 100 * 8.0, large_outputs(run)[1].room.least)
+        << "ten sites of the interval, three of them masked by both panels";
+    EXPECT_EQ(temporary_directory() + "/orvide_XXXXXX", large_outputs(run)[1].name);
+    run.plan.n_study = 1000000000000000;
+    run.params.o_file = "/dev/null";
+    expect_end("ERROR: The sums of -mem_save_3 from [" + temporary_directory() + "/orvide_XXXXXX] takes at least ");
 }
 
 TEST_F(space_check, passes_over_devices) {

@@ -24,26 +24,20 @@ class posterior_sums {
   public:
     posterior_sums(const inference_inputs& in, std::size_t panel, std::size_t ind,
                    std::optional<std::size_t> known_slot, accumulators& acc)
-        : ind_(ind),
-          asked_(posteriors_asked(in.params)),
+        : asked_(posteriors_asked(in.params)),
           certain_asked_(asked_ && !in.plan.count_missing_only),
-          slot_(known_slot.value_or(0)),
-          acc_(acc) {
+          genotypes_(acc.gtype_acc, ind),
+          alleles_(acc.gtype_acc2, known_slot.value_or(0)) {
         const parameters& p = in.params;
         const bool known = panel == 2 && in.panels[2].ordered[ind];
         keeps_alleles_ = known_slot && (p.print_allele_probs || (p.phase && (p.pgs_prob || known)));
     }
 
     bool asked() const { return asked_; }
-    void add_genotype(std::size_t s, std::array<double, 2> chances) {
-        acc_.gtype_acc[0].add(ind_, s, chances[0]);
-        acc_.gtype_acc[1].add(ind_, s, chances[1]);
-    }
+    void add_genotype(std::size_t s, std::array<double, 2> chances) { genotypes_.add(s, chances[0], chances[1]); }
     // Where allele sums of the individual's haplotypes are kept.
     void add_alleles(std::size_t s, double first, double second) {
-        if (!keeps_alleles_) return;
-        acc_.gtype_acc2[0].add(slot_, s, first);
-        acc_.gtype_acc2[1].add(slot_, s, second);
+        if (keeps_alleles_) alleles_.add(s, first, second);
     }
     // Alleles that are known for certain; one of a haploid individual counts twice.
     void add_certain(std::size_t s, int first, int second) {
@@ -51,13 +45,16 @@ class posterior_sums {
         if (n_ones > 0 && certain_asked_) add_genotype(s, {n_ones == 1 ? 1.0 : 0.0, n_ones == 2 ? 1.0 : 0.0});
         add_alleles(s, first, second);
     }
+    // To be called when all has been added.
+    void put_back() {
+        genotypes_.put_back();
+        alleles_.put_back();
+    }
 
   private:
-    const std::size_t ind_;
     const bool asked_, certain_asked_;
-    const std::size_t slot_;
     bool keeps_alleles_ = false;
-    accumulators& acc_;
+    sum_row_pair genotypes_, alleles_;
 };
 
 void add_haploid_posterior(const inference_inputs& in, const haploid_update& u, std::size_t s,
@@ -152,6 +149,7 @@ void record_haploid(const inference_inputs& in, const haploid_update& u, const h
         const allele_weights* weights = result.requests[v].posterior ? &result.walk.weights[v] : nullptr;
         add_haploid_posterior(in, u, model.site[v], weights, sums);
     }
+    sums.put_back();
 }
 
 void record_alleles(const inference_inputs& in, const haploid_update& u, const haploid_result& result,
@@ -229,6 +227,7 @@ void record_pair(const inference_inputs& in, const pair_update& u, const pair_re
             add_pair_posterior(in, u, s, *weights, result.emissions[v], sums);
         }
     }
+    sums.put_back();
 }
 
 // --- by member ------------------------------------------------------------------------------------------------------
@@ -243,6 +242,7 @@ void record_known_individual(const inference_inputs& in, const study_member& mem
         const int first = haps.allele(member.hap, s);
         sums.add_certain(s, first, member.diploid ? haps.allele(member.hap + 1, s) : first);
     }
+    sums.put_back();
 }
 
 namespace {
@@ -289,6 +289,9 @@ class member_recorder {
           stored_count_(stored_count),
           imputed_(imputed),
           acc_(acc),
+          genotypes_(acc.gtype_acc, member.ind),
+          known_alleles_(acc.gtype_acc2, member.slot),
+          masked_{sum_row_pair(acc.gtype_acc3[0], member.ind), sum_row_pair(acc.gtype_acc3[1], member.ind)},
           alleles_{alleles_of(0), alleles_of(1)},
           mc_impute_(in.params.mc_impute),
           keeps_bits_((mc_impute_ ? member.known || in.params.phase : in.params.phase && !member.known) &&
@@ -307,11 +310,10 @@ class member_recorder {
         auto [q1, q2] = genotype_chances(a, b, m_.diploid);
         q1 *= weights[in_.traits(s).top_panel];
         q2 *= weights[in_.traits(s).top_panel];
-        acc_.gtype_acc[0].add(m_.ind, s, q1);
-        acc_.gtype_acc[1].add(m_.ind, s, q2);
+        genotypes_.add(s, q1, q2);
         if (!sums_alleles_) return;
-        acc_.gtype_acc2[0].add(m_.slot, s, m_.diploid ? a : q2);
-        if (m_.diploid) acc_.gtype_acc2[1].add(m_.slot, s, b);
+        known_alleles_[0].add(s, m_.diploid ? a : q2);
+        if (m_.diploid) known_alleles_[1].add(s, b);
     }
 
     void add_typed(std::size_t s) {
@@ -321,9 +323,13 @@ class member_recorder {
             if (!in_.plan.output_types[cond] && in_.params.weight_panel != static_cast<int>(cond)) continue;
             const auto& chance = imputed_.chance_unseen[cond];
             const auto [q1, q2] = genotype_chances(chance[0][s], m_.diploid ? chance[1][s] : 0.0, m_.diploid);
-            acc_.gtype_acc3[cond][0].add(m_.ind, s, q1);
-            acc_.gtype_acc3[cond][1].add(m_.ind, s, q2);
+            masked_[cond].add(s, q1, q2);
         }
+    }
+
+    // To be called when all has been added.
+    void put_back() {
+        for (sum_row_pair* sums : {&genotypes_, &known_alleles_, &masked_[0], &masked_[1]}) sums->put_back();
     }
 
   private:
@@ -354,6 +360,8 @@ class member_recorder {
     const std::size_t stored_count_;
     const imputed_alleles& imputed_;
     accumulators& acc_;
+    sum_row_pair genotypes_, known_alleles_;
+    std::array<sum_row_pair, 2> masked_;  // by cond_panel
     const std::array<const std::uint64_t*, 2> alleles_;
     const bool mc_impute_;
     const bool keeps_bits_;    // of typed sites
@@ -377,6 +385,7 @@ void record_imputed_individual(run_log& log, const inference_inputs& in, const s
             recorder.add_typed(s);
         }
     }
+    recorder.put_back();
 }
 
 void record_sporadic_alleles(run_log& log, const inference_inputs& in, std::size_t hap, accumulators& acc) {

@@ -57,6 +57,7 @@ complete -c orvide -o informed_burnin -x -d 'burn-in iterations with informed st
 complete -c orvide -o thin -x -d 'use every N-th iteration [1]'
 complete -c orvide -s k -x -d 'states for phasing [80]'
 complete -c orvide -o local_states -x -d 'percent of the states for phasing chosen by local matches [0]'
+complete -c orvide -o final_states -x -d 'states of a last pass of phasing beside local matches; 0: none [0]'
 complete -c orvide -o k_hap -x -d 'states for imputation [500]'
 complete -c orvide -o seed -x -d 'seed of the random numbers [from the time]'
 complete -c orvide -o random_cond -d 'choose conditioning states at random'

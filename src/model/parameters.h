@@ -87,6 +87,7 @@ struct parameters {
     int thin = 1;                 // -thin
     int k = 80;                   // -k
     int local_states = 0;         // -local_states (percent)
+    int final_states = 0;         // -final_states; 0: no final pass
     std::vector<int> k_hap{500};  // -k_hap (list)
     int weight_imputed_gt = -1;   // -weight_imputed_gt
     int weight_panel = -1;

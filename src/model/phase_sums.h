@@ -13,3 +13,15 @@ struct phase_sums {
     std::vector<double> with_previous, with_second;
     std::size_t n_paths = 0;
 };
+
+// How a heterozygote stands to the two before it, whose first alleles are given as 1 for allele 1, -1 for allele 0 and
+// 0 where there is none: as chances less the chances of the opposite.
+struct phase_lead {
+    double with_previous = 0.0, with_second = 0.0;
+    // Both decide: the second one carries the phase over a site that has none to tell, such as a wrong genotype.
+    bool first_is_one() const { return with_previous + with_second >= 0.0; }
+};
+inline phase_lead lead_of(const phase_sums& sums, std::size_t het, double last, double before) {
+    const auto n = static_cast<double>(sums.n_paths);
+    return {sums.with_previous[het] / n * last, sums.with_second[het] / n * before};
+}

@@ -40,4 +40,5 @@ struct run_plan {
     bool tmp_haps = false;
     bool count_missing_only = false;  // -pgs_miss: of typed genotypes only the missing ones get posteriors, or tallies
     bool sporadic_haploid_imputation = false;
+    bool phases_once_more = false;  // -final_states, and iterations tell the phase
 };

@@ -254,14 +254,11 @@ class summed_frame {
         last_ = first_allele == 1 ? 1.0 : -1.0;
     }
     // Of a heterozygote: the first allele that agrees best with the frame, and how sure it is as its phase
-    // relative to the one before it. The second one before carries the phase over a site that has none to tell, such as
-    // a wrong genotype.
+    // relative to the one before it.
     std::pair<int, double> phase(std::size_t het) const {
-        const auto n = static_cast<double>(sums_->n_paths);
-        const double with_previous = sums_->with_previous[het] / n * last_;
-        const double with_second = sums_->with_second[het] / n * before_;
-        const bool one = with_previous + with_second >= 0.0;
-        const double chance = 0.5 + 0.5 * (one ? with_previous : -with_previous);
+        const phase_lead lead = lead_of(*sums_, het, last_, before_);
+        const bool one = lead.first_is_one();
+        const double chance = 0.5 + 0.5 * (one ? lead.with_previous : -lead.with_previous);
         return {one ? 1 : 0, tempered(std::clamp(chance, 0.0, 1.0))};
     }
 

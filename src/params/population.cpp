@@ -83,6 +83,11 @@ void set_theta(const parameters& params, const run_plan& plan, const panel_array
     set(1, 2, 2);
 }
 
+void set_pair_mutation(std::size_t panel, double rate, copying_models& models) {
+    fill_diploid(models.mutation[1][panel][panel], rate);
+    fill_pair_tables(models, panel, models.mutation[1][panel][panel]);
+}
+
 void set_mutation(run_log& log, const parameters& params, const run_plan& plan, const panel_array& panels, bool full,
                   copying_models& models, site_table& sites) {
     log.stage("-setting mutation matrices");

@@ -2,6 +2,8 @@
 
 // Mutation parameters of the copying model, which depend only on the number of haplotypes that take part.
 
+#include <cstddef>
+
 #include "io/run_log.h"
 #include "model/copying_models.h"
 #include "model/panel.h"
@@ -19,6 +21,9 @@ double mutation_rate(int n, double theta);
 // those without limits.
 void set_theta(const parameters& params, const run_plan& plan, const panel_array& panels, bool full,
                copying_models& models);
+
+// Emission tables of the model of pairs in a panel, for a given mutation rate.
+void set_pair_mutation(std::size_t panel, double rate, copying_models& models);
 
 // (data::set_mutation_matrix) The emission tables of all models, and at sites with input probabilities the weights of
 // the genotypes (snp::gtype_emiss). Says so in the log.

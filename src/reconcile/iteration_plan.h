@@ -5,5 +5,5 @@
 #include "model/parameters.h"
 #include "model/run_plan.h"
 
-// Fills stored_iters, selfcheck_iters and informed_start_iter.
+// Fills stored_iters, selfcheck_iters and informed_start_iter; phases_once_more.
 void plan_iterations(const parameters& params, run_plan& plan);

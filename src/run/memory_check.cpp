@@ -26,9 +26,10 @@ double panel_bytes(const panel_array& panels, std::size_t n_sites) {
 }
 
 // The tables of pairs of states that a sweep keeps; all of them where -use_old_code tells what was copied.
-double table_bytes(const data& run) {
+double table_bytes(const data& run, bool phases_once_more) {
     if (!run.panels[2].needs_update && !run.panels[1].needs_update) return 0.0;
-    const double k = std::max(run.models.k_states[1][2][2], run.models.k_states[1][1][1]);
+    const int k_final = phases_once_more ? std::min(run.params.final_states, run.models.k_states_full[1][2][2]) : 0;
+    const double k = std::max({run.models.k_states[1][2][2], run.models.k_states[1][1][1], k_final});
     std::size_t n_typed = 0;
     for (const snp* site : run.sites.in_order) n_typed += site->in_panel(2) ? 1 : 0;
     const auto n = static_cast<double>(n_typed);
@@ -48,8 +49,8 @@ double copying_bytes(const data& run) {
 memory_need memory_to_come(const data& run) {
     run_plan plan = run.plan;
     plan_iterations(run.params, plan);
-    const double other = classes_a_panel_bit * panel_bytes(run.panels, run.sites.size()) + table_bytes(run) +
-                         copying_bytes(run) + bytes_of_program;
+    const double other = classes_a_panel_bit * panel_bytes(run.panels, run.sites.size()) +
+                         table_bytes(run, plan.phases_once_more) + copying_bytes(run) + bytes_of_program;
     return {bytes_of_results(run.params, plan, run.panels, run.sites, haps_interval(run.params, plan)).memory,
             static_cast<std::size_t>(other)};
 }

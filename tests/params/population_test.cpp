@@ -31,6 +31,19 @@ TEST(mutation_rate, is_half_of_theta_over_n_plus_theta) {
     EXPECT_EQ(0.0, mutation_rate(10, 0.0));
 }
 
+TEST(pair_mutation, fills_the_tables_of_one_panel) {
+    copying_models models;
+    set_pair_mutation(2, 0.1, models);
+    const emission_table& e = models.mutation[1][2][2];
+    EXPECT_DOUBLE_EQ(0.81, e[0][0]);
+    EXPECT_DOUBLE_EQ(0.18, e[0][1]);
+    EXPECT_DOUBLE_EQ(0.82, e[1][1]);
+    EXPECT_DOUBLE_EQ(0.81, e[2][2]);
+    EXPECT_EQ(e[0][1] * 0.5, models.pr_alleles_01[2][0][0]);
+    EXPECT_EQ(e[1][0], models.pr_alleles_00[2][0][1]);
+    EXPECT_EQ(0.0, models.mutation[1][1][1][0][0]) << "another panel";
+}
+
 TEST(mutation_rate, of_no_state_and_of_one_is_no_rate) {
     EXPECT_EQ(-1.0, mutation_rate(0, -1.0));
     EXPECT_EQ(-1.0, mutation_rate(-2, 1.0));

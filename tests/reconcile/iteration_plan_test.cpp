@@ -123,6 +123,27 @@ TEST_F(iteration_plan, is_never_informed_under_random_states) {
     EXPECT_EQ(std::nullopt, plan.informed_start_iter);
 }
 
+TEST_F(iteration_plan, phases_once_more_only_where_iterations_tell_the_phase) {
+    params.phase = true;
+    params.local_states = 50;
+    make(30, 10);
+    EXPECT_FALSE(plan.phases_once_more) << "nobody asks for it";
+    params.final_states = 100;
+    make(30, 10);
+    EXPECT_TRUE(plan.phases_once_more);
+    params.prob_g = true;
+    make(30, 10);
+    EXPECT_FALSE(plan.phases_once_more) << "uncertain genotypes";
+    params.prob_g = false;
+    params.local_states = 0;
+    make(30, 10);
+    EXPECT_FALSE(plan.phases_once_more) << "no sums";
+    params.local_states = 50;
+    params.phase = false;
+    make(30, 10);
+    EXPECT_FALSE(plan.phases_once_more) << "no phase is wanted";
+}
+
 TEST_F(iteration_plan, local_states_need_no_random_ones_first) {
     params.local_states = 50;
     make(30, 10);

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -245,6 +246,87 @@ TEST_F(passes, record_what_is_known_of_those_that_need_no_update) {
     start(stored).update_study_individuals();
     EXPECT_EQ("\r-updating inf indiv [1/3]\r-updating inf indiv [2/3]\r-updating inf indiv [3/3]\n", said());
     EXPECT_EQ(1.0, run.acc.gtype_acc[1].get(2, 2));
+}
+
+// --- the final pass -------------------------------------------------------------------------------------------------
+
+// Individuals 0 and 2 with heterozygotes at the typed sites 2, 5, ..., and sums that tell their phase; 1 has none.
+class final_pass : public passes {
+  protected:
+    void SetUp() override {
+        passes::SetUp();
+        run.params.phase = true;
+        run.params.local_states = 100;
+        run.params.final_states = 5;
+        run.plan.phases_once_more = true;
+        for (auto& mode : run.models.k_states_full) mode = {{{8, 8, 8}, {8, 8, 8}, {12, 12, 12}}};
+        for (std::size_t s = 2; s < n_sites; s += 3) {
+            run.sites.in_order[s]->gtypes[2] = {1, 0, 1};
+            for (const std::size_t i : {0U, 2U}) {
+                const int first = source.integer(0, 1);
+                run.panels[2].haps.set(2 * i, s, first);
+                run.panels[2].haps.set(2 * i + 1, s, 1 - first);
+            }
+        }
+        made_passes = &start({.late = true, .stored = true});
+        for (const std::size_t i : {0U, 2U}) {
+            phase_sums& sums = run.acc.phase[i];
+            for (std::size_t s = 2; s < n_sites; s += 3) sums.site.push_back(s);
+            sums.with_previous.assign(sums.site.size(), 4.0);  // all alleles 1 on one haplotype
+            sums.with_second.assign(sums.site.size(), 4.0);
+            sums.n_paths = 4;
+        }
+    }
+    update_passes* made_passes = nullptr;
+};
+
+TEST_F(final_pass, starts_from_the_phase_that_the_sums_tell) {
+    const packed_haplotypes before = run.panels[2].haps;
+    made_passes->phase_once_more();
+    for (std::size_t s = 2; s < n_sites; s += 3) {
+        for (const std::size_t i : {0U, 2U}) {
+            EXPECT_EQ(1, run.panels[2].haps.allele(2 * i, s)) << "site " << s;
+            EXPECT_EQ(0, run.panels[2].haps.allele(2 * i + 1, s));
+        }
+        for (const std::size_t h : {2U, 3U}) EXPECT_EQ(before.allele(h, s), run.panels[2].haps.allele(h, s));
+    }
+}
+
+TEST_F(final_pass, turns_what_stands_between_two_heterozygotes_with_the_left_one) {
+    packed_haplotypes& haps = run.panels[2].haps;
+    phase_sums& sums = run.acc.phase[0];
+    sums.site.erase(sums.site.begin() + 1);  // site 5 has a missing genotype, say
+    haps.set(0, 2, 0);
+    haps.set(1, 2, 1);
+    haps.set(0, 5, 0);
+    haps.set(1, 5, 1);
+    made_passes->phase_once_more();
+    EXPECT_EQ(1, haps.allele(0, 5));
+    EXPECT_EQ(0, haps.allele(1, 5));
+}
+
+TEST_F(final_pass, replaces_the_sums_by_those_of_paths_over_the_states_that_were_asked_for) {
+    const double total_before = 4.0 * static_cast<double>(run.acc.phase[0].site.size());
+    made_passes->phase_once_more();
+    EXPECT_EQ(5, run.models.k_states[1][2][2]);
+    for (const std::size_t i : {0U, 2U}) {
+        const phase_sums& sums = run.acc.phase[i];
+        EXPECT_EQ(8U, sums.site.size());
+        EXPECT_EQ(32U, sums.n_paths);
+        double total = 0.0;
+        for (const double x : sums.with_previous) {
+            EXPECT_LE(std::abs(x), 32.0);
+            total += x;
+        }
+        EXPECT_NE(total_before, total);
+    }
+    EXPECT_TRUE(run.acc.phase[1].site.empty());
+}
+
+TEST_F(final_pass, takes_all_haplotypes_where_there_are_no_more) {
+    run.params.final_states = 100;
+    made_passes->phase_once_more();
+    EXPECT_EQ(12, run.models.k_states[1][2][2]);
 }
 
 // --- holes ----------------------------------------------------------------------------------------------------------

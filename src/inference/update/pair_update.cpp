@@ -1,6 +1,7 @@
 // Updates of an individual's two haplotypes.
 
 #include "inference/states/state_alleles.h"
+#include "inference/update/recording.h"
 #include "inference/update/site_rules.h"
 #include "inference/update/sweep_choice.h"
 #include "inference/update/update.h"
@@ -25,6 +26,12 @@ pair_problem make_problem(const inference_inputs& in, const pair_update& update,
     problem.pr_01 = in.models.pr_alleles_01[update.panel];
     problem.pr_10 = in.models.pr_alleles_10[update.panel];
     return problem;
+}
+
+void list_pair_requests(const inference_inputs& in, const pair_update& update, pair_result& result) {
+    const hmm_model& model = model_of(in, update);
+    result.requests.resize(model.n_sites());
+    for (std::size_t v = 0; v < model.n_sites(); ++v) result.requests[v] = request_at(in, update, model.site[v]);
 }
 
 // From tables of products that are all kept: a pair counts for both its states.
@@ -53,10 +60,20 @@ void update_pair(const inference_inputs& in, const pair_update& update, const co
     problem.keep_every = choice.keep_every;
     problem.checkpoint_interval = choice.checkpoint_interval;
     result.log10_likelihood = pair_forward(problem, work.pairs);
-    result.requests.resize(model.n_sites());
-    for (std::size_t v = 0; v < model.n_sites(); ++v) result.requests[v] = request_at(in, update, model.site[v]);
+    list_pair_requests(in, update, result);
     const pair_walk_options options{true, update.backward, choice.states_first, choice.copying};
     pair_walk(problem, work.pairs, options, result.requests, result.walk);
     result.copying.clear();
     if (choice.copying) list_state_posteriors(problem, work.pairs, result.copying);
+}
+
+void sum_phase(const inference_inputs& in, const pair_update& update, const conditioning_states& states,
+               std::size_t n_paths, sweep_workspace& work, pair_result& result, phase_sums& sums) {
+    const pair_problem problem = make_problem(in, update, states, work, result);
+    pair_forward(problem, work.pairs);
+    list_pair_requests(in, update, result);
+    for (std::size_t path = 0; path < n_paths; ++path) {
+        pair_walk(problem, work.pairs, {true, false, false, false}, result.requests, result.walk);
+        record_phase(model_of(in, update), result, sums);
+    }
 }

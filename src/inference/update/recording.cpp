@@ -183,8 +183,6 @@ void record_holes(const inference_inputs& in, const hole_update& u, const haploi
     }
 }
 
-namespace {
-
 void record_phase(const hmm_model& model, const pair_result& result, phase_sums& sums) {
     if (sums.site.empty()) {
         for (std::size_t v = 0; v < model.n_sites(); ++v) {
@@ -195,8 +193,6 @@ void record_phase(const hmm_model& model, const pair_result& result, phase_sums&
     }
     add_phase_agreement(result.requests, result.walk, sums);
 }
-
-}  // namespace
 
 void record_pair(const inference_inputs& in, const pair_update& u, const pair_result& result, panel_data& panel,
                  accumulators& acc) {

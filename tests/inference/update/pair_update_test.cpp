@@ -290,6 +290,40 @@ TEST_F(pair_updates, of_ordered_individuals_follow_their_rules) {
     }
 }
 
+TEST_F(pair_updates, phase_is_summed_over_paths_of_one_sweep_as_over_those_of_several) {
+    make(5);
+    choose_states(6, {0, 1, 2});
+    set_states(1, 2, 2, 6);
+    slow::diploid_model plain;
+    make_model(plain, 2, 6, false);
+    pair_update u;
+    u.ind = ind;
+    u.hap = hap;
+    u.panel = 2;
+    const packed_haplotypes before = run.panels[2].haps;
+    const inference_inputs in = run.inputs();
+    constexpr std::size_t n_paths = 3;
+    phase_sums expected, found;
+    double next = 0.0;
+    {
+        seeded_draws draws(9);
+        for (std::size_t path = 0; path < n_paths; ++path) {
+            update_pair(in, u, states, work, result);
+            record_phase(model_of(in, u), result, expected);
+        }
+        next = draws.next();
+    }
+    seeded_draws draws(9);
+    sum_phase(in, u, states, n_paths, work, result, found);
+    EXPECT_EQ(next, draws.next());
+    EXPECT_EQ(n_paths, found.n_paths);
+    ASSERT_LT(2U, found.site.size());
+    EXPECT_EQ(expected.site, found.site);
+    EXPECT_EQ(expected.with_previous, found.with_previous);
+    EXPECT_EQ(expected.with_second, found.with_second);
+    expect_haplotypes(2, before);
+}
+
 TEST_F(pair_updates, of_an_ordered_individual_whose_phase_is_all_known_draw_no_allele) {
     make(3);
     run.panels[2].ordered[ind] = true;

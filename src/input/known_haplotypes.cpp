@@ -21,7 +21,7 @@
 
 namespace {
 
-constexpr const char* file_words = "Panel 2 haplotypes file";
+constexpr const char* known_file_words = "Panel 2 haplotypes file";
 
 // Either ID suffices, so that members of a family who share one may all meet the same person.
 void note_shared_places(const input_rooms& rooms, const reading_context& context) {
@@ -60,7 +60,8 @@ void read_known_samples(const input_rooms& rooms, reading_context& context) {
 
 std::unique_ptr<phased_source> open_known(const input_rooms& rooms) {
     const parameters& params = rooms.params;
-    source_request request = request_for(params, rooms.plan, "-known_haps_g", params.known_haps_g_file, file_words);
+    source_request request =
+        request_for(params, rooms.plan, "-known_haps_g", params.known_haps_g_file, known_file_words);
     request.one_haplotype = params.haploid_g;
     announce(rooms.log, "-reading Panel 2 haplotypes from -known_haps_g file", request.file);
     return open_phased(rooms.log, request);
@@ -148,11 +149,11 @@ void known_reader::settle_columns() {
         if (!context_.known_hap_index_map.empty()) return context_.exclude_flags.clear();
     }
     const std::vector<bool>& exclude_flags = context_.exclude_flags;
-    check_against_sample_file(rooms_.log, exclude_flags, pairs_.size(), "individuals", file_words);
+    check_against_sample_file(rooms_.log, exclude_flags, pairs_.size(), "individuals", known_file_words);
     if (alone) {
         settle_individuals(rooms_.log, study_, pairs_.size(), exclude_flags);
     } else if (context_.known_hap_index_map.empty()) {
-        check_against_genotypes(rooms_.log, study_.n_ind, exclude_flags, pairs_.size(), file_words);
+        check_against_genotypes(rooms_.log, study_.n_ind, exclude_flags, pairs_.size(), known_file_words);
     }
 }
 

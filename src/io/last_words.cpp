@@ -9,16 +9,16 @@
 
 namespace {
 
-std::atomic<int> target{-1};
+std::atomic<int> words_descriptor{-1};
 
 }  // namespace
 
 void last_words::leave_in(int descriptor) {
-    target = descriptor;
+    words_descriptor = descriptor;
 }
 
 void last_words::say(int signal) {
-    const int descriptor = target.exchange(-1);
+    const int descriptor = words_descriptor.exchange(-1);
     if (descriptor < 0) return;
     const int old_error = errno;
     constexpr std::string_view words = "\nfailed: ended by signal ";

@@ -21,7 +21,7 @@ std::deque<entry>& entries() {
     return *all;
 }
 std::mutex entries_mutex;
-std::atomic<entry*> last{nullptr};
+std::atomic<entry*> last_entry{nullptr};
 
 }  // namespace
 
@@ -30,8 +30,8 @@ std::size_t removal_list::add(const std::string& name) {
     std::deque<entry>& all = entries();
     entry& added = all.emplace_back();
     added.name = name;
-    added.before = last;
-    last = &added;
+    added.before = last_entry;
+    last_entry = &added;
     return all.size() - 1;
 }
 
@@ -42,7 +42,7 @@ void removal_list::take_back(std::size_t number) {
 
 void removal_list::remove_all() {
     const int old_error = errno;
-    for (entry* e = last; e != nullptr; e = e->before) {
+    for (entry* e = last_entry; e != nullptr; e = e->before) {
         if (!e->pending.exchange(false)) continue;
         const char* const name = e->name.c_str();
         if (unlink(name) != 0) rmdir(name);

@@ -26,11 +26,11 @@ accuracy comparison::result() const {
 
 namespace {
 
-constexpr double tolerance = 1e-10;
+constexpr double comparison_tolerance = 1e-10;
 
 bool constant(const std::vector<double>& values) {
     return std::all_of(values.begin(), values.end(),
-                       [&values](double value) { return std::abs(value - values.front()) < tolerance; });
+                       [&values](double value) { return std::abs(value - values.front()) < comparison_tolerance; });
 }
 
 double mean_of(const std::vector<double>& values) {

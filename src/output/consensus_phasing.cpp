@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr double tolerance = 1e-10;
+constexpr double tie_tolerance = 1e-10;
 
 }  // namespace
 
@@ -22,7 +22,7 @@ std::size_t which_max_idx(std::span<const double> probs) {
     std::vector<std::size_t> best;
     double largest = 0.0;
     for (std::size_t i = 0; i < probs.size(); ++i) {
-        if (std::abs(probs[i] - largest) < tolerance) {
+        if (std::abs(probs[i] - largest) < tie_tolerance) {
             best.push_back(i);
         } else if (probs[i] > largest) {
             best.assign(1, i);
@@ -49,7 +49,7 @@ void check_phasing_probs(run_log& log, const genotype_triple& probs, std::size_t
                          "() function; this implies that there was a problem with the imputation. Please contact the "
                          "authors for assistance."));
     }
-    if (known_haps && haploid && probs[1] > tolerance) {
+    if (known_haps && haploid && probs[1] > tie_tolerance) {
         log.fatal(
             concat(head,
                    " include mass on the heterozygous genotype, but the individual is listed as haploid. This issue "
@@ -200,9 +200,9 @@ std::vector<std::size_t> phased_sites(const result_inputs& run, bool all_sites) 
 // Whether the first allele of a heterozygote is 1, by the weights of (1, 0) and (0, 1); a tie is drawn.
 bool first_allele_is_one(double weight10, double weight01) {
     const double sum = weight10 + weight01;
-    const double p01 = sum > tolerance ? weight01 / sum : 0.5;
-    const double p10 = sum > tolerance ? weight10 / sum : 0.5;
-    if (std::abs(p01 - p10) >= tolerance) return !(p01 > p10);
+    const double p01 = sum > tie_tolerance ? weight01 / sum : 0.5;
+    const double p10 = sum > tie_tolerance ? weight10 / sum : 0.5;
+    if (std::abs(p01 - p10) >= tie_tolerance) return !(p01 > p10);
     return Random::RNG->Next() > 0.5;
 }
 

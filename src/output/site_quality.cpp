@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr double tolerance = 1e-10;
+constexpr double quality_tolerance = 1e-10;
 
 }  // namespace
 
@@ -18,7 +18,7 @@ void info_measure::add(const genotype_triple& p, bool haploid) {
 
 double info_measure::info() const {
     const double f = frequency();
-    if (std::min(f, 1.0 - f) < tolerance) return 1.0;
+    if (std::min(f, 1.0 - f) < quality_tolerance) return 1.0;
     return 1.0 - variances_ / (alleles_ * f * (1.0 - f));
 }
 
@@ -89,7 +89,7 @@ void quality_block::compare(genotype_block& genotypes, std::size_t j, const snp&
 void quality_block::make_haploid(genotype_triple& p, const snp& site, long position) {
     const double sum = p[0] + p[2];
     p[1] = 0.0;
-    if (sum > tolerance) {
+    if (sum > quality_tolerance) {
         p[0] /= sum;
         p[2] /= sum;
         return;

@@ -16,7 +16,7 @@ namespace {
 
 // Windows of neighbouring typed sites, since a file may be sound up to some line.
 constexpr std::size_t window = 50;
-constexpr std::size_t step = window / 2;
+constexpr std::size_t window_step = window / 2;
 constexpr std::size_t most_shown = 10;
 // Both must hold. Sound windows of real data have correlations of 0.95 with 60 people and, since one person tells
 // little, down to -0.08 with one, where the distance is below 4.3 and never above 3 where the correlation is low;
@@ -92,9 +92,9 @@ double mean_distance(std::span<const typed_site> sites) {
 
 // The first window in which the frequencies do not go together; empty when there is none.
 std::span<const typed_site> first_unlike(std::span<const typed_site> sites) {
-    for (std::size_t begin = 0; begin + window <= sites.size(); begin += step) {
+    for (std::size_t begin = 0; begin + window <= sites.size(); begin += window_step) {
         // The last window ends with the sites.
-        const std::size_t from = begin + window + step > sites.size() ? sites.size() - window : begin;
+        const std::size_t from = begin + window + window_step > sites.size() ? sites.size() - window : begin;
         const auto part = sites.subspan(from, window);
         if (correlation(part) < low_correlation && mean_distance(part) > large_distance) return part;
     }

@@ -8,14 +8,14 @@
 
 namespace {
 
-constexpr std::size_t most_shown = 5;
+constexpr std::size_t most_listed = 5;
 constexpr std::size_t fewest_typed = 2;
 
 void show(std::vector<std::string>& list, const std::string& text) {
-    if (list.size() < most_shown) list.push_back(text);
+    if (list.size() < most_listed) list.push_back(text);
 }
 
-std::string site_text(long position, const panel_labels& labels) {
+std::string labelled_site(long position, const panel_labels& labels) {
     return concat(position, " ", labels.a0, "/", labels.a1);
 }
 
@@ -72,15 +72,15 @@ typed_site_census::typed_site_census(const site_table& sites) {
         count(site);
         const std::optional<std::size_t> reference = reference_panel(site);
         if (!site.in_panel(2)) {
-            if (reference) show(reference_only_, site_text(position, site.labels[*reference]));
+            if (reference) show(reference_only_, labelled_site(position, site.labels[*reference]));
             continue;
         }
-        if (!reference) show(study_only_, site_text(position, site.labels[2]));
+        if (!reference) show(study_only_, labelled_site(position, site.labels[2]));
         const panel_labels* const other = reference ? &site.labels[*reference] : reference_at(sites, position);
         if (other == nullptr || compare(site.labels[2], *other) != fit::neither) continue;
         ++n_differing_;
         n_small_ += agree_in_capitals(site.labels[2], *other) ? 1 : 0;
-        show(differing_, concat(site_text(position, site.labels[2]), " against ", other->a0, "/", other->a1));
+        show(differing_, concat(labelled_site(position, site.labels[2]), " against ", other->a0, "/", other->a1));
     }
 }
 

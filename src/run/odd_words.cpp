@@ -22,7 +22,7 @@ using words = std::vector<std::string>;
 constexpr std::size_t most_panels = 2;  // of -h and -l
 constexpr int n_site_types = 4;
 
-std::string quoted(std::string_view word) {
+std::string in_quotes(std::string_view word) {
     return concat("[", printable(word), "]");
 }
 
@@ -82,10 +82,10 @@ std::string odd_whole_number(const option& row, const std::string& value) {
     if (ends_well && fits) return {};
     const std::string taken = concat("; it was taken as ", whole_number_of(value), ".");
     if (!ends_well) {
-        return concat("The value ", quoted(value), " of ", row.name, " is no whole number to its last character", taken,
-                      " Please write digits only.");
+        return concat("The value ", in_quotes(value), " of ", row.name, " is no whole number to its last character",
+                      taken, " Please write digits only.");
     }
-    return concat("The value ", quoted(value), " of ", row.name, " is beyond ", std::numeric_limits<int>::max(),
+    return concat("The value ", in_quotes(value), " of ", row.name, " is beyond ", std::numeric_limits<int>::max(),
                   " or below ", std::numeric_limits<int>::min(), taken);
 }
 
@@ -94,7 +94,7 @@ std::string odd_real_number(const option& row, const std::string& value) {
     char* end = nullptr;
     const double number = std::strtod(start, &end);
     if (end != start && *end == '\0' && std::isfinite(number)) return {};
-    return concat("The value ", quoted(value), " of ", row.name,
+    return concat("The value ", in_quotes(value), " of ", row.name,
                   " is no number to its last character; it was taken as ", plain_text(real_number_of(value)),
                   ". Please write digits, and a point before decimals.");
 }
@@ -145,8 +145,8 @@ class odd_word_search {
                                        return text + (text.empty() ? "" : " ") + word;
                                    });
         };
-        add(concat("The option ", row.name, " is given again: ", quoted(joined(values)), " was taken in place of ",
-                   quoted(joined(before->second)),
+        add(concat("The option ", row.name, " is given again: ", in_quotes(joined(values)), " was taken in place of ",
+                   in_quotes(joined(before->second)),
                    row.kind == option_kind::state_counts && std::max(values.size(), before->second.size()) > 1
                        ? ", and what follows the first number was added."
                        : "."));
@@ -158,7 +158,7 @@ class odd_word_search {
         if (row.name != "-h" && row.name != "-l") return {};
         const std::size_t n = ++n_files_of_[&row];
         if (n <= most_panels) return {};
-        return concat("The file ", quoted(value), " is number ", n, " of ", row.name,
+        return concat("The file ", in_quotes(value), " is number ", n, " of ", row.name,
                       ", which takes two at most; it is not read.");
     }
 
@@ -166,13 +166,14 @@ class odd_word_search {
         const option& row = *taken_by_[i];
         const std::string& value = entries_[i];
         if (as_option != nullptr) {
-            add(concat("The word ", quoted(value), " was taken as the value of ", row.name,
+            add(concat("The word ", in_quotes(value), " was taken as the value of ", row.name,
                        " and as an option. Please give ", row.name, " its value."));
         }
         add(further_file(row, value));
         if (const std::size_t n = dash_length(value)) {
-            add(concat("The word ", quoted(value), " begins with a dash that is no hyphen; it was taken as a value of ",
-                       row.name, ". If an option is meant, please write ", quoted("-" + value.substr(n)), "."));
+            add(concat("The word ", in_quotes(value),
+                       " begins with a dash that is no hyphen; it was taken as a value of ", row.name,
+                       ". If an option is meant, please write ", in_quotes("-" + value.substr(n)), "."));
         } else if (is_number(row.kind)) {
             add(is_whole(row.kind) ? odd_whole_number(row, value) : odd_real_number(row, value));
             if (row.kind == option_kind::integers) add(odd_site_type(row, value));
@@ -182,7 +183,7 @@ class odd_word_search {
     static std::string odd_site_type(const option& row, const std::string& value) {
         const int type = whole_number_of(value);
         if (type >= 0 && type < n_site_types) return {};
-        return concat("The value ", quoted(value), " of ", row.name,
+        return concat("The value ", in_quotes(value), " of ", row.name,
                       " is no type of SNP (0, 1, 2 or 3); it was passed "
                       "over.");
     }
@@ -191,21 +192,21 @@ class odd_word_search {
     std::string stray_text(std::size_t i) const {
         const std::string& word = entries_[i];
         if (const std::size_t n = dash_length(word)) {
-            return concat("The word ", quoted(word),
+            return concat("The word ", in_quotes(word),
                           " begins with a dash that is no hyphen; it was passed over. Please "
                           "write ",
-                          quoted("-" + word.substr(n)), ".");
+                          in_quotes("-" + word.substr(n)), ".");
         }
         std::size_t before = i - 1;
         while (before > 0 && !entries_[before].starts_with('-') && dash_length(entries_[before]) == 0) --before;
         const option* const row = find_option(entries_[before]);
         if (row == nullptr || before == 0) {
-            return concat("The word ", quoted(word), " belongs to no option; it was passed over.");
+            return concat("The word ", in_quotes(word), " belongs to no option; it was passed over.");
         }
         const std::size_t n_values = value_count(row->kind).value_or(0);
-        return concat("The word ", quoted(word), " was passed over: ", row->name, " takes ",
+        return concat("The word ", in_quotes(word), " was passed over: ", row->name, " takes ",
                       n_values == 0   ? std::string("no value")
-                      : n_values == 1 ? concat("one value, and ", quoted(entries_[before + 1]), " was taken")
+                      : n_values == 1 ? concat("one value, and ", in_quotes(entries_[before + 1]), " was taken")
                                       : std::string("two values, which were taken"),
                       ".");
     }
@@ -267,9 +268,10 @@ std::string unknown_option_hint(const std::vector<std::string>& entries, std::si
     const std::string& entry = entries[i];
     const bool may_be_value = entry.size() > 1 && (entry[1] == '.' || (entry[1] >= '0' && entry[1] <= '9'));
     if (may_be_value) {
-        return concat(quoted(entry), " begins with a hyphen and so is read as an option: a value cannot be negative.");
+        return concat(in_quotes(entry),
+                      " begins with a hyphen and so is read as an option: a value cannot be negative.");
     }
     const option* const nearest = nearest_option(entry);
-    if (nearest == nullptr) return concat(quoted(entry), " is no option; orvide --help all lists them.");
-    return concat(quoted(entry), " is no option; the nearest one is ", nearest->name, ".");
+    if (nearest == nullptr) return concat(in_quotes(entry), " is no option; orvide --help all lists them.");
+    return concat(in_quotes(entry), " is no option; the nearest one is ", nearest->name, ".");
 }

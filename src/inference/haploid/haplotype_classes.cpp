@@ -25,9 +25,9 @@ std::uint64_t visited_word(const std::uint64_t* row, const std::size_t* sites, s
     return alleles;
 }
 
-using row_words = std::array<std::uint64_t, most_words>;
+using class_words = std::array<std::uint64_t, most_words>;
 
-std::uint64_t hash_of(const row_words& row) {
+std::uint64_t hash_of(const class_words& row) {
     std::uint64_t hash = 0;
     for (const std::uint64_t word : row) hash = (std::rotl(hash, 27) ^ word) * 0x9e3779b97f4a7c15ULL;
     return hash >> 32;
@@ -80,7 +80,7 @@ bool haplotype_classes::add_block(const packed_haplotypes& panel, const std::vec
     class_of_.resize((n_blocks + 1) * n_hap_);
     std::uint32_t n_classes = 0;
     for (std::size_t h = 0; h < n_hap_; ++h) {
-        row_words row{};
+        class_words row{};
         for (std::size_t w = 0; w < words && first + w * bits::word_bits < end; ++w) {
             const std::size_t v = first + w * bits::word_bits;
             row[w] = visited_word(panel.row(h), &sites[v], std::min(bits::word_bits, end - v));

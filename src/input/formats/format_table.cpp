@@ -57,7 +57,7 @@ constexpr std::array<file_format, 5> formats{{
 }};
 
 template <typename Source>
-std::unique_ptr<Source> open(opener<Source> file_format::*kind, run_log& log, const source_request& request) {
+std::unique_ptr<Source> open_kind(opener<Source> file_format::*kind, run_log& log, const source_request& request) {
     input_file file = open_input(log, request);
     for (const file_format& format : formats) {
         const bool is_text = format.recognises == is_any_text;
@@ -92,17 +92,17 @@ source_request request_for(const parameters& params, const run_plan& plan, std::
 }
 
 std::unique_ptr<genotype_source> open_genotypes(run_log& log, const source_request& request) {
-    return open(&file_format::genotypes, log, request);
+    return open_kind(&file_format::genotypes, log, request);
 }
 
 std::unique_ptr<haplotype_source> open_haplotypes(run_log& log, const source_request& request) {
-    return open(&file_format::haplotypes, log, request);
+    return open_kind(&file_format::haplotypes, log, request);
 }
 
 std::unique_ptr<phased_source> open_phased(run_log& log, const source_request& request) {
-    return open(&file_format::phased, log, request);
+    return open_kind(&file_format::phased, log, request);
 }
 
 std::unique_ptr<sampled_source> open_sampled(run_log& log, const source_request& request) {
-    return open(&file_format::sampled, log, request);
+    return open_kind(&file_format::sampled, log, request);
 }

@@ -11,7 +11,7 @@
 namespace {
 
 constexpr std::array<const char*, 4> field_names{"GP", "GL", "PL", "GT"};
-constexpr double largest_sum = 1.02;  // probabilities are rounded
+constexpr double largest_rounded_sum = 1.02;  // probabilities are rounded
 
 std::size_t index(auto field) {
     return static_cast<std::size_t>(field);
@@ -148,7 +148,7 @@ void variant_genotypes::make_probabilities(field which, std::size_t sample, std:
             if (!(p >= 0.0 && p <= 1.0)) sites_.fail_at(sample, "A value of GP is no probability between 0 and 1");
             sum += p;
         }
-        if (sum > largest_sum) sites_.fail_at(sample, "The values of GP sum to more than 1");
+        if (sum > largest_rounded_sum) sites_.fail_at(sample, "The values of GP sum to more than 1");
         return;
     }
     // Relative to the largest one, so that none becomes too small.

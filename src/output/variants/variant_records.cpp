@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr double tolerance = 1e-6;      // as fine as the finest value that is written
+constexpr double sum_tolerance = 1e-6;  // as fine as the finest value that is written
 constexpr int highest_confidence = 99;  // phred; of a phase that every iteration has
 
 // The triple scaled to sum to 1; none where it says nothing: no chance at all, or, if it was not computed, the equal
@@ -17,8 +17,8 @@ constexpr int highest_confidence = 99;  // phred; of a phase that every iteratio
 std::optional<genotype_triple> sound_triple(genotype_triple p, bool haploid, bool computed) {
     if (haploid) p[1] = 0.0;
     const double sum = p[0] + p[1] + p[2];
-    if (!(sum > tolerance)) return std::nullopt;
-    const bool equal = std::abs(p[0] - p[2]) < tolerance && (haploid || std::abs(p[0] - p[1]) < tolerance);
+    if (!(sum > sum_tolerance)) return std::nullopt;
+    const bool equal = std::abs(p[0] - p[2]) < sum_tolerance && (haploid || std::abs(p[0] - p[1]) < sum_tolerance);
     if (equal && !computed) return std::nullopt;
     for (double& value : p) value /= sum;
     return p;
@@ -181,8 +181,8 @@ void variant_block::call_alleles(const genotype_triple& triple, const std::optio
     if (!chances) return;
     const auto [a, b] = *chances;
     const double lead = a * (1.0 - b) - b * (1.0 - a);
-    g.phased = n_ones != 1 || std::abs(lead) > tolerance;  // a tie says nothing
-    if (n_ones == 1 && lead > tolerance) g.alleles = {1, 0};
+    g.phased = n_ones != 1 || std::abs(lead) > sum_tolerance;  // a tie says nothing
+    if (n_ones == 1 && lead > sum_tolerance) g.alleles = {1, 0};
 }
 
 std::optional<variant_block::allele_pair_chances> variant_block::known_chances(std::size_t j, std::size_t i) const {
@@ -200,7 +200,7 @@ void variant_block::add_haps(double dosage, const std::optional<allele_pair_chan
     }
     if (!g.phased) return;
     // Sums without weights, or none at all, do not make up the dosage of a run that weighs or was given the genotype.
-    if (chances && std::abs((*chances)[0] + (*chances)[1] - dosage) < tolerance) {
+    if (chances && std::abs((*chances)[0] + (*chances)[1] - dosage) < sum_tolerance) {
         g.haps = {units((*chances)[0]), units((*chances)[1])};
         return;
     }

@@ -112,6 +112,17 @@ struct sampled_pair {
     }
 };
 
+// What a chance of a phase is worth: the states of an iteration are chosen for the phase at hand, so that iterations
+// repeat each other, and chances are too sure; those of the final pass are less so. The powers make confidences true on
+// panels of known phase (docs/recipes.md).
+constexpr double power_of_iterations = 0.7;
+constexpr double power_of_final_pass = 0.85;
+
+double tempered(double chance, double power) {
+    const double yes = std::pow(chance, power), no = std::pow(1.0 - chance, power);
+    return yes / (yes + no);
+}
+
 // What the two forms share: the genotype of an individual at a site, and its alleles.
 class study_phasing {
   public:
@@ -155,6 +166,9 @@ class study_phasing {
     const phase_sums* sums_of(const person& who) const {
         return run_.acc.phase.empty() ? nullptr : &run_.acc.phase[who.index];
     }
+
+    // Of the chances that these tell.
+    double power_of_chances() const { return run_.plan.phases_once_more ? power_of_final_pass : power_of_iterations; }
 
   private:
     std::size_t n_iterations() const { return run_.plan.stored_iters.size(); }
@@ -228,19 +242,10 @@ void phase_against_known(study_phasing& phasing, bool by_samples, const person& 
     phasing.set_alleles(who, s, one_first ? 1 : 0, one_first ? 0 : 1);
 }
 
-// What a chance of a phase is worth: the states of an iteration are chosen for the phase at hand, so that iterations
-// repeat each other, and chances are too sure. The power makes confidences true on panels of known phase
-// (docs/recipes.md).
-double tempered(double chance) {
-    constexpr double power = 0.7;
-    const double yes = std::pow(chance, power), no = std::pow(1.0 - chance, power);
-    return yes / (yes + no);
-}
-
 // The last two heterozygotes of an individual that were phased by sums, as the frame of those that follow.
 class summed_frame {
   public:
-    explicit summed_frame(const phase_sums* sums) : sums_(sums) {}
+    summed_frame(const phase_sums* sums, double power) : sums_(sums), power_(power) {}
 
     // The heterozygote at a site, if it has sums. Sites ascend from call to call.
     std::optional<std::size_t> find(std::size_t s) {
@@ -259,11 +264,12 @@ class summed_frame {
         const phase_lead lead = lead_of(*sums_, het, last_, before_);
         const bool one = lead.first_is_one();
         const double chance = 0.5 + 0.5 * (one ? lead.with_previous : -lead.with_previous);
-        return {one ? 1 : 0, tempered(std::clamp(chance, 0.0, 1.0))};
+        return {one ? 1 : 0, tempered(std::clamp(chance, 0.0, 1.0), power_)};
     }
 
   private:
     const phase_sums* sums_;
+    double power_;
     std::size_t next_ = 0;
     double last_ = 0.0, before_ = 0.0;  // 1 where the first allele is 1, -1 where it is 0, 0 for none
 };
@@ -273,7 +279,11 @@ class summed_frame {
 class pairwise_phasing {
   public:
     pairwise_phasing(study_phasing& phasing, phase_confidences& confidences, const person& who, std::size_t slot)
-        : phasing_(phasing), confidences_(confidences), who_(who), slot_(slot), frame_(phasing.sums_of(who)) {}
+        : phasing_(phasing),
+          confidences_(confidences),
+          who_(who),
+          slot_(slot),
+          frame_(phasing.sums_of(who), phasing.power_of_chances()) {}
 
     void visit(std::size_t s) {
         const int genotype = phasing_.consensus_genotype(who_, s);

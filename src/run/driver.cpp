@@ -63,8 +63,8 @@ class iteration_loop {
             run_one(now);
         }
         passes_.finish_imputation();
-        if (run_.plan.phases_once_more) passes_.phase_once_more();
         progress_.finish();
+        if (run_.plan.phases_once_more) passes_.phase_once_more();
     }
     const update_passes& passes() const { return passes_; }
 

@@ -14,6 +14,8 @@ namespace {
 // Fitted to runs of 25 to 158 MB on simulated data, of which docs/performance.md tells the peaks.
 constexpr double classes_a_panel_bit = 1.0;  // haplotypes by classes, and what sorts them, take as much as the panels
 constexpr double tables_a_typed_site = 1.0 / 14.0;
+constexpr double bytes_a_sorted_allele = 1.0;  // rows, and the orders and ranks of both sides
+constexpr double bytes_a_phase_sum = 24.0;     // its site, and two sums
 constexpr double bytes_of_program = 2e6;
 
 constexpr double least_share = 0.8, largest_share = 1.2;  // of what is to come, if the estimate is wrong
@@ -25,14 +27,31 @@ double panel_bytes(const panel_array& panels, std::size_t n_sites) {
     return n_hap * static_cast<double>(n_sites) / bits;
 }
 
+double typed_sites(const data& run) {
+    double n = 0.0;
+    for (const snp* site : run.sites.in_order) n += site->in_panel(2) ? 1.0 : 0.0;
+    return n;
+}
+
+// Under -local_states: the haplotypes in their orders, and what is summed at each heterozygote.
+double local_match_bytes(const data& run) {
+    if (run.params.local_states == 0 || !run.panels[2].needs_update) return 0.0;
+    double n_hap = 0.0, n_het = 0.0;
+    for (const panel_data& panel : run.panels) n_hap += static_cast<double>(panel.n_hap);
+    if (run.params.phase) {
+        for (const snp* site : run.sites.in_order) {
+            n_het += static_cast<double>(std::count(site->gtypes[2].begin(), site->gtypes[2].end(), 1));
+        }
+    }
+    return bytes_a_sorted_allele * n_hap * typed_sites(run) + bytes_a_phase_sum * n_het;
+}
+
 // The tables of pairs of states that a sweep keeps; all of them where -use_old_code tells what was copied.
 double table_bytes(const data& run, bool phases_once_more) {
     if (!run.panels[2].needs_update && !run.panels[1].needs_update) return 0.0;
     const int k_final = phases_once_more ? std::min(run.params.final_states, run.models.k_states_full[1][2][2]) : 0;
     const double k = std::max({run.models.k_states[1][2][2], run.models.k_states[1][1][1], k_final});
-    std::size_t n_typed = 0;
-    for (const snp* site : run.sites.in_order) n_typed += site->in_panel(2) ? 1 : 0;
-    const auto n = static_cast<double>(n_typed);
+    const double n = typed_sites(run);
     const bool keeps_all = run.params.show_all_copy_probs && run.params.use_old_code;
     return (keeps_all ? n : tables_a_typed_site * n) * k * (k + 1) / 2.0 * sizeof(double);
 }
@@ -50,7 +69,8 @@ memory_need memory_to_come(const data& run) {
     run_plan plan = run.plan;
     plan_iterations(run.params, plan);
     const double other = classes_a_panel_bit * panel_bytes(run.panels, run.sites.size()) +
-                         table_bytes(run, plan.phases_once_more) + copying_bytes(run) + bytes_of_program;
+                         table_bytes(run, plan.phases_once_more) + copying_bytes(run) + local_match_bytes(run) +
+                         bytes_of_program;
     return {bytes_of_results(run.params, plan, run.panels, run.sites, haps_interval(run.params, plan)).memory,
             static_cast<std::size_t>(other)};
 }

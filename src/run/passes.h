@@ -85,7 +85,8 @@ class update_passes {
     // Where nothing but the study changes it may go on until the next one, or until finish_imputation().
     void impute_study_from_reference();
     // Phases the individuals of whom the iterations summed something once more, each against the phase that the sums
-    // tell of all others; these sums are replaced. Nothing else is to be updated afterwards: the models are other ones.
+    // tell of all others; these sums are replaced. Takes itself out of the plan where there is nobody to phase. Nothing
+    // else is to be updated afterwards: the models are other ones.
     void phase_once_more();
     // Returns when all that was imputed has been recorded.
     void finish_imputation() { jobs_.finish(); }

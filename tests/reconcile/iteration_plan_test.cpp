@@ -131,6 +131,10 @@ TEST_F(iteration_plan, phases_once_more_only_where_iterations_tell_the_phase) {
     params.final_states = 100;
     make(30, 10);
     EXPECT_TRUE(plan.phases_once_more);
+    params.suppress_imputation_output = true;
+    make(30, 10);
+    EXPECT_FALSE(plan.phases_once_more) << "nothing is written";
+    params.suppress_imputation_output = false;
     params.prob_g = true;
     make(30, 10);
     EXPECT_FALSE(plan.phases_once_more) << "uncertain genotypes";

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include "model/data.h"
 #include "support/log_capture.h"
+#include "support/run_builder.h"
 
 namespace {
 
@@ -42,6 +44,26 @@ TEST_F(memory_check, ends_the_run_where_the_estimate_is_far_above) {
         "limit of the control group is 119 MB. A shorter -int or fewer people a run need less, with -phase also "
         "-mem_save.",
         1, [this] { compare(119); });
+}
+
+TEST_F(memory_check, counts_local_matches_and_the_sums_of_phase) {
+    data run{capture.terminal, capture.notes};
+    set_diploids(run.panels[2], 3);
+    run.panels[2].needs_update = true;
+    run.params.phase = true;
+    for (long s = 0; s < 10; ++s) {
+        snp& site = add_site(run.sites, 100 + s, 2);
+        site.gtypes[2] = {1, 0, 1};
+        site.labels[2].a0 = 'A';
+    }
+    list_sites(run.sites);
+    const std::size_t before = memory_to_come(run).other;
+    run.params.local_states = 100;
+    EXPECT_EQ(before + 6 * 10 + 24 * 2 * 10, memory_to_come(run).other);
+    run.params.phase = false;
+    EXPECT_EQ(before + 6 * 10, memory_to_come(run).other);
+    run.panels[2].needs_update = false;
+    EXPECT_EQ(before, memory_to_come(run).other);
 }
 
 }  // namespace

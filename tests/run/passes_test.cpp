@@ -323,6 +323,20 @@ TEST_F(final_pass, replaces_the_sums_by_those_of_paths_over_the_states_that_were
     EXPECT_TRUE(run.acc.phase[1].site.empty());
 }
 
+TEST_F(final_pass, is_left_out_where_there_is_nobody_to_phase_or_to_copy) {
+    const std::vector<phase_sums> before = run.acc.phase;
+    run.models.k_states_full[1][2][2] = 0;
+    made_passes->phase_once_more();
+    EXPECT_FALSE(run.plan.phases_once_more);
+    EXPECT_EQ(before[0].with_previous, run.acc.phase[0].with_previous);
+    run.plan.phases_once_more = true;
+    run.models.k_states_full[1][2][2] = 12;
+    for (phase_sums& sums : run.acc.phase) sums = {};
+    made_passes->phase_once_more();
+    EXPECT_FALSE(run.plan.phases_once_more);
+    EXPECT_EQ(2, run.models.k_states[1][2][2]);
+}
+
 TEST_F(final_pass, takes_all_haplotypes_where_there_are_no_more) {
     run.params.final_states = 100;
     made_passes->phase_once_more();

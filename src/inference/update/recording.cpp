@@ -185,6 +185,8 @@ void record_holes(const inference_inputs& in, const hole_update& u, const haploi
 
 void record_phase(const hmm_model& model, const pair_result& result, phase_sums& sums) {
     if (sums.site.empty()) {
+        sums.site.reserve(static_cast<std::size_t>(std::count_if(
+            result.requests.begin(), result.requests.end(), [](const pair_request& r) { return r.heterozygous; })));
         for (std::size_t v = 0; v < model.n_sites(); ++v) {
             if (result.requests[v].heterozygous) sums.site.push_back(model.site[v]);
         }

@@ -53,7 +53,11 @@ std::shared_ptr<const number_window> row_file::window(std::size_t first_row, std
                                                       std::size_t column) const {
     // The new one, and those that others let go while they are looked at: before the lock, which letting go takes, too.
     const std::shared_ptr<number_window> made(std::make_unique<number_window>().release(),
-                                              [store = windows_](number_window* gone) { store->keep(gone); });
+                                              [store = std::weak_ptr(windows_)](number_window* gone) {
+                                                  // The store has those that are held, who must not hold it.
+                                                  std::unique_ptr<number_window> one(gone);
+                                                  if (const auto held_in = store.lock()) held_in->keep(std::move(one));
+                                              });
     std::vector<std::shared_ptr<const number_window>> seen;
     const std::lock_guard<std::mutex> lock(windows_->mutex);
     for (const auto& one : windows_->held) {
@@ -70,9 +74,8 @@ std::shared_ptr<const number_window> row_file::window(std::size_t first_row, std
     return made;
 }
 
-void row_file::window_store::keep(number_window* gone) {
+void row_file::window_store::keep(std::unique_ptr<number_window> one) {
     const std::lock_guard<std::mutex> lock(mutex);
-    std::unique_ptr<number_window> one(gone);
     if (spare == nullptr || spare->values.size() < one->values.size()) spare = std::move(one);
 }
 

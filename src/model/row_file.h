@@ -71,7 +71,7 @@ class row_file {
         std::mutex mutex;
         std::vector<std::weak_ptr<const number_window>> held;
         std::unique_ptr<number_window> spare;
-        void keep(number_window* gone);
+        void keep(std::unique_ptr<number_window> one);
     };
     void read_window(number_window& window, std::size_t column) const;
     std::size_t place(std::size_t row, std::size_t column) const;

@@ -18,6 +18,7 @@ using emission_table = std::array<std::array<double, 4>, 3>;
 struct copying_models {
     model_table<int> k_states{};             // states of the model
     model_table<int> k_states_full{};        // the same without the limits of -k and -k_hap
+    int k_final = 0;                         // states of the final pass over the study; 0 for none
     model_table<double> theta{};             // (theta_panel) mutation parameter
     model_table<emission_table> mutation{};  // (mutation_matrix)
     // [panel][a1][a2]: chance of the ordered observed alleles given the copied ones.

@@ -168,7 +168,7 @@ class study_phasing {
     }
 
     // Of the chances that these tell.
-    double power_of_chances() const { return run_.plan.phases_once_more ? power_of_final_pass : power_of_iterations; }
+    double power_of_chances() const { return run_.acc.phase_is_final ? power_of_final_pass : power_of_iterations; }
 
   private:
     std::size_t n_iterations() const { return run_.plan.stored_iters.size(); }

@@ -26,6 +26,7 @@ void set_state_counts(const parameters& params, const panel_array& panels, copyi
     set(0, 0, 1, h1, far);
     set(0, 0, 0, h0 - 1, near);
     set(1, 2, 2, all - 2, diploid);
+    models.k_final = static_cast<int>(std::max(0L, std::min<long>(all - 2, params.final_states)));
     set(1, 1, 1, h0 + h1 - 2, diploid);
     // Males of a Panel 1 of genotypes are updated as haplotypes.
     if (panels[1].sexes_differ && is_given(params.g_ref_file)) set(0, 1, 1, h0 + h1 - 1, near + far);

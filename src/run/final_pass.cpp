@@ -45,20 +45,17 @@ void take_phase(const phase_sums& sums, std::size_t n_sites, packed_haplotypes& 
 void update_passes::phase_once_more() {
     std::vector<phase_sums>& sums = run_.acc.phase;
     panel_data& study = run_.panels[2];
-    const int n_states = std::min(run_.params.final_states, run_.models.k_states_full[1][2][2]);
     const bool anybody =
         std::any_of(sums.begin(), sums.end(), [](const phase_sums& of_one) { return !of_one.site.empty(); });
-    if (n_states < 1 || !anybody) {
-        run_.plan.phases_once_more = false;
-        return;
-    }
+    if (run_.models.k_final < 1 || !anybody) return;
     for (std::size_t i = 0; i < run_.plan.n_study; ++i) {
         if (!sums[i].site.empty()) take_phase(sums[i], run_.sites.size(), study.haps, study.first_hap(i));
     }
-    run_.models.k_states[1][2][2] = n_states;
+    run_.models.k_states[1][2][2] = run_.models.k_final;
     set_pair_mutation(2, final_mutation, run_.models);
-    run_.log.stage(
-        concat("-phasing once more with ", n_states, " states, each individual beside the consensus of all others"));
+    run_.acc.phase_is_final = true;
+    run_.log.stage(concat("-phasing once more with ", run_.models.k_final,
+                          " states, each individual beside the consensus of all others"));
     chooser_.start_iteration(true, false);
     for (std::size_t i = 0; i < run_.plan.n_study; ++i) {
         if (sums[i].site.empty()) continue;

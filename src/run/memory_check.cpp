@@ -49,7 +49,7 @@ double local_match_bytes(const data& run) {
 // The tables of pairs of states that a sweep keeps; all of them where -use_old_code tells what was copied.
 double table_bytes(const data& run, bool phases_once_more) {
     if (!run.panels[2].needs_update && !run.panels[1].needs_update) return 0.0;
-    const int k_final = phases_once_more ? std::min(run.params.final_states, run.models.k_states_full[1][2][2]) : 0;
+    const int k_final = phases_once_more ? run.models.k_final : 0;
     const double k = std::max({run.models.k_states[1][2][2], run.models.k_states[1][1][1], k_final});
     const double n = typed_sites(run);
     const bool keeps_all = run.params.show_all_copy_probs && run.params.use_old_code;

@@ -3,22 +3,22 @@
 // The passes of an iteration over the members of a panel. For each member: the choice of its states, an update, the
 // record of what the update found. The order of these decides the random draws.
 //
-//     pass                          iterations       model [mode][panel][cond]  asked for            recorded by
-//     update_panel0_haplotypes      all              [0][0][0]                  path, alleles        record_haploid
-//     update_panel1_individuals     all              [1][1][1], males [0][1][1] path, alleles        record_pair,
-//     _haploid update_panel1_from_panel0     all              [0][1][0]                  path, alleles record_haploid
-//     fill_holes                    all              hole_chains                path, alleles        record_holes
-//     update_study_individuals      all              [1][2][2], haploid         path, alleles; on    record_pair,
-//     _haploid
-//                                                    [0][2][2]                  those that count
-//                                                                               posteriors of typed
-//                                                                               genotypes where an
-//                                                                               option asks for them
-//     impute_study_from_reference   that count, and  [0][2][1], then [0][2][0], posteriors; paths    record_haploid,
-//                                   all of a first   each haplotype             under -mc_impute     record_alleles,
-//                                   then stage                                       and in a first stage
-//                                   record_imputed_...
+// clang-format off
 //
+//     pass                        iterations      model [mode][panel][cond]  asked for                   recorded by
+//     update_panel0_haplotypes    all             [0][0][0]                  path, alleles               record_haploid
+//     update_panel1_individuals   all             [1][1][1], males [0][1][1] path, alleles               record_pair, _haploid
+//     update_panel1_from_panel0   all             [0][1][0]                  path, alleles               record_haploid
+//     fill_holes                  all             hole_chains                path, alleles               record_holes
+//     update_study_individuals    all             [1][2][2], haploid         path, alleles; where they   record_pair, _haploid
+//                                                 [0][2][2]                  count, posteriors of typed
+//                                                                            genotypes if asked for
+//     impute_study_from_reference that count, and [0][2][1], then [0][2][0], posteriors; paths under     record_haploid, record_alleles,
+//                                 all of a first  each haplotype             -mc_impute and in a first   record_imputed_individual
+//                                 stage                                      stage
+//     phase_once_more             after the last  [1][2][2]                  paths                       record_phase
+//
+// clang-format on
 // Members that need no update are passed over; those of the study are recorded as they are known.
 
 #include <array>
@@ -85,8 +85,8 @@ class update_passes {
     // Where nothing but the study changes it may go on until the next one, or until finish_imputation().
     void impute_study_from_reference();
     // Phases the individuals of whom the iterations summed something once more, each against the phase that the sums
-    // tell of all others; these sums are replaced. Takes itself out of the plan where there is nobody to phase. Nothing
-    // else is to be updated afterwards: the models are other ones.
+    // tell of all others; these sums are replaced. Nothing where there is nobody to phase or to copy. Nothing else is
+    // to be updated afterwards: the models are other ones.
     void phase_once_more();
     // Returns when all that was imputed has been recorded.
     void finish_imputation() { jobs_.finish(); }

@@ -1,6 +1,5 @@
 // The reports of settings, files and parameters that stand before the iterations.
 
-#include <algorithm>
 #include <array>
 
 #include "io/text.h"
@@ -173,9 +172,7 @@ void print_params(run_log& log, const parameters& params, const run_plan& plan, 
         if (g_ref) text += concat(models.k_states[1][1][1], " [Panel 1]; ");
         if (is_given(params.g_file)) text += concat(models.k_states[1][2][2], " [Panel 2]");
         if (params.local_states > 0) text += concat("; ", params.local_states, " % by local matches");
-        if (plan.phases_once_more) {
-            text += concat("; ", std::min(params.final_states, models.k_states_full[1][2][2]), " in the final pass");
-        }
+        if (plan.phases_once_more) text += concat("; ", models.k_final, " in the final pass");
         log.line(text);
     }
     if (params.panel0_given() || g_ref) {

@@ -505,7 +505,7 @@ TEST_F(consensus_phasing, sums_decide_and_tell_the_confidence) {
     };
     EXPECT_DOUBLE_EQ(tempered(0.75, 0.7), certainty(*sites[1]));
     EXPECT_DOUBLE_EQ(tempered(0.95, 0.7), certainty(*sites[2]));
-    run.plan.phases_once_more = true;
+    run.acc.phase_is_final = true;
     pairwise();
     EXPECT_DOUBLE_EQ(tempered(0.95, 0.85), certainty(*sites[2])) << "sums of the final pass are less too sure";
 }

@@ -49,6 +49,19 @@ TEST_F(state_counts, panel_sizes_cut_generous_limits) {
     EXPECT_EQ(158, run.models.k_states[1][1][1]);
 }
 
+TEST_F(state_counts, of_the_final_pass_are_those_asked_for_or_all_there_are) {
+    run.params.final_states = 150;
+    count({100, 60, 40}, {30, 20}, 8);
+    EXPECT_EQ(150, run.models.k_final);
+    count({60, 40, 20}, {30, 20}, 8);
+    EXPECT_EQ(118, run.models.k_final);
+    count({0, 0, 1}, {30, 20}, 8);
+    EXPECT_EQ(0, run.models.k_final);
+    run.params.final_states = 0;
+    count({100, 60, 40}, {30, 20}, 8);
+    EXPECT_EQ(0, run.models.k_final);
+}
+
 TEST_F(state_counts, full_counts_know_no_limits) {
     count({100, 60, 40}, {3, 2}, 1);
     EXPECT_EQ(199, run.models.k_states_full[0][2][2]);

@@ -66,4 +66,20 @@ TEST_F(memory_check, counts_local_matches_and_the_sums_of_phase) {
     EXPECT_EQ(before, memory_to_come(run).other);
 }
 
+TEST_F(memory_check, counts_the_tables_of_the_final_pass) {
+    data run{capture.terminal, capture.notes};
+    set_diploids(run.panels[2], 3);
+    run.panels[2].needs_update = true;
+    for (long s = 0; s < 28; ++s) add_site(run.sites, 100 + s, 2).labels[2].a0 = 'A';
+    list_sites(run.sites);
+    run.models.k_states[1][2][2] = 10;
+    run.models.k_final = 20;
+    const std::size_t before = memory_to_come(run).other;
+    run.params.phase = true;
+    run.params.local_states = 100;
+    run.params.final_states = 20;
+    const std::size_t matches = 6 * 28;
+    EXPECT_EQ(before + matches + 2 * (210 - 55) * sizeof(double), memory_to_come(run).other);
+}
+
 }  // namespace

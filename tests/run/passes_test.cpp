@@ -257,9 +257,7 @@ class final_pass : public passes {
         passes::SetUp();
         run.params.phase = true;
         run.params.local_states = 100;
-        run.params.final_states = 5;
-        run.plan.phases_once_more = true;
-        for (auto& mode : run.models.k_states_full) mode = {{{8, 8, 8}, {8, 8, 8}, {12, 12, 12}}};
+        run.models.k_final = 5;
         for (std::size_t s = 2; s < n_sites; s += 3) {
             run.sites.in_order[s]->gtypes[2] = {1, 0, 1};
             for (const std::size_t i : {0U, 2U}) {
@@ -309,6 +307,7 @@ TEST_F(final_pass, replaces_the_sums_by_those_of_paths_over_the_states_that_were
     const double total_before = 4.0 * static_cast<double>(run.acc.phase[0].site.size());
     made_passes->phase_once_more();
     EXPECT_EQ(5, run.models.k_states[1][2][2]);
+    EXPECT_TRUE(run.acc.phase_is_final);
     for (const std::size_t i : {0U, 2U}) {
         const phase_sums& sums = run.acc.phase[i];
         EXPECT_EQ(8U, sums.site.size());
@@ -325,22 +324,15 @@ TEST_F(final_pass, replaces_the_sums_by_those_of_paths_over_the_states_that_were
 
 TEST_F(final_pass, is_left_out_where_there_is_nobody_to_phase_or_to_copy) {
     const std::vector<phase_sums> before = run.acc.phase;
-    run.models.k_states_full[1][2][2] = 0;
+    run.models.k_final = 0;
     made_passes->phase_once_more();
-    EXPECT_FALSE(run.plan.phases_once_more);
+    EXPECT_FALSE(run.acc.phase_is_final);
     EXPECT_EQ(before[0].with_previous, run.acc.phase[0].with_previous);
-    run.plan.phases_once_more = true;
-    run.models.k_states_full[1][2][2] = 12;
+    run.models.k_final = 5;
     for (phase_sums& sums : run.acc.phase) sums = {};
     made_passes->phase_once_more();
-    EXPECT_FALSE(run.plan.phases_once_more);
+    EXPECT_FALSE(run.acc.phase_is_final);
     EXPECT_EQ(2, run.models.k_states[1][2][2]);
-}
-
-TEST_F(final_pass, takes_all_haplotypes_where_there_are_no_more) {
-    run.params.final_states = 100;
-    made_passes->phase_once_more();
-    EXPECT_EQ(12, run.models.k_states[1][2][2]);
 }
 
 // --- holes ----------------------------------------------------------------------------------------------------------

@@ -39,12 +39,12 @@ void record_alleles(const inference_inputs& in, const haploid_update& update, co
                     imputed_alleles& imputed);
 void record_holes(const inference_inputs& in, const hole_update& update, const haploid_result& result,
                   panel_data& panel);
-// Adds what the walk of a result tells of the phase to the sums of its individual.
-void record_phase(const hmm_model& model, const pair_result& result, phase_sums& sums);
 // The same for an individual's two haplotypes: drawn alleles, and on iterations that count genotype and allele
 // posteriors.
 void record_pair(const inference_inputs& in, const pair_update& update, const pair_result& result, panel_data& panel,
                  accumulators& acc);
+// Adds what the walk of a result tells of the phase to the sums of its individual.
+void record_phase(const hmm_model& model, const pair_result& result, phase_sums& sums);
 
 // --- by member, on iterations that count ----------------------------------------------------------------------------
 

@@ -77,7 +77,7 @@ class choice_by_matches : public ::testing::Test {
         std::stable_sort(reached.begin(), reached.end(),
                          [&](place x, place y) { return length(own, x, side, mark) > length(own, y, side, mark); });
         std::vector<place> found;
-        for (const place x : reached) {
+        for (const place& x : reached) {
             const bool is_own = panel == target.panel && x.second >= target.hap && x.second < target.hap + target.n_hap;
             if (!is_own && found.size() < n) found.push_back(x);
         }
@@ -88,7 +88,7 @@ class choice_by_matches : public ::testing::Test {
         std::set<place> found;
         for (std::size_t p = target.first_panel; p <= target.last_panel; ++p) {
             for (const match_side side : {match_side::left, match_side::right}) {
-                for (const place x : slow_neighbours(target, own, p, side, mark, n)) found.insert(x);
+                for (const place& x : slow_neighbours(target, own, p, side, mark, n)) found.insert(x);
             }
         }
         std::vector<place> best(found.begin(), found.end());
@@ -117,7 +117,7 @@ class choice_by_matches : public ::testing::Test {
         for (bool found = true; found;) {
             found = false;
             for (const int t : sequence) {
-                for (const place x : turns[static_cast<std::size_t>(t)]) {
+                for (const place& x : turns[static_cast<std::size_t>(t)]) {
                     if (taken.size() == n_wanted) return {taken.begin(), taken.end()};
                     if (!taken.insert(x).second) continue;
                     found = true;

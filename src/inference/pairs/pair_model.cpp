@@ -5,6 +5,7 @@
 
 #include "inference/kernels/kernels.h"
 #include "inference/pairs/pair_store.h"
+#include "inference/pairs/phase_paths.h"
 #include "random/random.h"
 
 namespace {
@@ -268,14 +269,7 @@ class pair_walker {
 
     // Which of the pair's states is the first haplotype's: by the transitions to the ordered pair on the right.
     state_pair ordered_pair(std::size_t v) const {
-        const auto [x, y] = r_.state[v + 1];
-        double p = 0.5;
-        if (k1_ != k2_ && x != y) {
-            const diploid_gap& gap = p_.gap[v + 1];
-            const double w1 = gap.hap(x != k1_) * gap.hap(y != k2_);
-            const double w2 = gap.hap(y != k1_) * gap.hap(x != k2_);
-            p = w1 / (w1 + w2);
-        }
+        const double p = chance_of_order(p_.gap[v + 1], {k1_, k2_}, r_.state[v + 1]);
         const double u = Random::RNG->Next();
         r_.order_kept[v] = u > p ? 1.0 - 2.0 * p : 2.0 * p - 1.0;
         if (u > p) return {k2_, k1_};
@@ -289,7 +283,7 @@ class pair_walker {
         const double u = Random::RNG->Next();
         const double p00 = p_.pr_00[x][y], p01 = p_.pr_01[x][y], p10 = p_.pr_10[x][y];
         if (requests_[v].heterozygous) {
-            r_.first_is_one[v] = (p10 - p01) / (p10 + p01);
+            r_.first_is_one[v] = first_is_one(p_, v, r_.state[v]);
             r_.alleles[v] =
                 u > p01 / (p01 + p10) ? std::array<std::uint8_t, 2>{1, 0} : std::array<std::uint8_t, 2>{0, 1};
         } else if (u <= p00) {

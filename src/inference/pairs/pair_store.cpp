@@ -172,7 +172,7 @@ bool pair_store::has_rows() const {
 
 const double* pair_store::row(std::size_t a, std::size_t place) {
     double* row = t_.followed[place].data();
-    const std::size_t first = block().first;
+    const std::size_t first = kept_ ? v_ : block().first;
     const double* from = kept_table(t_, first);
     for (std::size_t b = 0; b < p_.n_states; ++b) row[b] = from[pair_place(p_, std::max(a, b), std::min(a, b))];
     for (std::size_t v = first + 1; v <= v_; ++v) {

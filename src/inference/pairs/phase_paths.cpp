@@ -1,5 +1,18 @@
 #include "inference/pairs/phase_paths.h"
 
+double chance_of_order(const diploid_gap& gap, const state_pair& left, const state_pair& right) {
+    if (left[0] == left[1] || right[0] == right[1]) return 0.5;
+    const double kept = gap.hap(right[0] != left[0]) * gap.hap(right[1] != left[1]);
+    const double turned = gap.hap(right[1] != left[0]) * gap.hap(right[0] != left[1]);
+    return kept / (kept + turned);
+}
+
+double first_is_one(const pair_problem& problem, std::size_t v, const state_pair& states) {
+    const std::size_t x = problem.allele(v, states[0]), y = problem.allele(v, states[1]);
+    const double one_zero = problem.pr_10[x][y], zero_one = problem.pr_01[x][y];
+    return (one_zero - zero_one) / (one_zero + zero_one);
+}
+
 void add_phase_agreement(std::span<const pair_request> requests, const pair_results& walk, phase_sums& sums) {
     ++sums.n_paths;
     std::size_t n = 0;

@@ -1,5 +1,6 @@
 // Updates of an individual's two haplotypes.
 
+#include "inference/pairs/pair_paths.h"
 #include "inference/states/state_alleles.h"
 #include "inference/update/recording.h"
 #include "inference/update/site_rules.h"
@@ -73,7 +74,7 @@ void sum_phase(const inference_inputs& in, const pair_update& update, const cond
     pair_forward(problem, work.pairs);
     list_pair_requests(in, update, result);
     for (std::size_t path = 0; path < n_paths; ++path) {
-        pair_walk(problem, work.pairs, {true, false, false, false}, result.requests, result.walk);
+        draw_pair_path(problem, work.pairs, result.requests, result.walk);
         record_phase(model_of(in, update), result, sums);
     }
 }

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <functional>
 #include <type_traits>
 #include <vector>
 
@@ -205,3 +206,45 @@ struct block_counts {
         for (const pair_block& block : tables.blocks) ++(block.by_class ? by_class : by_pair);
     }
 };
+
+// --- all paths -----------------------------------------------------------------------------------------------------
+
+// A path of ordered pairs, a * K + b.
+using state_path = std::vector<int>;
+
+// Calls visit(path, weight) for all paths of ordered pairs, unnormalised.
+inline void for_all_paths(const slow::diploid_model& m, const std::function<void(const state_path&, double)>& visit) {
+    const std::size_t n = m.sites.size();
+    state_path p(n, 0);
+    const std::function<void(std::size_t, double)> extend = [&](std::size_t v, double weight) {
+        if (v == n) {
+            visit(p, weight);
+            return;
+        }
+        const slow::pair_site& s = m.sites[v];
+        for (int a = 0; a < m.K; ++a) {
+            for (int b = 0; b < m.K; ++b) {
+                p[v] = a * m.K + b;
+                double step = 1.0 / (m.K * m.K);
+                if (v > 0) {
+                    const auto& h = s.gap.dip_hap_trans;
+                    step = h[a != p[v - 1] / m.K] * h[b != p[v - 1] % m.K];
+                }
+                extend(v + 1, weight * step * m.emission(s, a, b));
+            }
+        }
+    };
+    extend(0, 1.0);
+}
+
+// Few states and sites, all of whose paths can be looked at.
+inline unordered_case small_case(input_source& source, int K, int n_sites, int K_gap) {
+    unordered_case c = random_case<unordered_case>(source, K, n_sites, 0.1, 0.3);
+    c.K_gap = K_gap;
+    for (std::size_t v = 0; v < c.plain.sites.size(); ++v) {
+        for (int& allele : c.plain.sites[v].allele) allele = source.integer(0, 1);
+        c.distance[v] = source.uniform(0.0, 3.0);
+    }
+    c.finish();
+    return c;
+}

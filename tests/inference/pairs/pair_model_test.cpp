@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <functional>
 #include <map>
 #include <string>
 #include <utility>
@@ -291,45 +290,6 @@ TYPED_TEST(pair_sweeps, give_the_same_bits_at_every_level_of_the_kernels) {
 
 // --- unordered pairs against the sum over all ordered pairs of paths ------------------------------------------------
 
-// A path of ordered pairs, a * K + b.
-using path = std::vector<int>;
-
-// Calls visit(path, weight) for all paths of ordered pairs, unnormalised.
-void for_all_paths(const slow::diploid_model& m, const std::function<void(const path&, double)>& visit) {
-    const std::size_t n = m.sites.size();
-    path p(n, 0);
-    const std::function<void(std::size_t, double)> extend = [&](std::size_t v, double weight) {
-        if (v == n) {
-            visit(p, weight);
-            return;
-        }
-        const slow::pair_site& s = m.sites[v];
-        for (int a = 0; a < m.K; ++a) {
-            for (int b = 0; b < m.K; ++b) {
-                p[v] = a * m.K + b;
-                double step = 1.0 / (m.K * m.K);
-                if (v > 0) {
-                    const auto& h = s.gap.dip_hap_trans;
-                    step = h[a != p[v - 1] / m.K] * h[b != p[v - 1] % m.K];
-                }
-                extend(v + 1, weight * step * m.emission(s, a, b));
-            }
-        }
-    };
-    extend(0, 1.0);
-}
-
-unordered_case small_case(input_source& source, int K, int n_sites, int K_gap) {
-    unordered_case c = random_case<unordered_case>(source, K, n_sites, 0.1, 0.3);
-    c.K_gap = K_gap;
-    for (std::size_t v = 0; v < c.plain.sites.size(); ++v) {
-        for (int& allele : c.plain.sites[v].allele) allele = source.integer(0, 1);
-        c.distance[v] = source.uniform(0.0, 3.0);
-    }
-    c.finish();
-    return c;
-}
-
 TEST(unordered_pairs, equal_the_sum_over_all_pairs_of_paths) {
     input_source source(29);
     for (const auto& [n_states, n_sites] : {std::pair{1, 5}, {2, 1}, {2, 3}, {2, 5}, {3, 2}, {3, 4}, {4, 3}, {4, 4}}) {
@@ -338,7 +298,7 @@ TEST(unordered_pairs, equal_the_sum_over_all_pairs_of_paths) {
             const unordered_case c = small_case(source, K, n_sites, K_gap);
             double total = 0.0;
             std::vector<std::array<double, 3>> by_sum(static_cast<std::size_t>(n_sites));
-            for_all_paths(c.plain, [&](const path& p, double weight) {
+            for_all_paths(c.plain, [&](const state_path& p, double weight) {
                 total += weight;
                 for (std::size_t v = 0; v < p.size(); ++v) {
                     const auto& allele = c.plain.sites[v].allele;
@@ -368,9 +328,9 @@ TEST(unordered_pairs, paths_are_drawn_by_their_posterior) {
     constexpr int n_draws = 4000;
     for (const auto& [K, n_sites] : {std::pair{2, 3}, {3, 2}, {3, 3}}) {
         const unordered_case c = small_case(source, K, n_sites, K);
-        std::map<path, double> chances;
+        std::map<state_path, double> chances;
         double total = 0.0;
-        for_all_paths(c.plain, [&](const path& p, double weight) {
+        for_all_paths(c.plain, [&](const state_path& p, double weight) {
             total += weight;
             const int a = p.back() / c.plain.K, b = p.back() % c.plain.K;
             if (a >= b) chances[p] += a == b ? weight : 2.0 * weight;
@@ -381,10 +341,10 @@ TEST(unordered_pairs, paths_are_drawn_by_their_posterior) {
             pair_tables tables;
             pair_results results;
             pair_forward(c.problem(), tables);
-            std::map<path, int> counts;
+            std::map<state_path, int> counts;
             for (int i = 0; i < n_draws; ++i) {
                 pair_walk(c.problem(), tables, {true, false, in_turns, false}, c.requests, results);
-                path p;
+                state_path p;
                 for (const auto& [a, b] : results.state) p.push_back(as_plain(a) * c.plain.K + as_plain(b));
                 ++counts[p];
             }

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
+#include <cmath>
 #include <string>
 #include <vector>
 
@@ -302,25 +304,23 @@ TEST_F(pair_updates, phase_is_summed_over_paths_of_one_sweep_as_over_those_of_se
     u.panel = 2;
     const packed_haplotypes before = run.panels[2].haps;
     const inference_inputs in = run.inputs();
-    constexpr std::size_t n_paths = 3;
+    constexpr std::size_t n_paths = 2000;
     phase_sums expected, found;
-    double next = 0.0;
-    {
-        seeded_draws draws(9);
-        for (std::size_t path = 0; path < n_paths; ++path) {
-            update_pair(in, u, states, work, result);
-            record_phase(model_of(in, u), result, expected);
-        }
-        next = draws.next();
-    }
     seeded_draws draws(9);
+    for (std::size_t path = 0; path < n_paths; ++path) {
+        update_pair(in, u, states, work, result);
+        record_phase(model_of(in, u), result, expected);
+    }
     sum_phase(in, u, states, n_paths, work, result, found);
-    EXPECT_EQ(next, draws.next());
     EXPECT_EQ(n_paths, found.n_paths);
     ASSERT_LT(2U, found.site.size());
     EXPECT_EQ(expected.site, found.site);
-    EXPECT_EQ(expected.with_previous, found.with_previous);
-    EXPECT_EQ(expected.with_second, found.with_second);
+    const double far = 5.0 * std::sqrt(2.0 * n_paths);
+    for (std::size_t i = 0; i < found.site.size(); ++i) {
+        EXPECT_NEAR(expected.with_previous[i], found.with_previous[i], far);
+        EXPECT_NEAR(expected.with_second[i], found.with_second[i], far);
+    }
+    EXPECT_LT(far, *std::max_element(found.with_previous.begin(), found.with_previous.end())) << "says nothing";
     expect_haplotypes(2, before);
 }
 

@@ -1,0 +1,13 @@
+#pragma once
+
+// Paths of unordered pairs of states, sampled from the forward tables of a sweep with no other table than these.
+
+#include <span>
+
+#include "inference/pairs/pair_types.h"
+
+// Samples a path from the tables of pair_forward over unordered pairs of at least one state, which are left as they
+// are, so that any number of paths can follow. Fills of the results the states, the larger one first at each site, and
+// order_kept and first_is_one of this order. The chances are those of pair_walk; the draws are others.
+void draw_pair_path(const pair_problem& problem, pair_tables& tables, std::span<const pair_request> requests,
+                    pair_results& results);

@@ -56,6 +56,21 @@ double MT::Next() {
     return (static_cast<double>(genrand_int32()) + 0.5) * 2.3283064365386963e-10;
 }
 
+SplitMix SplitMix::from_installed() {
+    const auto bits = [] { return static_cast<std::uint64_t>(RNG->Next() * 0x1p32); };
+    const std::uint64_t high = bits();
+    return SplitMix(high << 32U | bits());
+}
+
+double SplitMix::Next() {
+    state_ += 0x9e3779b97f4a7c15U;
+    std::uint64_t z = state_;
+    z = (z ^ (z >> 30U)) * 0xbf58476d1ce4e5b9U;
+    z = (z ^ (z >> 27U)) * 0x94d049bb133111ebU;
+    z ^= z >> 31U;
+    return (static_cast<double>(z >> 12U) + 0.5) * 0x1p-52;
+}
+
 void RandomPermutation2::Next(int N, int M, int* s, int start, int immune1, int immune2) {
     const int n_immune = (immune1 != -1 ? 1 : 0) + (immune2 != -1 ? 1 : 0);
     const int n_free = N - n_immune;

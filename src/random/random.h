@@ -48,6 +48,20 @@ class MT : public Random {
     static int mti;
 };
 
+// A stream of its own, for work that goes on beside other work (Steele, Lea and Flood 2014).
+class SplitMix : public Random {
+  public:
+    explicit SplitMix(std::uint64_t seed) : state_(seed) {}
+    // Takes its seed from two draws of the installed generator.
+    static SplitMix from_installed();
+    const char* Name() const override { return "SplitMix"; }
+    // (52 random bits + 0.5) / 2^52
+    double Next() override;
+
+  private:
+    std::uint64_t state_;
+};
+
 // Random samples without replacement.
 class RandomPermutation2 {
   public:

@@ -7,7 +7,9 @@
 #include "io/text.h"
 #include "model/data.h"
 #include "params/population.h"
+#include "random/random.h"
 #include "run/passes.h"
+#include "threads/ordered_jobs.h"
 
 namespace {
 
@@ -40,6 +42,18 @@ void take_phase(const phase_sums& sums, std::size_t n_sites, packed_haplotypes& 
     }
 }
 
+// One individual. The study's haplotypes stay as they are in this pass, so that people are phased beside each other.
+struct phasing {
+    pair_update update;
+    conditioning_states states;
+    SplitMix draws;
+};
+
+struct phasing_workspace {
+    sweep_workspace sweeps;
+    pair_result result;
+};
+
 }  // namespace
 
 void update_passes::phase_once_more() {
@@ -57,14 +71,27 @@ void update_passes::phase_once_more() {
     run_.log.stage(concat("-phasing once more with ", run_.models.k_final,
                           " states, each individual beside the consensus of all others"));
     chooser_.start_iteration(true, false);
+    progress_.start_final_pass();
+    work_ = {};
+    std::vector<phasing_workspace> work(run_.workers.size());
+    ordered_jobs jobs(run_.workers);
     for (std::size_t i = 0; i < run_.plan.n_study; ++i) {
+        say_member({"indiv", "individual"}, i, run_.plan.n_study);
         if (sums[i].site.empty()) continue;
-        pair_update update;
-        update.ind = i;
-        update.hap = study.first_hap(i);
-        update.panel = 2;
-        chooser_.for_individual(2, i, states_, nullptr);
-        sums[i] = {};
-        sum_phase(in_, update, states_, n_final_paths, work_, pair_, sums[i]);
+        if (jobs.full()) jobs.take_first();
+        phasing job{{}, {}, SplitMix::from_installed()};
+        job.update.ind = i;
+        job.update.hap = study.first_hap(i);
+        job.update.panel = 2;
+        chooser_.for_individual(2, i, job.states, nullptr);
+        jobs.add([this, job = std::move(job), &work, &sums](std::size_t worker) mutable {
+            phase_sums& of_one = sums[job.update.ind];
+            of_one = {};
+            sum_phase(in_, job.update, job.states, n_final_paths, job.draws, work[worker].sweeps, work[worker].result,
+                      of_one);
+        });
     }
+    jobs.take_all();
+    say_last_member();
+    progress_.finish();
 }

@@ -46,14 +46,18 @@ double local_match_bytes(const data& run) {
     return bytes_a_sorted_allele * n_hap * typed_sites(run) + bytes_a_phase_sum * n_het;
 }
 
-// The tables of pairs of states that a sweep keeps; all of them where -use_old_code tells what was copied.
+// The tables of pairs of states that a sweep keeps; all of them where -use_old_code tells what was copied. In the final
+// pass each thread has its own.
 double table_bytes(const data& run, bool phases_once_more) {
     if (!run.panels[2].needs_update && !run.panels[1].needs_update) return 0.0;
-    const int k_final = phases_once_more ? run.models.k_final : 0;
-    const double k = std::max({run.models.k_states[1][2][2], run.models.k_states[1][1][1], k_final});
+    const auto of_table = [](double k) { return k * (k + 1) / 2.0 * sizeof(double); };
     const double n = typed_sites(run);
     const bool keeps_all = run.params.show_all_copy_probs && run.params.use_old_code;
-    return (keeps_all ? n : tables_a_typed_site * n) * k * (k + 1) / 2.0 * sizeof(double);
+    const double k = std::max(run.models.k_states[1][2][2], run.models.k_states[1][1][1]);
+    const double in_turns = (keeps_all ? n : tables_a_typed_site * n) * of_table(k);
+    if (!phases_once_more) return in_turns;
+    const auto n_threads = static_cast<double>(run.workers.size());
+    return std::max(in_turns, n_threads * tables_a_typed_site * n * of_table(run.models.k_final));
 }
 
 // What a sweep of one haplotype says of all its states under -show_ref_copy_probs.

@@ -43,17 +43,25 @@ void update_passes::start_iteration(const iteration& now) {
 
 // --- what the passes share ------------------------------------------------------------------------------------------
 
+void update_passes::say_member(const member_words& words, std::size_t member, std::size_t n_members) {
+    if (run_.params.verbose) {
+        run_.log.terminal_text(concat("\r-updating ", words.verbose, " [", member + 1, "/", n_members, "]"));
+    } else {
+        progress_.update(words.progress, member, n_members);
+    }
+}
+
+void update_passes::say_last_member() {
+    if (run_.params.verbose) run_.log.terminal_line("");
+}
+
 template <typename Visit>
 void update_passes::for_each_member(const member_words& words, std::size_t n_members, bool shown, Visit visit) {
     for (std::size_t member = 0; member < n_members; ++member) {
-        if (shown && run_.params.verbose) {
-            run_.log.terminal_text(concat("\r-updating ", words.verbose, " [", member + 1, "/", n_members, "]"));
-        } else if (shown) {
-            progress_.update(words.progress, member, n_members);
-        }
+        if (shown) say_member(words, member, n_members);
         visit(member);
     }
-    if (shown && run_.params.verbose) run_.log.terminal_line("");
+    if (shown) say_last_member();
 }
 
 void update_passes::say_sweep(const std::string& words) {

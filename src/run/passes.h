@@ -100,8 +100,10 @@ class update_passes {
         const char* verbose;
         const char* progress;
     };
-    // Calls visit for the members of a pass in order. Says which one is in hand: on the terminal under -verbose, else
-    // on the progress line.
+    // Which member of a pass is in hand: on the terminal under -verbose, else on the progress line.
+    void say_member(const member_words& words, std::size_t member, std::size_t n_members);
+    void say_last_member();
+    // Calls visit for the members of a pass in order.
     template <typename Visit>
     void for_each_member(const member_words& words, std::size_t n_members, bool shown, Visit visit);
     void say_sweep(const std::string& words);

@@ -10,6 +10,13 @@
 void progress_line::start_iteration(int iteration, int n_iterations) {
     iteration_ = iteration;
     n_iterations_ = n_iterations;
+    title_ = concat("iteration ", iteration + 1, "/", n_iterations);
+}
+
+void progress_line::start_final_pass() {
+    start_iteration(0, 1);
+    title_ = "final pass";
+    start_ = now_();
 }
 
 void progress_line::update(std::string_view what, std::size_t member, std::size_t n_members) {
@@ -17,8 +24,7 @@ void progress_line::update(std::string_view what, std::size_t member, std::size_
     const clock::time_point now = now_();
     if (now - last_ < std::chrono::milliseconds(200)) return;
     last_ = now;
-    std::string text =
-        concat("iteration ", iteration_ + 1, "/", n_iterations_, ", ", what, " ", member + 1, "/", n_members);
+    std::string text = concat(title_, ", ", what, " ", member + 1, "/", n_members);
     const auto spent = std::chrono::duration<double>(now - start_).count();
     const double done =
         (iteration_ + static_cast<double>(member) / static_cast<double>(std::max<std::size_t>(n_members, 1))) /

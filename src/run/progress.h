@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <functional>
 #include <iosfwd>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -16,6 +17,8 @@ class progress_line {
     progress_line(std::ostream& out, bool shown, std::function<clock::time_point()> now = clock::now)
         : out_(out), shown_(shown), now_(std::move(now)) {}
     void start_iteration(int iteration, int n_iterations);
+    // The pass after the iterations; its time is its own.
+    void start_final_pass();
     // member of n_members, for one of the passes of the iteration.
     void update(std::string_view what, std::size_t member, std::size_t n_members);
     // Removes the line.
@@ -27,6 +30,7 @@ class progress_line {
     std::ostream& out_;
     bool shown_;
     std::function<clock::time_point()> now_;
+    std::string title_;
     int iteration_ = 0;
     int n_iterations_ = 0;
     clock::time_point start_ = now_();

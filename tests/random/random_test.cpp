@@ -110,6 +110,28 @@ TEST(generator, repeats_itself_for_a_seed) {
     EXPECT_EQ(once, again);
 }
 
+TEST(own_stream, gives_the_middle_of_the_steps_of_the_published_outputs) {
+    SplitMix stream(1234567);
+    for (const std::uint64_t output : {6457827717110365317U, 3203168211198807973U, 9817491932198370423U}) {
+        EXPECT_EQ((static_cast<double>(output >> 12U) + 0.5) / 4503599627370496.0, stream.Next());
+    }
+    EXPECT_STREQ("SplitMix", stream.Name());
+}
+
+TEST(own_stream, takes_its_seed_from_two_draws_of_the_installed_generator) {
+    MT generator(seed_of(11));
+    Random* const before = Random::RNG;
+    Random::Set(generator);
+    const std::uint64_t high = MT::genrand_int32(), low = MT::genrand_int32();
+    SplitMix expected(high << 32U | low);
+    const double next = generator.Next();
+    const MT again(seed_of(11));
+    SplitMix found = SplitMix::from_installed();
+    EXPECT_EQ(expected.Next(), found.Next());
+    EXPECT_EQ(next, generator.Next());
+    Random::RNG = before;
+}
+
 TEST(installed_source, is_what_everybody_draws_from) {
     listed_draws draws({0.125, 0.25, 0.375});
     Random random;

@@ -80,6 +80,8 @@ TEST_F(memory_check, counts_the_tables_of_the_final_pass) {
     run.params.final_states = 20;
     const std::size_t matches = 6 * 28;
     EXPECT_EQ(before + matches + 2 * (210 - 55) * sizeof(double), memory_to_come(run).other);
+    run.workers.start(3);
+    EXPECT_EQ(before + matches + 2 * (3 * 210 - 55) * sizeof(double), memory_to_come(run).other);
 }
 
 }  // namespace

@@ -266,6 +266,9 @@ class final_pass : public passes {
                 run.panels[2].haps.set(2 * i + 1, s, 1 - first);
             }
         }
+        begin();
+    }
+    void begin() {
         made_passes = &start({.late = true, .stored = true});
         for (const std::size_t i : {0U, 2U}) {
             phase_sums& sums = run.acc.phase[i];
@@ -320,6 +323,30 @@ TEST_F(final_pass, replaces_the_sums_by_those_of_paths_over_the_states_that_were
         EXPECT_NE(total_before, total);
     }
     EXPECT_TRUE(run.acc.phase[1].site.empty());
+}
+
+TEST_F(final_pass, gives_the_same_beside_other_threads) {
+    const packed_haplotypes haps = run.panels[2].haps;
+    {
+        const seeded_draws same(3);
+        made_passes->phase_once_more();
+    }
+    const std::vector<phase_sums> alone = run.acc.phase;
+    run.panels[2].haps = haps;
+    run.workers.start(3);
+    begin();
+    const seeded_draws same(3);
+    made_passes->phase_once_more();
+    for (const std::size_t i : {0U, 2U}) {
+        EXPECT_EQ(alone[i].with_previous, run.acc.phase[i].with_previous);
+        EXPECT_EQ(alone[i].with_second, run.acc.phase[i].with_second);
+    }
+}
+
+TEST_F(final_pass, says_whom_it_has_in_hand) {
+    made_passes->phase_once_more();
+    EXPECT_NE(std::string::npos,
+              said().find("\r-updating indiv [1/3]\r-updating indiv [2/3]\r-updating indiv [3/3]\n"));
 }
 
 TEST_F(final_pass, is_left_out_where_there_is_nobody_to_phase_or_to_copy) {

@@ -64,6 +64,18 @@ TEST(progress_line, covers_a_longer_line_before_it) {
     EXPECT_EQ("\riteration 1/1, individual 2/10" + std::string(std::string("reference ").size(), ' '), out.str());
 }
 
+TEST(progress_line, tells_the_time_left_of_the_final_pass_alone) {
+    std::ostringstream out;
+    set_clock clock;
+    progress_line progress(out, true, clock.reading());
+    progress.start_iteration(29, 30);
+    clock.time += std::chrono::seconds(1000);
+    progress.start_final_pass();
+    clock.time += std::chrono::seconds(10);
+    progress.update("individual", 25, 100);
+    EXPECT_EQ("\rfinal pass, individual 26/100, about 0 min 30 s left", out.str());
+}
+
 TEST(progress_line, is_removed_once_at_the_end) {
     std::ostringstream out;
     progress_line progress(out, true);

@@ -7,7 +7,6 @@
 #include "inference/kernels/kernels.h"
 #include "inference/pairs/pair_store.h"
 #include "inference/pairs/phase_paths.h"
-#include "random/random.h"
 
 namespace {
 
@@ -16,8 +15,8 @@ constexpr double forgets_below = 1e-100;
 
 class path_drawer {
   public:
-    path_drawer(const pair_problem& problem, pair_tables& tables)
-        : p_(problem), t_(tables), store_(problem, tables, false) {}
+    path_drawer(const pair_problem& problem, pair_tables& tables, Random& draws)
+        : p_(problem), t_(tables), store_(problem, tables, false), draws_(draws) {}
 
     // For each site from right to left.
     state_pair enter(std::size_t v) {
@@ -39,7 +38,7 @@ class path_drawer {
         const double half = a == b ? 0.5 : 1.0;
         const double stays = terms.stay * store_.value(a, b);
         const double with_a = half * terms.shared[a], with_b = half * terms.shared[b];
-        double u = Random::RNG->Next() * (stays + (with_a + with_b + half * terms.constant));
+        double u = draws_.Next() * (stays + (with_a + with_b + half * terms.constant));
         if (!((u -= stays) > 0.0)) return;  // also of undefined values
         if (!(p_.gap[v].one_moves > forgets_below)) {
             draw_from_table();
@@ -56,16 +55,16 @@ class path_drawer {
     void set_pair(std::size_t a, std::size_t b) { pair_ = {std::max(a, b), std::min(a, b)}; }
 
     // From sums of the pairs of each state.
-    std::size_t any_state(const double* sums) const {
+    std::size_t any_state(const double* sums) {
         double sum = 0.0;
         for (std::size_t k = 0; k < p_.n_states; ++k) sum += sums[k];
-        const double u = Random::RNG->Next() * sum;
+        const double u = draws_.Next() * sum;
         return first_to_reach(u, p_.n_states, [sums](std::size_t k) { return sums[k]; });
     }
 
     // The other state of a pair of state a, left of site v. The pair of one state stands twice in the sum.
     std::size_t partner_of(std::size_t a, std::size_t v) {
-        const double u = Random::RNG->Next() * terms_into(p_, t_, v).shared[a] / p_.gap[v].one_moves;
+        const double u = draws_.Next() * terms_into(p_, t_, v).shared[a] / p_.gap[v].one_moves;
         const double* row = store_.row(a, 0);
         return first_to_reach(u, p_.n_states, [row, a](std::size_t b) { return b == a ? 2.0 * row[b] : row[b]; });
     }
@@ -87,7 +86,7 @@ class path_drawer {
         row_sums_.resize(p_.n_states);
         for (std::size_t a = 0; a < p_.n_states; ++a) row_sums_[a] = kernels::active().sum_of(a + 1, row_of(f, a));
         const std::size_t a = any_state(row_sums_.data());
-        const double u = Random::RNG->Next() * row_sums_[a];
+        const double u = draws_.Next() * row_sums_[a];
         pair_ = {a, first_to_reach(u, a + 1, [row = row_of(f, a)](std::size_t b) { return row[b]; })};
     }
     const double* row_of(const double* f, std::size_t a) const { return f + pair_place(p_, a, 0); }
@@ -95,6 +94,7 @@ class path_drawer {
     const pair_problem& p_;
     pair_tables& t_;
     pair_store store_;
+    Random& draws_;
     state_pair pair_{};
     std::vector<double> row_sums_;  // of a whole table
 };
@@ -102,11 +102,11 @@ class path_drawer {
 }  // namespace
 
 void draw_pair_path(const pair_problem& problem, pair_tables& tables, std::span<const pair_request> requests,
-                    pair_results& results) {
+                    Random& draws, pair_results& results) {
     results.state.resize(problem.n_sites);
     results.order_kept.assign(problem.n_sites, 1.0);
     results.first_is_one.assign(problem.n_sites, 0.0);
-    path_drawer path(problem, tables);
+    path_drawer path(problem, tables, draws);
     for (std::size_t v = problem.n_sites; v-- > 0;) {
         results.state[v] = path.enter(v);
         if (v + 1 < problem.n_sites) {

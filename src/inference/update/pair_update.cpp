@@ -69,12 +69,12 @@ void update_pair(const inference_inputs& in, const pair_update& update, const co
 }
 
 void sum_phase(const inference_inputs& in, const pair_update& update, const conditioning_states& states,
-               std::size_t n_paths, sweep_workspace& work, pair_result& result, phase_sums& sums) {
+               std::size_t n_paths, Random& draws, sweep_workspace& work, pair_result& result, phase_sums& sums) {
     const pair_problem problem = make_problem(in, update, states, work, result);
     pair_forward(problem, work.pairs);
     list_pair_requests(in, update, result);
     for (std::size_t path = 0; path < n_paths; ++path) {
-        draw_pair_path(problem, work.pairs, result.requests, result.walk);
+        draw_pair_path(problem, work.pairs, result.requests, draws, result.walk);
         record_phase(model_of(in, update), result, sums);
     }
 }

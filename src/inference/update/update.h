@@ -16,6 +16,7 @@
 #include "inference/update/workspace.h"
 #include "model/conditioning_states.h"
 #include "model/phase_sums.h"
+#include "random/random.h"
 
 struct haploid_update {
     std::size_t ind = 0;
@@ -93,7 +94,7 @@ void update_pair(const inference_inputs& in, const pair_update& update, const co
 // Adds what n_paths sampled paths of one sweep tell of the phase of an individual, whose order is not known, to its
 // sums. The haplotypes stay as they are.
 void sum_phase(const inference_inputs& in, const pair_update& update, const conditioning_states& states,
-               std::size_t n_paths, sweep_workspace& work, pair_result& result, phase_sums& sums);
+               std::size_t n_paths, Random& draws, sweep_workspace& work, pair_result& result, phase_sums& sums);
 
 // The models that the updates run.
 inline const hmm_model& model_of(const inference_inputs& in, const haploid_update& u) {

@@ -15,6 +15,7 @@
 #include "inference/pairs/pair_model.h"
 #include "inference/pairs/pair_store.h"
 #include "inference/pairs/phase_paths.h"
+#include "random/random.h"
 
 namespace {
 
@@ -26,8 +27,8 @@ state_path without_order(const state_path& ordered, int K) {
 }
 
 state_path drawn_path(const pair_problem& problem, pair_tables& tables, const std::vector<pair_request>& requests,
-                      pair_results& results) {
-    draw_pair_path(problem, tables, requests, results);
+                      Random& draws, pair_results& results) {
+    draw_pair_path(problem, tables, requests, draws, results);
     state_path p;
     for (const auto& [a, b] : results.state)
         p.push_back(as_plain(a) * static_cast<int>(problem.n_states) + as_plain(b));
@@ -43,12 +44,12 @@ void expect_chances_of_all_paths(const unordered_case& c) {
     });
     for (auto& [p, weight] : chances) weight /= total;
     constexpr int n_draws = 20000;
-    seeded_draws draws(78);
+    SplitMix draws(78);
     pair_tables tables;
     pair_results results;
     std::map<state_path, int> counts;
     pair_forward(c.problem(), tables);
-    for (int i = 0; i < n_draws; ++i) ++counts[drawn_path(c.problem(), tables, c.requests, results)];
+    for (int i = 0; i < n_draws; ++i) ++counts[drawn_path(c.problem(), tables, c.requests, draws, results)];
     expect_frequencies(counts, chances, n_draws);
 }
 
@@ -94,7 +95,8 @@ TEST(pair_paths, hold_each_state_as_often_as_the_walk_does) {
     const unordered_case c = copied_case(source, K, 3, n_sites, 1e-2);
     pair_tables tables;
     pair_results results;
-    seeded_draws draws(5);
+    const seeded_draws of_the_walk(5);
+    SplitMix draws(5);
     pair_forward(c.problem(), tables);
     block_counts blocks;
     blocks.add(tables);
@@ -106,7 +108,7 @@ TEST(pair_paths, hold_each_state_as_often_as_the_walk_does) {
             if (walks) {
                 pair_walk(c.problem(), tables, {true, false, false, false}, c.requests, results);
             } else {
-                draw_pair_path(c.problem(), tables, c.requests, results);
+                draw_pair_path(c.problem(), tables, c.requests, draws, results);
             }
             for (std::size_t v = 0; v < n_sites; ++v) {
                 for (const std::size_t k : results.state[v]) often[walks ? 1 : 0][v * K + k] += 1.0 / n_paths;
@@ -124,9 +126,9 @@ TEST(pair_paths, tell_the_chances_of_their_order_and_of_alleles) {
     const pair_problem problem = c.problem();
     pair_tables tables;
     pair_results results;
-    seeded_draws draws(6);
+    SplitMix draws(6);
     pair_forward(problem, tables);
-    draw_pair_path(problem, tables, c.requests, results);
+    draw_pair_path(problem, tables, c.requests, draws, results);
     EXPECT_EQ(1.0, results.order_kept.back());
     for (std::size_t v = 0; v < problem.n_sites; ++v) {
         EXPECT_GE(results.state[v][0], results.state[v][1]);
@@ -146,8 +148,8 @@ TEST(pair_paths, leave_the_tables_as_they_are) {
     pair_results first, second;
     pair_forward(c.problem(), tables);
     for (pair_results* results : {&first, &second}) {
-        seeded_draws draws(7);
-        draw_pair_path(c.problem(), tables, c.requests, *results);
+        SplitMix draws(7);
+        draw_pair_path(c.problem(), tables, c.requests, draws, *results);
     }
     EXPECT_EQ(first.state, second.state);
     EXPECT_EQ(first.order_kept, second.order_kept);
@@ -161,9 +163,9 @@ TEST(pair_paths, of_one_state_or_of_no_chance_at_all_end) {
         c.finish();
         pair_tables tables;
         pair_results results;
-        seeded_draws draws(8);
+        SplitMix draws(8);
         pair_forward(c.problem(), tables);
-        draw_pair_path(c.problem(), tables, c.requests, results);
+        draw_pair_path(c.problem(), tables, c.requests, draws, results);
         for (const auto& [a, b] : results.state) {
             EXPECT_LT(a, c.problem().n_states);
             EXPECT_LE(b, a);

@@ -306,12 +306,13 @@ TEST_F(pair_updates, phase_is_summed_over_paths_of_one_sweep_as_over_those_of_se
     const inference_inputs in = run.inputs();
     constexpr std::size_t n_paths = 2000;
     phase_sums expected, found;
-    seeded_draws draws(9);
+    const seeded_draws of_the_walk(9);
     for (std::size_t path = 0; path < n_paths; ++path) {
         update_pair(in, u, states, work, result);
         record_phase(model_of(in, u), result, expected);
     }
-    sum_phase(in, u, states, n_paths, work, result, found);
+    SplitMix draws(9);
+    sum_phase(in, u, states, n_paths, draws, work, result, found);
     EXPECT_EQ(n_paths, found.n_paths);
     ASSERT_LT(2U, found.site.size());
     EXPECT_EQ(expected.site, found.site);

@@ -61,7 +61,7 @@ struct accumulators {
     sample_bits mcmc_bits;
     // By study individual, where the consensus of phases is made from them; else empty.
     std::vector<phase_sums> phase;
-    bool phase_is_final = false;  // these are of the final pass, not of the iterations
+    int final_rounds = 0;  // rounds of the final pass that these are of; 0 for those of the iterations
     // [cond_panel][individual] under -weight_imputed_gt.
     std::array<std::vector<double>, 2> weight_base;
     std::array<std::vector<double>, 2> weight_sum;

@@ -88,6 +88,7 @@ struct parameters {
     int k = 80;                   // -k
     int local_states = 0;         // -local_states (percent)
     int final_states = 0;         // -final_states; 0: no final pass
+    int final_rounds = 1;         // -final_rounds
     std::vector<int> k_hap{500};  // -k_hap (list)
     int weight_imputed_gt = -1;   // -weight_imputed_gt
     int weight_panel = -1;

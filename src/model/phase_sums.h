@@ -14,6 +14,19 @@ struct phase_sums {
     std::size_t n_paths = 0;
 };
 
+// Of the same individual; to may have none.
+inline void add_sums(const phase_sums& from, phase_sums& to) {
+    if (to.site.empty()) {
+        to = from;
+        return;
+    }
+    for (std::size_t i = 0; i < from.site.size(); ++i) {
+        to.with_previous[i] += from.with_previous[i];
+        to.with_second[i] += from.with_second[i];
+    }
+    to.n_paths += from.n_paths;
+}
+
 // How a heterozygote stands to the two before it, whose first alleles are given as 1 for allele 1, -1 for allele 0 and
 // 0 where there is none: as chances less the chances of the opposite.
 struct phase_lead {

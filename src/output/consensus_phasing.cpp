@@ -113,10 +113,12 @@ struct sampled_pair {
 };
 
 // What a chance of a phase is worth: the states of an iteration are chosen for the phase at hand, so that iterations
-// repeat each other, and chances are too sure; those of the final pass are less so. The powers make confidences true on
-// panels of known phase (docs/recipes.md).
-constexpr double power_of_iterations = 0.7;
-constexpr double power_of_final_pass = 0.85;
+// repeat each other, and chances are too sure; those of one final round take the phase of all others as known; several
+// know that it is not. The powers make confidences true on panels of known phase (docs/recipes.md).
+double power_of_chances(int final_rounds) {
+    constexpr double of_iterations = 0.7, of_one_round = 0.85, of_rounds = 1.0;
+    return final_rounds == 0 ? of_iterations : final_rounds == 1 ? of_one_round : of_rounds;
+}
 
 double tempered(double chance, double power) {
     const double yes = std::pow(chance, power), no = std::pow(1.0 - chance, power);
@@ -168,7 +170,7 @@ class study_phasing {
     }
 
     // Of the chances that these tell.
-    double power_of_chances() const { return run_.acc.phase_is_final ? power_of_final_pass : power_of_iterations; }
+    double power() const { return power_of_chances(run_.acc.final_rounds); }
 
   private:
     std::size_t n_iterations() const { return run_.plan.stored_iters.size(); }
@@ -283,7 +285,7 @@ class pairwise_phasing {
           confidences_(confidences),
           who_(who),
           slot_(slot),
-          frame_(phasing.sums_of(who), phasing.power_of_chances()) {}
+          frame_(phasing.sums_of(who), phasing.power()) {}
 
     void visit(std::size_t s) {
         const int genotype = phasing_.consensus_genotype(who_, s);

@@ -33,8 +33,9 @@ double typed_sites(const data& run) {
     return n;
 }
 
-// Under -local_states: the haplotypes in their orders, and what is summed at each heterozygote.
-double local_match_bytes(const data& run) {
+// Under -local_states: the haplotypes in their orders, and what is summed at each heterozygote; by rounds of the final
+// pass those of the latest one, too.
+double local_match_bytes(const data& run, bool phases_once_more) {
     if (run.params.local_states == 0 || !run.panels[2].needs_update) return 0.0;
     double n_hap = 0.0, n_het = 0.0;
     for (const panel_data& panel : run.panels) n_hap += static_cast<double>(panel.n_hap);
@@ -43,7 +44,8 @@ double local_match_bytes(const data& run) {
             n_het += static_cast<double>(std::count(site->gtypes[2].begin(), site->gtypes[2].end(), 1));
         }
     }
-    return bytes_a_sorted_allele * n_hap * typed_sites(run) + bytes_a_phase_sum * n_het;
+    const double n_sums = phases_once_more && run.params.final_rounds > 1 ? 2.0 * n_het : n_het;
+    return bytes_a_sorted_allele * n_hap * typed_sites(run) + bytes_a_phase_sum * n_sums;
 }
 
 // The tables of pairs of states that a sweep keeps; all of them where -use_old_code tells what was copied. In the final
@@ -73,8 +75,8 @@ memory_need memory_to_come(const data& run) {
     run_plan plan = run.plan;
     plan_iterations(run.params, plan);
     const double other = classes_a_panel_bit * panel_bytes(run.panels, run.sites.size()) +
-                         table_bytes(run, plan.phases_once_more) + copying_bytes(run) + local_match_bytes(run) +
-                         bytes_of_program;
+                         table_bytes(run, plan.phases_once_more) + copying_bytes(run) +
+                         local_match_bytes(run, plan.phases_once_more) + bytes_of_program;
     return {bytes_of_results(run.params, plan, run.panels, run.sites, haps_interval(run.params, plan)).memory,
             static_cast<std::size_t>(other)};
 }

@@ -101,6 +101,7 @@ constexpr std::array option_table{
     integer("-k", &p::k, "N  states for phasing [80]"),
     integer("-local_states", &p::local_states, "P  percent of the states for phasing chosen by local matches [0]"),
     integer("-final_states", &p::final_states, "N  states of a last pass of phasing beside local matches; 0: none [0]"),
+    integer("-final_rounds", &p::final_rounds, "N  rounds of that pass [1]"),
     option{"-k_hap", option_kind::state_counts, &p::k_hap, false, {}, "N [N]  states for imputation [500]"},
     option{"-seed", option_kind::seed, {}, false, {}, "N  seed of the random numbers [from the time]"},
     flag("-random_cond", &p::random_cond, "choose conditioning states at random"),

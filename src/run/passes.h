@@ -85,8 +85,9 @@ class update_passes {
     // Where nothing but the study changes it may go on until the next one, or until finish_imputation().
     void impute_study_from_reference();
     // Phases the individuals of whom the iterations summed something once more, each against the phase that the sums
-    // tell of all others; these sums are replaced. Nothing where there is nobody to phase or to copy. Nothing else is
-    // to be updated afterwards: the models are other ones.
+    // tell of all others; in further rounds against a phase drawn from the sums of the round before. The sums are
+    // replaced by those of all rounds. Nothing where there is nobody to phase or to copy. Nothing else is to be updated
+    // afterwards: the models are other ones.
     void phase_once_more();
     // Returns when all that was imputed has been recorded.
     void finish_imputation() { jobs_.finish(); }
@@ -112,6 +113,8 @@ class update_passes {
 
     void run_haploid(const haploid_update& update);
     void run_pair(const pair_update& update);
+    struct phasing_workspace;  // of a thread
+    void phase_everybody(std::vector<phasing_workspace>& work, std::vector<phase_sums>& sums);
     void fill_haplotype(std::size_t panel, std::size_t states_from, std::size_t hap, hole_alleles holes);
     bool alleles_of_holes_guessed(std::size_t panel) const;
 

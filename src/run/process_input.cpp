@@ -66,6 +66,7 @@ class input_check {
         set_output_types();
         set_run_flags();
         settle_temporaries();
+        check_final_states();
         plan_.n_iterations = p_.iter;
         plan_.burnin = p_.burnin;
         plan_.fill_holes = p_.fill_holes;
@@ -170,6 +171,15 @@ class input_check {
                 "ERROR: You cannot use -local_states together with -random_cond, -distances or -distances_by_hap: they "
                 "choose the states in another way. Set -local_states 0 beside a -preset.");
         }
+    }
+
+    // A preset brings -final_states to runs that have no use for it, too.
+    void check_final_states() {
+        if (p_.final_rounds < 1) log_.fatal("ERROR: The -final_rounds value must be at least 1.");
+        if (p_.final_states == 0 || is_given(p_.preset)) return;
+        if (p_.local_states > 0 && p_.phase && !p_.prob_g) return;
+        log_.odd_input(
+            "-final_states has no effect: it needs -local_states, and -phase or -prephase_g, without -prob_g.");
     }
 
     // Files of a format that names its sites have no legend; in its place stands "NULL". What comes through a pipe

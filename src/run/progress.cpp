@@ -13,10 +13,11 @@ void progress_line::start_iteration(int iteration, int n_iterations) {
     title_ = concat("iteration ", iteration + 1, "/", n_iterations);
 }
 
-void progress_line::start_final_pass() {
-    start_iteration(0, 1);
+void progress_line::start_final_round(int round, int n_rounds) {
+    start_iteration(round, n_rounds);
     title_ = "final pass";
-    start_ = now_();
+    if (n_rounds > 1) title_ += concat(", round ", round + 1, "/", n_rounds);
+    if (round == 0) start_ = now_();
 }
 
 void progress_line::update(std::string_view what, std::size_t member, std::size_t n_members) {

@@ -17,8 +17,8 @@ class progress_line {
     progress_line(std::ostream& out, bool shown, std::function<clock::time_point()> now = clock::now)
         : out_(out), shown_(shown), now_(std::move(now)) {}
     void start_iteration(int iteration, int n_iterations);
-    // The pass after the iterations; its time is its own.
-    void start_final_pass();
+    // Of the pass after the iterations; its time is its own.
+    void start_final_round(int round, int n_rounds);
     // member of n_members, for one of the passes of the iteration.
     void update(std::string_view what, std::size_t member, std::size_t n_members);
     // Removes the line.

@@ -1,8 +1,8 @@
 #pragma once
 
 // Work that goes on beside the thread that asks for it. Results must not depend on who does what, and when: a job
-// reads what nobody changes meanwhile, draws no random numbers, says nothing to the log, and writes to a place of its
-// own. ordered_jobs is the way to use it.
+// reads what nobody changes meanwhile, draws random numbers from a stream of its own at most, says nothing to the log,
+// and writes to a place of its own. ordered_jobs is the way to use it.
 
 #include <condition_variable>
 #include <cstddef>

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <vector>
+
 namespace {
 
 // Two heterozygotes behind another, from four paths.
@@ -12,6 +15,17 @@ phase_sums sums_of(double with_previous, double with_second) {
     sums.with_second = {0.0, 0.0, with_second};
     sums.n_paths = 4;
     return sums;
+}
+
+TEST(phase_sums_of_one, are_those_of_all_paths) {
+    phase_sums all;
+    add_sums(sums_of(3.0, -1.0), all);
+    EXPECT_EQ(4U, all.n_paths);
+    add_sums(sums_of(-2.0, 4.0), all);
+    EXPECT_EQ(8U, all.n_paths);
+    EXPECT_EQ((std::vector<std::size_t>{3, 8, 9}), all.site);
+    EXPECT_EQ((std::vector<double>{0.0, 4.0, 1.0}), all.with_previous);
+    EXPECT_EQ((std::vector<double>{0.0, 0.0, 3.0}), all.with_second);
 }
 
 TEST(phase_lead, is_the_mean_over_paths_turned_by_the_alleles_before) {

@@ -505,9 +505,12 @@ TEST_F(consensus_phasing, sums_decide_and_tell_the_confidence) {
     };
     EXPECT_DOUBLE_EQ(tempered(0.75, 0.7), certainty(*sites[1]));
     EXPECT_DOUBLE_EQ(tempered(0.95, 0.7), certainty(*sites[2]));
-    run.acc.phase_is_final = true;
+    run.acc.final_rounds = 1;
     pairwise();
     EXPECT_DOUBLE_EQ(tempered(0.95, 0.85), certainty(*sites[2])) << "sums of the final pass are less too sure";
+    run.acc.final_rounds = 2;
+    pairwise();
+    EXPECT_DOUBLE_EQ(0.95, certainty(*sites[2])) << "those of several rounds are as sure as they may be";
 }
 
 // The second site tells nothing, such as a wrong genotype; the third follows the first one.

@@ -80,8 +80,13 @@ TEST_F(memory_check, counts_the_tables_of_the_final_pass) {
     run.params.final_states = 20;
     const std::size_t matches = 6 * 28;
     EXPECT_EQ(before + matches + 2 * (210 - 55) * sizeof(double), memory_to_come(run).other);
+    for (snp* site : run.sites.in_order) site->gtypes[2] = {1, 1, 0};
+    const std::size_t sums = 24 * 2 * 28;
+    run.params.final_rounds = 2;
+    EXPECT_EQ(before + matches + 2 * sums + 2 * (210 - 55) * sizeof(double), memory_to_come(run).other);
+    run.params.final_rounds = 1;
     run.workers.start(3);
-    EXPECT_EQ(before + matches + 2 * (3 * 210 - 55) * sizeof(double), memory_to_come(run).other);
+    EXPECT_EQ(before + matches + sums + 2 * (3 * 210 - 55) * sizeof(double), memory_to_come(run).other);
 }
 
 }  // namespace

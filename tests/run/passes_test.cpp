@@ -310,7 +310,7 @@ TEST_F(final_pass, replaces_the_sums_by_those_of_paths_over_the_states_that_were
     const double total_before = 4.0 * static_cast<double>(run.acc.phase[0].site.size());
     made_passes->phase_once_more();
     EXPECT_EQ(5, run.models.k_states[1][2][2]);
-    EXPECT_TRUE(run.acc.phase_is_final);
+    EXPECT_EQ(1, run.acc.final_rounds);
     for (const std::size_t i : {0U, 2U}) {
         const phase_sums& sums = run.acc.phase[i];
         EXPECT_EQ(8U, sums.site.size());
@@ -325,7 +325,27 @@ TEST_F(final_pass, replaces_the_sums_by_those_of_paths_over_the_states_that_were
     EXPECT_TRUE(run.acc.phase[1].site.empty());
 }
 
+TEST_F(final_pass, adds_the_sums_of_its_rounds_and_draws_the_phase_of_all_but_the_first) {
+    run.params.final_rounds = 3;
+    hmm_model& model = run.models.chains[1][2][2];
+    model.dip_gap.assign(model.n_sites(), make_diploid_gap(50.0, 2));  // too far for a phase to be known
+    made_passes->phase_once_more();
+    std::size_t n_turned = 0;
+    for (const std::size_t i : {0U, 2U}) {
+        EXPECT_EQ(96U, run.acc.phase[i].n_paths);
+        EXPECT_EQ(8U, run.acc.phase[i].site.size());
+        for (std::size_t s = 2; s < n_sites; s += 3) {
+            EXPECT_EQ(1, run.panels[2].haps.allele(2 * i, s) + run.panels[2].haps.allele(2 * i + 1, s));
+            n_turned += run.panels[2].haps.allele(2 * i, s) == 0 ? 1 : 0;
+        }
+    }
+    EXPECT_LT(0U, n_turned) << "all as the iterations had it";
+    EXPECT_TRUE(run.acc.phase[1].site.empty());
+    EXPECT_NE(std::string::npos, capture.summary().find("; 3 rounds, "));
+}
+
 TEST_F(final_pass, gives_the_same_beside_other_threads) {
+    run.params.final_rounds = 2;
     const packed_haplotypes haps = run.panels[2].haps;
     {
         const seeded_draws same(3);
@@ -353,12 +373,12 @@ TEST_F(final_pass, is_left_out_where_there_is_nobody_to_phase_or_to_copy) {
     const std::vector<phase_sums> before = run.acc.phase;
     run.models.k_final = 0;
     made_passes->phase_once_more();
-    EXPECT_FALSE(run.acc.phase_is_final);
+    EXPECT_EQ(0, run.acc.final_rounds);
     EXPECT_EQ(before[0].with_previous, run.acc.phase[0].with_previous);
     run.models.k_final = 5;
     for (phase_sums& sums : run.acc.phase) sums = {};
     made_passes->phase_once_more();
-    EXPECT_FALSE(run.acc.phase_is_final);
+    EXPECT_EQ(0, run.acc.final_rounds);
     EXPECT_EQ(2, run.models.k_states[1][2][2]);
 }
 

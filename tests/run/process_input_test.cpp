@@ -128,6 +128,58 @@ TEST_F(filters_of_sampled_haplotypes, that_are_not_given_cause_no_warning) {
     EXPECT_EQ("", capture.warnings());
 }
 
+// --- the final pass -------------------------------------------------------------------------------------------------
+
+class final_pass_settings : public filters_of_sampled_haplotypes {
+  protected:
+    void SetUp() override {
+        filters_of_sampled_haplotypes::SetUp();
+        for (std::string* file : filter_files()) *file = "NULL";
+        run.params.local_states = 100;
+        run.params.final_states = 200;
+        run.params.phase = true;
+    }
+    std::string notes() {
+        process_input(run.log, run.params, run.plan, run.panels);
+        return capture.notes.str();
+    }
+    const std::string of_no_use =
+        "orvide: note: -final_states has no effect: it needs -local_states, and -phase or -prephase_g, without "
+        "-prob_g.\n";
+};
+
+TEST_F(final_pass_settings, are_silent_where_they_serve) {
+    EXPECT_EQ("", notes());
+}
+
+TEST_F(final_pass_settings, are_silent_in_a_prephasing_run) {
+    run.params.phase = false;
+    run.params.prephase_g = true;
+    EXPECT_EQ("", notes());
+}
+
+TEST_F(final_pass_settings, of_no_use_are_noted) {
+    run.params.phase = false;
+    EXPECT_EQ(of_no_use, notes());
+}
+
+TEST_F(final_pass_settings, without_local_matches_are_noted) {
+    run.params.local_states = 0;
+    EXPECT_EQ(of_no_use, notes());
+}
+
+TEST_F(final_pass_settings, of_a_preset_are_silent_where_they_do_not_serve) {
+    run.params.phase = false;
+    run.params.preset = "balanced";
+    EXPECT_EQ("", notes());
+}
+
+TEST_F(final_pass_settings, have_a_round_at_least) {
+    run.params.final_rounds = 0;
+    EXPECT_THROW(notes(), run_end);
+    EXPECT_NE(std::string::npos, capture.summary().find("ERROR: The -final_rounds value must be at least 1."));
+}
+
 // --- VCF and BCF output ---------------------------------------------------------------------------------------------
 
 class variant_settings : public filters_of_sampled_haplotypes {

@@ -70,10 +70,16 @@ TEST(progress_line, tells_the_time_left_of_the_final_pass_alone) {
     progress_line progress(out, true, clock.reading());
     progress.start_iteration(29, 30);
     clock.time += std::chrono::seconds(1000);
-    progress.start_final_pass();
+    progress.start_final_round(0, 1);
     clock.time += std::chrono::seconds(10);
     progress.update("individual", 25, 100);
     EXPECT_EQ("\rfinal pass, individual 26/100, about 0 min 30 s left", out.str());
+    out.str("");
+    progress.start_final_round(0, 4);
+    clock.time += std::chrono::seconds(30);
+    progress.start_final_round(2, 4);
+    progress.update("individual", 0, 100);
+    EXPECT_EQ("\rfinal pass, round 3/4, individual 1/100, about 0 min 30 s left", out.str());
 }
 
 TEST(progress_line, is_removed_once_at_the_end) {

@@ -325,7 +325,7 @@ TEST_F(parameter_report, tells_what_a_preset_stands_for_and_the_share_of_local_s
     EXPECT_NE(
         text.find(
             "\n                      preset: fast, which stands for -local_states 100 -switch_rate 4 -k 40 -iter 10 "
-            "-burnin 3\n     burn-in"),
+            "-burnin 3 -final_states 160\n     burn-in"),
         std::string::npos);
     EXPECT_NE(text.find("\n      HMM states for phasing: 18 [Panel 2]; 60 % by local matches\n"), std::string::npos);
     models.k_final = 30;

@@ -12,8 +12,9 @@ struct preset {
 
 constexpr std::array presets{
     preset{"fast", "-local_states 100 -switch_rate 4 -k 40 -iter 10 -burnin 3 -final_states 160"},
-    preset{"balanced", "-local_states 100 -switch_rate 4 -k 80 -iter 20 -burnin 4 -final_states 320"},
-    preset{"accurate", "-local_states 100 -switch_rate 4 -k 160 -iter 40 -burnin 5 -final_states 480 -k_hap 1000"},
+    preset{"balanced", "-local_states 100 -switch_rate 4 -k 80 -iter 20 -burnin 4 -final_states 320 -final_rounds 3"},
+    preset{"accurate",
+           "-local_states 100 -switch_rate 4 -k 100 -iter 40 -burnin 5 -final_states 400 -final_rounds 8 -k_hap 1000"},
 };
 
 }  // namespace

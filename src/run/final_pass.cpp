@@ -74,13 +74,10 @@ struct update_passes::phasing_workspace {
 };
 
 void update_passes::phase_once_more() {
-    std::vector<phase_sums> latest = std::move(run_.acc.phase);
-    run_.acc.phase.assign(latest.size(), {});
+    std::vector<phase_sums>& sums = run_.acc.phase;
     const auto told = [](const phase_sums& of_one) { return !of_one.site.empty(); };
-    if (run_.models.k_final < 1 || std::none_of(latest.begin(), latest.end(), told)) {
-        run_.acc.phase = std::move(latest);
-        return;
-    }
+    if (run_.models.k_final < 1 || std::none_of(sums.begin(), sums.end(), told)) return;
+    std::vector<phase_sums> latest = std::exchange(sums, std::vector<phase_sums>(sums.size()));
     const int n_rounds = run_.params.final_rounds;
     run_.models.k_states[1][2][2] = run_.models.k_final;
     set_pair_mutation(2, final_mutation, run_.models);
@@ -100,9 +97,9 @@ void update_passes::phase_once_more() {
         }
         phase_everybody(work, latest);
         if (n_rounds == 1) break;
-        for (std::size_t i = 0; i < latest.size(); ++i) add_sums(latest[i], run_.acc.phase[i]);
+        for (std::size_t i = 0; i < latest.size(); ++i) add_sums(latest[i], sums[i]);
     }
-    if (n_rounds == 1) run_.acc.phase = std::move(latest);
+    if (n_rounds == 1) sums = std::move(latest);
     progress_.finish();
 }
 

@@ -154,6 +154,8 @@ struct parameters {
     bool allow_unlike_frequencies = false;  // -allow_unlike_frequencies
     bool use_old_code = false;              // -use_old_code
 
+    // What the iterations tell of phases is summed.
+    bool sums_phase() const { return phase && local_states > 0 && !prob_g; }
     bool panel0_given() const { return !h_files.empty(); }
     bool panel1_given() const { return is_given(g_ref_file) || h_files.size() >= 2; }
 };

@@ -1,7 +1,8 @@
 #pragma once
 
-// The one random stream of a run. A generator is installed once with Random::Set; everything that draws goes through
-// it, so that a seed and the order of the draws decide the results.
+// The random stream of a run. A generator is installed once with Random::Set; everything that draws goes through it, so
+// that a seed and the order of the draws decide the results. What goes on beside other work has a stream of its own,
+// SplitMix, which it seeds.
 
 #include <array>
 #include <cstdint>

@@ -44,6 +44,5 @@ void plan_iterations(const parameters& params, run_plan& plan) {
     plan.stored_iters = list_stored(plan, params.thin);
     plan.selfcheck_iters = list_selfchecks(plan.stored_iters, params.selfcheck);
     plan.informed_start_iter = first_informed(params, plan);
-    plan.phases_once_more = params.phase && !params.suppress_imputation_output && params.local_states > 0 &&
-                            params.final_states > 0 && !params.prob_g;
+    plan.phases_once_more = params.final_states > 0 && params.sums_phase() && !params.suppress_imputation_output;
 }

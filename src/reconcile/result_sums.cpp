@@ -108,7 +108,7 @@ void allocate_samples(const sized_run& run, accumulators& acc) {
         acc.mcmc_bits.allocate(p.mc_impute ? n_ind : n_ind - run.n_known(), cols.column, cols.n,
                                run.plan.stored_iters.size());
     }
-    if (p.phase && p.local_states > 0 && !p.prob_g) acc.phase.resize(n_ind);
+    if (p.sums_phase()) acc.phase.resize(n_ind);
     if (p.weight_imputed_gt != -1) {
         for (std::size_t cond = 0; cond < 2; ++cond) {
             acc.weight_base[cond].assign(n_ind, 0.0);

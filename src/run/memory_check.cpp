@@ -49,7 +49,7 @@ double local_match_bytes(const data& run, bool phases_once_more) {
 }
 
 // The tables of pairs of states that a sweep keeps; all of them where -use_old_code tells what was copied. In the final
-// pass each thread has its own.
+// pass each thread that has somebody to phase has its own.
 double table_bytes(const data& run, bool phases_once_more) {
     if (!run.panels[2].needs_update && !run.panels[1].needs_update) return 0.0;
     const auto of_table = [](double k) { return k * (k + 1) / 2.0 * sizeof(double); };
@@ -58,8 +58,8 @@ double table_bytes(const data& run, bool phases_once_more) {
     const double k = std::max(run.models.k_states[1][2][2], run.models.k_states[1][1][1]);
     const double in_turns = (keeps_all ? n : tables_a_typed_site * n) * of_table(k);
     if (!phases_once_more) return in_turns;
-    const auto n_threads = static_cast<double>(run.workers.size());
-    return std::max(in_turns, n_threads * tables_a_typed_site * n * of_table(run.models.k_final));
+    const auto n_beside = static_cast<double>(std::min(run.workers.size(), run.panels[2].n_ind));
+    return std::max(in_turns, n_beside * tables_a_typed_site * n * of_table(run.models.k_final));
 }
 
 // What a sweep of one haplotype says of all its states under -show_ref_copy_probs.

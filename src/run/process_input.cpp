@@ -176,10 +176,14 @@ class input_check {
     // A preset brings -final_states to runs that have no use for it, too.
     void check_final_states() {
         if (p_.final_rounds < 1) log_.fatal("ERROR: The -final_rounds value must be at least 1.");
-        if (p_.final_states == 0 || is_given(p_.preset)) return;
-        if (p_.local_states > 0 && p_.phase && !p_.prob_g) return;
+        if (is_given(p_.preset)) return;
+        if (p_.final_states == 0 && p_.final_rounds > 1) {
+            log_.odd_input("-final_rounds has no effect: it needs -final_states.");
+        }
+        if (p_.final_states == 0 || (p_.sums_phase() && !p_.suppress_imputation_output)) return;
         log_.odd_input(
-            "-final_states has no effect: it needs -local_states, and -phase or -prephase_g, without -prob_g.");
+            "-final_states has no effect: it needs -local_states, and -phase or -prephase_g, without -prob_g and "
+            "-suppress_imputation_output.");
     }
 
     // Files of a format that names its sites have no legend; in its place stands "NULL". What comes through a pipe

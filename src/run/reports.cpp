@@ -130,6 +130,14 @@ void print_files(run_log& log, const parameters& params) {
 
 namespace {
 
+// Whether there is somebody with two haplotypes that are not known.
+bool phases_anybody(const panel_data& study) {
+    for (std::size_t i = 0; i < study.n_ind; ++i) {
+        if (!study.is_haploid(i) && !study.ordered[i]) return true;
+    }
+    return false;
+}
+
 // What a preset stands for, options given beside it being told by the lines that follow.
 void print_preset(run_log& log, const parameters& params) {
     if (!is_given(params.preset)) return;
@@ -172,7 +180,8 @@ void print_params(run_log& log, const parameters& params, const run_plan& plan, 
         if (g_ref) text += concat(models.k_states[1][1][1], " [Panel 1]; ");
         if (is_given(params.g_file)) text += concat(models.k_states[1][2][2], " [Panel 2]");
         if (params.local_states > 0) text += concat("; ", params.local_states, " % by local matches");
-        if (plan.phases_once_more) text += concat("; ", models.k_final, " in the final pass");
+        if (plan.phases_once_more && phases_anybody(panels[2]))
+            text += concat("; ", models.k_final, " in the final pass");
         log.line(text);
     }
     if (params.panel0_given() || g_ref) {

@@ -145,7 +145,7 @@ class final_pass_settings : public filters_of_sampled_haplotypes {
     }
     const std::string of_no_use =
         "orvide: note: -final_states has no effect: it needs -local_states, and -phase or -prephase_g, without "
-        "-prob_g.\n";
+        "-prob_g and -suppress_imputation_output.\n";
 };
 
 TEST_F(final_pass_settings, are_silent_where_they_serve) {
@@ -166,6 +166,21 @@ TEST_F(final_pass_settings, of_no_use_are_noted) {
 TEST_F(final_pass_settings, without_local_matches_are_noted) {
     run.params.local_states = 0;
     EXPECT_EQ(of_no_use, notes());
+}
+
+TEST_F(final_pass_settings, beside_chances_of_genotypes_or_without_results_are_noted) {
+    run.params.prob_g = true;
+    EXPECT_EQ(of_no_use, notes());
+    capture.notes.str("");
+    run.params.prob_g = false;
+    run.params.suppress_imputation_output = true;
+    EXPECT_EQ(of_no_use, notes());
+}
+
+TEST_F(final_pass_settings, of_rounds_without_a_pass_are_noted) {
+    run.params.final_states = 0;
+    run.params.final_rounds = 2;
+    EXPECT_EQ("orvide: note: -final_rounds has no effect: it needs -final_states.\n", notes());
 }
 
 TEST_F(final_pass_settings, of_a_preset_are_silent_where_they_do_not_serve) {

@@ -330,10 +330,15 @@ TEST_F(parameter_report, tells_what_a_preset_stands_for_and_the_share_of_local_s
     EXPECT_NE(text.find("\n      HMM states for phasing: 18 [Panel 2]; 60 % by local matches\n"), std::string::npos);
     models.k_final = 30;
     plan.phases_once_more = true;
-    EXPECT_NE(said([this] {
-                  print_params(log, params, plan, panels, models);
-              }).find("60 % by local matches; 30 in the final pass\n"),
-              std::string::npos);
+    panels[2].ordered.assign(12, true);
+    const auto tells_of_the_pass = [this] {
+        return said([this] {
+                   print_params(log, params, plan, panels, models);
+               }).find("60 % by local matches; 30 in the final pass\n") != std::string::npos;
+    };
+    EXPECT_FALSE(tells_of_the_pass()) << "all haplotypes are known";
+    panels[2].ordered[7] = false;
+    EXPECT_TRUE(tells_of_the_pass());
 }
 
 }  // namespace

@@ -74,8 +74,8 @@ struct pair_results {
     // unit, with the site's own emission. Unordered pairs have everything heterozygous at [1].
     std::vector<std::array<double, 4>> weights;
     std::size_t stay_count = 0, switch_count = 0;
-    // Of unordered pairs, by visited site. The chance of the drawn order of the two states, given the order at the site
-    // to the right, less that of the other one.
+    // Of unordered pairs, by visited site. The chance of the order of the two states as they stand in state, given that
+    // at the site to the right, less that of the other order.
     std::vector<double> order_kept;
     // At heterozygotes: the chance that the first haplotype has allele 1, given the ordered states, less that of the
     // second.

@@ -304,7 +304,7 @@ TEST_F(pair_updates, phase_is_summed_over_paths_of_one_sweep_as_over_those_of_se
     u.panel = 2;
     const packed_haplotypes before = run.panels[2].haps;
     const inference_inputs in = run.inputs();
-    constexpr std::size_t n_paths = 2000;
+    constexpr std::size_t n_paths = 20000;
     phase_sums expected, found;
     const seeded_draws of_the_walk(9);
     for (std::size_t path = 0; path < n_paths; ++path) {
@@ -321,7 +321,7 @@ TEST_F(pair_updates, phase_is_summed_over_paths_of_one_sweep_as_over_those_of_se
         EXPECT_NEAR(expected.with_previous[i], found.with_previous[i], far);
         EXPECT_NEAR(expected.with_second[i], found.with_second[i], far);
     }
-    EXPECT_LT(far, *std::max_element(found.with_previous.begin(), found.with_previous.end())) << "says nothing";
+    EXPECT_LT(4.0 * far, *std::max_element(found.with_previous.begin(), found.with_previous.end())) << "says nothing";
     expect_haplotypes(2, before);
 }
 

@@ -96,10 +96,12 @@ void update_passes::phase_once_more() {
                        run_.panels[2].first_hap(i));
         }
         phase_everybody(work, latest);
-        if (n_rounds == 1) break;
-        for (std::size_t i = 0; i < latest.size(); ++i) add_sums(latest[i], sums[i]);
+        if (n_rounds == 1) {
+            sums = std::move(latest);
+        } else {
+            for (std::size_t i = 0; i < latest.size(); ++i) add_sums(latest[i], sums[i]);
+        }
     }
-    if (n_rounds == 1) sums = std::move(latest);
     progress_.finish();
 }
 

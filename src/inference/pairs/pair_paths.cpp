@@ -38,8 +38,9 @@ class path_drawer {
         const double half = a == b ? 0.5 : 1.0;
         const double stays = terms.stay * store_.value(a, b);
         const double with_a = half * terms.shared[a], with_b = half * terms.shared[b];
-        double u = draws_.Next() * (stays + (with_a + with_b + half * terms.constant));
-        if (!((u -= stays) > 0.0)) return;  // also of undefined values
+        const double all = stays + (with_a + with_b + half * terms.constant);
+        const double u = draws_.Next() * all - stays;
+        if (!(u > 0.0)) return;  // also of undefined values
         if (!(p_.gap[v].one_moves > forgets_below)) {
             draw_from_table();
         } else if (u <= with_a) {

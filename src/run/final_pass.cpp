@@ -97,7 +97,7 @@ void update_passes::phase_once_more() {
         }
         phase_everybody(work, latest);
         if (n_rounds == 1) {
-            sums = std::move(latest);
+            sums.swap(latest);
         } else {
             for (std::size_t i = 0; i < latest.size(); ++i) add_sums(latest[i], sums[i]);
         }
